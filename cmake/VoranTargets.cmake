@@ -1,0 +1,29 @@
+# What every target of this project is compiled with.
+#
+#   voran_configure_target(target)
+#       language level, warnings, and the floating-point rules that make results the same everywhere.
+
+function(voran_configure_target target)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  set_target_properties(${target} PROPERTIES
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /fp:precise)
+    if(VORAN_WARNINGS_AS_ERRORS)
+      target_compile_options(${target} PRIVATE /WX)
+    endif()
+  else()
+    # A product fused into a sum would round once instead of twice, on some machines only.
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -ffp-contract=off)
+    if(VORAN_WARNINGS_AS_ERRORS)
+      target_compile_options(${target} PRIVATE -Werror)
+    endif()
+  endif()
+  if(VORAN_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE} -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE})
+  endif()
+endfunction()
