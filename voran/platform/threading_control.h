@@ -1,0 +1,32 @@
+#pragma once
+
+#include "voran/export.h"
+
+inline namespace voran {
+namespace NCMultiThreading {
+
+/// The process-wide switch for parallel work inside the library, and the number of processors it may use.
+///
+/// At start: on if there is more than one processor, with all of them, and OpenMP's dynamic adjustment on. Results are
+/// the same at every setting. To be changed between runs, not during one.
+///
+/// OpenMP keeps its thread count per calling thread, so SetThreadingIsOn and Reset reach the regions that are entered
+/// from the thread that calls them. A host that computes on a thread of its own calls one of the two from there, too.
+class VORAN_EXPORT ThreadingControl {
+ public:
+  ThreadingControl() = delete;
+
+  static bool IsThreadingOn();
+  /// Stores the flag and sets OpenMP's thread count: the stored number of processors if on, else 1.
+  static void SetThreadingIsOn(bool on);
+
+  static int GetNumberOfProcessors();
+  /// Stores the number. OpenMP learns of it at the next SetThreadingIsOn(true).
+  static void SetNumberOfProcessors(int n);
+
+  /// Back to the state at start.
+  static void Reset();
+};
+
+}  // namespace NCMultiThreading
+}  // namespace voran
