@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "voran/containers/growth_rule.h"
+#include "voran/containers/missing_value.h"
 
 inline namespace voran {
 
@@ -253,13 +254,13 @@ namespace {
 
 template <typename T>
 double Mean(const T* first, const T* last) {
-  if (first == last) return -99.0;
+  if (first == last) return detail::kNoValue;
   return static_cast<double>(std::accumulate(first, last, std::int64_t{0})) / static_cast<double>(last - first);
 }
 
 template <typename T>
 double Variance(const T* first, const T* last) {
-  if (last - first < 2) return -99.0;
+  if (last - first < 2) return detail::kNoValue;
   const double mean = Mean(first, last);
   double squares = 0.0;
   for (const T* p = first; p != last; ++p) {
@@ -290,7 +291,7 @@ double NCIntegralVector<T, M>::GetVariance() const requires std::same_as<T, int>
 
 template <typename T, int M>
 double NCIntegralVector<T, M>::GetStdDev() const requires std::same_as<T, int> {
-  return size_ < 2 ? -99.0 : std::sqrt(Variance(begin(), end()));
+  return size_ < 2 ? detail::kNoValue : std::sqrt(Variance(begin(), end()));
 }
 
 // Search
