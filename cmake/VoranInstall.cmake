@@ -8,9 +8,9 @@ set(voran_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/voran")
 install(TARGETS voran EXPORT voranTargets)
 install(EXPORT voranTargets NAMESPACE voran:: DESTINATION "${voran_package_dir}")
 
-# A folder named kernels/ or detail/ holds headers that only the library's own sources include.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/voran" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
-  FILES_MATCHING PATTERN "*.h" PATTERN kernels EXCLUDE PATTERN detail EXCLUDE)
+install(CODE "set(VORAN_SOURCE_DIR \"${PROJECT_SOURCE_DIR}\")
+set(VORAN_INCLUDE_DIR \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}\")")
+install(SCRIPT cmake/InstallHeaders.cmake)
 install(FILES "${PROJECT_BINARY_DIR}/include/voran/export.h" "${PROJECT_BINARY_DIR}/include/voran/version.h"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/voran")
 

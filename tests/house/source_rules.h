@@ -11,8 +11,8 @@ struct SourceFile {
   std::string text;
 };
 
-/// A header that `cmake --install` puts down.
-bool IsPublicHeader(const std::string& path);
+/// A header for hosts: one of the library, outside the kernels, that declares something outside namespace detail.
+bool IsPublicHeader(const SourceFile& file);
 
 /// The rules below give one line per breach, "path:line: what is wrong", and nothing for a file in order.
 using Breaches = std::vector<std::string>;
