@@ -6,13 +6,13 @@
 #include <omp.h>
 
 inline namespace voran {
-namespace NCMultiThreading {
 namespace {
 
 // Relaxed atomics: as cheap as plain variables, and a host that reads one while it starts its threads is not in a race.
 struct Settings {
   std::atomic<bool> isOn;
   std::atomic<int> processors;
+  std::atomic<int> width;
 
   Settings() { Start(); }
 
@@ -21,7 +21,12 @@ struct Settings {
     const int available = omp_get_num_procs();
     processors.store(available, std::memory_order_relaxed);
     isOn.store(available > 1, std::memory_order_relaxed);
-    omp_set_num_threads(available);
+    SetWidth(available);
+  }
+
+  void SetWidth(int threads) {
+    width.store(threads, std::memory_order_relaxed);
+    omp_set_num_threads(threads);
   }
 };
 
@@ -36,13 +41,15 @@ Settings& CurrentSettings() {
 
 }  // namespace
 
+namespace NCMultiThreading {
+
 bool ThreadingControl::IsThreadingOn() {
   return CurrentSettings().isOn.load(std::memory_order_relaxed);
 }
 
 void ThreadingControl::SetThreadingIsOn(bool on) {
   CurrentSettings().isOn.store(on, std::memory_order_relaxed);
-  omp_set_num_threads(on ? std::max(1, GetNumberOfProcessors()) : 1);
+  CurrentSettings().SetWidth(on ? std::max(1, GetNumberOfProcessors()) : 1);
 }
 
 int ThreadingControl::GetNumberOfProcessors() {
@@ -58,4 +65,12 @@ void ThreadingControl::Reset() {
 }
 
 }  // namespace NCMultiThreading
+
+namespace detail {
+
+int ParallelWidth() {
+  return CurrentSettings().width.load(std::memory_order_relaxed);
+}
+
+}  // namespace detail
 }  // namespace voran

@@ -9,9 +9,6 @@ namespace NCMultiThreading {
 ///
 /// At start: on if there is more than one processor, with all of them, and OpenMP's dynamic adjustment on. Results are
 /// the same at every setting. To be changed between runs, not during one.
-///
-/// OpenMP keeps its thread count per calling thread, so SetThreadingIsOn and Reset reach the regions that are entered
-/// from the thread that calls them. A host that computes on a thread of its own calls one of the two from there, too.
 class VORAN_EXPORT ThreadingControl {
  public:
   ThreadingControl() = delete;
@@ -29,4 +26,14 @@ class VORAN_EXPORT ThreadingControl {
 };
 
 }  // namespace NCMultiThreading
+
+namespace detail {
+
+/// What every parallel region of the library names in num_threads: the thread count last given to OpenMP.
+///
+/// OpenMP keeps its own count per calling thread. Without naming it, a region entered from a thread of the host's would
+/// not know of a setting made on another.
+VORAN_EXPORT int ParallelWidth();
+
+}  // namespace detail
 }  // namespace voran

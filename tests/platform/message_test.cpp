@@ -1,0 +1,193 @@
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <locale>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <boost/locale/gnu_gettext.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "voran/platform/exception.h"
+#include "voran/platform/exception_message.h"
+#include "voran/platform/nc_error.h"
+
+namespace {
+
+using Texts = std::map<std::string, std::string>;  // what is looked up (context, byte 4, text), and its translation
+
+// A compiled gettext catalogue: two tables of lengths and offsets behind a header of seven words, then the texts.
+std::vector<char> CompileCatalogue(Texts texts) {
+  texts[""] = "Content-Type: text/plain; charset=UTF-8\n";
+  const auto count = static_cast<std::uint32_t>(texts.size());
+  constexpr std::uint32_t kHeaderSize = 28;
+  std::vector<std::uint32_t> words = {0x950412de, 0, count, kHeaderSize, kHeaderSize + 8 * count, 0, 0};
+  std::string body;
+  const auto append = [&](const std::string& text) {
+    words.push_back(static_cast<std::uint32_t>(text.size()));
+    words.push_back(kHeaderSize + 16 * count + static_cast<std::uint32_t>(body.size()));
+    body += text + '\0';
+  };
+  for (const auto& entry : texts) append(entry.first);
+  for (const auto& entry : texts) append(entry.second);
+  const auto* bytes = reinterpret_cast<const char*>(words.data());
+  std::vector<char> file(bytes, bytes + words.size() * sizeof(std::uint32_t));
+  file.insert(file.end(), body.begin(), body.end());
+  return file;
+}
+
+std::locale LocaleWith(const Texts& texts) {
+  boost::locale::gnu_gettext::messages_info info;
+  info.language = "xx";
+  info.encoding = "UTF-8";
+  info.domains.emplace_back("voran");
+  info.paths.emplace_back("memory");
+  info.callback = [texts](const std::string& name, const std::string&) {
+    return name == "memory/xx/LC_MESSAGES/voran.mo" ? CompileCatalogue(texts) : std::vector<char>();
+  };
+  return std::locale(std::locale::classic(), boost::locale::gnu_gettext::create_messages_facet<char>(info));
+}
+
+class WithCatalogue {
+ public:
+  explicit WithCatalogue(const Texts& texts) : before_(ExceptionMessage::SetLocale(LocaleWith(texts))) {}
+  ~WithCatalogue() { ExceptionMessage::SetLocale(before_); }
+
+ private:
+  std::locale before_;
+};
+
+class WithGlobalLocale {
+ public:
+  explicit WithGlobalLocale(const std::locale& locale) : before_(std::locale::global(locale)) {}
+  ~WithGlobalLocale() { std::locale::global(before_); }
+
+ private:
+  std::locale before_;
+};
+
+TEST(Message, PlaceholdersAreFilled) {
+  struct Case {
+    const char* text;
+    std::function<void(ExceptionMessage&)> fill;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"row:{1}, column:{2} ", [](auto& m) { m % "3" % "14"; }, "row:3, column:14 "},
+      {"{2} before {1}, {2} again", [](auto& m) { m % "a" % "b"; }, "b before a, b again"},
+      {"{1}{2}{10}", [](auto& m) { m % 1 % 2L % 3 % 4 % 5 % 6 % 7 % 8 % 9 % std::size_t{10}; }, "1210"},
+      {"no argument for {1}", [](auto&) {}, "no argument for {1}"},
+      {"{1} of two", [](auto& m) { m % "one" % "two"; }, "one of two"},
+      {"{0} {-1} {} {x} {1x} {99999999999}", [](auto& m) { m % "a"; }, "{0} {-1} {} {x} {1x} {99999999999}"},
+      {"{{1}} } { {1", [](auto& m) { m % "a"; }, "{a} } { {1"},
+      {"{1} {2}", [](auto& m) { m % "100 %1% {2} %s {" % std::string("}{1}"); }, "100 %1% {2} %s { }{1}"},
+      {"({1})", [](auto& m) { m % static_cast<const char*>(nullptr); }, "()"},
+      {"{1} {1}", [](auto& m) { m % std::numeric_limits<std::int64_t>::min(); },
+       "-9223372036854775808 -9223372036854775808"},
+      {"{1,num=fixed,precision=3} {2}bytes", [](auto& m) { m % 1.25 % "Kilo"; }, "1.250 Kilobytes"},
+      {"{1,precision=3} {1} {1,num=sci,precision=1}", [](auto& m) { m % 1234567.0; }, "1.23e+06 1.23457e+06 1.2e+06"},
+      {"{1,num=fixed,precision=3} {2}", [](auto& m) { m % "as given" % 0.1F; }, "as given 0.1"},
+      {"{1,color=red,precision=x,num=fixed}", [](auto& m) { m % 2.5; }, "2.500000"},
+      {"{1,num=fixed,precision=-5}", [](auto& m) { m % -2.0; }, "-2"},
+  };
+  for (const Case& c : cases) {
+    ExceptionMessage message = ExceptionMessage::translate(c.text);
+    c.fill(message);
+    EXPECT_EQ(message.GetText(), c.expected) << "from " << c.text;
+  }
+}
+
+TEST(Message, HugeNumbersInHugePrecisionAreWrittenOut) {
+  ExceptionMessage message = ExceptionMessage::translate("{1,num=fixed,precision=2000000000}");
+  message % std::numeric_limits<double>::lowest();
+  EXPECT_THAT(message.GetText(), testing::StartsWith("-17976931348623157"));
+}
+
+TEST(Message, ListsAreTextsInOrder) {
+  ExceptionMessageList list;
+  list << ExceptionMessage::translate("first\n") << (ExceptionMessage::translate("row:{1} ") % 7)
+       << ExceptionMessage::translate("last");
+  EXPECT_EQ(list.GetText(), "first\nrow:7 last");
+}
+
+TEST(Translation, ContextsAreKeptApart) {
+  const WithCatalogue catalogue({{"Sorting", "Sortierung"},
+                                 {"Cluster analysis\4Sorting", "Abst\u00e4nde werden sortiert"},
+                                 {"row:{1}, column:{2}", "Spalte {2}, Zeile {1}"}});
+  EXPECT_EQ(detail::TranslateText("Sorting"), "Sortierung");
+  EXPECT_EQ(detail::TranslateText("Sorting", "Cluster analysis"), "Abst\u00e4nde werden sortiert");
+  EXPECT_EQ(detail::TranslateText("Sorting", "Laundry"), "Sorting");
+  EXPECT_EQ(ExceptionMessage::translate("Sorting", "Cluster analysis").GetText(), "Abst\u00e4nde werden sortiert");
+  EXPECT_EQ((ExceptionMessage::translate("row:{1}, column:{2}") % 1 % 2).GetText(), "Spalte 2, Zeile 1");
+  EXPECT_EQ(detail::TranslateText(""), "");
+}
+
+TEST(Translation, IsNeitherTakenFromNorBentByTheGlobalLocale) {
+  struct DecimalComma : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const WithGlobalLocale global(std::locale(LocaleWith({{"{1} {2}", "wrong"}}), new DecimalComma));
+  EXPECT_EQ((ExceptionMessage::translate("{1} {2}") % 12345 % 1.5).GetText(), "12345 1.5");
+  EXPECT_EQ(detail::TranslateText("na\u00efve"), "na\u00efve");
+}
+
+TEST(Translation, LanguageMayChangeWhileOthersTranslate) {
+  const std::locale before = ExceptionMessage::SetLocale(std::locale::classic());
+  const std::locale german = LocaleWith({{"yes", "ja"}});
+  std::thread switcher([&] {
+    for (int i = 0; i < 200; ++i) ExceptionMessage::SetLocale(i % 2 ? german : std::locale::classic());
+  });
+  for (int i = 0; i < 200; ++i) {
+    EXPECT_THAT(ExceptionMessage::translate("yes").GetText(), testing::AnyOf("yes", "ja"));
+  }
+  switcher.join();
+  ExceptionMessage::SetLocale(before);
+}
+
+TEST(Errors, AreCaughtAsTheirBasesWithTheirSentence) {
+  const ExceptionMessage message = ExceptionMessage::translate("Sum {1}") % 3;
+  struct Case {
+    std::function<void()> fail;
+    const char* expected;
+  };
+  const Case cases[] = {
+      {[] { throw Exception(); }, ""},
+      {[&] { throw Exception(message); }, "Sum 3"},
+      {[&] { throw VrStreamError(message); }, "Sum 3"},
+      {[] { throw InvalidArgument("groups {1}"); }, "groups {1}"},
+      {[] { throw CancelException(); }, "Cancelled by the user."},
+      {[&] { throw NCError(message, NCError::Level::kGeneral); }, "Sum 3"},
+      {[&] { throw NCError(ExceptionMessageList(message) << message, NCError::Level::kGeneral); }, "Sum 3Sum 3"},
+      {[] { throw NCInternalError("NCDataMatrix<FloatType>::ConcatRows"); }, "NCDataMatrix<FloatType>::ConcatRows"},
+      {[&] { throw NCInternalError("Here::There", message); }, "Here::There: Sum 3"},
+  };
+  for (const Case& c : cases) {
+    try {
+      c.fail();
+      FAIL() << "nothing was thrown for " << c.expected;
+    } catch (const Exception& error) {
+      const std::exception& standard = error;
+      EXPECT_STREQ(standard.what(), c.expected);
+    }
+  }
+}
+
+TEST(Errors, CopiesKeepLevelAndMessage) {
+  static_assert(sizeof(NCError::Level) == 4);
+  static_assert(std::is_nothrow_copy_constructible_v<NCError> && std::is_nothrow_copy_assignable_v<NCError>);
+  NCError target;
+  EXPECT_EQ(target.GetLevel(), NCError::Level{2});
+  {
+    const NCError source(ExceptionMessage::translate("gone"), NCError::Level{1});
+    target = source;
+  }
+  EXPECT_EQ(target.GetLevel(), NCError::Level::kZeroCorrelation);
+  EXPECT_STREQ(NCError(target).what(), "gone");
+}
+
+}  // namespace
