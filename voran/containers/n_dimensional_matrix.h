@@ -2,7 +2,7 @@
 
 #include <cassert>
 #include <cstddef>
-#include <utility>
+#include <span>
 #include <vector>
 
 #include <boost/smart_ptr/make_shared.hpp>
@@ -23,7 +23,7 @@ class NDimensionalMatrix {
   /// All cells become `value`. Of `sizes`, the first `depth` are used, or all of them when `depth` is below 1. Throws
   /// Exception if `sizes` is empty or holds fewer than `depth`.
   NDimensionalMatrix(const std::vector<int>& sizes, T value, int depth)
-      : NDimensionalMatrix(sizes.data(), CheckedDepth(sizes, depth < 1 ? -1 : depth), value) {}
+      : NDimensionalMatrix(Leading(sizes, depth < 1 ? -1 : depth), value) {}
 
   /// The first `depth` entries of `index`, or all of them when `depth` is negative, lead to the cell. Get and Set throw
   /// Exception if they are not as many as the dimensions.
@@ -33,36 +33,36 @@ class NDimensionalMatrix {
  private:
   using Node = boost::shared_ptr<NDimensionalMatrix>;
 
-  NDimensionalMatrix(const int* sizes, int depth, T value) {
-    const auto size = static_cast<std::size_t>(*sizes);
-    if (depth == 1) {
+  NDimensionalMatrix(std::span<const int> sizes, T value) {
+    const auto size = static_cast<std::size_t>(sizes.front());
+    if (sizes.size() == 1) {
       cells_ = boost::make_shared<std::vector<T>>(size, value);
       return;
     }
-    std::vector<Node> nodes;
-    nodes.reserve(size);
-    while (nodes.size() < size) nodes.push_back(Node(new NDimensionalMatrix(sizes + 1, depth - 1, value)));
-    nodes_ = boost::make_shared<std::vector<Node>>(std::move(nodes));
+    nodes_ = boost::make_shared<std::vector<Node>>(size);
+    for (Node& node : *nodes_) node.reset(new NDimensionalMatrix(sizes.subspan(1), value));
   }
 
   [[noreturn]] static void ThrowSizeMismatch() {
     throw Exception(ExceptionMessage::translate("Matrix size mismatch", "dimension error"));
   }
 
-  static int CheckedDepth(const std::vector<int>& list, int depth) {
-    const auto available = static_cast<int>(list.size());
-    if (depth < 0) depth = available;
-    if (depth == 0 || depth > available) ThrowSizeMismatch();
-    return depth;
+  /// The first `depth` entries of `list`, of which there must be one at least; all of them if `depth` is negative.
+  static std::span<const int> Leading(const std::vector<int>& list, int depth) {
+    const std::size_t count = depth < 0 ? list.size() : static_cast<std::size_t>(depth);
+    if (count == 0 || count > list.size()) ThrowSizeMismatch();
+    return std::span(list).first(count);
   }
 
   T& Cell(const std::vector<int>& index, int depth) const {
-    const int* at = index.data();
-    const int* const last = at + CheckedDepth(index, depth) - 1;
+    const std::span<const int> path = Leading(index, depth);
     const NDimensionalMatrix* node = this;
-    for (; node->nodes_ && at != last; ++at) node = (*node->nodes_)[Offset(*at)].get();
-    if (node->nodes_ || at != last) ThrowSizeMismatch();
-    return (*node->cells_)[Offset(*at)];
+    for (const int i : path.first(path.size() - 1)) {
+      if (!node->nodes_) ThrowSizeMismatch();
+      node = (*node->nodes_)[Offset(i)].get();
+    }
+    if (!node->cells_) ThrowSizeMismatch();
+    return (*node->cells_)[Offset(path.back())];
   }
 
   static std::size_t Offset(int index) {

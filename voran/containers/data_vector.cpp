@@ -1,0 +1,382 @@
+#include "voran/containers/data_vector.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "voran/containers/growth_rule.h"
+#include "voran/containers/kernels/elementwise.h"
+#include "voran/containers/missing_value.h"
+
+inline namespace voran {
+
+using detail::VectorLink;
+
+namespace {
+
+/// The first element stands on a boundary of this many bytes.
+constexpr std::size_t kAlignment = 16;
+
+template <typename T>
+void CopyElements(const T* from, T* to, int count) {
+  if (count > 0) std::memcpy(to, from, static_cast<std::size_t>(count) * sizeof(T));
+}
+
+template <typename T>
+void MoveElements(const T* from, T* to, int count) {
+  if (count > 0) std::memmove(to, from, static_cast<std::size_t>(count) * sizeof(T));
+}
+
+}  // namespace
+
+// Buffers.
+
+static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ % kAlignment == 0, "OffsetOfEveryVec relies on it");
+
+template <typename T>
+int NCDataVector<T>::OffsetOfEveryVec() {
+  return static_cast<int>(kAlignment - sizeof(T));
+}
+
+template <typename T>
+T* NCDataVector<T>::NewVec(int n, int& offset) {
+  const std::size_t bytes = (static_cast<std::size_t>(n) + 1) * sizeof(T) + kAlignment;
+  auto* const raw = static_cast<char*>(::operator new(bytes));
+  const std::size_t misfit = (reinterpret_cast<std::uintptr_t>(raw) + sizeof(T)) % kAlignment;
+  offset = misfit == 0 ? 0 : static_cast<int>(kAlignment - misfit);
+  return reinterpret_cast<T*>(raw + offset);
+}
+
+template <typename T>
+void NCDataVector<T>::DeleteVec(T* p, int offset) {
+  if (p != nullptr) ::operator delete(reinterpret_cast<char*>(p) - offset);
+  if (p == data_) data_ = nullptr;
+}
+
+/// Puts `fresh` in the place of the buffer of an unshared vector.
+template <typename T>
+void NCDataVector<T>::ReplaceBuffer(T* fresh, int offset, int newCapacity) {
+  DeleteVec(data_, alignOffset_);
+  data_ = fresh;
+  alignOffset_ = offset;
+  capacity_ = newCapacity;
+}
+
+// Construction and sharing.
+
+template <typename T>
+NCDataVector<T>::NCDataVector() : link_(new VectorLink) {}
+
+template <typename T>
+NCDataVector<T>::NCDataVector(int n) : NCDataVector(n, detail::kMissing<T>) {}
+
+template <typename T>
+NCDataVector<T>::NCDataVector(int n, T value) : NCDataVector() {
+  if (n <= 0) return;
+  data_ = NewVec(n, alignOffset_);
+  capacity_ = n;
+  size_ = n;
+  std::fill_n(data_ + 1, n, value);
+  numMisVal_ = value == detail::kMissing<T> ? n : 0;
+}
+
+template <typename T>
+NCDataVector<T>::NCDataVector(std::initializer_list<T> values) : NCDataVector() {
+  Reserve(static_cast<int>(values.size()));
+  for (const T value : values) push_back(value);
+}
+
+template <typename T>
+NCDataVector<T>::NCDataVector(const NCDataVector& other) {
+  const std::lock_guard<detail::SpinLock> guard(other.link_->lock);
+  alignOffset_ = other.alignOffset_;
+  size_ = other.size_;
+  data_ = other.data_;
+  numMisVal_ = other.numMisVal_;
+  capacity_ = other.capacity_;
+  link_ = other.link_;
+  link_->AddSharer();
+}
+
+template <typename T>
+NCDataVector<T>& NCDataVector<T>::operator=(const NCDataVector& other) {
+  if (link_ == other.link_) return *this;
+  NCDataVector copy(other);  // never two links locked at a time: crossing assignments cannot wait for each other
+  std::swap(alignOffset_, copy.alignOffset_);
+  std::swap(size_, copy.size_);
+  std::swap(data_, copy.data_);
+  std::swap(link_, copy.link_);
+  std::swap(numMisVal_, copy.numMisVal_);
+  std::swap(capacity_, copy.capacity_);
+  return *this;
+}
+
+template <typename T>
+NCDataVector<T>::~NCDataVector() {
+  bool wasLast;
+  {
+    const std::lock_guard<detail::SpinLock> guard(link_->lock);
+    wasLast = link_->DropSharer();
+  }
+  if (wasLast) {
+    DeleteVec(data_, alignOffset_);
+    delete link_;
+  }
+}
+
+template <typename T>
+void NCDataVector<T>::ForceUnlink() {
+  if (!link_->IsShared()) return;
+  // While this object shares the buffer nobody writes into it: it is copied without holding the lock.
+  auto freshLink = std::make_unique<VectorLink>();
+  T* freshData = nullptr;
+  int freshOffset = 0;
+  if (size_ > 0) {
+    freshData = NewVec(size_, freshOffset);
+    CopyElements(data_ + 1, freshData + 1, size_);
+  }
+  VectorLink* const oldLink = link_;
+  T* const oldData = data_;
+  const int oldOffset = alignOffset_;
+  bool wasLast;
+  {
+    const std::lock_guard<detail::SpinLock> guard(oldLink->lock);
+    wasLast = oldLink->DropSharer();
+  }
+  data_ = freshData;
+  alignOffset_ = freshOffset;
+  capacity_ = std::max(size_, 0);
+  link_ = freshLink.release();
+  if (wasLast) {  // the other sharers left while the elements were copied
+    DeleteVec(oldData, oldOffset);
+    delete oldLink;
+  }
+}
+
+template <typename T>
+void NCDataVector<T>::Clear() {
+  if (link_->IsShared()) {
+    auto freshLink = std::make_unique<VectorLink>();
+    VectorLink* const oldLink = link_;
+    bool wasLast;
+    {
+      const std::lock_guard<detail::SpinLock> guard(oldLink->lock);
+      wasLast = oldLink->DropSharer();
+    }
+    if (wasLast) {
+      DeleteVec(data_, alignOffset_);
+      delete oldLink;
+    }
+    link_ = freshLink.release();
+  } else {
+    DeleteVec(data_, alignOffset_);
+  }
+  numMisVal_ = 0;
+  size_ = 0;
+  data_ = nullptr;
+  alignOffset_ = 0;
+}
+
+// Writing elements.
+
+template <typename T>
+int NCDataVector<T>::SetAndReturn_dMisVal(int i, T value) {
+  assert(i >= 1 && i <= size_);
+  Unlink();
+  const int before = data_[i] == detail::kMissing<T> ? 1 : 0;
+  const int after = value == detail::kMissing<T> ? 1 : 0;
+  data_[i] = value;
+  numMisVal_ += after - before;
+  return after - before;
+}
+
+template <typename T>
+NCDataVector<T>& NCDataVector<T>::SetRange(int start, const T* src, int count) {
+  Unlink();
+  for (int i = 0; i < count; ++i) SetAndReturn_dMisVal(start + i, src[i]);
+  return *this;
+}
+
+template <typename T>
+NCDataVector<T>& NCDataVector<T>::SetRange(int start, const NCDataVector& v, int from, int count) {
+  Unlink();
+  for (int i = 0; i < count; ++i) SetAndReturn_dMisVal(start + i, v[from + i]);
+  return *this;
+}
+
+template <typename T>
+void NCDataVector<T>::CopyZeroBasedVector(const T* src, int n) {
+  if (n > capacity_) {
+    SetSize(n);
+  } else {
+    Unlink();
+    // A buffer that was shared has just been replaced by one of exactly `size` elements.
+    if (n > capacity_) {
+      SetSize(n);
+    } else {
+      size_ = n;
+    }
+  }
+  if (n <= 0) {
+    numMisVal_ = 0;
+    return;
+  }
+  assert(data_ != nullptr);
+  MoveElements(src, data_ + 1, n);
+  numMisVal_ = detail::ElementwiseKernels<T>::Current().countMissing(data_ + 1, n);
+}
+
+template <typename T>
+void NCDataVector<T>::CopyVector(const T* src, int n) {
+  CopyZeroBasedVector(src == nullptr ? nullptr : src + 1, n);
+}
+
+template <typename T>
+void NCDataVector<T>::CopyContent(const NCDataVector& v) {
+  if (&v == this) {
+    Unlink();
+    return;
+  }
+  Unlink();
+  SetSize(v.size_);
+  CopyElements(v.begin(), First(), size_);
+  numMisVal_ = v.numMisVal_;
+}
+
+template <typename T>
+void NCDataVector<T>::SetAllValues(T value) {
+  Unlink();
+  const bool missing = value == detail::kMissing<T>;
+  if (missing && numMisVal_ == size_) return;
+  numMisVal_ = missing ? size_ : 0;
+  std::fill_n(First(), size_, value);
+}
+
+// Size.
+
+template <typename T>
+void NCDataVector<T>::SetSize(int n) {
+  if (n == size_) return;
+  Unlink();
+  const int wanted = detail::GrownCapacity(capacity_, n);
+  if (wanted != capacity_) {
+    int offset;
+    T* const fresh = NewVec(wanted, offset);
+    ReplaceBuffer(fresh, offset, wanted);
+  }
+  assert(data_ != nullptr || n == 0);
+  size_ = n;
+  numMisVal_ = n;
+  std::fill_n(First(), n, detail::kMissing<T>);
+}
+
+template <typename T>
+void NCDataVector<T>::Reserve(int n) {
+  if (n <= capacity_) return;
+  Unlink();
+  int offset;
+  T* const fresh = NewVec(n, offset);
+  CopyElements(First(), fresh + 1, size_);
+  ReplaceBuffer(fresh, offset, n);
+}
+
+template <typename T>
+NCDataVector<T>& NCDataVector<T>::Resize(int n, T fill) {
+  if (n < size_) {
+    RemoveValues(n + 1, size_ - n);
+  } else {
+    InsertValues(size_ + 1, n - size_, fill);
+  }
+  return *this;
+}
+
+template <typename T>
+void NCDataVector<T>::UnInitialisedInsert(int pos, int count) {
+  const int wanted = detail::GrownCapacity(capacity_, size_ + count);
+  const int tail = size_ - pos + 1;
+  if (wanted != capacity_) {
+    int offset;
+    T* const fresh = NewVec(wanted, offset);
+    if (data_ != nullptr) {
+      CopyElements(data_ + 1, fresh + 1, pos - 1);
+      CopyElements(data_ + pos, fresh + pos + count, tail);
+    }
+    ReplaceBuffer(fresh, offset, wanted);
+  } else {
+    assert(data_ != nullptr);
+    MoveElements(data_ + pos, data_ + pos + count, tail);
+  }
+  size_ += count;
+}
+
+template <typename T>
+void NCDataVector<T>::InsertValues(int pos, int count, T value) {
+  if (count <= 0) return;
+  Unlink();
+  const int at = std::min(pos, size_ + 1);
+  UnInitialisedInsert(at, count);
+  std::fill_n(data_ + at, count, value);
+  if (value == detail::kMissing<T>) numMisVal_ += count;
+}
+
+template <typename T>
+void NCDataVector<T>::InsertValues(int pos, const NCDataVector& v) {
+  if (v.size_ == 0) return;
+  const NCDataVector source(v);  // keeps the elements alive and unmoved if v is this vector
+  Unlink();
+  const int at = std::min(pos, size_ + 1);
+  UnInitialisedInsert(at, source.size_);
+  CopyElements(source.data_ + 1, data_ + at, source.size_);
+  numMisVal_ += source.numMisVal_;
+}
+
+template <typename T>
+void NCDataVector<T>::push_back(T value) {
+  InsertValues(size_ + 1, 1, detail::kMissing<T>);
+  SetAndReturn_dMisVal(size_, value);
+}
+
+template <typename T>
+void NCDataVector<T>::RemoveValues(int first, int count) {
+  if (count <= 0) return;
+  Unlink();
+  for (int i = first; i < first + count; ++i) {
+    if (data_[i] == detail::kMissing<T>) --numMisVal_;
+  }
+  MoveElements(data_ + first + count, data_ + first, size_ - (first + count) + 1);
+  size_ -= count;
+}
+
+template <typename T>
+void NCDataVector<T>::Remove(T value) {
+  const bool missing = value == detail::kMissing<T>;
+  if (missing && numMisVal_ == 0) return;
+  Unlink();
+  if (missing) numMisVal_ = 0;
+  int kept = 0;
+  for (int i = 1; i <= size_; ++i) {
+    if (data_[i] != value) data_[++kept] = data_[i];
+  }
+  if (missing) {
+    RemoveValues(kept + 1, size_ - kept);
+  } else {
+    size_ = kept;  // what was removed was present, so the count of gaps stays
+  }
+}
+
+template <typename T>
+bool NCDataVector<T>::operator==(const NCDataVector& v) const {
+  if (link_ == v.link_) return true;
+  if (size_ != v.size_) return false;
+  return size_ <= 0 || std::memcmp(data_ + 1, v.data_ + 1, static_cast<std::size_t>(size_) * sizeof(T)) == 0;
+}
+
+template class NCDataVector<float>;
+template class NCDataVector<double>;
+
+}  // namespace voran

@@ -1,0 +1,211 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+
+#include "voran/containers/integral_vector.h"
+#include "voran/containers/vector_link.h"
+#include "voran/export.h"
+
+inline namespace voran {
+
+template <typename T>
+class NCDataMatrix;
+
+/// A vector of float or double elements with 1-based positions, a marker for missing elements and a kept count of them.
+///
+/// The marker is the number -99, tested by equality; a NaN counts as present. Operations skip missing elements as their
+/// comments say; a double result that cannot be formed is -99.0. For float elements a product is rounded to float
+/// before it is added to a double sum; every sum has the same bits on every machine.
+///
+/// Copying shares the buffer and costs a few stores; every mutator takes a buffer of its own first. Positions and
+/// sizes are not checked: a position outside 1..Size(), or operands of different size, are the caller's fault. Memory
+/// that cannot be had goes out as std::bad_alloc.
+///
+/// Threads: vectors that share a buffer may be copied, assigned, written and destroyed from different threads; one and
+/// the same vector object may not.
+template <typename T>
+class VORAN_EXPORT NCDataVector {
+ public:
+  NCDataVector();
+  /// n missing elements.
+  explicit NCDataVector(int n);
+  NCDataVector(int n, T value);
+  NCDataVector(std::initializer_list<T> values);
+  NCDataVector(const NCDataVector& other);
+  NCDataVector& operator=(const NCDataVector& other);
+  ~NCDataVector();
+
+  // Reading elements.
+
+  T operator[](int i) const { return data_[i]; }
+  int Size() const { return size_; }
+  int size() const { return size_; }
+  /// How many elements are missing.
+  int GetNumMisVal() const { return numMisVal_; }
+  /// The base of the 1-based array: the first element is GetVector()[1]. Null for a vector that never held anything.
+  const T* GetVector() const { return data_; }
+  const T* begin() const { return data_ == nullptr ? nullptr : data_ + 1; }
+  const T* end() const { return begin() + size_; }
+  T back() const { return data_[size_]; }
+
+  // Writing elements; the count of missing elements is kept.
+
+  /// Writes element i and returns the value.
+  T operator()(int i, T value) {
+    SetAndReturn_dMisVal(i, value);
+    return value;
+  }
+  /// Writes element i and returns the change of the missing count: +1, -1 or 0.
+  int SetAndReturn_dMisVal(int i, T value);
+  /// Writes `count` values of the 0-based array `src` from position `start` on.
+  NCDataVector& operator()(int start, const T* src, int count) { return SetRange(start, src, count); }
+  NCDataVector& SetRange(int start, const T* src, int count);
+  /// The same from element `from` of `v` on.
+  NCDataVector& operator()(int start, const NCDataVector& v, int from, int count) {
+    return SetRange(start, v, from, count);
+  }
+  NCDataVector& SetRange(int start, const NCDataVector& v, int from, int count);
+  /// Becomes the n values of a 0-based array.
+  void CopyZeroBasedVector(const T* src, int n);
+  /// Becomes the n values src[1]..src[n].
+  void CopyVector(const T* src, int n);
+  /// Becomes a deep copy: the two do not share afterwards.
+  void CopyContent(const NCDataVector& v);
+  void SetAllValues(T value);
+  /// Sets the count alone, unchecked: for code that has written elements through a raw pointer and counted itself.
+  void SetNumMisVal(int n) { numMisVal_ = n; }
+
+  // Size.
+
+  /// No effect if n is the size. Otherwise all elements become missing, whatever they were; the buffer never shrinks.
+  void SetSize(int n);
+  void Reserve(int n);
+  /// Keeps the first elements; new ones at the end get `fill`.
+  NCDataVector& Resize(int n, T fill);
+  void resize(int n, T fill) { Resize(n, fill); }
+  /// Empties the vector. The capacity deliberately keeps its old value while the buffer is gone: a cleared vector may
+  /// be destroyed, assigned to, or grown beyond that capacity, and nothing else (asserted in debug builds).
+  void Clear();
+  /// Positions above the end clamp to the end + 1.
+  void InsertValues(int pos, int count, T value);
+  void InsertValues(int pos, const NCDataVector& v);
+  void push_back(T value);
+  void RemoveValues(int first, int count);
+  /// Removes every element equal to `value`. With the marker the count deliberately ends below zero where markers stand
+  /// in the stale tail: it is zeroed first and then lowered once for each of them.
+  void Remove(T value);
+
+  // Arithmetic. A missing element in an operand gives a missing element.
+
+  NCDataVector operator+(const NCDataVector& v) const;
+  NCDataVector operator-(const NCDataVector& v) const;
+  NCDataVector& operator+=(const NCDataVector& v);
+  NCDataVector& operator-=(const NCDataVector& v);
+  NCDataVector operator*(double d) const;
+  /// Subtracts d; with the marker itself as d, everything becomes missing.
+  NCDataVector operator-(double d) const;
+  NCDataVector& operator*=(double d);
+  /// Subtracts -d, so that `+= 99.0` makes everything missing.
+  NCDataVector& operator+=(double d) { return *this -= -d; }
+  NCDataVector& operator-=(double d);
+  /// Dot product over pairs present, accumulated in the element type; -99 if a vector with gaps leaves no pair.
+  double operator*(const NCDataVector& v) const;
+  /// m.PreMultiply(*this)
+  NCDataVector operator*(const NCDataMatrix<T>& m) const;
+  NCDataVector DotMultiplication(const NCDataVector& b) const;
+  void DotMultiplicationImpl(const NCDataVector& b, NCDataVector& result) const;
+  /// Element-wise quotient; a divisor of exactly 0 gives a missing element.
+  NCDataVector DotDivide(const NCDataVector& b) const;
+  void DotDivideImpl(const NCDataVector& b, NCDataVector& result) const;
+  /// d / x for each element x; zeros are not tested for.
+  NCDataVector VectorDivide(double d) const;
+  void VectorDivideImpl(double d, NCDataVector& result) const;
+  /// this -= d * v. An element missing in v becomes missing here, but the count is not updated: for vectors whose
+  /// pattern of gaps stays.
+  NCDataVector& TransformTo_Sub_d_x_Vt(double d, const NCDataVector& v);
+  NCDataVector& TransformTo_Add_d_x_Vt(double d, const NCDataVector& v) { return TransformTo_Sub_d_x_Vt(-d, v); }
+  void Abs();
+  void Sqrt();
+
+  // Sums of squares and regressions through the origin.
+
+  /// Sum of squares over present elements: -99 if there are none, 0 for an empty vector.
+  double GetSS() const;
+  /// The same of the differences from `about`, formed in double.
+  double GetSS(double about) const;
+  /// Slope of v on this over pairs present: -99 if operands with gaps have no pair; a NaN if this is all zeros.
+  double Regress(const NCDataVector& v) const;
+  /// The same, with the denominator never below a third of the whole sum of squares of this. With few pairs present a
+  /// plain quotient could blow up.
+  double SpecialNipalsRegressFix(const NCDataVector& v) const;
+  /// The same without the positions i where groups[i] equals `excludeValue`.
+  double SpecialNipalsRegressFixWithExclude(const NCDataVector& v, const NCIntegralVector<int, -99>& groups,
+                                            int excludeValue) const;
+  /// Cosine of the angle over pairs present; no mean is removed. Where the product of the sums of squares is next to
+  /// nothing the undivided product is returned. Clamped to -1..1; -99 if there is no pair.
+  double Correlation(const NCDataVector& v) const;
+  /// Relative squared distance over pairs present, sum((this - v)^2) / sum(this^2): -99 if there is no pair or a sum is
+  /// not finite or denormal, 1e30 if this is next to nothing.
+  double Difference(const NCDataVector& v) const;
+  /// Divides the present elements by the norm and returns the norm. Changes nothing if that is -99 (none present) or 0.
+  double Normalise();
+
+  /// Both -99 if no element is present.
+  void GetMinMax(T& min, T& max) const;
+
+  /// Equality of bytes: 0 and -0 differ, a NaN equals itself. Counts play no part.
+  bool operator==(const NCDataVector& v) const;
+  bool operator!=(const NCDataVector& v) const { return !(*this == v); }
+
+  // Sharing and raw buffers.
+
+  /// Takes a buffer of its own if this one is shared.
+  void Unlink() {
+    if (link_->IsShared()) ForceUnlink();
+  }
+  /// The same, for callers that go on to write through a raw pointer.
+  void ForceUnlink();
+  /// The writable base of the 1-based array, shared with nothing. Who writes through it keeps the count right.
+  T* GetWritableVector() {
+    Unlink();
+    return data_;
+  }
+
+ protected:
+  static void Add(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
+  static void Subtract(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
+  static void Subtract(NCDataVector& result, const NCDataVector& a, double d);
+  static void Multiply(NCDataVector& result, const NCDataVector& a, double d);
+
+  /// The sums over V1 (this) and V2 behind every regression: V1'V2, V1'V1 over the pairs present, and V1'V1 over all
+  /// present elements of V1. Positions i with groups[i] equal to `excludeValue` are left out if groups is not null.
+  /// The first two are -99 if operands with gaps have no pair, and 0 if the paired sum of squares is below 1e-30.
+  void Calculate_V1txV2_and_V1txV1(double& v1tv2, double& v1tv1, double& v1tv1All, const NCDataVector& v2,
+                                   const NCIntegralVector<int, -99>* groups, int excludeValue) const;
+
+ private:
+  friend class NCDataMatrix<T>;
+
+  T* First() { return data_ == nullptr ? nullptr : data_ + 1; }
+  /// Room for n elements and the unused one before them, the first on a boundary of 16 bytes; `offset` receives the
+  /// bytes between the allocation and the returned base.
+  T* NewVec(int n, int& offset);
+  static int OffsetOfEveryVec();
+  void DeleteVec(T* p, int offset);
+  /// Opens a gap of unwritten elements; the missing count is untouched.
+  void UnInitialisedInsert(int pos, int count);
+  void ReplaceBuffer(T* fresh, int offset, int newCapacity);
+
+  std::int32_t alignOffset_ = 0;  ///< bytes between the allocation and data_
+  std::int32_t size_ = 0;
+  T* data_ = nullptr;  ///< 1-based: data_[0] is not used
+  detail::VectorLink* link_;
+  std::int32_t numMisVal_ = 0;
+  std::int32_t capacity_ = 0;
+};
+
+extern template class NCDataVector<float>;
+extern template class NCDataVector<double>;
+
+}  // namespace voran

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+
+inline namespace voran {
+namespace detail {
+
+/// Where the kernels of the set in use stand in a table that Highway's HWY_EXPORT made.
+///
+/// May throw (see SimdTarget), so a caller takes its kernel table before it opens a parallel region.
+std::size_t KernelIndex();
+
+/// Calls the function that returns a kernel table for the set in use. A build for one set has tables of one entry.
+template <typename Table, std::size_t N>
+const Table& SelectKernels(const Table& (*const (&getters)[N])()) {
+  if constexpr (N == 1) {
+    return getters[0]();
+  } else {
+    return getters[KernelIndex()]();
+  }
+}
+
+}  // namespace detail
+}  // namespace voran

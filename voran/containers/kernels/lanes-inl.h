@@ -1,0 +1,135 @@
+// Vector helpers of the kernels; compiled once for each set of instructions, so the guard toggles.
+//
+// The rule that they all serve: a product of two elements is rounded to the element type, widened, and added to a
+// double accumulator; element i goes to accumulator i mod 16 whatever the vector width, and the 16 are added as one
+// fixed tree. So a sum has the same bits on every machine.
+
+#include "voran/containers/missing_value.h"
+
+#if defined(VORAN_CONTAINERS_KERNELS_LANES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef VORAN_CONTAINERS_KERNELS_LANES_INL_H_
+#undef VORAN_CONTAINERS_KERNELS_LANES_INL_H_
+#else
+#define VORAN_CONTAINERS_KERNELS_LANES_INL_H_
+#endif
+
+#include <cstddef>
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+inline namespace voran {
+namespace detail {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+constexpr int kAccumulators = 16;
+
+/// Doubles, at most 8 in a vector so that 16 accumulators fill at least two.
+using Wide = hn::CappedTag<double, 8>;
+using WideVec = hn::Vec<Wide>;
+/// As many elements of type T as a Wide vector has doubles. Half-width float vectors widen faster than halves of full
+/// ones.
+template <typename T>
+using Narrow = hn::Rebind<T, Wide>;
+template <typename T>
+using NarrowVec = hn::Vec<Narrow<T>>;
+
+constexpr int kLanes = static_cast<int>(hn::MaxLanes(Wide()));
+constexpr int kVectors = kAccumulators / kLanes;
+
+HWY_INLINE WideVec Widen(NarrowVec<float> v) {
+  return hn::PromoteTo(Wide(), v);
+}
+HWY_INLINE WideVec Widen(WideVec v) {
+  return v;
+}
+
+template <typename T>
+HWY_INLINE auto IsPresent(NarrowVec<T> v) {
+  return hn::Ne(v, hn::Set(Narrow<T>(), kMissing<T>));
+}
+
+/// Loads a whole vector.
+template <typename T>
+struct FullLoad {
+  std::size_t offset;
+
+  HWY_INLINE NarrowVec<T> operator()(const T* p) const { return hn::LoadU(Narrow<T>(), p + offset); }
+  HWY_INLINE WideVec OnlyLoaded(WideVec v) const { return v; }
+};
+
+/// Loads the last `count` elements of an array, fewer than a vector holds, and zeros; touches nothing behind them.
+template <typename T>
+struct TailLoad {
+  std::size_t offset;
+  std::size_t count;
+
+  HWY_INLINE NarrowVec<T> operator()(const T* p) const {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3
+    const Narrow<T> d;
+    return hn::MaskedLoad(hn::FirstN(d, count), d, p + offset);
+#else
+    HWY_ALIGN T tail[kLanes] = {};
+    for (std::size_t i = 0; i < count; ++i) tail[i] = p[offset + i];
+    return hn::Load(Narrow<T>(), tail);
+#endif
+  }
+  HWY_INLINE WideVec OnlyLoaded(WideVec v) const {
+    return hn::IfThenElseZero(hn::FirstN(Wide(), count), v);
+  }
+};
+
+/// The 16 accumulators as one sum: i with i + 8, then i + 4, i + 2, i + 1.
+template <typename A>
+HWY_INLINE A SumTree(const NarrowVec<A>* accumulators) {
+  const Narrow<A> d;
+  NarrowVec<A> v[kVectors];
+  for (int k = 0; k < kVectors; ++k) v[k] = accumulators[k];
+  for (int half = kVectors / 2; half > 0; half /= 2) {
+    for (int k = 0; k < half; ++k) v[k] = hn::Add(v[k], v[k + half]);
+  }
+  HWY_ALIGN A lanes[kLanes];
+  hn::Store(v[0], d, lanes);
+  for (int half = kLanes / 2; half > 0; half /= 2) {
+    for (int i = 0; i < half; ++i) lanes[i] += lanes[i + half];
+  }
+  return lanes[0];
+}
+
+/// Sums `Sums` quantities over n elements. `terms(load, out)` writes the vectors to add, one for each sum; elements
+/// behind the end are loaded as zeros and must add zero.
+template <typename T, typename A, int Sums, class Terms>
+HWY_INLINE void Reduce(const Terms& terms, int n, A* sums) {
+  NarrowVec<A> accumulators[Sums][kVectors];
+  for (int s = 0; s < Sums; ++s) {
+    for (int k = 0; k < kVectors; ++k) accumulators[s][k] = hn::Zero(Narrow<A>());
+  }
+  const auto size = static_cast<std::size_t>(n);
+  std::size_t i = 0;
+  for (; i + kAccumulators <= size; i += kAccumulators) {
+    for (std::size_t k = 0; k < kVectors; ++k) {
+      NarrowVec<A> out[Sums];
+      terms(FullLoad<T>{i + k * kLanes}, out);
+      for (int s = 0; s < Sums; ++s) accumulators[s][k] = hn::Add(accumulators[s][k], out[s]);
+    }
+  }
+  for (std::size_t k = 0; k < kVectors && i < size; ++k, i += kLanes) {
+    NarrowVec<A> out[Sums];
+    if (i + kLanes <= size) {
+      terms(FullLoad<T>{i}, out);
+    } else {
+      terms(TailLoad<T>{i, size - i}, out);
+    }
+    for (int s = 0; s < Sums; ++s) accumulators[s][k] = hn::Add(accumulators[s][k], out[s]);
+  }
+  for (int s = 0; s < Sums; ++s) sums[s] = SumTree<A>(accumulators[s]);
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace detail
+}  // namespace voran
+HWY_AFTER_NAMESPACE();
+
+#endif

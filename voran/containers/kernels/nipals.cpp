@@ -1,0 +1,253 @@
+#include "voran/containers/kernels/nipals.h"
+
+#include "voran/containers/kernels/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "voran/containers/kernels/nipals.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "voran/containers/kernels/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+inline namespace voran {
+namespace detail {
+namespace HWY_NAMESPACE {
+namespace {
+
+/// Rows whose accumulators fit into the registers together, so that p is loaded once for all of them.
+constexpr int kRowsTogether = kLanes == 8 ? 4 : (kLanes == 4 ? 2 : 1);
+/// Rows added to a column accumulator between its load and its store.
+constexpr int kRowsAdded = 4;
+
+template <typename T, int Rows>
+struct RowProductTerms {
+  const T* const* rows;
+  const T* p;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto vp = load(p);
+    for (int r = 0; r < Rows; ++r) out[r] = Widen(hn::Mul(load(rows[r]), vp));
+  }
+};
+
+template <typename T>
+void RowProducts(const T* const* rows, int numRows, const T* p, int n, double* products) {
+  int r = 0;
+  for (; r + kRowsTogether <= numRows; r += kRowsTogether) {
+    Reduce<T, double, kRowsTogether>(RowProductTerms<T, kRowsTogether>{rows + r, p}, n, products + r);
+  }
+  if constexpr (kRowsTogether > 1) {
+    for (; r < numRows; ++r) Reduce<T, double, 1>(RowProductTerms<T, 1>{rows + r, p}, n, products + r);
+  }
+}
+
+template <bool PHasGaps, typename T>
+struct GappedRowTerms {
+  const T* row;
+  const T* p;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto x = load(row);
+    const auto vp = load(p);
+    auto paired = IsPresent<T>(x);
+    if constexpr (PHasGaps) paired = hn::And(paired, IsPresent<T>(vp));
+    out[0] = Widen(hn::IfThenElseZero(paired, hn::Mul(x, vp)));
+    out[1] = Widen(hn::IfThenElseZero(paired, hn::Mul(vp, vp)));
+  }
+};
+
+template <typename T>
+void RowProductsWithGaps(const T* const* rows, int numRows, const T* p, bool pHasGaps, int n, double* products,
+                         double* pairedSquares) {
+  for (int r = 0; r < numRows; ++r) {
+    double sums[2];
+    if (pHasGaps) {
+      Reduce<T, double, 2>(GappedRowTerms<true, T>{rows[r], p}, n, sums);
+    } else {
+      Reduce<T, double, 2>(GappedRowTerms<false, T>{rows[r], p}, n, sums);
+    }
+    products[r] = sums[0];
+    pairedSquares[r] = sums[1];
+  }
+}
+
+template <typename T, int Rows>
+HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t first, std::size_t n, double* sums) {
+  const T* row[Rows];
+  NarrowVec<T> factor[Rows];
+  for (int r = 0; r < Rows; ++r) {
+    row[r] = rows[r] + first;
+    factor[r] = hn::Set(Narrow<T>(), t[r]);
+  }
+  std::size_t j = 0;
+  for (; j + kLanes <= n; j += kLanes) {
+    auto sum = hn::LoadU(Wide(), sums + j);
+    for (int r = 0; r < Rows; ++r) {
+      sum = hn::Add(sum, Widen(hn::Mul(hn::LoadU(Narrow<T>(), row[r] + j), factor[r])));
+    }
+    hn::StoreU(sum, Wide(), sums + j);
+  }
+  for (; j < n; ++j) {
+    for (int r = 0; r < Rows; ++r) {
+      const T product = row[r][j] * t[r];
+      sums[j] += static_cast<double>(product);
+    }
+  }
+}
+
+template <typename T>
+void AddRows(const T* const* rows, const T* t, int numRows, int first, int n, double* sums) {
+  const auto from = static_cast<std::size_t>(first);
+  const auto size = static_cast<std::size_t>(n);
+  int r = 0;
+  for (; r + kRowsAdded <= numRows; r += kRowsAdded) AddRowsTogether<T, kRowsAdded>(rows + r, t + r, from, size, sums);
+  for (; r < numRows; ++r) AddRowsTogether<T, 1>(rows + r, t + r, from, size, sums);
+}
+
+template <typename T, int Rows>
+HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T* weights, std::size_t first,
+                                      std::size_t n, double* sums, double* weightSums) {
+  const T* row[Rows];
+  NarrowVec<T> factor[Rows];
+  NarrowVec<T> weight[Rows];
+  for (int r = 0; r < Rows; ++r) {
+    row[r] = rows[r] + first;
+    factor[r] = hn::Set(Narrow<T>(), t[r]);
+    weight[r] = hn::Set(Narrow<T>(), weights[r]);
+  }
+  std::size_t j = 0;
+  for (; j + kLanes <= n; j += kLanes) {
+    auto sum = hn::LoadU(Wide(), sums + j);
+    auto weightSum = hn::LoadU(Wide(), weightSums + j);
+    for (int r = 0; r < Rows; ++r) {
+      const auto x = hn::LoadU(Narrow<T>(), row[r] + j);
+      const auto present = IsPresent<T>(x);
+      sum = hn::Add(sum, Widen(hn::IfThenElseZero(present, hn::Mul(x, factor[r]))));
+      weightSum = hn::Add(weightSum, Widen(hn::IfThenElseZero(present, weight[r])));
+    }
+    hn::StoreU(sum, Wide(), sums + j);
+    hn::StoreU(weightSum, Wide(), weightSums + j);
+  }
+  for (; j < n; ++j) {
+    for (int r = 0; r < Rows; ++r) {
+      if (row[r][j] == kMissing<T>) continue;
+      const T product = row[r][j] * t[r];
+      sums[j] += static_cast<double>(product);
+      weightSums[j] += static_cast<double>(weights[r]);
+    }
+  }
+}
+
+template <typename T>
+void AddRowsWithGaps(const T* const* rows, const T* t, const T* weights, int numRows, int first, int n, double* sums,
+                     double* weightSums) {
+  const auto from = static_cast<std::size_t>(first);
+  const auto size = static_cast<std::size_t>(n);
+  int r = 0;
+  for (; r + kRowsAdded <= numRows; r += kRowsAdded) {
+    AddGappedRowsTogether<T, kRowsAdded>(rows + r, t + r, weights + r, from, size, sums, weightSums);
+  }
+  for (; r < numRows; ++r) {
+    AddGappedRowsTogether<T, 1>(rows + r, t + r, weights + r, from, size, sums, weightSums);
+  }
+}
+
+template <bool HasGaps, typename T>
+HWY_INLINE void AddSquaresOfRow(const T* row, std::size_t n, double* sums) {
+  std::size_t j = 0;
+  for (; j + kLanes <= n; j += kLanes) {
+    auto x = hn::LoadU(Narrow<T>(), row + j);
+    if constexpr (HasGaps) x = hn::IfThenElseZero(IsPresent<T>(x), x);
+    const auto wide = Widen(x);
+    hn::StoreU(hn::Add(hn::LoadU(Wide(), sums + j), hn::Mul(wide, wide)), Wide(), sums + j);
+  }
+  for (; j < n; ++j) {
+    const auto wide = static_cast<double>(row[j]);
+    if (!HasGaps || row[j] != kMissing<T>) sums[j] += wide * wide;
+  }
+}
+
+template <typename T>
+void AddSquares(const T* const* rows, int numRows, int n, bool hasGaps, double* sums) {
+  for (int r = 0; r < numRows; ++r) {
+    if (hasGaps) {
+      AddSquaresOfRow<true>(rows[r], static_cast<std::size_t>(n), sums);
+    } else {
+      AddSquaresOfRow<false>(rows[r], static_cast<std::size_t>(n), sums);
+    }
+  }
+}
+
+template <bool HasGaps, typename T>
+HWY_INLINE void AddScaledIn(T* row, T f, const T* b, std::size_t n) {
+  const hn::CappedTag<T, kAccumulators> d;  // element by element: full vectors
+  const std::size_t lanes = hn::MaxLanes(d);
+  const auto factor = hn::Set(d, f);
+  std::size_t j = 0;
+  for (; j + lanes <= n; j += lanes) {
+    const auto x = hn::LoadU(d, row + j);
+    auto sum = hn::Add(x, hn::Mul(factor, hn::LoadU(d, b + j)));
+    if constexpr (HasGaps) sum = hn::IfThenElse(hn::Ne(x, hn::Set(d, kMissing<T>)), sum, x);
+    hn::StoreU(sum, d, row + j);
+  }
+  for (; j < n; ++j) {
+    if (HasGaps && row[j] == kMissing<T>) continue;
+    const T product = f * b[j];
+    row[j] += product;
+  }
+}
+
+template <typename T>
+void AddScaled(T* row, T f, const T* b, int n, bool rowHasGaps) {
+  if (rowHasGaps) {
+    AddScaledIn<true>(row, f, b, static_cast<std::size_t>(n));
+  } else {
+    AddScaledIn<false>(row, f, b, static_cast<std::size_t>(n));
+  }
+}
+
+template <typename T>
+const NipalsKernels<T>& Table() {
+  static constexpr NipalsKernels<T> kTable = {RowProducts<T>,     RowProductsWithGaps<T>, AddRows<T>,
+                                              AddRowsWithGaps<T>, AddSquares<T>,          AddScaled<T>};
+  return kTable;
+}
+
+const NipalsKernels<float>& FloatNipals() {
+  return Table<float>();
+}
+const NipalsKernels<double>& DoubleNipals() {
+  return Table<double>();
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace detail
+}  // namespace voran
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+inline namespace voran {
+namespace detail {
+
+HWY_EXPORT(FloatNipals);
+HWY_EXPORT(DoubleNipals);
+
+template <>
+const NipalsKernels<float>& NipalsKernels<float>::Current() {
+  return SelectKernels(HWY_DISPATCH_TABLE(FloatNipals));
+}
+
+template <>
+const NipalsKernels<double>& NipalsKernels<double>::Current() {
+  return SelectKernels(HWY_DISPATCH_TABLE(DoubleNipals));
+}
+
+}  // namespace detail
+}  // namespace voran
+
+#endif  // HWY_ONCE

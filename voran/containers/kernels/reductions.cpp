@@ -1,0 +1,254 @@
+#include "voran/containers/kernels/reductions.h"
+
+#include "voran/containers/kernels/dispatch.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "voran/containers/kernels/reductions.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "voran/containers/kernels/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+inline namespace voran {
+namespace detail {
+namespace HWY_NAMESPACE {
+namespace {
+
+/// v where the element of `a` (and of `b`) is present, else zero; tests only the operands that have gaps.
+template <GapMode Mode, typename T>
+HWY_INLINE NarrowVec<T> KeepPairs(NarrowVec<T> v, NarrowVec<T> a, NarrowVec<T> b) {
+  if constexpr (Mode == kNoGaps) {
+    return v;
+  } else if constexpr (Mode == kFirstHasGaps) {
+    return hn::IfThenElseZero(IsPresent<T>(a), v);
+  } else if constexpr (Mode == kSecondHasGaps) {
+    return hn::IfThenElseZero(IsPresent<T>(b), v);
+  } else {
+    return hn::IfThenElseZero(hn::And(IsPresent<T>(a), IsPresent<T>(b)), v);
+  }
+}
+
+template <typename T>
+struct ProductTerms {
+  const T* a;
+  const T* b;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    out[0] = Widen(hn::Mul(load(a), load(b)));
+  }
+};
+
+template <typename T>
+double SumOfProducts(const T* a, const T* b, int n) {
+  double sum;
+  Reduce<T, double, 1>(ProductTerms<T>{a, b}, n, &sum);
+  return sum;
+}
+
+template <GapMode Mode, typename T>
+struct DotTerms {
+  const T* a;
+  const T* b;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, NarrowVec<T>* out) const {
+    const auto va = load(a);
+    const auto vb = load(b);
+    out[0] = KeepPairs<Mode, T>(hn::Mul(va, vb), va, vb);
+  }
+};
+
+template <GapMode Mode, typename T>
+double DotIn(const T* a, const T* b, int n) {
+  T sum;
+  Reduce<T, T, 1>(DotTerms<Mode, T>{a, b}, n, &sum);
+  return static_cast<double>(sum);
+}
+
+template <typename T>
+double DotProduct(const T* a, const T* b, int n, GapMode mode) {
+  switch (mode) {
+    case kNoGaps:
+      return DotIn<kNoGaps>(a, b, n);
+    case kFirstHasGaps:
+      return DotIn<kFirstHasGaps>(a, b, n);
+    case kSecondHasGaps:
+      return DotIn<kSecondHasGaps>(a, b, n);
+    default:
+      return DotIn<kBothHaveGaps>(a, b, n);
+  }
+}
+
+template <GapMode Mode, typename T>
+struct PairTerms {
+  const T* a;
+  const T* b;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto va = load(a);
+    const auto vb = load(b);
+    const auto square = hn::Mul(va, va);
+    out[0] = Widen(KeepPairs<Mode, T>(hn::Mul(va, vb), va, vb));
+    out[1] = Widen(KeepPairs<Mode, T>(square, va, vb));
+    if constexpr (Mode == kSecondHasGaps) {
+      out[2] = Widen(square);
+    } else if constexpr (Mode == kBothHaveGaps) {
+      out[2] = Widen(KeepPairs<kFirstHasGaps, T>(square, va, vb));
+    }
+  }
+};
+
+template <GapMode Mode, typename T>
+PairSums PairSumsIn(const T* a, const T* b, int n) {
+  constexpr bool kSeparateAll = Mode == kSecondHasGaps || Mode == kBothHaveGaps;
+  double sums[3];
+  Reduce<T, double, kSeparateAll ? 3 : 2>(PairTerms<Mode, T>{a, b}, n, sums);
+  return {sums[0], sums[1], kSeparateAll ? sums[2] : sums[1]};
+}
+
+template <typename T>
+PairSums PairSumsOf(const T* a, const T* b, int n, GapMode mode) {
+  switch (mode) {
+    case kNoGaps:
+      return PairSumsIn<kNoGaps>(a, b, n);
+    case kFirstHasGaps:
+      return PairSumsIn<kFirstHasGaps>(a, b, n);
+    case kSecondHasGaps:
+      return PairSumsIn<kSecondHasGaps>(a, b, n);
+    default:
+      return PairSumsIn<kBothHaveGaps>(a, b, n);
+  }
+}
+
+template <bool HasGaps, typename T>
+struct SquareTerms {
+  const T* a;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto v = load(a);
+    out[0] = Widen(KeepPairs < HasGaps ? kFirstHasGaps : kNoGaps, T > (hn::Mul(v, v), v, v));
+  }
+};
+
+template <typename T>
+double SumOfSquares(const T* a, int n, bool hasGaps) {
+  double sum;
+  if (hasGaps) {
+    Reduce<T, double, 1>(SquareTerms<true, T>{a}, n, &sum);
+  } else {
+    Reduce<T, double, 1>(SquareTerms<false, T>{a}, n, &sum);
+  }
+  return sum;
+}
+
+template <bool HasGaps, typename T>
+struct SquareAboutTerms {
+  const T* a;
+  double about;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto v = load(a);
+    auto difference = hn::Sub(Widen(v), hn::Set(Wide(), about));
+    if constexpr (HasGaps) {
+      // A present element is widened as 1, a gap as 0: a mask of floats has another width than one of doubles.
+      const auto one = hn::IfThenElseZero(IsPresent<T>(v), hn::Set(Narrow<T>(), static_cast<T>(1)));
+      difference = hn::IfThenElseZero(hn::Ne(Widen(one), hn::Zero(Wide())), difference);
+    }
+    out[0] = load.OnlyLoaded(hn::Mul(difference, difference));
+  }
+};
+
+template <typename T>
+double SumOfSquaresAbout(const T* a, double about, int n, bool hasGaps) {
+  double sum;
+  if (hasGaps) {
+    Reduce<T, double, 1>(SquareAboutTerms<true, T>{a, about}, n, &sum);
+  } else {
+    Reduce<T, double, 1>(SquareAboutTerms<false, T>{a, about}, n, &sum);
+  }
+  return sum;
+}
+
+template <GapMode Mode, typename T>
+struct DistanceTerms {
+  const T* a;
+  const T* b;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto va = load(a);
+    const auto vb = load(b);
+    const auto difference = hn::Sub(va, vb);
+    out[0] = Widen(KeepPairs<Mode, T>(hn::Mul(difference, difference), va, vb));
+    out[1] = Widen(KeepPairs<Mode, T>(hn::Mul(va, va), va, vb));
+  }
+};
+
+template <GapMode Mode, typename T>
+DistanceSums DistanceSumsIn(const T* a, const T* b, int n) {
+  double sums[2];
+  Reduce<T, double, 2>(DistanceTerms<Mode, T>{a, b}, n, sums);
+  return {sums[0], sums[1]};
+}
+
+template <typename T>
+DistanceSums DistanceSumsOf(const T* a, const T* b, int n, GapMode mode) {
+  switch (mode) {
+    case kNoGaps:
+      return DistanceSumsIn<kNoGaps>(a, b, n);
+    case kFirstHasGaps:
+      return DistanceSumsIn<kFirstHasGaps>(a, b, n);
+    case kSecondHasGaps:
+      return DistanceSumsIn<kSecondHasGaps>(a, b, n);
+    default:
+      return DistanceSumsIn<kBothHaveGaps>(a, b, n);
+  }
+}
+
+template <typename T>
+const ReductionKernels<T>& Table() {
+  static constexpr ReductionKernels<T> kTable = {SumOfProducts<T>, DotProduct<T>,        PairSumsOf<T>,
+                                                 SumOfSquares<T>,  SumOfSquaresAbout<T>, DistanceSumsOf<T>};
+  return kTable;
+}
+
+const ReductionKernels<float>& FloatReductions() {
+  return Table<float>();
+}
+const ReductionKernels<double>& DoubleReductions() {
+  return Table<double>();
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace detail
+}  // namespace voran
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+inline namespace voran {
+namespace detail {
+
+HWY_EXPORT(FloatReductions);
+HWY_EXPORT(DoubleReductions);
+
+template <>
+const ReductionKernels<float>& ReductionKernels<float>::Current() {
+  return SelectKernels(HWY_DISPATCH_TABLE(FloatReductions));
+}
+
+template <>
+const ReductionKernels<double>& ReductionKernels<double>::Current() {
+  return SelectKernels(HWY_DISPATCH_TABLE(DoubleReductions));
+}
+
+}  // namespace detail
+}  // namespace voran
+
+#endif  // HWY_ONCE

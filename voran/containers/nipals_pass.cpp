@@ -1,0 +1,305 @@
+#include "voran/containers/nipals_pass.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
+#include "voran/containers/regression_sums.h"
+
+inline namespace voran {
+namespace detail {
+
+namespace {
+
+constexpr int kColumnsCombined = 512;
+
+}  // namespace
+
+template <typename T>
+NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
+    : matrix_(matrix),
+      kernels_(NipalsKernels<T>::Current()),
+      numRows_(matrix.SizeRows()),
+      numColumns_(matrix.SizeColumns()),
+      rowsPerBlock_(RowsPerBlock(numRows_, numColumns_)),
+      threads_(ThreadsForMatrix(numRows_, numColumns_)),
+      numBlocks_((numRows_ + rowsPerBlock_ - 1) / rowsPerBlock_),
+      stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),
+      rows_(static_cast<std::size_t>(numRows_)),
+      rowHasGaps_(static_cast<std::size_t>(numRows_)),
+      groupHasGaps_(static_cast<std::size_t>((numRows_ + kGroup - 1) / kGroup)) {
+  for (int i = 0; i < numRows_; ++i) {
+    const auto index = static_cast<std::size_t>(i);
+    const NCDataVector<T>& row = matrix[i + 1];
+    rows_[index] = row.begin();
+    rowHasGaps_[index] = row.GetNumMisVal() != 0 ? 1 : 0;
+    groupHasGaps_[index / kGroup] |= rowHasGaps_[index];
+  }
+}
+
+// Column sums.
+
+template <typename T>
+void NipalsPass<T>::ClearBlock(int block, const ColumnTask& task) {
+  std::fill_n(Sums(block) + task.firstColumn, task.columns, 0.0);
+  if (!weightSums_.empty()) std::fill_n(WeightSums(block) + task.firstColumn, task.columns, 0.0);
+  if (task.withCommonPart) blockWeight_[static_cast<std::size_t>(block)] = 0.0;
+}
+
+template <typename T>
+void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTask& task) {
+  const T* rows[kGroup];
+  T factors[kGroup];
+  T weights[kGroup];
+  int n = 0;
+  for (int i = firstRow; i < firstRow + count; ++i) {
+    const T factor = task.v[i];
+    if (task.skipMissing && factor == kMissing<T>) continue;
+    rows[n] = rows_[static_cast<std::size_t>(i)];
+    factors[n] = factor;
+    weights[n] = task.weight == Weight::kOne ? T{1} : factor * factor;
+    ++n;
+  }
+  double* const sums = Sums(block) + task.firstColumn;
+  if (groupHasGaps_[static_cast<std::size_t>(firstRow / kGroup)] != 0) {
+    kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, sums,
+                             WeightSums(block) + task.firstColumn);
+    return;
+  }
+  kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, sums);
+  if (!task.withCommonPart) return;
+  double& common = blockWeight_[static_cast<std::size_t>(block)];
+  for (int i = 0; i < n; ++i) common += static_cast<double>(weights[i]);
+}
+
+template <typename T>
+void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
+  ClearBlock(block, task);
+  for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
+    AddGroup(block, i, std::min(kGroup, EndRow(block) - i), task);
+  }
+}
+
+template <typename T>
+void NipalsPass<T>::ReserveSums() {
+  if (!totals_.empty() || numColumns_ == 0) return;
+  const std::size_t size = static_cast<std::size_t>(std::max(numBlocks_, 1)) * stride_;
+  sums_.resize(size);
+  totals_.resize(stride_);
+  blockWeight_.resize(static_cast<std::size_t>(numBlocks_));
+  if (matrix_.GetNumMisVal() == 0) return;
+  weightSums_.resize(size);
+  weightTotals_.resize(stride_);
+}
+
+/// Adds the blocks in order.
+template <typename T>
+void NipalsPass<T>::Combine(int firstColumn, int columns) {
+  double* const totals = totals_.data() + firstColumn;
+  std::fill_n(totals, columns, 0.0);
+  for (int b = 0; b < numBlocks_; ++b) {
+    const double* const sums = Sums(b) + firstColumn;
+    for (int j = 0; j < columns; ++j) totals[j] += sums[j];
+  }
+  if (weightTotals_.empty()) return;
+  double* const weightTotals = weightTotals_.data() + firstColumn;
+  std::fill_n(weightTotals, columns, 0.0);
+  for (int b = 0; b < numBlocks_; ++b) {
+    const double* const sums = WeightSums(b) + firstColumn;
+    const double complete = blockWeight_[static_cast<std::size_t>(b)];
+    for (int j = 0; j < columns; ++j) weightTotals[j] += sums[j] + complete;
+  }
+}
+
+template <typename T>
+void NipalsPass<T>::CombineColumns() {
+  completeTotal_ = 0.0;
+  for (const double weight : blockWeight_) completeTotal_ += weight;
+  const int pieces = (numColumns_ + kColumnsCombined - 1) / kColumnsCombined;
+  const FullTeam team;
+  const int threads = std::max(1, std::min(threads_, pieces));
+#pragma omp parallel for schedule(static) num_threads(threads)
+  for (int piece = 0; piece < pieces; ++piece) {
+    const int first = piece * kColumnsCombined;
+    Combine(first, std::min(kColumnsCombined, numColumns_ - first));
+  }
+}
+
+template <typename T>
+void NipalsPass<T>::SumColumns(const NCDataVector<T>& v, Weight weight) {
+  ReserveSums();
+  const ColumnTask task{v.begin(), v.GetNumMisVal() != 0, weight, 0, numColumns_, true};
+  const FullTeam team;
+#pragma omp parallel for schedule(static) num_threads(threads_)
+  for (int block = 0; block < numBlocks_; ++block) SumBlock(block, task);
+  CombineColumns();
+}
+
+template <typename T>
+void NipalsPass<T>::SumColumnRange(const NCDataVector<T>& v, Weight weight, int first, int last, bool withCommonPart) {
+  const ColumnTask task{v.begin(), v.GetNumMisVal() != 0, weight, first - 1, last - first + 1, withCommonPart};
+  for (int block = 0; block < numBlocks_; ++block) SumBlock(block, task);
+}
+
+template <typename T>
+void NipalsPass<T>::SumSquares() {
+  ReserveSums();
+  const ColumnTask task{nullptr, false, Weight::kSquare, 0, numColumns_, true};
+  const FullTeam team;
+#pragma omp parallel for schedule(static) num_threads(threads_)
+  for (int block = 0; block < numBlocks_; ++block) {
+    ClearBlock(block, task);
+    for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
+      const auto row = static_cast<std::size_t>(i);
+      kernels_.addSquares(&rows_[row], std::min(kGroup, EndRow(block) - i), numColumns_,
+                          groupHasGaps_[row / kGroup] != 0, Sums(block));
+    }
+  }
+  CombineColumns();
+}
+
+template <typename T>
+double NipalsPass<T>::ColumnSumOfSquares(int column, double about) const {
+  double total = 0.0;
+  for (int block = 0; block < numBlocks_; ++block) {
+    double sum = 0.0;
+    for (int i = FirstRow(block); i < EndRow(block); ++i) {
+      const T x = rows_[static_cast<std::size_t>(i)][column - 1];
+      if (x == kMissing<T>) continue;
+      const double difference = static_cast<double>(x) - about;
+      sum += difference * difference;
+    }
+    total += sum;
+  }
+  return total;
+}
+
+template <typename T>
+double NipalsPass<T>::Denominator(const NCDataMatrix<T>& matrix, int column, GapMode mode, double ssV,
+                                  double pairedSquares, Floor floor) {
+  if (mode == kNoGaps) return ssV;
+  if (mode == kFirstHasGaps) {
+    if (matrix.GetColumnMisVal(column) == 0) return ssV;
+    if (matrix.GetColumnMisVal(column) == matrix.SizeRows()) return 0.0;
+  }
+  return floor == Floor::kNone ? pairedSquares : std::max(pairedSquares, ssV / 3.0);
+}
+
+template <typename T>
+void NipalsPass<T>::FinishColumns(const NCDataVector<T>& v, Floor floor, const NCIntegralVector<int, -99>* groups,
+                                  int excludeValue, bool countByValue, NCDataVector<T>& result) const {
+  const double ssV = v.GetSS();
+  const GapMode mode = GapModeOf(matrix_.GetNumMisVal(), v.GetNumMisVal());
+  result.SetAllValues(kMissing<T>);
+  T* const elements = result.GetWritableVector();
+  if (mode == kNoGaps && groups == nullptr) {
+    if (!(std::abs(ssV) > kTinySumOfSquares)) return;
+    for (int c = 1; c <= numColumns_; ++c) elements[c] = static_cast<T>(Product(c) / ssV);
+    result.SetNumMisVal(countByValue ? static_cast<int>(std::count(result.begin(), result.end(), kMissing<T>)) : 0);
+    return;
+  }
+  int missing = numColumns_;
+  for (int c = 1; c <= numColumns_; ++c) {
+    if (groups != nullptr && (*groups)[c] == excludeValue) continue;
+    const double denominator = Denominator(matrix_, c, mode, ssV, WeightSum(c), floor);
+    if (!(std::abs(denominator) > kTinySumOfSquares)) continue;
+    elements[c] = static_cast<T>(Product(c) / denominator);
+    if (!countByValue || elements[c] != kMissing<T>) --missing;
+  }
+  result.SetNumMisVal(missing);
+}
+
+// Row regressions.
+
+template <typename T>
+typename NipalsPass<T>::RowRegression NipalsPass<T>::Regression(const NCDataVector<T>& p, Floor floor) const {
+  const bool hasGaps = p.GetNumMisVal() != 0;
+  const double allSquares = ReductionKernels<T>::Current().sumOfSquares(p.begin(), numColumns_, hasGaps);
+  return {p.begin(), allSquares, hasGaps, hasGaps, floor};
+}
+
+template <typename T>
+double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const {
+  const auto index = static_cast<std::size_t>(row);
+  PairSums sums{product, regression.allSquares, regression.allSquares};
+  if (rowHasGaps_[index] != 0) sums.pairedSquares = pairedSquares;
+  const GapMode mode = GapModeOf(regression.pHasOwnGaps ? 1 : 0, rowHasGaps_[index]);
+  const bool anyPair = sums.pairedSquares != 0.0 || AnyPair(regression.p, rows_[index], numColumns_);
+  sums = GuardedSums(sums, anyPair, mode);
+  return regression.floor == Floor::kNone ? Slope(sums) : FixSlope(sums);
+}
+
+template <typename T>
+int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& regression, T* t) const {
+  double products[kGroup];
+  double pairedSquares[kGroup] = {};
+  const auto row = static_cast<std::size_t>(firstRow);
+  if (regression.pHasGaps || groupHasGaps_[row / kGroup] != 0) {
+    kernels_.rowProductsWithGaps(&rows_[row], count, regression.p, regression.pHasGaps, numColumns_, products,
+                                 pairedSquares);
+  } else {
+    kernels_.rowProducts(&rows_[row], count, regression.p, numColumns_, products);
+  }
+  int missing = 0;
+  for (int i = 0; i < count; ++i) {
+    const double slope = RowSlope(firstRow + i, regression, products[i], pairedSquares[i]);
+    t[firstRow + i] = static_cast<T>(slope);
+    if (slope == kNoValue) ++missing;
+  }
+  return missing;
+}
+
+template <typename T>
+void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector<int, -99>* groups, int excludeValue,
+                                Floor floor, NCDataVector<T>& t) {
+  NCDataVector<T> marked(p);
+  if (groups != nullptr) marked = WithoutGroup(p, *groups, excludeValue);
+  RowRegression regression = Regression(marked, floor);
+  regression.pHasOwnGaps = p.GetNumMisVal() != 0;
+  if (numRows_ == 0) return;
+  T* const scores = t.GetWritableVector() + 1;
+  int missing = 0;
+  const FullTeam team;
+#pragma omp parallel for schedule(static) num_threads(threads_) reduction(+ : missing)
+  for (int block = 0; block < numBlocks_; ++block) {
+    for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
+      missing += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, scores);
+    }
+  }
+  t.SetNumMisVal(missing);
+}
+
+template <typename T>
+void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVector<T>& t) {
+  ReserveSums();
+  if (numRows_ == 0) return;
+  const RowRegression regression = Regression(p, Floor::kThirdOfAll);
+  T* const scores = t.GetWritableVector() + 1;
+  int missing = 0;
+  int markers = 0;
+  const ColumnTask task{scores, true, Weight::kSquare, 0, numColumns_, true};
+  const FullTeam team;
+#pragma omp parallel for schedule(static) num_threads(threads_) reduction(+ : missing, markers)
+  for (int block = 0; block < numBlocks_; ++block) {
+    ClearBlock(block, task);
+    for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
+      const int count = std::min(kGroup, EndRow(block) - i);
+      missing += RegressGroup(i, count, regression, scores);
+      markers += static_cast<int>(std::count(scores + i, scores + i + count, kMissing<T>));
+      AddGroup(block, i, count, task);
+    }
+  }
+  t.SetNumMisVal(missing);
+  if (missing == 0 && markers != 0) {
+    SumColumns(t);  // a present score has been rounded to the marker and was left out
+  } else {
+    CombineColumns();
+  }
+}
+
+template class NipalsPass<float>;
+template class NipalsPass<double>;
+
+}  // namespace detail
+}  // namespace voran

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include "voran/containers/data_matrix.h"
+#include "voran/containers/kernels/nipals.h"
+#include "voran/containers/missing_value.h"
+
+inline namespace voran {
+namespace detail {
+
+/// The readings of a matrix that make up a NIPALS round.
+///
+/// A round regresses every row on a loading p and every column on the score t that results. The score of a row is known
+/// as soon as that row has been read, so RegressRowsAndSumColumns() adds the row's share to the column sums while it is
+/// still in the cache: one reading of the matrix in place of two, and the same numbers.
+///
+/// Rows are worked through in fixed blocks whose column sums are added in order, and a block in fixed groups of rows.
+/// The division depends on the size of the matrix alone, so results do not depend on the number of threads. Scratch
+/// memory is one or two rows of doubles for each block (at least 64 rows).
+///
+/// Holds pointers into the matrix: it must stay alive and unchanged. One thread calls; several work.
+template <typename T>
+class NipalsPass {
+ public:
+  explicit NipalsPass(const NCDataMatrix<T>& matrix);
+
+  /// What column sums are weighed with where the matrix has gaps: the squares of v, or 1 to count the pairs.
+  enum class Weight { kSquare, kOne };
+
+  /// The floor under a denominator whose pairs are partly missing.
+  enum class Floor { kNone, kThirdOfAll };
+
+  /// t[i] = regression of row i on p. Columns of the excluded group play no part if `groups` is not null. A slope of
+  /// exactly -99.0 counts as missing. t has as many elements as the matrix has rows and comes out unshared.
+  void RegressRows(const NCDataVector<T>& p, const NCIntegralVector<int, -99>* groups, int excludeValue, Floor floor,
+                   NCDataVector<T>& t);
+
+  /// RegressRows() with the floor and SumColumns(t) in one reading.
+  void RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVector<T>& t);
+
+  /// Sums of v[i] * x[i][j] over pairs present, for every column j: then Product() and WeightSum() hold.
+  void SumColumns(const NCDataVector<T>& v, Weight weight = Weight::kSquare);
+  /// The same for columns first..last, by the calling thread alone. Other threads may work on other columns; one of
+  /// them sums what all columns have in common.
+  void SumColumnRange(const NCDataVector<T>& v, Weight weight, int first, int last, bool withCommonPart);
+  /// To be called before SumColumnRange(), and CombineColumns() after all its calls.
+  void ReserveSums();
+  void CombineColumns();
+  /// Sums of squares of the present elements of every column: then Product() holds.
+  void SumSquares();
+  /// Sum of squared differences from `about` over the present elements of one column, formed in double; the same bits
+  /// as from SumSquares() for an `about` of 0.
+  double ColumnSumOfSquares(int column, double about) const;
+
+  double Product(int column) const { return totals_[Index(column)]; }
+  double WeightSum(int column) const { return weightTotals_.empty() ? completeTotal_ : weightTotals_[Index(column)]; }
+
+  /// The regression of every column on the v of the last sums; a column of the excluded group stays missing. `result`
+  /// has as many elements as the matrix has columns. With `countByValue` a result that happens to be the marker counts
+  /// as missing.
+  void FinishColumns(const NCDataVector<T>& v, Floor floor, const NCIntegralVector<int, -99>* groups, int excludeValue,
+                     bool countByValue, NCDataVector<T>& result) const;
+
+  /// The denominator of column c for sums with gap mode `mode`, or a value that is not above 1e-30 where the result is
+  /// to be missing. `ssV` is v.GetSS().
+  static double Denominator(const NCDataMatrix<T>& matrix, int column, GapMode mode, double ssV, double pairedSquares,
+                            Floor floor);
+
+ private:
+  /// Rows whose scores are formed together and then added together. Whether a group is tested for gaps is decided once.
+  static constexpr int kGroup = 8;
+
+  struct RowRegression {
+    const T* p;
+    double allSquares;
+    bool pHasGaps;
+    bool pHasOwnGaps;  // not on account of an excluded group
+    Floor floor;
+  };
+
+  static std::size_t Index(int column) { return static_cast<std::size_t>(column - 1); }
+  int FirstRow(int block) const { return block * rowsPerBlock_; }
+  int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + rowsPerBlock_); }
+  double* Sums(int block) { return sums_.data() + static_cast<std::size_t>(block) * stride_; }
+  double* WeightSums(int block) { return weightSums_.data() + static_cast<std::size_t>(block) * stride_; }
+
+  /// What is to be summed, of which columns.
+  struct ColumnTask {
+    const T* v;
+    bool skipMissing;
+    Weight weight;
+    int firstColumn;  // 0-based
+    int columns;
+    bool withCommonPart;
+  };
+
+  void ClearBlock(int block, const ColumnTask& task);
+  void SumBlock(int block, const ColumnTask& task);
+  void AddGroup(int block, int firstRow, int count, const ColumnTask& task);
+  /// Writes the scores of a group of rows to t and returns how many are missing.
+  int RegressGroup(int firstRow, int count, const RowRegression& regression, T* t) const;
+  double RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const;
+  RowRegression Regression(const NCDataVector<T>& p, Floor floor) const;
+  void Combine(int firstColumn, int columns);
+
+  const NCDataMatrix<T>& matrix_;
+  const NipalsKernels<T>& kernels_;
+  int numRows_;
+  int numColumns_;
+  int rowsPerBlock_;
+  int threads_;
+  int numBlocks_;
+  std::size_t stride_;
+  std::vector<const T*> rows_;  // 0-based rows, 0-based elements
+  std::vector<char> rowHasGaps_;
+  std::vector<char> groupHasGaps_;   // one for each kGroup rows
+  std::vector<double> sums_;         // block by block, a row of stride_ each
+  std::vector<double> weightSums_;   // the same for rows in groups with gaps; empty if the matrix has none
+  std::vector<double> blockWeight_;  // by block: the weight of rows in groups without gaps, the same for every column
+  std::vector<double> totals_;
+  std::vector<double> weightTotals_;
+  double completeTotal_ = 0.0;
+};
+
+}  // namespace detail
+}  // namespace voran
