@@ -1,0 +1,75 @@
+#include "tests/containers/failing_allocation.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+#if defined(__SANITIZE_THREAD__)
+#define THREAD_SANITIZER_IS_ON 1
+#elif defined(__has_feature)
+#define THREAD_SANITIZER_IS_ON __has_feature(thread_sanitizer)
+#else
+#define THREAD_SANITIZER_IS_ON 0
+#endif
+
+namespace {
+
+constexpr bool kIsAvailable = !THREAD_SANITIZER_IS_ON;
+thread_local int allocationsUntilFailure = 0;  // 0: none fails
+
+[[maybe_unused]] void* TryAllocate(std::size_t size) noexcept {
+  if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) return nullptr;
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+[[maybe_unused]] void* Allocate(std::size_t size) {
+  void* const memory = TryAllocate(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+}  // namespace
+
+bool FailingAllocation::IsAvailable() {
+  return kIsAvailable;
+}
+FailingAllocation::FailingAllocation(int k) {
+  allocationsUntilFailure = k;
+}
+FailingAllocation::~FailingAllocation() {
+  allocationsUntilFailure = 0;
+}
+
+#if !THREAD_SANITIZER_IS_ON
+// All forms, since the runtime of a sanitizer brings its own, and each must meet its like.
+void* operator new(std::size_t size) {
+  return Allocate(size);
+}
+void* operator new[](std::size_t size) {
+  return Allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return TryAllocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return TryAllocate(size);
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+  std::free(memory);
+}
+#endif

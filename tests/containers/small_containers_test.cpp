@@ -1,0 +1,153 @@
+#include <limits>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "voran/containers/bool_vector.h"
+#include "voran/containers/index_lookup.h"
+#include "voran/containers/int_pool.h"
+#include "voran/containers/mat_utilities.h"
+#include "voran/containers/n_dimensional_matrix.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using IntVector = NCIntegralVector<int, -99>;
+using UnsignedVector = NCIntegralVector<unsigned long, 0>;
+
+TEST(BoolVector, SharesAndUnlinksAsItsBase) {
+  BoolVector flags(3, true);
+  const BoolVector copy = flags;
+  flags(2, false);
+  EXPECT_THAT(flags, ElementsAre(true, false, true));
+  EXPECT_THAT(copy, ElementsAre(true, true, true));
+  EXPECT_LT(flags, copy);
+}
+
+TEST(IndexLookup, TheFirstOfEqualEntriesIsTaken) {
+  const unsigned long wanted[] = {30, 10, 99, 10, 0};
+  const unsigned long list[] = {10, 20, 10, 30, 30};
+  EXPECT_THAT(GetIndexLookupVector(UnsignedVector(wanted, 5), UnsignedVector(list, 5)), ElementsAre(4, 1, -1, 1, -1));
+  EXPECT_THAT(GetIndexLookupVector(UnsignedVector(wanted, 2), UnsignedVector()), ElementsAre(-1, -1));
+}
+
+TEST(IntPool, ThreadsNeverShareACell) {
+  constexpr int kThreads = 3;
+  constexpr int kCells = 20000;  // above one block of 16384
+  std::vector<std::vector<int*>> cells(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([t, &own = cells[static_cast<std::size_t>(t)]] {
+      for (int i = 0; i < kCells; ++i) {
+        own.push_back(IntPool::GetInt());
+        *own.back() = t;
+        if (i % 3 == 2) {
+          IntPool::ReleaseInt(own[own.size() / 2]);
+          own.erase(own.begin() + static_cast<std::ptrdiff_t>(own.size() / 2));
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+
+  std::set<int*> distinct;
+  std::size_t total = 0;
+  for (int t = 0; t < kThreads; ++t) {
+    const auto& own = cells[static_cast<std::size_t>(t)];
+    for (int* cell : own) ASSERT_EQ(*cell, t);
+    distinct.insert(own.begin(), own.end());
+    total += own.size();
+  }
+  EXPECT_EQ(distinct.size(), total);
+  for (int* cell : distinct) IntPool::ReleaseInt(cell);
+  EXPECT_EQ(IntPool::GetInt(), *distinct.rbegin()) << "the cell that was released last comes first";
+}
+
+TEST(NDimensionalMatrix, EveryIndexHasACellOfItsOwn) {
+  NDimensionalMatrix<int> m({2, 3, 4}, -1, 0);
+  const NDimensionalMatrix<int> sharing = m;
+  int next = 0;
+  for (int pass = 0; pass < 2; ++pass) {
+    int expected = 0;
+    for (int i = 1; i <= 2; ++i) {
+      for (int j = 1; j <= 3; ++j) {
+        for (int k = 1; k <= 4; ++k) {
+          if (pass == 0) {
+            EXPECT_EQ(m.Get({i, j, k}, -1), -1);
+            m.Set({i, j, k}, next++, -1);
+          } else {
+            EXPECT_EQ(sharing.Get({i, j, k, 77}, 3), expected++);
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST(NDimensionalMatrix, DepthAndIndexMustMeetTheDimensions) {
+  using Matrix = NDimensionalMatrix<int>;
+  Matrix m({2, 3, 4}, 0, 2);
+  m.Set({2, 3}, 5, -1);
+  EXPECT_EQ(m.Get({2, 3}, 2), 5);
+  const std::vector<void (*)(Matrix&)> misuses = {
+      [](Matrix&) { Matrix({2, 3}, 0, 3); },      [](Matrix&) { Matrix({}, 0, 0); },
+      [](Matrix& x) { x.Get({1}, -1); },          [](Matrix& x) { x.Get({1, 1}, 1); },
+      [](Matrix& x) { x.Get({1, 1}, 0); },        [](Matrix& x) { x.Get({1, 1}, 3); },
+      [](Matrix& x) { x.Set({1, 1, 1}, 0, -1); },
+  };
+  for (std::size_t i = 0; i < misuses.size(); ++i) {
+    try {
+      misuses[i](m);
+      ADD_FAILURE() << "misuse " << i << " passed";
+    } catch (const Exception& e) {
+      EXPECT_STREQ(e.what(), "Matrix size mismatch");
+    }
+  }
+}
+
+TEST(MatUtilities, ConstantSlopeIsDecidedByTheStepsSpread) {
+  struct Case {
+    std::vector<float> v;
+    bool constant;
+  };
+  const Case cases[] = {
+      {{}, false},
+      {{1}, false},                  // no step: -99 / (-99 - 99)
+      {{5, 4}, false},               // one step has no deviation: 1 / (-99 + 1)
+      {{5, 4, 3, 2}, true},          // 1 / (0 + 1)
+      {{2, 3, 4, 5}, true},          // -1 / (0 - 1)
+      {{7, 7, 7}, false},            // 0 / 0
+      {{400, 300, 200, 101}, true},  // spread 0.577 on a mean step of 99.67
+      {{400, 300, 200, 98}, false},  // spread 1.155 on a mean step of 100.67: 0.9887
+      {{0, 99, 198}, false},         // steps of -99 are missing
+      {{0, 99, 98, 97}, true},       // and are left out of the statistics
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(NCMatUtilities::HasVectorConstantSlope(c.v), c.constant) << ::testing::PrintToString(c.v);
+}
+
+TEST(MatUtilities, ComplementIsWhatTheListLeavesOut) {
+  struct Case {
+    std::vector<int> list;
+    int from, to;
+    std::vector<int> complement;
+  };
+  constexpr int kMax = std::numeric_limits<int>::max();
+  const Case cases[] = {
+      {{}, 1, 3, {1, 2, 3}}, {{2}, 1, 3, {1, 3}},
+      {{1, 2, 3}, 1, 3, {}}, {{-4, 0, 3, 3, 9}, 2, 5, {2, 4, 5}},
+      {{1}, 3, 2, {}},       {{kMax - 1}, kMax - 2, kMax, {kMax - 2, kMax}},
+  };
+  for (const Case& c : cases) {
+    const IntVector list(c.list.data(), static_cast<int>(c.list.size()));
+    const std::unique_ptr<IntVector> complement(NCMatUtilities::ComplementVector(&list, c.from, c.to));
+    EXPECT_THAT(*complement, ::testing::ElementsAreArray(c.complement));
+  }
+}
+
+}  // namespace

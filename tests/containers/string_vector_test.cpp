@@ -1,0 +1,212 @@
+#include "voran/containers/string_vector.h"
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using Strings = std::vector<std::string>;
+
+struct Mutator {
+  std::string name;
+  void (*mutate)(NCStringVector&);
+  Strings result;
+};
+
+const Strings& Sample() {
+  static const Strings kSample = {"b", "A", "c", "a", "b"};
+  return kSample;
+}
+
+const std::vector<Mutator>& Mutators() {
+  using V = NCStringVector;
+  static const std::vector<Mutator> kMutators = {
+      {"set", [](V& v) { EXPECT_EQ(v(2, "x"), "x"); }, {"b", "x", "c", "a", "b"}},
+      {"set to its own element", [](V& v) { v(2, v[3]); }, {"b", "c", "c", "a", "b"}},
+      {"assign", [](V& v) { v = V(Strings{"x"}); }, {"x"}},
+      {"insert one", [](V& v) { v.InsertStrings(1); }, {"", "b", "A", "c", "a", "b"}},
+      {"insert two", [](V& v) { v.InsertStrings(3, 2); }, {"b", "A", "", "", "c", "a", "b"}},
+      {"insert far behind", [](V& v) { v.InsertStrings(99, 1, v[3]); }, {"b", "A", "c", "a", "b", "c"}},
+      {"remove", [](V& v) { v.RemoveStrings(2, 3); }, {"b", "b"}},
+      {"remove none", [](V& v) { v.RemoveStrings(2, 0); }, Sample()},
+      {"remove by its own element", [](V& v) { EXPECT_EQ(v.RemoveString(v[1], true), 2); }, {"A", "c", "a"}},
+      {"remove by name, any case", [](V& v) { EXPECT_EQ(v.RemoveString("A", false), 2); }, {"b", "c", "b"}},
+      {"concat itself", [](V& v) { v.Concat(v); }, {"b", "A", "c", "a", "b", "b", "A", "c", "a", "b"}},
+      {"push back", [](V& v) { v.push_back("x"); }, {"b", "A", "c", "a", "b", "x"}},
+      {"reserve", [](V& v) { v.Reserve(50); }, Sample()},
+      {"clear", [](V& v) { v.Clear(); }, {}},
+      {"convert to",
+       [](V& v) {
+         V::Convert({"x", "y"}, v);
+       },
+       {"x", "y"}},
+      {"sort", [](V& v) { v.Sort(true, true, false); }, {"A", "a", "b", "b", "c"}},
+      {"sort down", [](V& v) { v.Sort(false, true, false); }, {"c", "b", "b", "a", "A"}},
+      {"sorted insert",
+       [](V& v) {
+         (v = V(Strings{"a", "c"})).SortedInsert("b", true, true);
+       },
+       {"a", "b", "c"}},
+      {"sorted insert at the end",
+       [](V& v) {
+         (v = V(Strings{"c", "b"})).SortedInsert("A", false, false);
+       },
+       {"c", "b", "A"}},
+  };
+  return kMutators;
+}
+
+TEST(StringVector, MutatorsActOnTheirOwnVectorOnly) {
+  for (const auto& [name, mutate, result] : Mutators()) {
+    SCOPED_TRACE(name);
+    NCStringVector original(Sample());
+    NCStringVector copy = original;
+    ASSERT_EQ(&copy.GetVector(), &original.GetVector());
+    mutate(copy);
+    EXPECT_EQ(copy.GetVector(), result);
+    EXPECT_EQ(original.GetVector(), Sample());
+
+    copy = original;
+    mutate(original);
+    EXPECT_EQ(original.GetVector(), result);
+    EXPECT_EQ(copy.GetVector(), Sample());
+
+    NCStringVector alone(Sample());
+    mutate(alone);
+    EXPECT_EQ(alone.GetVector(), result);
+  }
+}
+
+TEST(StringVector, AMovedFromOrClearedVectorIsAnEmptyOne) {
+  NCStringVector source(Sample());
+  const NCStringVector target = std::move(source);
+  EXPECT_EQ(target.GetVector(), Sample());
+  EXPECT_TRUE(source.empty());  // NOLINT(bugprone-use-after-move)
+  EXPECT_EQ(source, NCStringVector());
+  EXPECT_EQ(source, NCStringVector(0));
+  EXPECT_EQ(source.FindString("a", true, 1), 0);
+  source.Sort(true, true, true);
+  source.push_back("x");
+  EXPECT_THAT(source, ElementsAre("x"));
+  EXPECT_THAT(NCStringVector(2), ElementsAre("", ""));
+}
+
+TEST(StringVector, EqualityIsOfBytes) {
+  EXPECT_EQ(NCStringVector(Sample()), NCStringVector(Sample()));
+  EXPECT_NE(NCStringVector(Strings{"a"}), NCStringVector(Strings{"A"}));
+  EXPECT_NE(NCStringVector(Strings{"a"}), NCStringVector(Strings{"a", ""}));
+}
+
+TEST(StringVector, FindsFromAStartAndTellsNotFoundByZero) {
+  const NCStringVector v(Sample());
+  EXPECT_EQ(v.FindString("b", true, 1), 1);
+  EXPECT_EQ(v.FindString(std::string("b"), true, 2), 5);
+  EXPECT_EQ(v.FindString("a", true, 1), 4);
+  EXPECT_EQ(v.FindString("a", false, 1), 2);
+  EXPECT_EQ(v.FindString("A", true, 3), 0);
+  EXPECT_EQ(v.FindString("b", true, 6), 0);
+}
+
+TEST(StringVector, SearchesSortedVectorsOfEitherDirection) {
+  const NCStringVector up(Strings{"a", "b", "b", "d"});
+  const NCStringVector down(Strings{"D", "B", "b", "A"});
+  struct Case {
+    const NCStringVector* v;
+    const char* s;
+    bool ascending, caseSensitive;
+    int position, found;
+  };
+  const Case cases[] = {
+      {&up, "", true, true, 1, 0},      {&up, "b", true, true, 2, 2},     {&up, "c", true, true, 4, 0},
+      {&up, "d", true, true, 4, 4},     {&up, "e", true, true, 0, 0},     {&up, "B", true, false, 2, 2},
+      {&up, "B", true, true, 1, 0},     {&down, "e", false, false, 1, 0}, {&down, "b", false, false, 2, 2},
+      {&down, "c", false, false, 2, 0}, {&down, "a", false, false, 4, 4}, {&down, "", false, false, 0, 0},
+  };
+  for (const Case& c : cases) {
+    EXPECT_EQ(c.v->SortedStringPos(c.s, c.ascending, c.caseSensitive), c.position) << c.s << ' ' << c.ascending;
+    EXPECT_EQ(c.v->FindSortedString(c.s, c.ascending, c.caseSensitive), c.found) << c.s << ' ' << c.ascending;
+  }
+}
+
+TEST(StringVector, SortsNumbersAsNumbersAndTheRestAsStrings) {
+  struct Case {
+    Strings before;
+    bool ascending, caseSensitive;
+    Strings after;
+  };
+  const Case cases[] = {
+      {{"10", "9", "a"}, true, true, {"9", "10", "a"}},
+      {{"10", "9", "a"}, false, true, {"a", "10", "9"}},
+      {{"1e2", "-5", "+7.5", "0"}, true, true, {"-5", "0", "+7.5", "1e2"}},
+      {{"b", "C", "A"}, true, false, {"A", "b", "C"}},
+      {{"b", "C", "A"}, true, true, {"A", "C", "b"}},
+  };
+  for (const Case& c : cases) {
+    NCStringVector v(c.before);
+    v.Sort(c.ascending, c.caseSensitive, true);
+    EXPECT_EQ(v.GetVector(), c.after);
+  }
+}
+
+TEST(StringVector, ANumericSortOfWordsAndNumbersLosesNoString) {
+  Strings strings;
+  for (int i = 0; i < 1000; ++i) strings.push_back(std::to_string(i * 7919 % 1000) + (i % 3 == 0 ? "x" : ""));
+  NCStringVector v(strings);
+  v.Sort(true, true, true);
+  EXPECT_THAT(v.GetVector(), ::testing::UnorderedElementsAreArray(strings));
+}
+
+TEST(StringVector, OriginalIndexBreaksTiesInTheDirectionOfTheSort) {
+  const NCStringVector source(Sample());
+  std::vector<int> index = {42};
+  NCStringVector v = source;
+  v.SortWithOriginalIndex(true, false, index);
+  EXPECT_THAT(v, ElementsAre("A", "a", "b", "b", "c"));
+  EXPECT_THAT(index, ElementsAre(2, 4, 1, 5, 3));
+  v = source;
+  v.SortWithOriginalIndex(false, false, index);
+  EXPECT_THAT(v, ElementsAre("c", "b", "b", "a", "A"));
+  EXPECT_THAT(index, ElementsAre(3, 5, 1, 4, 2));
+}
+
+TEST(StringVector, ALongSortIsAStableOne) {
+  constexpr int kSize = 777;  // no power of two, so that the last runs are short
+  Strings strings;
+  for (int i = 0; i < kSize; ++i) strings.push_back(std::to_string(100 + i * 31 % 97));
+  NCStringVector v(strings);
+  std::vector<int> index;
+  v.SortWithOriginalIndex(true, true, index);
+
+  Strings sorted = strings;
+  std::stable_sort(sorted.begin(), sorted.end());
+  EXPECT_EQ(v.GetVector(), sorted);
+  for (std::size_t i = 0; i < index.size(); ++i) EXPECT_EQ(strings[static_cast<std::size_t>(index[i] - 1)], sorted[i]);
+  for (std::size_t i = 1; i < index.size(); ++i) {
+    if (sorted[i] == sorted[i - 1]) {
+      EXPECT_LT(index[i - 1], index[i]);
+    }
+  }
+}
+
+TEST(StringVector, ThreadsMayCopyReadAndDropWhileAnotherHandleIsWritten) {
+  for (int round = 0; round < 100; ++round) {
+    NCStringVector v(Sample());
+    bool same = false;
+    std::thread reader([copy = v, &same]() mutable {
+      same = copy.GetVector() == Sample();
+      copy.Clear();
+    });
+    for (int i = 1; i <= v.Size(); ++i) v(i, "x");
+    reader.join();
+    EXPECT_TRUE(same);
+  }
+}
+
+}  // namespace
