@@ -188,6 +188,7 @@ TEST(Errors, CopiesKeepLevelAndMessage) {
   }
   EXPECT_EQ(target.GetLevel(), NCError::Level::kZeroCorrelation);
   EXPECT_STREQ(NCError(target).what(), "gone");
+  EXPECT_EQ(NCError(ExceptionMessageList(), NCError::Level::kCancel).GetLevel(), NCError::Level{0});
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ using NCMultiThreading::ThreadingControl;
 
 class Threading : public testing::Test {
  protected:
-  ~Threading() override { ThreadingControl::Reset(); }
+  void TearDown() override { ThreadingControl::Reset(); }
 
   static void ExpectStartState() {
     EXPECT_EQ(ThreadingControl::GetNumberOfProcessors(), omp_get_num_procs());
@@ -41,7 +41,7 @@ TEST_F(Threading, SwitchingOnRestoresTheStoredWidth) {
   EXPECT_EQ(omp_get_max_threads(), 3);
   ThreadingControl::SetNumberOfProcessors(0);
   ThreadingControl::SetThreadingIsOn(true);
-  EXPECT_EQ(omp_get_max_threads(), 1);
+  EXPECT_EQ(detail::ParallelWidth(), 1);
 }
 
 TEST_F(Threading, WidthHoldsForOtherThreadsToo) {

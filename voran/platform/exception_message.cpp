@@ -124,24 +124,21 @@ ExceptionMessage& ExceptionMessage::operator%(double value) {
 std::string ExceptionMessage::GetText() const {
   std::string result;
   std::string_view rest = text_;
-  while (!rest.empty()) {
-    const std::size_t open = std::min(rest.find('{'), rest.size());
+  for (std::size_t open = rest.find('{'); open != std::string_view::npos; open = rest.find('{')) {
     result += rest.substr(0, open);
-    rest.remove_prefix(open);
-    if (rest.empty()) break;
-    const std::size_t close = rest.find_first_of("{}", 1);
+    rest.remove_prefix(open + 1);
+    const std::size_t close = rest.find('}');
     std::optional<Placeholder> placeholder;
-    if (close != std::string_view::npos && rest[close] == '}')
-      placeholder = ParsePlaceholder(rest.substr(1, close - 1));
+    if (close != std::string_view::npos) placeholder = ParsePlaceholder(rest.substr(0, close));
     if (placeholder && placeholder->index < arguments_.size()) {
       result += std::visit([&](const auto& value) { return FormatArgument(value, *placeholder); },
                            arguments_[placeholder->index]);
       rest.remove_prefix(close + 1);
     } else {
-      result += rest.front();
-      rest.remove_prefix(1);
+      result += '{';
     }
   }
+  result += rest;
   return result;
 }
 
