@@ -10,7 +10,7 @@
 inline namespace voran {
 
 template <typename T>
-class VORAN_EXPORT NCDataMatrix;
+class NCDataMatrix;
 
 namespace NCMatUtilities {
 
