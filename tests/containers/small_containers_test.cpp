@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "voran/containers/bool_vector.h"
+#include "voran/containers/data_matrix.h"
 #include "voran/containers/index_lookup.h"
 #include "voran/containers/int_pool.h"
 #include "voran/containers/mat_utilities.h"
@@ -108,6 +109,20 @@ TEST(NDimensionalMatrix, DepthAndIndexMustMeetTheDimensions) {
       EXPECT_STREQ(e.what(), "Matrix size mismatch");
     }
   }
+}
+
+TEST(MatUtilities, ShowMatrixCallsWhatIsSetAtTheMoment) {
+  const NCDataMatrix<float> shown(2, 2, 1.0F);
+  std::vector<std::string> titles;
+  NCMatUtilities::ShowMatrix(shown, "before");
+  NCMatUtilities::SetShowMatrixCallback([&](const NCDataMatrix<float>& m, const char* title) {
+    EXPECT_EQ(&m, &shown);
+    titles.emplace_back(title);
+    NCMatUtilities::SetShowMatrixCallback({});
+  });
+  NCMatUtilities::ShowMatrix(shown, "during");
+  NCMatUtilities::ShowMatrix(shown, "after");
+  EXPECT_THAT(titles, ElementsAre("during"));
 }
 
 TEST(MatUtilities, ConstantSlopeIsDecidedByTheStepsSpread) {

@@ -3,14 +3,12 @@
 #include <cstdint>
 #include <initializer_list>
 
+#include "voran/containers/data_matrix_fwd.h"
 #include "voran/containers/integral_vector.h"
 #include "voran/containers/vector_link.h"
 #include "voran/export.h"
 
 inline namespace voran {
-
-template <typename T>
-class NCDataMatrix;
 
 /// A vector of float or double elements with 1-based positions, a marker for missing elements and a kept count of them.
 ///

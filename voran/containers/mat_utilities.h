@@ -4,13 +4,11 @@
 
 #include <boost/function.hpp>
 
+#include "voran/containers/data_matrix_fwd.h"
 #include "voran/containers/integral_vector.h"
 #include "voran/export.h"
 
 inline namespace voran {
-
-template <typename T>
-class NCDataMatrix;
 
 namespace NCMatUtilities {
 
