@@ -1,0 +1,120 @@
+#include "tools/voran/common_options.h"
+
+#include <cstdio>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "tools/voran/table_reader.h"
+#include "tools/voran/terminal.h"
+#include "voran/platform/threading_control.h"
+
+namespace tool {
+namespace {
+
+using NCMultiThreading::ThreadingControl;
+
+constexpr const char* kTableGroup = "Table";
+constexpr const char* kOutputGroup = "Output";
+constexpr int kMostThreads = 1024;
+
+const std::map<std::string, Scaling> kScalings = {{"uv", Scaling::kUnitVariance},
+                                                  {"pareto", Scaling::kPareto},
+                                                  {"center", Scaling::kCentre},
+                                                  {"none", Scaling::kNone}};
+
+CLI::Option* AddList(CLI::App& command, const std::string& name, std::vector<std::string>& list,
+                     const std::string& help) {
+  return command.add_option(name, list, help)->type_name("COLUMNS")->allow_extra_args(false)->group(kTableGroup);
+}
+
+void AddChoice(CLI::App& command, const std::string& name, std::string& value, std::vector<std::string> choices,
+               const std::string& help) {
+  command.add_option(name, value, help)
+      ->check(CLI::IsMember(std::move(choices)))
+      ->capture_default_str()
+      ->group(kTableGroup);
+}
+
+int ReadingThreads() {
+  return ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
+}
+
+}  // namespace
+
+void TableOptions::AddTo(CLI::App& command) {
+  command.add_option("TABLE", path_, "CSV, TSV or .npy file; - is standard input")->required()->option_text(" ");
+  AddList(command, "--id", roles_.id, "The column that names the rows");
+  command.add_flag("--no-id", roles_.noId, "Do not take the first column for the names of the rows")
+      ->group(kTableGroup);
+  AddList(command, "--class", roles_.classes, "Columns of group names, kept out of the model");
+  AddList(command, "--x", roles_.variables, "Use these columns alone");
+  AddList(command, "--exclude", roles_.unused, "Leave these columns out");
+  AddChoice(command, "--separator", separator_, {"auto", "comma", "semicolon", "tab"}, "What stands between cells");
+  AddChoice(command, "--decimal", decimalMark_, {"auto", "point", "comma"}, "The decimal mark");
+  AddChoice(command, "--header", header_, {"auto", "yes", "no"}, "Whether the first row holds names");
+}
+
+CsvOptions TableOptions::Resolve() const {
+  static const std::map<std::string, char> separators = {{"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
+  CsvOptions options;
+  options.roles = roles_;
+  if (separator_ != "auto") options.dialect.separator = separators.at(separator_);
+  if (decimalMark_ != "auto") options.dialect.decimalMark = decimalMark_ == "comma" ? ',' : '.';
+  if (header_ != "auto") options.dialect.header = header_ == "yes";
+  options.control.threads = ReadingThreads();
+  return options;
+}
+
+Table TableOptions::Read() const {
+  NCProgress progress(fmt::format("reading {}", path_).c_str(), 0.0f, 1.0f, false, false, true, "");
+  CsvOptions options = Resolve();
+  options.control.progress = &progress;
+  return ReadTable(path_, options, &Interrupted());
+}
+
+void OutputOptions::AddTo(CLI::App& command) {
+  command.add_option("--out", folder, "Write the results to this folder as well")
+      ->type_name("DIR")
+      ->group(kOutputGroup);
+  command.add_flag("--json", json, "Print the summary as one JSON object")->group(kOutputGroup);
+  command.add_flag("--quiet", quiet, "No remarks and no progress on standard error")->group(kOutputGroup);
+}
+
+void OutputOptions::Tell(const Table& table) const {
+  if (quiet) return;
+  for (const std::string& note : table.notes) fmt::print(stderr, "{}: {}\n", table.source, note);
+}
+
+void ThreadOptions::AddTo(CLI::App& command) {
+  command.add_option("--threads", threads_, "Threads to use; without it, one for each processor")
+      ->type_name("N")
+      ->check(CLI::Range(1, kMostThreads));
+}
+
+void ThreadOptions::Apply() const {
+  if (threads_) ThreadingControl::SetNumberOfProcessors(*threads_);
+  ThreadingControl::SetThreadingIsOn(ThreadingControl::GetNumberOfProcessors() > 1);
+}
+
+void AddScaling(CLI::App& command, Scaling& scaling) {
+  command
+      .add_option("--scaling", scaling,
+                  "uv: centre, divide by the standard deviation (the default); pareto: by its square root; center: "
+                  "centre alone; none")
+      ->transform(CLI::CheckedTransformer(kScalings).description(""))
+      ->type_name("uv|pareto|center|none");
+}
+
+std::string ScalingName(Scaling scaling) {
+  for (const auto& [name, value] : kScalings) {
+    if (value == scaling) return name;
+  }
+  return {};
+}
+
+std::string ToText(const nlohmann::ordered_json& json) {
+  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace tool

@@ -1,0 +1,45 @@
+#include "tools/voran/csv_writer.h"
+
+#include "tools/voran/number_text.h"
+
+namespace tool {
+
+void CsvWriter::BeginCell() {
+  if (!empty_) line_ += ',';
+  empty_ = false;
+}
+
+void CsvWriter::Text(std::string_view cell) {
+  BeginCell();
+  const bool blankEnds = !cell.empty() && (cell.front() == ' ' || cell.back() == ' ');
+  if (!blankEnds && cell.find_first_of(",\"\r\n") == std::string_view::npos) {
+    line_ += cell;
+    return;
+  }
+  line_ += '"';
+  for (const char c : cell) {
+    if (c == '"') line_ += '"';
+    line_ += c;
+  }
+  line_ += '"';
+}
+
+void CsvWriter::Number(double value) {
+  BeginCell();
+  AppendNumber(line_, value);
+}
+
+void CsvWriter::EndRow() {
+  line_ += '\n';
+  out_ << line_;
+  line_.clear();
+  empty_ = true;
+}
+
+void CsvWriter::Row(std::string_view name, std::span<const double> numbers) {
+  Text(name);
+  for (const double number : numbers) Number(number);
+  EndRow();
+}
+
+}  // namespace tool

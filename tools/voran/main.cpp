@@ -1,0 +1,51 @@
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "tools/voran/failure.h"
+#include "tools/voran/pca_command.h"
+#include "tools/voran/terminal.h"
+#include "voran/version.h"
+
+namespace {
+
+using tool::ExitCode;
+
+int Say(ExitCode code, const char* sentence) {
+  fmt::print(stderr, "voran: {}\n", sentence);
+  return static_cast<int>(code);
+}
+
+int Parse(CLI::App& program, int argc, char** argv) {
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    return program.exit(help);
+  } catch (const CLI::ParseError& error) {
+    return Say(ExitCode::kWrongUse, fmt::format("{}; see voran --help", error.what()).c_str());
+  }
+  return static_cast<int>(ExitCode::kDone);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    tool::CatchInterrupts();
+    CLI::App program("Multivariate data analysis of tables with missing values", "voran");
+    program.set_version_flag("--version", std::string("voran ") + GetVersion());
+    program.require_subcommand(1);
+    program.footer("voran COMMAND --help tells the options of a command.");
+    tool::AddPcaCommand(program);
+    return Parse(program, argc, argv);
+  } catch (const tool::Failure& failure) {
+    return Say(failure.Code(), failure.what());
+  } catch (const std::bad_alloc&) {
+    return Say(ExitCode::kComputationFailed, "there is not enough memory for this table; leave out columns or rows");
+  } catch (const std::exception& error) {
+    return Say(ExitCode::kComputationFailed, error.what());
+  }
+}

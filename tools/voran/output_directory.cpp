@@ -1,0 +1,85 @@
+#include "tools/voran/output_directory.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+
+#include <fmt/format.h>
+#include <stdlib.h>
+
+#include "tools/voran/failure.h"
+
+namespace tool {
+
+namespace fs = std::filesystem;
+
+OutputDirectory::OutputDirectory(const std::string& path) : path_(path) {
+  if (path.empty()) throw WrongUse("--out: the name of the folder is empty");
+  MakeFolders();
+  std::string pattern = (path_ / ".voran-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr) {
+    const int reason = errno;
+    RemoveMadeFolders();
+    throw WrongUse(fmt::format("--out: nothing can be written to {}: {}", path, std::strerror(reason)));
+  }
+  staging_ = pattern;
+}
+
+OutputDirectory::~OutputDirectory() {
+  std::error_code ignored;
+  fs::remove_all(staging_, ignored);
+  RemoveMadeFolders();
+}
+
+void OutputDirectory::MakeFolders() {
+  std::error_code error;
+  if (fs::exists(path_, error) && !fs::is_directory(path_, error)) {
+    throw WrongUse(fmt::format("--out: {} is a file; give the name of a folder", path_.string()));
+  }
+  for (fs::path folder = path_; !folder.empty() && !fs::exists(folder, error); folder = folder.parent_path()) {
+    made_.push_back(folder);
+    if (folder == folder.parent_path()) break;
+  }
+  std::reverse(made_.begin(), made_.end());
+  fs::create_directories(path_, error);
+  if (!error) return;
+  RemoveMadeFolders();
+  throw WrongUse(fmt::format("--out: the folder {} cannot be made: {}", path_.string(), error.message()));
+}
+
+void OutputDirectory::RemoveMadeFolders() noexcept {
+  std::error_code ignored;
+  for (; !made_.empty(); made_.pop_back()) fs::remove(made_.back(), ignored);  // leaves one that is not empty
+}
+
+void OutputDirectory::Write(const std::string& name, const std::function<void(std::ostream&)>& fill) {
+  const fs::path file = staging_ / name;
+  std::ofstream out(file, std::ios::binary);
+  fill(out);
+  out.close();
+  if (!out) {
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{} could not be written to {}; is the disk full?", name, path_.string()));
+  }
+  names_.push_back(name);
+}
+
+void OutputDirectory::Commit() {
+  std::error_code error;
+  for (const std::string& name : names_) {
+    if (!fs::is_directory(path_ / name, error)) continue;
+    throw WrongUse(fmt::format("--out: {} is a folder where a file is to be written", (path_ / name).string()));
+  }
+  for (const std::string& name : names_) {
+    fs::rename(staging_ / name, path_ / name, error);
+    if (error) {
+      throw Failure(ExitCode::kComputationFailed,
+                    fmt::format("{} could not be put in place: {}", (path_ / name).string(), error.message()));
+    }
+  }
+  made_.clear();
+}
+
+}  // namespace tool

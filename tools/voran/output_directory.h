@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// A folder that gets all of a run's files, or none.
+///
+/// The files are written to a hidden folder inside it, and moved to their places by Commit, the last one written moving
+/// last. Without Commit everything goes again, the folder itself included if it was made here; what was there before
+/// stays untouched.
+class OutputDirectory {
+ public:
+  /// Makes the folder where needed, and proves that it can be written. Throws `Failure` (wrong use) if it cannot.
+  explicit OutputDirectory(const std::string& path);
+  ~OutputDirectory();
+  OutputDirectory(const OutputDirectory&) = delete;
+  OutputDirectory& operator=(const OutputDirectory&) = delete;
+
+  /// Writes a file by calling `fill`. Throws `Failure` (computation failed) if not all of it could be written.
+  void Write(const std::string& name, const std::function<void(std::ostream&)>& fill);
+
+  void Commit();
+
+ private:
+  void MakeFolders();
+  void RemoveMadeFolders() noexcept;
+
+  std::filesystem::path path_;
+  std::vector<std::filesystem::path> made_;  // folders that were not there before, the outermost first
+  std::filesystem::path staging_;
+  std::vector<std::string> names_;
+};
+
+}  // namespace tool

@@ -1,0 +1,171 @@
+#include "tools/voran/pca_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "tools/voran/failure.h"
+#include "voran/models/pca.h"
+#include "voran/platform/nc_error.h"
+
+namespace tool {
+namespace {
+
+constexpr int kDefaultComponents = 5;
+
+// Where less than this share of the sum of squares is left, it is the rounding of the numbers themselves (a float
+// carries 24 bits, the square of whose last is 4e-15).
+constexpr double kRoundingShare = 1e-12;
+
+constexpr double kNoValue = std::numeric_limits<double>::quiet_NaN();
+
+GapCounts CountGaps(const NCDataMatrix<float>& x) {
+  GapCounts gaps;
+  gaps.cells = x.GetNumMisVal();
+  gaps.rows = static_cast<int>(
+      std::count_if(x.begin(), x.end(), [](const NCDataVector<float>& row) { return row.GetNumMisVal() > 0; }));
+  for (int c = 1; c <= x.SizeColumns(); ++c) gaps.columns += x.GetColumnMisVal(c) > 0 ? 1 : 0;
+  return gaps;
+}
+
+double SumOfSquares(const NCDataMatrix<float>& x) {
+  double sum = 0.0;
+  for (const NCDataVector<float>& row : x) {
+    if (row.GetNumMisVal() < row.Size()) sum += row.GetSS();
+  }
+  return sum;
+}
+
+std::vector<double> Values(const NCDataVector<float>& v, double factor) {
+  std::vector<double> values;
+  values.reserve(static_cast<std::size_t>(v.Size()));
+  for (const float value : v) values.push_back(value == kGap ? kNoValue : factor * static_cast<double>(value));
+  return values;
+}
+
+// -1 if the loading of largest magnitude is negative.
+double SignOf(const NCDataVector<float>& loading) {
+  float largest = 0.0f;
+  for (const float p : loading) {
+    if (p != kGap && std::abs(p) > std::abs(largest)) largest = p;
+  }
+  return largest < 0.0f ? -1.0 : 1.0;
+}
+
+class PcaRun {
+ public:
+  PcaRun(ScaledMatrix&& scaled, const PcaSettings& settings, std::size_t rowsWithData)
+      : settings_(settings),
+        unit_(scaled.unit),
+        rows_(rowsWithData),
+        degreesOfFreedom_(static_cast<double>(rowsWithData) - (IsCentred(settings.scaling) ? 1.0 : 0.0)),
+        columns_(scaled.kept.size()),
+        model_(std::make_unique<NCPCA>(&scaled.x, settings.iterationLimit)),
+        total_(SumOfSquares(scaled.x)),
+        left_(total_) {
+    // The model now holds the only handle on the rows, and deflates them where they are.
+    scaled.x = NCDataMatrix<float>();
+  }
+
+  void FitAll(PcaResult& result, NCProgress* progress) {
+    if (total_ == 0.0) throw BadData("every value that is left is zero, so there is nothing to model");
+    const int most = static_cast<int>(std::min(degreesOfFreedom_, static_cast<double>(columns_)));
+    const int asked = settings_.components.value_or(std::min(kDefaultComponents, most));
+    const int count = std::min(asked, most);
+    for (int a = 1; a <= count && result.stopped.empty(); ++a) FitNext(result, a, count, progress);
+    if (result.stopped.empty() && count < asked) {
+      result.stopped = fmt::format("{} rows and {} columns have no more than {} component{}", rows_, columns_, most,
+                                   most == 1 ? "" : "s");
+    }
+  }
+
+ private:
+  void FitNext(PcaResult& result, int a, int count, NCProgress* progress) {
+    if (left_ <= kRoundingShare * total_) {
+      result.stopped = fmt::format("the first {} component{} already explain{} the whole table", a - 1,
+                                   a == 2 ? "" : "s", a == 2 ? "s" : "");
+      return;
+    }
+    if (progress != nullptr) {
+      progress->SetText(fmt::format("component {} of {}", a, count).c_str());
+      progress->PushSubRange(static_cast<float>(a - 1) / static_cast<float>(count),
+                             static_cast<float>(a) / static_cast<float>(count));
+    }
+    try {
+      model_->NextComponent(progress, nullptr, 0, nullptr);
+    } catch (const NCError& error) {
+      if (progress != nullptr && progress->IsBreakPressed()) throw Cancelled();
+      if (a == 1) throw Failure(ExitCode::kComputationFailed, error.what());
+      result.stopped = error.what();
+      return;
+    }
+    model_->CalculateResiduals();
+    if (progress != nullptr && !progress->PopSubRange()) throw Cancelled();
+    result.components.push_back(Describe(a));
+  }
+
+  PcaComponent Describe(int a) {
+    const NCDataVector<float>& loading = (*model_->GetPprim())[a];
+    const double sign = SignOf(loading);
+    PcaComponent component;
+    component.loading = Values(loading, sign);
+    component.score = Values((*model_->GetTprim())[a], sign * unit_);
+    const double before = std::exchange(left_, SumOfSquares(*model_->GetResiduals()));
+    component.r2x = (before - left_) / total_;
+    component.r2xCumulative = (total_ - left_) / total_;
+    if (degreesOfFreedom_ > 0.0) {
+      double squares = 0.0;
+      for (const double t : component.score) squares += std::isnan(t) ? 0.0 : t * t;
+      component.eigenvalue = squares / degreesOfFreedom_;
+    }
+    component.iterations = model_->GetIterations();
+    component.converged = component.iterations < settings_.iterationLimit || rows_ == 1;
+    return component;
+  }
+
+  const PcaSettings& settings_;
+  const double unit_;
+  const std::size_t rows_;
+  const double degreesOfFreedom_;
+  const std::size_t columns_;
+  const std::unique_ptr<NCPCA> model_;
+  const double total_;
+  double left_;
+};
+
+// A message for a table of which scaling leaves nothing.
+Failure NothingLeft(const Table& table, const PcaResult& result, int rows) {
+  if (rows == 1) {
+    return BadData(table.source + ": one row has no variance; give more rows, or --scaling none");
+  }
+  const auto& [name, reason] = result.dropped.front();
+  return BadData(fmt::format("{}: no column is left to model: {} ({}){}", table.source, name, reason,
+                             result.dropped.size() > 1 ? " and the others hold nothing either" : ""));
+}
+
+}  // namespace
+
+PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress) {
+  PcaResult result;
+  result.gaps = CountGaps(table.x);
+  const int rows = table.x.SizeRows();
+  ScaledMatrix scaled = ScaleColumns(std::move(table.x), settings.scaling);
+  for (const std::size_t c : scaled.kept) result.variables.push_back(table.variables[c]);
+  for (const DroppedColumn& d : scaled.dropped) result.dropped.emplace_back(table.variables[d.column], d.reason);
+  if (scaled.kept.empty()) throw NothingLeft(table, result, rows);
+
+  std::size_t r = 0;
+  for (const NCDataVector<float>& row : scaled.x) {
+    if (row.GetNumMisVal() == row.Size()) result.gaps.emptyRows.push_back(table.rowIds[r]);
+    ++r;
+  }
+  PcaRun run(std::move(scaled), settings, static_cast<std::size_t>(rows) - result.gaps.emptyRows.size());
+  run.FitAll(result, progress);
+  return result;
+}
+
+}  // namespace tool

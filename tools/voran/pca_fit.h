@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/voran/scaling.h"
+#include "tools/voran/table.h"
+#include "voran/platform/progress.h"
+
+namespace tool {
+
+struct PcaSettings {
+  /// Nothing means as many as the table has, and five at most.
+  std::optional<int> components;
+  Scaling scaling = Scaling::kUnitVariance;
+  int iterationLimit = 1000;
+};
+
+/// One component. The loading of largest magnitude is positive, the first of equals deciding. A NaN stands for a value
+/// that cannot be had: the score of a row without data.
+struct PcaComponent {
+  std::vector<double> score;    ///< one a row of the table
+  std::vector<double> loading;  ///< one a column that was kept; their squares sum to 1
+  double r2x = 0.0;             ///< share of the scaled table's sum of squares that this component takes away
+  double r2xCumulative = 0.0;
+  std::optional<double> eigenvalue;  ///< variance of the score; nothing where there is no degree of freedom
+  int iterations = 0;
+  bool converged = true;  ///< false if the iteration limit was reached
+};
+
+/// Gaps of the table as it was read, over its variables.
+struct GapCounts {
+  int cells = 0;
+  int rows = 0;
+  int columns = 0;
+  std::vector<std::string> emptyRows;  ///< ids of the rows that hold nothing in the columns that were kept
+};
+
+struct PcaResult {
+  std::vector<PcaComponent> components;
+  std::vector<std::string> variables;                        ///< the columns that were kept
+  std::vector<std::pair<std::string, std::string>> dropped;  ///< name and reason
+  GapCounts gaps;
+  /// Why there are fewer components than were asked for; empty if there are not.
+  std::string stopped;
+};
+
+/// Scales the variables of the table and fits components one by one. The matrix is taken out of the table, so that no
+/// second copy of it comes to be. Throws `Failure`: bad data if nothing is left to fit, computation failed if no
+/// component can be computed, cancelled if `progress` says so.
+PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress);
+
+}  // namespace tool

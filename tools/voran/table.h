@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tools/voran/table_roles.h"
+#include "voran/containers/data_matrix.h"
+#include "voran/platform/progress.h"
+
+namespace tool {
+
+/// What marks a missing element in the library's matrices.
+constexpr float kGap = -99.0f;
+
+/// A column of text, one entry a row.
+struct TextColumn {
+  std::string name;
+  std::vector<std::string> values;
+};
+
+/// A table as the commands use it.
+struct Table {
+  std::string source;                  ///< the file as the user named it
+  NCDataMatrix<float> x;               ///< rows x variables, gaps as missing elements
+  std::vector<std::string> variables;  ///< the names of the columns of `x`
+  std::string idName;                  ///< heading of `rowIds`
+  std::vector<std::string> rowIds;     ///< one a row; positions from 1 if no column names the rows
+  std::vector<TextColumn> classes;
+  std::vector<std::string> notes;  ///< what was recognised and assumed, a sentence each, for the user
+};
+
+/// More cells than this cannot be counted by the matrix.
+constexpr std::size_t kMostCells = 2147483647;
+
+/// How much of the machine reading may use, and who is told of it. Plays no part in the result.
+struct ReadControl {
+  int threads = 1;
+  NCProgress* progress = nullptr;  ///< touched from the calling thread only; false from it means stop
+};
+
+/// Names the columns of a table that brings none: x1, x2, ...
+std::vector<std::string> NumberedNames(std::size_t columns);
+
+/// Row ids of a table that brings none: 1, 2, ...
+std::vector<std::string> NumberedIds(std::size_t rows);
+
+/// Adds the note about numbers in the input that the matrix takes for gaps because they equal its marker, if any.
+void NoteMarkerCells(Table& table, std::size_t cells);
+
+}  // namespace tool

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// What a column of the input is used for.
+enum class ColumnRole : unsigned char {
+  kVariable,  ///< a column of numbers that goes into the matrix
+  kId,        ///< names the rows
+  kClass,     ///< names the group of each row, kept as text
+  kUnused,
+};
+
+/// The roles as the user asks for them. Each entry is one argument of an option: a list of items parted by commas.
+///
+/// An item is a column's name; `A..B` for the columns from A to B, both names; `900..1700` for the columns whose name
+/// holds a number in that range (nm900, 1100, x1200.5), or for these positions where no name does; a position, counted
+/// from 1; or `#3`, `#3..#5` for positions whatever the names are.
+struct RoleRequest {
+  std::vector<std::string> id;
+  std::vector<std::string> classes;
+  std::vector<std::string> variables;  ///< empty means all that have no other role
+  std::vector<std::string> unused;
+  bool noId = false;  ///< the first column is a variable like any other
+};
+
+/// The role of each column of the input.
+struct ColumnPlan {
+  std::vector<std::string> names;
+  std::vector<ColumnRole> roles;
+  std::optional<std::size_t> id;  ///< the column that names the rows
+  bool idAssumed = false;         ///< it was taken without being asked for
+
+  std::size_t CountOf(ColumnRole role) const;
+  /// The names of the columns that have this role, in order.
+  std::vector<std::string> NamesOf(ColumnRole role) const;
+};
+
+/// Gives each column its role. `firstNamesRows` says that the first column looks as if it named the rows; it does then,
+/// unless the request gives it another role, another column is the id, or `noId` is set.
+/// Throws `Failure`: wrong use for an item that fits no column, fits several, or gives a column a second role; bad data
+/// for two columns of one name among those that are used, and when no variable is left.
+ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>& names, bool firstNamesRows,
+                       const RoleRequest& request);
+
+/// The columns (counted from 0, in table order) that one argument of `option` selects.
+std::vector<std::size_t> SelectColumns(const std::vector<std::string>& names, const std::string& argument,
+                                       const std::string& option);
+
+/// The number in a name such as "nm900", "1100" or "x1200.5 nm"; nothing if the name holds none, or several.
+std::optional<double> NumberInName(const std::string& name);
+
+}  // namespace tool
