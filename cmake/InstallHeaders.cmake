@@ -1,4 +1,5 @@
 # Run by `cmake --install`. The public headers are the ones that voran.h reaches; the others are the library's own affair.
+cmake_minimum_required(VERSION 3.25)
 
 set(open voran/voran.h)
 set(reached "")

@@ -2,6 +2,8 @@
 #   find_package, pkg_config: against the copy installed in PREFIX;  add_subdirectory: with SOURCE_DIR as a folder of its own.
 # Further arguments: CONSUMER (its sources), WORK (a folder to build in), CXX, FLAGS, VERSION (what it has to print).
 
+cmake_minimum_required(VERSION 3.25)
+
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
 
