@@ -1,3 +1,5 @@
+#include <barrier>
+#include <cstddef>
 #include <limits>
 #include <memory>
 #include <set>
@@ -39,18 +41,20 @@ TEST(IndexLookup, TheFirstOfEqualEntriesIsTaken) {
 
 TEST(IntPool, ThreadsNeverShareACell) {
   constexpr int kThreads = 3;
-  constexpr int kCells = 20000;  // above one block of 16384
+  constexpr int kCells = 100000;  // three quarters of them stay, which takes many blocks
   std::vector<std::vector<int*>> cells(kThreads);
+  std::barrier start(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([t, &own = cells[static_cast<std::size_t>(t)]] {
+    threads.emplace_back([t, &start, &own = cells[static_cast<std::size_t>(t)]] {
+      start.arrive_and_wait();
       for (int i = 0; i < kCells; ++i) {
         own.push_back(IntPool::GetInt());
         *own.back() = t;
-        if (i % 3 == 2) {
-          IntPool::ReleaseInt(own[own.size() / 2]);
-          own.erase(own.begin() + static_cast<std::ptrdiff_t>(own.size() / 2));
-        }
+        if (i % 4 != 3) continue;
+        IntPool::ReleaseInt(own.back());
+        own.pop_back();
       }
     });
   }

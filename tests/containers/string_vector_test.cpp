@@ -11,7 +11,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using Strings = std::vector<std::string>;
 
 struct Mutator {

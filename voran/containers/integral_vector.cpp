@@ -255,7 +255,9 @@ namespace {
 template <typename T>
 double Mean(const T* first, const T* last) {
   if (first == last) return detail::kNoValue;
-  return static_cast<double>(std::accumulate(first, last, std::int64_t{0})) / static_cast<double>(last - first);
+  std::int64_t sum = 0;
+  for (const T* p = first; p != last; ++p) sum += static_cast<std::int64_t>(*p);
+  return static_cast<double>(sum) / static_cast<double>(last - first);
 }
 
 template <typename T>
@@ -358,7 +360,7 @@ struct CRuntimeGenerator {
   using result_type = unsigned;
   static constexpr result_type min() { return 0; }
   static constexpr result_type max() { return RAND_MAX; }
-  result_type operator()() const { return static_cast<result_type>(std::rand()); }
+  result_type operator()() const { return static_cast<result_type>(std::rand()); }  // NOLINT(concurrency-mt-unsafe)
 };
 
 }  // namespace

@@ -122,7 +122,7 @@ const std::string& NCStringVector::operator()(int i, const std::string& s) {
 }
 
 void NCStringVector::InsertStrings(int position, int count, const std::string& s) {
-  const std::string value = s;
+  const std::string value = s;  // NOLINT(performance-unnecessary-copy-initialization)
   std::vector<std::string>& strings = UnlinkedStrings();
   const int offset = std::min(position - 1, Size());
   strings.insert(strings.begin() + offset, static_cast<std::size_t>(count), value);
@@ -143,7 +143,7 @@ int NCStringVector::RemoveString(std::string_view s, bool caseSensitive) {
 }
 
 void NCStringVector::Concat(const NCStringVector& tail) {
-  const NCStringVector source = tail;  // may be this vector
+  const NCStringVector source = tail;  // NOLINT(performance-unnecessary-copy-initialization)
   std::vector<std::string>& strings = UnlinkedStrings();
   strings.insert(strings.end(), source.begin(), source.end());
 }
