@@ -1,0 +1,307 @@
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/containers/plain_reference.h"
+#include "voran/containers/kernels/elementwise.h"
+#include "voran/containers/kernels/nipals.h"
+#include "voran/containers/kernels/reductions.h"
+#include "voran/containers/simd_target.h"
+#include "voran/platform/exception.h"
+
+namespace {
+
+using detail::ElementwiseKernels;
+using detail::GapMode;
+using detail::NipalsKernels;
+using detail::ReductionKernels;
+
+MATCHER_P(SameBits, expected, "") {
+  using Bits = std::conditional_t<sizeof(arg) == 4, std::uint32_t, std::uint64_t>;
+  *result_listener << "which is " << ::testing::PrintToString(arg) << ", off by " << arg - expected;
+  return std::bit_cast<Bits>(arg) == std::bit_cast<Bits>(expected);
+}
+
+/// Elements that stand `misalignment` elements behind an aligned address, with NaNs before and behind: what reads
+/// outside turns its sum into a NaN.
+template <typename T>
+class Guarded {
+ public:
+  Guarded(const std::vector<T>& values, std::size_t misalignment)
+      : storage_(values.size() + 2 * kGuard, std::numeric_limits<T>::quiet_NaN()), first_(kGuard + misalignment) {
+    std::copy(values.begin(), values.end(), storage_.begin() + static_cast<std::ptrdiff_t>(first_));
+  }
+  T* get() { return storage_.data() + first_; }
+  bool GuardsHold(std::size_t n) const {
+    for (std::size_t i = 0; i < storage_.size(); ++i) {
+      if ((i < first_ || i >= first_ + n) && storage_[i] == storage_[i]) return false;
+    }
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kGuard = 40;
+  std::vector<T> storage_;
+  std::size_t first_;
+};
+
+/// Every set of instructions that this machine has.
+class Kernels : public ::testing::TestWithParam<std::string> {
+ protected:
+  void SetUp() override {
+    before_ = SimdTarget::GetName();
+    SimdTarget::Set(GetParam());
+    ASSERT_EQ(SimdTarget::GetName(), GetParam());
+  }
+  void TearDown() override { SimdTarget::Set(before_); }
+
+  /// Lengths from nothing to some whole vectors and a rest, at every start that shifts the vectors.
+  template <typename T>
+  static void ForEachShape(const std::function<void(std::size_t n, std::size_t misalignment)>& test) {
+    for (std::size_t n = 0; n <= 67; ++n) test(n, n % 9);
+    for (std::size_t misalignment = 0; misalignment < 16; ++misalignment) test(129, misalignment);
+    test(1000, 3);
+  }
+
+  static std::vector<std::pair<double, double>> GapShares() {
+    return {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}, {0.3, 0.3}, {1.0, 0.0}};
+  }
+
+  static GapMode ModeOf(double first, double second) {
+    return detail::GapModeOf(first > 0.0 ? 1 : 0, second > 0.0 ? 1 : 0);
+  }
+
+  template <typename T>
+  static void ReductionsEqualThePlainLoops() {
+    const auto& kernels = ReductionKernels<T>::Current();
+    ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
+      for (const auto& [gapsA, gapsB] : GapShares()) {
+        SCOPED_TRACE(::testing::Message() << size << " elements, gaps " << gapsA << " and " << gapsB);
+        const auto a = plain::RandomElements<T>(size, 1, gapsA);
+        const auto b = plain::RandomElements<T>(size, 2, gapsB);
+        Guarded<T> guardedA(a, misalignment);
+        Guarded<T> guardedB(b, 0);
+        const int n = static_cast<int>(size);
+        const GapMode mode = ModeOf(gapsA, gapsB);
+
+        const plain::Sums expected = plain::PairSums(a.data(), b.data(), size);
+        const detail::PairSums sums = kernels.pairSums(guardedA.get(), guardedB.get(), n, mode);
+        EXPECT_THAT(sums.product, SameBits(expected.product));
+        EXPECT_THAT(sums.pairedSquares, SameBits(expected.pairedSquares));
+        EXPECT_THAT(sums.allSquares, SameBits(expected.allSquares));
+        EXPECT_THAT(kernels.sumOfSquares(guardedA.get(), n, gapsA > 0.0), SameBits(expected.allSquares));
+        if (mode == detail::kNoGaps) {
+          EXPECT_THAT(kernels.sumOfProducts(guardedA.get(), guardedB.get(), n), SameBits(expected.product));
+        }
+
+        plain::Accumulators<T> dot;
+        plain::Accumulators<double> about;
+        plain::Accumulators<double> distance;
+        plain::Accumulators<double> squares;
+        for (std::size_t i = 0; i < size; ++i) {
+          if (!plain::Present(a[i])) continue;
+          const double difference = static_cast<double>(a[i]) - 0.7;
+          about.Add(i, difference * difference);
+          if (!plain::Present(b[i])) continue;
+          dot.Add(i, static_cast<T>(plain::Rounded(a[i], b[i])));
+          const T gap = a[i] - b[i];
+          distance.Add(i, plain::Rounded(gap, gap));
+          squares.Add(i, plain::Rounded(a[i], a[i]));
+        }
+        EXPECT_THAT(kernels.dotProduct(guardedA.get(), guardedB.get(), n, mode),
+                    SameBits(static_cast<double>(dot.Sum())));
+        EXPECT_THAT(kernels.sumOfSquaresAbout(guardedA.get(), 0.7, n, gapsA > 0.0), SameBits(about.Sum()));
+        const detail::DistanceSums far = kernels.distanceSums(guardedA.get(), guardedB.get(), n, mode);
+        EXPECT_THAT(far.distance, SameBits(distance.Sum()));
+        EXPECT_THAT(far.squares, SameBits(squares.Sum()));
+      }
+    });
+  }
+
+  template <typename T>
+  static void RowProductsEqualThePlainLoops() {
+    const auto& kernels = NipalsKernels<T>::Current();
+    ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
+      for (const auto& [gapsX, gapsP] : GapShares()) {
+        constexpr std::size_t kRows = 7;
+        const int n = static_cast<int>(size);
+        const auto pValues = plain::RandomElements<T>(size, 99, gapsP);
+        Guarded<T> p(pValues, 1);
+        std::vector<std::vector<T>> values;
+        std::vector<Guarded<T>> guarded;
+        for (std::size_t r = 0; r < kRows; ++r) {
+          values.push_back(plain::RandomElements<T>(size, static_cast<unsigned>(r), gapsX));
+          guarded.emplace_back(values.back(), misalignment + r % 3);
+        }
+        const T* rows[kRows];
+        for (std::size_t r = 0; r < kRows; ++r) rows[r] = guarded[r].get();
+        double products[kRows];
+        double squares[kRows];
+        kernels.rowProductsWithGaps(rows, kRows, p.get(), gapsP > 0.0, n, products, squares);
+        for (std::size_t r = 0; r < kRows; ++r) {
+          const plain::Sums expected = plain::PairSums(pValues.data(), values[r].data(), size);
+          EXPECT_THAT(products[r], SameBits(expected.product)) << size << " elements, row " << r;
+          EXPECT_THAT(squares[r], SameBits(expected.pairedSquares)) << size << " elements, row " << r;
+        }
+        if (gapsX > 0.0 || gapsP > 0.0) continue;
+        double complete[kRows];
+        kernels.rowProducts(rows, kRows, p.get(), n, complete);
+        for (std::size_t r = 0; r < kRows; ++r) EXPECT_THAT(complete[r], SameBits(products[r]));
+      }
+    });
+  }
+
+  template <typename T>
+  static void ColumnSumsEqualThePlainLoops() {
+    const auto& kernels = NipalsKernels<T>::Current();
+    ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
+      for (const double gaps : {0.0, 0.3}) {
+        constexpr std::size_t kRows = 6;
+        const std::size_t first = size / 5;
+        const auto t = plain::RandomElements<T>(kRows, 5);
+        const auto weights = plain::RandomElements<T>(kRows, 6);
+        std::vector<Guarded<T>> guarded;
+        std::vector<double> sums(size, 0.25);
+        std::vector<double> weightSums(size, 0.5);
+        std::vector<double> squares(size, 0.125);
+        const T* rows[kRows];
+        std::vector<std::vector<T>> values;
+        for (std::size_t r = 0; r < kRows; ++r) {
+          values.push_back(plain::RandomElements<T>(size, static_cast<unsigned>(r), gaps));
+          guarded.emplace_back(values.back(), misalignment);
+        }
+        for (std::size_t r = 0; r < kRows; ++r) rows[r] = guarded[r].get();
+        for (std::size_t r = 0; r < kRows; ++r) {
+          for (std::size_t j = 0; j < size; ++j) {
+            const T x = values[r][j];
+            if (!plain::Present(x)) continue;
+            squares[j] += static_cast<double>(x) * static_cast<double>(x);
+            if (j < first) continue;
+            sums[j] += plain::Rounded(x, t[r]);
+            weightSums[j] += static_cast<double>(weights[r]);
+          }
+        }
+        Guarded<double> actual(std::vector<double>(size, 0.25), 0);
+        Guarded<double> actualWeights(std::vector<double>(size, 0.5), 0);
+        Guarded<double> actualSquares(std::vector<double>(size, 0.125), 0);
+        const int from = static_cast<int>(first);
+        const int n = static_cast<int>(size - first);
+        if (gaps > 0.0) {
+          kernels.addRowsWithGaps(rows, t.data(), weights.data(), kRows, from, n, actual.get() + first,
+                                  actualWeights.get() + first);
+        } else {
+          kernels.addRows(rows, t.data(), kRows, from, n, actual.get() + first);
+        }
+        kernels.addSquares(rows, kRows, static_cast<int>(size), gaps > 0.0, actualSquares.get());
+        for (std::size_t j = 0; j < size; ++j) {
+          EXPECT_THAT(actual.get()[j], SameBits(sums[j])) << j << " of " << size;
+          EXPECT_THAT(actualSquares.get()[j], SameBits(squares[j])) << j << " of " << size;
+          if (gaps > 0.0) {
+            EXPECT_THAT(actualWeights.get()[j], SameBits(weightSums[j])) << j << " of " << size;
+          }
+        }
+        EXPECT_TRUE(actual.GuardsHold(size) && actualWeights.GuardsHold(size) && actualSquares.GuardsHold(size));
+      }
+    });
+  }
+
+  template <typename T>
+  static void DeflationEqualsThePlainLoop() {
+    const auto& kernels = NipalsKernels<T>::Current();
+    ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
+      for (const double gaps : {0.0, 0.3}) {
+        const auto x = plain::RandomElements<T>(size, 1, gaps);
+        const auto b = plain::RandomElements<T>(size, 2);
+        Guarded<T> row(x, misalignment);
+        kernels.addScaled(row.get(), T{0.7f}, b.data(), static_cast<int>(size), gaps > 0.0);
+        for (std::size_t j = 0; j < size; ++j) {
+          const T product = static_cast<T>(plain::Rounded(T{0.7f}, b[j]));
+          EXPECT_THAT(row.get()[j], SameBits(plain::Present(x[j]) ? x[j] + product : x[j])) << j << " of " << size;
+        }
+        EXPECT_TRUE(row.GuardsHold(size));
+      }
+    });
+  }
+
+ private:
+  std::string before_;
+};
+
+TEST_P(Kernels, ReductionsEqualThePlainLoops) {
+  ReductionsEqualThePlainLoops<float>();
+  ReductionsEqualThePlainLoops<double>();
+}
+
+TEST_P(Kernels, RowProductsEqualThePlainLoops) {
+  RowProductsEqualThePlainLoops<float>();
+  RowProductsEqualThePlainLoops<double>();
+}
+
+TEST_P(Kernels, ColumnSumsEqualThePlainLoops) {
+  ColumnSumsEqualThePlainLoops<float>();
+  ColumnSumsEqualThePlainLoops<double>();
+}
+
+TEST_P(Kernels, DeflationEqualsThePlainLoop) {
+  DeflationEqualsThePlainLoop<float>();
+  DeflationEqualsThePlainLoop<double>();
+}
+
+TEST_P(Kernels, AGapBesideAnInfinityAddsNothing) {
+  // 0 * inf would be a NaN: the product of a missing element must be dropped, not multiplied by zero.
+  const float infinity = std::numeric_limits<float>::infinity();
+  std::vector<float> p(40, infinity);
+  std::vector<float> x(40, -99.0f);
+  const float* row = x.data();
+  double product;
+  double squares;
+  NipalsKernels<float>::Current().rowProductsWithGaps(&row, 1, p.data(), false, 40, &product, &squares);
+  EXPECT_EQ(product, 0.0);
+  EXPECT_EQ(squares, 0.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Targets, Kernels, ::testing::ValuesIn(SimdTarget::GetAvailable()),
+                         [](const auto& target) { return target.param; });
+
+TEST(SimdTarget, TheBestComesFirstAndPlainCodeLast) {
+  const auto available = SimdTarget::GetAvailable();
+  ASSERT_FALSE(available.empty());
+  EXPECT_THAT(available.back(), ::testing::AnyOf("SCALAR", "EMU128", "NEON"));
+  EXPECT_THAT(available, ::testing::Contains(SimdTarget::GetName()));
+}
+
+TEST(SimdTarget, AnUnknownNameIsRefusedAndChangesNothing) {
+  const std::string before = SimdTarget::GetName();
+  EXPECT_THROW(SimdTarget::Set("AVX9"), InvalidArgument);
+  EXPECT_EQ(SimdTarget::GetName(), before);
+}
+
+/// The variable is read once in a process, so each case has one of its own.
+TEST(SimdTargetDeathTest, TheEnvironmentChoosesTheSet) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::string worst = SimdTarget::GetAvailable().back();
+  const auto nameIn = [](const std::string& wanted) {
+    setenv("VORAN_SIMD", wanted.c_str(), 1);
+    std::string name;
+    try {
+      ReductionKernels<float>::Current();
+      name = SimdTarget::GetName();
+    } catch (const InvalidArgument& error) {
+      name = std::string("refused: ") + error.what();
+    }
+    std::fprintf(stderr, "%s", name.c_str());
+    std::exit(0);
+  };
+  EXPECT_EXIT(nameIn(worst), ::testing::ExitedWithCode(0), worst);
+  EXPECT_EXIT(nameIn("AVX9"), ::testing::ExitedWithCode(0), "refused: .*AVX9.*" + worst);
+}
+
+}  // namespace
