@@ -1,0 +1,123 @@
+#include "benchmarks/machine_bounds.h"
+
+#include <vector>
+
+#include <omp.h>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "benchmarks/machine_bounds.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace bounds {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+double SumOfRow(const float* row, int n) {
+  const hn::ScalableTag<float> d;
+  const std::size_t lanes = hn::Lanes(d);
+  auto a = hn::Zero(d);
+  auto b = hn::Zero(d);
+  auto c = hn::Zero(d);
+  auto e = hn::Zero(d);
+  std::size_t i = 0;
+  for (; i + 4 * lanes <= static_cast<std::size_t>(n); i += 4 * lanes) {
+    a = hn::Add(a, hn::LoadU(d, row + i));
+    b = hn::Add(b, hn::LoadU(d, row + i + lanes));
+    c = hn::Add(c, hn::LoadU(d, row + i + 2 * lanes));
+    e = hn::Add(e, hn::LoadU(d, row + i + 3 * lanes));
+  }
+  return static_cast<double>(hn::GetLane(hn::SumOfLanes(d, hn::Add(hn::Add(a, b), hn::Add(c, e)))));
+}
+
+/// Four rows of 1024 floats against one vector, `repeats` times: as row products, then as shares of column sums.
+double ProductsInCache(float* storage, double* sums, int repeats) {
+  constexpr std::size_t kLength = 1024;
+  const hn::CappedTag<double, 8> wide;
+  const hn::Rebind<float, decltype(wide)> narrow;
+  const std::size_t lanes = hn::Lanes(wide);
+  const float* const p = storage;
+  const float* const rows[4] = {storage + kLength, storage + 2 * kLength, storage + 3 * kLength, storage + 4 * kLength};
+  double total = 0.0;
+  for (int repeat = 0; repeat < repeats; ++repeat) {
+    for (int pair = 0; pair < 4; pair += 2) {
+      auto a0 = hn::Zero(wide);
+      auto a1 = hn::Zero(wide);
+      auto a2 = hn::Zero(wide);
+      auto a3 = hn::Zero(wide);
+      auto b0 = hn::Zero(wide);
+      auto b1 = hn::Zero(wide);
+      auto b2 = hn::Zero(wide);
+      auto b3 = hn::Zero(wide);
+      for (std::size_t j = 0; j < kLength; j += 4 * lanes) {
+        const auto add = [&](auto& a, auto& b, std::size_t at) HWY_ATTR {
+          const auto vp = hn::LoadU(narrow, p + at);
+          a = hn::Add(a, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, rows[pair] + at), vp)));
+          b = hn::Add(b, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, rows[pair + 1] + at), vp)));
+        };
+        add(a0, b0, j);
+        add(a1, b1, j + lanes);
+        add(a2, b2, j + 2 * lanes);
+        add(a3, b3, j + 3 * lanes);
+      }
+      const auto sum = hn::Add(hn::Add(hn::Add(a0, a1), hn::Add(a2, a3)), hn::Add(hn::Add(b0, b1), hn::Add(b2, b3)));
+      total += hn::GetLane(hn::SumOfLanes(wide, sum));
+    }
+    const auto f0 = hn::Set(narrow, static_cast<float>(repeat));
+    for (std::size_t j = 0; j < kLength; j += lanes) {
+      auto sum = hn::LoadU(wide, sums + j);
+      for (const float* const row : rows) {
+        sum = hn::Add(sum, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, row + j), f0)));
+      }
+      hn::StoreU(sum, wide, sums + j);
+    }
+  }
+  return total + sums[0];
+}
+
+}  // namespace HWY_NAMESPACE
+}  // namespace bounds
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace bounds {
+
+HWY_EXPORT(SumOfRow);
+HWY_EXPORT(ProductsInCache);
+
+double ReadOnce(const NCDataMatrix<float>& x, int threads) {
+  std::vector<double> sums(static_cast<std::size_t>(threads) * 16);
+  const int rows = x.SizeRows();
+#pragma omp parallel for schedule(static) num_threads(threads)
+  for (int i = 1; i <= rows; ++i) {
+    sums[static_cast<std::size_t>(omp_get_thread_num()) * 16] +=
+        HWY_DYNAMIC_DISPATCH(SumOfRow)(x[i].begin(), x.SizeColumns());
+  }
+  double total = 0.0;
+  for (const double sum : sums) total += sum;
+  return total;
+}
+
+double FormProducts(long cells, int threads) {
+  constexpr long kCellsPerRepeat = 2 * 4 * 1024;
+  const int repeats = static_cast<int>(cells / kCellsPerRepeat / threads);
+  std::vector<double> totals(static_cast<std::size_t>(threads) * 16);
+#pragma omp parallel num_threads(threads)
+  {
+    alignas(64) static thread_local float storage[5 * 1024];
+    alignas(64) static thread_local double sums[1024];
+    for (std::size_t i = 0; i < 5 * 1024; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
+    totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] =
+        HWY_DYNAMIC_DISPATCH(ProductsInCache)(storage, sums, repeats);
+  }
+  double total = 0.0;
+  for (const double sum : totals) total += sum;
+  return total;
+}
+
+}  // namespace bounds
+
+#endif  // HWY_ONCE

@@ -1,0 +1,106 @@
+// How near a NIPALS round comes to what the machine can do. One line for each thread count and matrix; see README.md.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include <omp.h>
+
+#include "benchmarks/machine_bounds.h"
+#include "benchmarks/made_data.h"
+#include "voran/containers/nipals_pass.h"
+#include "voran/containers/simd_target.h"
+#include "voran/platform/threading_control.h"
+
+namespace {
+
+using NCMultiThreading::ThreadingControl;
+using Pass = detail::NipalsPass<float>;
+
+constexpr int kRepeats = 25;
+
+double sink = 0.0;
+
+double Seconds(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double Median(std::vector<double> values) {
+  const auto middle = values.begin() + std::ssize(values) / 2;
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+/// A matrix and what a round of the iteration needs.
+class Round {
+ public:
+  Round(int rows, int columns, double gaps)
+      : x_(MadeMatrix(rows, columns, gaps)), t_(x_.GetNIPALSStartColumn()), p_(columns, 0.0f) {}
+
+  const NCDataMatrix<float>& X() const { return x_; }
+
+  /// To be called after the number of threads has been set.
+  void Prepare() {
+    pass_.emplace(x_);
+    pass_->SumColumns(t_);
+  }
+
+  void Run() {
+    const NCDataVector<float> old = t_;
+    pass_->FinishColumns(old, Pass::Floor::kThirdOfAll, nullptr, 0, true, p_);
+    p_.Normalise();
+    pass_->RegressRowsAndSumColumns(p_, t_);
+    sink += t_.Difference(old);
+  }
+
+ private:
+  NCDataMatrix<float> x_;
+  NCDataVector<float> t_;
+  NCDataVector<float> p_;
+  std::optional<Pass> pass_;
+};
+
+/// All works in turn, so that what else the machine does strikes all of them.
+std::vector<double> MediansInTurn(const std::vector<std::function<void()>>& works) {
+  std::vector<std::vector<double>> times(works.size());
+  for (int repeat = -2; repeat < kRepeats; ++repeat) {
+    for (std::size_t k = 0; k < works.size(); ++k) {
+      const double seconds = Seconds(works[k]);
+      if (repeat >= 0) times[k].push_back(seconds);
+    }
+  }
+  std::vector<double> medians;
+  for (const auto& time : times) medians.push_back(Median(time));
+  return medians;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int rows = argc > 2 ? std::atoi(argv[1]) : 20000;
+  const int columns = argc > 2 ? std::atoi(argv[2]) : 1000;
+  Round complete(rows, columns, 0.0);
+  Round oneGap(rows, columns, -1.0);
+  Round manyGaps(rows, columns, 0.05);
+  std::printf("%d x %d, %s, median of %d, milliseconds\n", rows, columns, SimdTarget::GetName().c_str(), kRepeats);
+  std::printf("threads      read  products     round  /bound   one gap /complete   5%% gaps /complete\n");
+  omp_set_dynamic(0);
+  for (const int threads : {1, 2}) {
+    ThreadingControl::SetNumberOfProcessors(threads);
+    ThreadingControl::SetThreadingIsOn(true);
+    for (Round* round : {&complete, &oneGap, &manyGaps}) round->Prepare();
+    const long products = 2L * rows * columns;
+    const auto ms = MediansInTurn({[&] { sink += bounds::ReadOnce(complete.X(), threads); },
+                                   [&] { sink += bounds::FormProducts(products, threads); }, [&] { complete.Run(); },
+                                   [&] { oneGap.Run(); }, [&] { manyGaps.Run(); }});
+    std::printf("%7d %9.3f %9.3f %9.3f %7.2f %9.3f %9.2f %9.3f %9.2f\n", threads, 1e3 * ms[0], 1e3 * ms[1], 1e3 * ms[2],
+                ms[2] / std::max(ms[0], ms[1]), 1e3 * ms[3], ms[3] / ms[2], 1e3 * ms[4], ms[4] / ms[2]);
+  }
+  return sink == 0.125 ? 1 : 0;
+}
