@@ -99,10 +99,11 @@ void ThreadOptions::Apply() const {
 
 void AddScaling(CLI::App& command, Scaling& scaling) {
   command
-      .add_option("--scaling", scaling,
-                  "uv: centre, divide by the standard deviation (the default); pareto: by its square root; center: "
-                  "centre alone; none")
-      ->transform(CLI::CheckedTransformer(kScalings).description(""))
+      .add_option_function<std::string>(
+          "--scaling", [&scaling](const std::string& name) { scaling = kScalings.at(name); },
+          "uv: centre, divide by the standard deviation (the default); pareto: centre, divide by its square root; "
+          "center: centre alone; none")
+      ->check(CLI::IsMember({"uv", "pareto", "center", "none"}).description(""))
       ->type_name("uv|pareto|center|none");
 }
 

@@ -115,8 +115,7 @@ bool CsvRowParser::CheckCount(CellEnd cellEnd, std::size_t column, const char* p
     std::string_view ignored;
     cellEnd = lexer_.Next(p, end, ignored);
   }
-  return Complain(result, recordLine_,
-                  fmt::format(": has {} cell{} where {} are expected", found, found == 1 ? "" : "s", columns));
+  return Complain(result, recordLine_, fmt::format(": has {} where {} are expected", Counted(found, "cell"), columns));
 }
 
 bool CsvRowParser::NumberCell(std::string_view cell, std::size_t column, CsvRows& result) {

@@ -20,12 +20,18 @@ int Say(ExitCode code, const char* sentence) {
 }
 
 int Parse(CLI::App& program, int argc, char** argv) {
+  const auto isNamed = [&](const CLI::App* command) { return command->check_name(argv[1]); };
+  if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(isNamed).empty()) {
+    throw tool::WrongUse(fmt::format("there is no command {}; see voran --help", argv[1]));
+  }
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help) {
     return program.exit(help);
   } catch (const CLI::ParseError& error) {
-    return Say(ExitCode::kWrongUse, fmt::format("{}; see voran --help", error.what()).c_str());
+    const auto commands = program.get_subcommands();
+    throw tool::WrongUse(fmt::format("{}; see voran {}--help", error.what(),
+                                     commands.empty() ? "" : commands.front()->get_name() + " "));
   }
   return static_cast<int>(ExitCode::kDone);
 }

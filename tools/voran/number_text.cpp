@@ -10,6 +10,10 @@
 namespace tool {
 namespace {
 
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t';
+}
+
 bool EqualNoCase(std::string_view text, std::string_view upper) {
   const auto toUpper = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; };
   return std::equal(text.begin(), text.end(), upper.begin(), upper.end(),
@@ -24,6 +28,8 @@ bool MeansMissing(std::string_view cell) {
 }  // namespace
 
 CellKind ReadNumber(std::string_view cell, char decimalMark, float& value) {
+  while (!cell.empty() && IsBlank(cell.front())) cell.remove_prefix(1);
+  while (!cell.empty() && IsBlank(cell.back())) cell.remove_suffix(1);
   if (MeansMissing(cell)) return CellKind::kMissing;
   if (cell.size() > 1 && cell[0] == '+' && cell[1] != '-') cell.remove_prefix(1);
   const fast_float::parse_options options(fast_float::chars_format::general, decimalMark);
@@ -55,6 +61,10 @@ std::string Quoted(std::string_view text) {
     }
   }
   return shown + (text.size() > kShown ? "...\"" : "\"");
+}
+
+std::string Counted(std::size_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 }  // namespace tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,8 @@ enum class CellKind {
   kNotFinite,  ///< an infinity, or a number beyond the range of `float`
 };
 
-/// Reads one cell, given without its quotation marks and without surrounding blanks. `value` is set for a number only.
+/// Reads one cell, given without its quotation marks; blanks around the content do not count. `value` is set for a
+/// number only.
 /// A plus sign in front is accepted. The locale plays no part.
 CellKind ReadNumber(std::string_view cell, char decimalMark, float& value);
 
@@ -23,5 +25,8 @@ void AppendNumber(std::string& to, double value);
 
 /// Up to 40 bytes of `text` in quotation marks, fit for a terminal: control characters are shown as \xHH.
 std::string Quoted(std::string_view text);
+
+/// "1 row", "2 rows".
+std::string Counted(std::size_t count, std::string_view noun);
 
 }  // namespace tool

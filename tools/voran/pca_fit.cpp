@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
 #include "voran/models/pca.h"
 #include "voran/platform/nc_error.h"
 
@@ -71,23 +72,24 @@ class PcaRun {
     scaled.x = NCDataMatrix<float>();
   }
 
+  bool HasData() const { return total_ > 0.0; }
+
   void FitAll(PcaResult& result, NCProgress* progress) {
-    if (total_ == 0.0) throw BadData("every value that is left is zero, so there is nothing to model");
     const int most = static_cast<int>(std::min(degreesOfFreedom_, static_cast<double>(columns_)));
     const int asked = settings_.components.value_or(std::min(kDefaultComponents, most));
     const int count = std::min(asked, most);
     for (int a = 1; a <= count && result.stopped.empty(); ++a) FitNext(result, a, count, progress);
     if (result.stopped.empty() && count < asked) {
-      result.stopped = fmt::format("{} rows and {} columns have no more than {} component{}", rows_, columns_, most,
-                                   most == 1 ? "" : "s");
+      result.stopped = fmt::format("{} and {} have no more than {}", Counted(rows_, "row"), Counted(columns_, "column"),
+                                   Counted(static_cast<std::size_t>(most), "component"));
     }
   }
 
  private:
   void FitNext(PcaResult& result, int a, int count, NCProgress* progress) {
     if (left_ <= kRoundingShare * total_) {
-      result.stopped = fmt::format("the first {} component{} already explain{} the whole table", a - 1,
-                                   a == 2 ? "" : "s", a == 2 ? "s" : "");
+      result.stopped = a == 2 ? "the first component explains the whole table"
+                              : fmt::format("the first {} components explain the whole table", a - 1);
       return;
     }
     if (progress != nullptr) {
@@ -164,6 +166,7 @@ PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress
     ++r;
   }
   PcaRun run(std::move(scaled), settings, static_cast<std::size_t>(rows) - result.gaps.emptyRows.size());
+  if (!run.HasData()) throw BadData(table.source + ": every value is zero, so there is nothing to model");
   run.FitAll(result, progress);
   return result;
 }

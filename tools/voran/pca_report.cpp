@@ -8,6 +8,7 @@
 
 #include "tools/voran/common_options.h"
 #include "tools/voran/csv_writer.h"
+#include "tools/voran/number_text.h"
 
 namespace tool {
 namespace {
@@ -26,8 +27,9 @@ std::string Enumerate(const std::vector<std::string>& names) {
 
 std::string DescribeGaps(const GapCounts& gaps) {
   if (gaps.cells == 0) return "no gaps";
-  return fmt::format("gaps in {} cell{}, {} row{}, {} column{}", gaps.cells, gaps.cells == 1 ? "" : "s", gaps.rows,
-                     gaps.rows == 1 ? "" : "s", gaps.columns, gaps.columns == 1 ? "" : "s");
+  const auto counted = [](int count, const char* noun) { return Counted(static_cast<std::size_t>(count), noun); };
+  return fmt::format("gaps in {}, {}, {}", counted(gaps.cells, "cell"), counted(gaps.rows, "row"),
+                     counted(gaps.columns, "column"));
 }
 
 std::string DescribeDropped(const PcaResult& result) {
@@ -51,9 +53,9 @@ std::string ComponentLines(const PcaResult& result) {
 
 std::string PcaText(const PcaReport& report) {
   const PcaResult& result = report.result;
-  std::string text =
-      fmt::format("PCA of {}: {} rows, {} columns, scaling {}, {}\n", report.table.source, report.table.rowIds.size(),
-                  result.variables.size(), ScalingName(report.settings.scaling), DescribeGaps(result.gaps));
+  std::string text = fmt::format("PCA of {}: {}, {}, scaling {}, {}\n", report.table.source,
+                                 Counted(report.table.rowIds.size(), "row"), Counted(result.variables.size(), "column"),
+                                 ScalingName(report.settings.scaling), DescribeGaps(result.gaps));
   if (!result.dropped.empty()) text += fmt::format("  columns left out: {}\n", DescribeDropped(result));
   if (!result.gaps.emptyRows.empty()) {
     text += fmt::format("  rows without data, which get no score: {}\n", Enumerate(result.gaps.emptyRows));
@@ -63,8 +65,7 @@ std::string PcaText(const PcaReport& report) {
     text += "  * stopped at the iteration limit before it converged; --max-iterations raises the limit\n";
   }
   if (!result.stopped.empty()) {
-    text += fmt::format("  only {} of {} components: {}\n", result.components.size(),
-                        report.settings.components.value_or(0), result.stopped);
+    text += fmt::format("  no more than {}: {}\n", Counted(result.components.size(), "component"), result.stopped);
   }
   return text;
 }

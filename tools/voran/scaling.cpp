@@ -95,10 +95,11 @@ NCDataMatrix<float> Apply(NCDataMatrix<float>& x, const std::vector<Transform>& 
       const float value = values[t.column];
       scaled[k++] = value == kGap ? kGap : AsPresent((static_cast<double>(value) - t.centre) * t.weight);
     }
-    NCDataVector<float> row;
+    // Once the matrix has let go of it, the row is written where it is.
+    NCDataVector<float> row = x[r];
+    x(r) = NCDataVector<float>();
     row.CopyZeroBasedVector(scaled.data(), static_cast<int>(scaled.size()));
     result.push_back(row);
-    x(r) = NCDataVector<float>();
   }
   x = NCDataMatrix<float>();
   return result;

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "tools/voran/number_text.h"
+
 namespace tool {
 
 std::vector<std::string> NumberedNames(std::size_t columns) {
@@ -21,9 +23,9 @@ std::vector<std::string> NumberedIds(std::size_t rows) {
 void NoteMarkerCells(Table& table, std::size_t cells) {
   if (cells == 0) return;
   table.notes.push_back(
-      fmt::format("{} cell{} exactly -99, which marks a gap, and {} taken as missing; add a constant to the column if "
-                  "it is a datum",
-                  cells, cells == 1 ? " is" : "s are", cells == 1 ? "is" : "are"));
+      fmt::format("{} held exactly -99, which marks a gap, and counted as missing; if that is a datum, "
+                  "add a constant to the column",
+                  Counted(cells, "cell")));
 }
 
 }  // namespace tool

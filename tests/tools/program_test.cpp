@@ -1,0 +1,244 @@
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
+
+std::string ContentOf(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+struct Outcome {
+  int code = -1;
+  std::string out;
+  std::string err;
+};
+
+// A folder of its own for each test, in which the program runs.
+class Program : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (fs::temp_directory_path() / "voran-test-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    folder_ = pattern;
+  }
+  void TearDown() override { fs::remove_all(folder_); }
+
+  fs::path Path(const std::string& name) const { return folder_ / name; }
+  void Put(const std::string& name, const std::string& text) const {
+    std::ofstream(Path(name), std::ios::binary) << text;
+  }
+
+  pid_t Start(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
+              const std::string& output = "stdout") const {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    if (chdir(folder_.c_str()) != 0) _exit(99);
+    signal(SIGINT, SIG_DFL);
+    dup2(open(input.c_str(), O_RDWR), STDIN_FILENO);
+    dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+    dup2(open("stderr", O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+    std::vector<char*> argv = {const_cast<char*>("voran")};
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    execv(VORAN_PROGRAM, argv.data());
+    _exit(98);
+  }
+
+  Outcome Finish(pid_t child) const {
+    int status = 0;
+    waitpid(child, &status, 0);
+    Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), ContentOf(Path("stdout")),
+                    ContentOf(Path("stderr"))};
+    fs::remove(Path("stdout"));
+    fs::remove(Path("stderr"));
+    return outcome;
+  }
+
+  Outcome Run(const std::vector<std::string>& arguments) const { return Finish(Start(arguments)); }
+
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(folder_)) {
+      names.push_back(fs::relative(entry.path(), folder_).string());
+    }
+    return names;
+  }
+
+ private:
+  fs::path folder_;
+};
+
+const std::string kWine = std::string(VORAN_DATA) + "/wine.csv";
+
+TEST_F(Program, BadInputGetsOneSentenceTheRightCodeAndNoFile) {
+  Put("empty.csv", "");
+  Put("header.csv", "id,a,b\n");
+  Put("duplicate.csv", "id,a,a\nr,1,2\ns,2,3\n");
+  Put("row.csv", "id,a,b\nr,1,2\n");
+  Put("constant.csv", "a,b\n1,NA\n1,NA\n");
+  Put("zero.csv", "a,b\n0,0\n0,0\n");
+  Put("good.csv", "a,b\n1,2\n3,1\n4,7\n");
+  const auto before = Files();
+  struct Case {
+    std::vector<std::string> arguments;
+    int code;
+    const char* says;
+  };
+  const std::vector<Case> cases = {
+      {{"pca", "none.csv"}, 3, "none.csv: cannot be opened"},
+      {{"pca", "."}, 3, "is a directory"},
+      {{"pca", "empty.csv"}, 3, "is empty"},
+      {{"pca", "-"}, 3, "standard input: is empty"},
+      {{"pca", "header.csv"}, 3, "has a header and no rows"},
+      {{"pca", "duplicate.csv"}, 3, "columns 2 and 3 are both named \"a\""},
+      {{"pca", "row.csv"}, 3, "one row has no variance"},
+      {{"pca", "constant.csv"}, 3, "no column is left to model: a (no variance)"},
+      {{"pca", "zero.csv", "--scaling", "none"}, 3, "every value is zero"},
+      {{"pca", kWine}, 3, "line 2, column 2 (\"class\"): \"cultivar1\" is not a number; add --class class"},
+      {{"pca", "good.csv", "--exclude", "z"}, 2, "--exclude: the table has no column \"z\""},
+      {{"pca", "good.csv", "--components", "0"}, 2, "--components"},
+      {{"pca", "good.csv", "--scaling", "x"}, 2, "--scaling"},
+      {{"pca", "good.csv", "--out", "/proc/none"}, 2, "--out: the folder /proc/none cannot be made"},
+      {{"pca", "good.csv", "--out", "/proc"}, 2, "--out: nothing can be written to /proc"},
+      {{"pca", "good.csv", "--out", "good.csv"}, 2, "is a file"},
+      {{"pca"}, 2, "TABLE is required"},
+      {{"frobnicate"}, 2, "there is no command frobnicate"},
+      {{}, 2, "subcommand is required"},
+  };
+  for (Case c : cases) {
+    if (c.code == 3) c.arguments.insert(c.arguments.end(), {"--out", "made/here"});
+    if (!c.arguments.empty()) c.arguments.push_back("--quiet");
+    const Outcome outcome = Run(c.arguments);
+    SCOPED_TRACE(c.says);
+    EXPECT_EQ(outcome.code, c.code);
+    EXPECT_THAT(outcome.err, StartsWith("voran: "));
+    EXPECT_THAT(outcome.err, HasSubstr(c.says));
+    EXPECT_EQ(outcome.err.find('\n') + 1, outcome.err.size());
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(Files().size(), before.size());
+  }
+}
+
+TEST_F(Program, ResultsGoToStdoutAndToTheFolder) {
+  Put("t.csv", "name,a,b,c,d\n\"x, 1\",1,2,5,4\ny,2,,5,1\nz,4,1,5,NA\n,,,5,\n");
+  Put("kept.txt", "mine");
+  const Outcome outcome = Run({"pca", "t.csv", "--id", "name", "--components", "1", "--out", "made/here", "--json"});
+  ASSERT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_THAT(Files(), UnorderedElementsAre("t.csv", "kept.txt", "made", "made/here", "made/here/summary.json",
+                                            "made/here/scores.csv", "made/here/loadings.csv"));
+  EXPECT_EQ(ContentOf(Path("made/here/summary.json")), outcome.out);
+  const auto json = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(json["schema_version"], 1);
+  EXPECT_EQ(json["missing"], nlohmann::json::parse(R"({"cells":5,"rows":3,"columns":3,"empty_rows":[""]})"));
+  EXPECT_EQ(json["dropped_columns"], nlohmann::json::parse(R"([{"name":"c","reason":"no variance"}])"));
+  ASSERT_EQ(json["components"].size(), 1u);
+  for (const char* key : {"r2x", "r2x_cumulative", "eigenvalue", "iterations", "converged"}) {
+    EXPECT_FALSE(json["components"][0][key].is_null()) << key;
+  }
+  const std::string scores = ContentOf(Path("made/here/scores.csv"));
+  EXPECT_THAT(scores, StartsWith("name,t1\n\"x, 1\","));
+  EXPECT_THAT(scores, ::testing::EndsWith("\n,\n"));
+  EXPECT_THAT(ContentOf(Path("made/here/loadings.csv")), ::testing::ContainsRegex("^variable,p1\na,.*\nb,.*\nd,.*\n$"));
+
+  EXPECT_EQ(Run({"pca", "t.csv", "--id", "name", "--components", "1", "--out", "made/here", "--json"}).out,
+            outcome.out);
+}
+
+TEST_F(Program, ThreadsDoNotChangeAByte) {
+  const std::string data = std::string(VORAN_DATA) + "/metabolites.csv";
+  for (const char* threads : {"1", "2", "3", "7"}) {
+    const Outcome outcome = Run({"pca", data, "--class", "class_hours", "--threads", threads, "--out", threads});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    for (const char* file : {"scores.csv", "loadings.csv", "summary.json"}) {
+      EXPECT_EQ(ContentOf(Path(threads) / file), ContentOf(Path("1") / file)) << file << " with " << threads;
+    }
+  }
+}
+
+TEST_F(Program, TellsOfTheIterationLimitAndOfMissingComponents) {
+  const Outcome limited = Run({"pca", kWine, "--class", "class", "--max-iterations", "2", "--components", "14"});
+  EXPECT_EQ(limited.code, 0);
+  EXPECT_THAT(limited.out, HasSubstr("stopped at the iteration limit"));
+  EXPECT_THAT(limited.out, HasSubstr("no more than 13 components: 178 rows and 13 columns have"));
+  EXPECT_THAT(limited.err, HasSubstr("rows named by column \"id\""));
+  EXPECT_EQ(Run({"pca", kWine, "--class", "class", "--quiet"}).err, "");
+}
+
+TEST_F(Program, ASignalWhileReadingLeavesNothing) {
+  Put("dummy", "");
+  ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
+  for (const int number : {SIGINT, SIGTERM}) {
+    // The pipe is held open for writing, so the program waits for more than the two lines.
+    const pid_t child = Start({"pca", "-", "--out", "results"}, "pipe");
+    const int pipe = open(Path("pipe").c_str(), O_RDWR);
+    ASSERT_EQ(write(pipe, "a,b\n1,2\n", 8), 8);
+    for (int i = 0; i < 1000 && !fs::exists(Path("results")); ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_TRUE(fs::exists(Path("results")));
+    kill(child, number);
+    const Outcome outcome = Finish(child);
+    close(pipe);
+    EXPECT_EQ(outcome.code, 130);
+    EXPECT_EQ(outcome.err, "voran: cancelled\n");
+    EXPECT_THAT(Files(), UnorderedElementsAre("dummy", "pipe"));
+  }
+}
+
+TEST_F(Program, ASignalWhileFittingLeavesWhatWasThere) {
+  // Equal variances and random numbers: the iteration takes very long.
+  std::string text = "a,b,c,d,e,f\n";
+  unsigned state = 1;
+  for (int i = 0; i < 60000; ++i) {
+    for (int c = 0; c < 6; ++c)
+      text += fmt::format("{}{}", c == 0 ? "" : ",", (state = state * 1664525u + 1013904223u) >> 8);
+    text += '\n';
+  }
+  Put("t.csv", text);
+  fs::create_directory(Path("results"));
+  Put("results/scores.csv", "old");
+  const pid_t child =
+      Start({"pca", "t.csv", "--max-iterations", "1000000000", "--components", "6", "--out", "results"});
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  kill(child, SIGINT);
+  const Outcome outcome = Finish(child);
+  // A very fast machine may be done by then; the results are whole in that case.
+  if (outcome.code == 0) GTEST_SKIP() << "the fit was over before the signal came";
+  EXPECT_EQ(outcome.code, 130);
+  EXPECT_EQ(ContentOf(Path("results/scores.csv")), "old");
+  EXPECT_THAT(Files(), UnorderedElementsAre("t.csv", "results", "results/scores.csv"));
+}
+
+TEST_F(Program, AFullDiskIsNoticed) {
+  const Outcome outcome = Finish(Start({"pca", kWine, "--class", "class", "--quiet"}, "/dev/null", "/dev/full"));
+  EXPECT_EQ(outcome.code, 1);
+  EXPECT_THAT(outcome.err, HasSubstr("could not be written to standard output"));
+}
+
+TEST_F(Program, HelpAndVersionSucceed) {
+  EXPECT_THAT(Run({"--version"}).out, StartsWith("voran "));
+  EXPECT_THAT(Run({"pca", "--help"}).out, HasSubstr("--components"));
+  EXPECT_EQ(Run({"pca", "--help"}).code, 0);
+}
+
+}  // namespace
