@@ -62,21 +62,22 @@ void Register(const std::string& target, const std::string& type) {
   };
   add("rowProducts", kRows, false, [](Operands<T>& o) {
     double products[kRows];
-    NipalsKernels<T>::Current().rowProducts(o.rows.data(), kRows, o.p.data(), o.n, products);
+    NipalsKernels<T>::Current().rowProducts(o.rows.data(), kRows, o.p.data(), o.n, {}, products);
     benchmark::DoNotOptimize(products);
   });
   add("rowProductsWithGaps", kRows, true, [](Operands<T>& o) {
     double products[kRows];
     double squares[kRows];
-    NipalsKernels<T>::Current().rowProductsWithGaps(o.rows.data(), kRows, o.p.data(), false, o.n, products, squares);
+    NipalsKernels<T>::Current().rowProductsWithGaps(o.rows.data(), kRows, o.p.data(), false, o.n, {}, products,
+                                                    squares);
     benchmark::DoNotOptimize(products);
   });
   add("addRows", kRows, false, [](Operands<T>& o) {
-    NipalsKernels<T>::Current().addRows(o.rows.data(), o.p.data(), kRows, 0, o.n, o.sums.data());
+    NipalsKernels<T>::Current().addRows(o.rows.data(), o.p.data(), kRows, 0, o.n, {}, o.sums.data());
     benchmark::ClobberMemory();
   });
   add("addRowsWithGaps", kRows, true, [](Operands<T>& o) {
-    NipalsKernels<T>::Current().addRowsWithGaps(o.rows.data(), o.p.data(), o.p.data(), kRows, 0, o.n, o.sums.data(),
+    NipalsKernels<T>::Current().addRowsWithGaps(o.rows.data(), o.p.data(), o.p.data(), kRows, 0, o.n, {}, o.sums.data(),
                                                 o.weights.data());
     benchmark::ClobberMemory();
   });

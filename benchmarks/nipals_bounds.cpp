@@ -66,11 +66,13 @@ class Round {
   std::optional<Pass> pass_;
 };
 
-/// All works in turn, so that what else the machine does strikes all of them.
+/// All works in turn, so that what else the machine does strikes all of them; each is run once before it is timed, so
+/// that none finds in the cache what another has left there.
 std::vector<double> MediansInTurn(const std::vector<std::function<void()>>& works) {
   std::vector<std::vector<double>> times(works.size());
   for (int repeat = -2; repeat < kRepeats; ++repeat) {
     for (std::size_t k = 0; k < works.size(); ++k) {
+      works[k]();
       const double seconds = Seconds(works[k]);
       if (repeat >= 0) times[k].push_back(seconds);
     }

@@ -143,9 +143,10 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         }
         const T* rows[kRows];
         for (std::size_t r = 0; r < kRows; ++r) rows[r] = guarded[r].get();
+        const detail::RowsAhead<T> ahead{rows, kRows};
         double products[kRows];
         double squares[kRows];
-        kernels.rowProductsWithGaps(rows, kRows, p.get(), gapsP > 0.0, n, products, squares);
+        kernels.rowProductsWithGaps(rows, kRows, p.get(), gapsP > 0.0, n, ahead, products, squares);
         for (std::size_t r = 0; r < kRows; ++r) {
           const plain::Sums expected = plain::PairSums(pValues.data(), values[r].data(), size);
           EXPECT_THAT(products[r], SameBits(expected.product)) << size << " elements, row " << r;
@@ -153,7 +154,7 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         }
         if (gapsX > 0.0 || gapsP > 0.0) continue;
         double complete[kRows];
-        kernels.rowProducts(rows, kRows, p.get(), n, complete);
+        kernels.rowProducts(rows, kRows, p.get(), n, ahead, complete);
         for (std::size_t r = 0; r < kRows; ++r) EXPECT_THAT(complete[r], SameBits(products[r]));
       }
     });
@@ -179,6 +180,7 @@ class Kernels : public ::testing::TestWithParam<std::string> {
           guarded.emplace_back(values.back(), misalignment);
         }
         for (std::size_t r = 0; r < kRows; ++r) rows[r] = guarded[r].get();
+        const detail::RowsAhead<T> ahead{rows, kRows};
         for (std::size_t r = 0; r < kRows; ++r) {
           for (std::size_t j = 0; j < size; ++j) {
             const T x = values[r][j];
@@ -195,10 +197,10 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         const int from = static_cast<int>(first);
         const int n = static_cast<int>(size - first);
         if (gaps > 0.0) {
-          kernels.addRowsWithGaps(rows, t.data(), weights.data(), kRows, from, n, actual.get() + first,
+          kernels.addRowsWithGaps(rows, t.data(), weights.data(), kRows, from, n, ahead, actual.get() + first,
                                   actualWeights.get() + first);
         } else {
-          kernels.addRows(rows, t.data(), kRows, from, n, actual.get() + first);
+          kernels.addRows(rows, t.data(), kRows, from, n, ahead, actual.get() + first);
         }
         kernels.addSquares(rows, kRows, static_cast<int>(size), gaps > 0.0, actualSquares.get());
         for (std::size_t j = 0; j < size; ++j) {
@@ -263,7 +265,7 @@ TEST_P(Kernels, AGapBesideAnInfinityAddsNothing) {
   const float* row = x.data();
   double product;
   double squares;
-  NipalsKernels<float>::Current().rowProductsWithGaps(&row, 1, p.data(), false, 40, &product, &squares);
+  NipalsKernels<float>::Current().rowProductsWithGaps(&row, 1, p.data(), false, 40, {}, &product, &squares);
   EXPECT_EQ(product, 0.0);
   EXPECT_EQ(squares, 0.0);
 }

@@ -38,6 +38,13 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
   }
 }
 
+template <typename T>
+RowsAhead<T> NipalsPass<T>::Ahead(int firstRow, int from, int to) const {
+  const int first = std::min(firstRow + kGroup + from, numRows_);
+  const int end = std::min(firstRow + kGroup + to, numRows_);
+  return {rows_.data() + first, end - first};
+}
+
 // Column sums.
 
 template <typename T>
@@ -48,7 +55,7 @@ void NipalsPass<T>::ClearBlock(int block, const ColumnTask& task) {
 }
 
 template <typename T>
-void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTask& task) {
+void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead) {
   const T* rows[kGroup];
   T factors[kGroup];
   T weights[kGroup];
@@ -63,11 +70,11 @@ void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTas
   }
   double* const sums = Sums(block) + task.firstColumn;
   if (groupHasGaps_[static_cast<std::size_t>(firstRow / kGroup)] != 0) {
-    kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, sums,
+    kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, ahead, sums,
                              WeightSums(block) + task.firstColumn);
     return;
   }
-  kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, sums);
+  kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, ahead, sums);
   if (!task.withCommonPart) return;
   double& common = blockWeight_[static_cast<std::size_t>(block)];
   for (int i = 0; i < n; ++i) common += static_cast<double>(weights[i]);
@@ -77,7 +84,7 @@ template <typename T>
 void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
   ClearBlock(block, task);
   for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-    AddGroup(block, i, std::min(kGroup, EndRow(block) - i), task);
+    AddGroup(block, i, std::min(kGroup, EndRow(block) - i), task, Ahead(i, 0, kGroup));
   }
 }
 
@@ -231,15 +238,16 @@ double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double 
 }
 
 template <typename T>
-int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& regression, T* t) const {
+int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead,
+                                T* t) const {
   double products[kGroup];
   double pairedSquares[kGroup] = {};
   const auto row = static_cast<std::size_t>(firstRow);
   if (regression.pHasGaps || groupHasGaps_[row / kGroup] != 0) {
-    kernels_.rowProductsWithGaps(&rows_[row], count, regression.p, regression.pHasGaps, numColumns_, products,
+    kernels_.rowProductsWithGaps(&rows_[row], count, regression.p, regression.pHasGaps, numColumns_, ahead, products,
                                  pairedSquares);
   } else {
-    kernels_.rowProducts(&rows_[row], count, regression.p, numColumns_, products);
+    kernels_.rowProducts(&rows_[row], count, regression.p, numColumns_, ahead, products);
   }
   int missing = 0;
   for (int i = 0; i < count; ++i) {
@@ -264,7 +272,7 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
 #pragma omp parallel for schedule(static) num_threads(threads_) reduction(+ : missing)
   for (int block = 0; block < numBlocks_; ++block) {
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-      missing += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, scores);
+      missing += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, Ahead(i, 0, kGroup), scores);
     }
   }
   t.SetNumMisVal(missing);
@@ -285,9 +293,9 @@ void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVec
     ClearBlock(block, task);
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
       const int count = std::min(kGroup, EndRow(block) - i);
-      missing += RegressGroup(i, count, regression, scores);
+      missing += RegressGroup(i, count, regression, Ahead(i, 0, kGroup / 2), scores);
       markers += static_cast<int>(std::count(scores + i, scores + i + count, kMissing<T>));
-      AddGroup(block, i, count, task);
+      AddGroup(block, i, count, task, Ahead(i, kGroup / 2, kGroup));
     }
   }
   t.SetNumMisVal(missing);

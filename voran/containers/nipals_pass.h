@@ -97,11 +97,13 @@ class NipalsPass {
     bool withCommonPart;
   };
 
+  /// Rows from..to of the group behind the one that begins at `firstRow`, to be fetched while that one is worked on.
+  RowsAhead<T> Ahead(int firstRow, int from, int to) const;
   void ClearBlock(int block, const ColumnTask& task);
   void SumBlock(int block, const ColumnTask& task);
-  void AddGroup(int block, int firstRow, int count, const ColumnTask& task);
+  void AddGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead);
   /// Writes the scores of a group of rows to t and returns how many are missing.
-  int RegressGroup(int firstRow, int count, const RowRegression& regression, T* t) const;
+  int RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
   double RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const;
   RowRegression Regression(const NCDataVector<T>& p, Floor floor) const;
   void Combine(int firstColumn, int columns);

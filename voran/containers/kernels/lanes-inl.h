@@ -15,6 +15,7 @@
 
 #include <cstddef>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -98,10 +99,16 @@ HWY_INLINE A SumTree(const NarrowVec<A>* accumulators) {
   return lanes[0];
 }
 
+/// Fetches the line at `offset` of each row; an address behind a row's end does no harm.
+template <typename T>
+HWY_INLINE void Fetch(const T* const* rows, int count, std::size_t offset) {
+  for (int r = 0; r < count; ++r) hwy::Prefetch(rows[r] + offset);
+}
+
 /// Sums `Sums` quantities over n elements. `terms(load, out)` writes the vectors to add, one for each sum; elements
-/// behind the end are loaded as zeros and must add zero.
+/// behind the end are loaded as zeros and must add zero. `numAhead` rows are fetched meanwhile.
 template <typename T, typename A, int Sums, class Terms>
-HWY_INLINE void Reduce(const Terms& terms, int n, A* sums) {
+HWY_INLINE void Reduce(const Terms& terms, int n, A* sums, const T* const* ahead = nullptr, int numAhead = 0) {
   NarrowVec<A> accumulators[Sums][kVectors];
   for (int s = 0; s < Sums; ++s) {
     for (int k = 0; k < kVectors; ++k) accumulators[s][k] = hn::Zero(Narrow<A>());
@@ -109,6 +116,7 @@ HWY_INLINE void Reduce(const Terms& terms, int n, A* sums) {
   const auto size = static_cast<std::size_t>(n);
   std::size_t i = 0;
   for (; i + kAccumulators <= size; i += kAccumulators) {
+    Fetch(ahead, numAhead, i);
     for (std::size_t k = 0; k < kVectors; ++k) {
       NarrowVec<A> out[Sums];
       terms(FullLoad<T>{i + k * kLanes}, out);

@@ -1,5 +1,7 @@
 #include "voran/containers/kernels/nipals.h"
 
+#include <algorithm>
+
 #include "voran/containers/kernels/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -20,6 +22,13 @@ constexpr int kRowsTogether = kLanes == 8 ? 4 : (kLanes == 4 ? 2 : 1);
 /// Rows added to a column accumulator between its load and its store.
 constexpr int kRowsAdded = 4;
 
+/// The share of the rows ahead that step `step` of `steps` fetches.
+template <typename T>
+HWY_INLINE RowsAhead<T> ShareOf(RowsAhead<T> ahead, int step, int steps) {
+  const int from = ahead.count * step / steps;
+  return {ahead.rows + from, ahead.count * (step + 1) / steps - from};
+}
+
 template <typename T, int Rows>
 struct RowProductTerms {
   const T* const* rows;
@@ -33,13 +42,19 @@ struct RowProductTerms {
 };
 
 template <typename T>
-void RowProducts(const T* const* rows, int numRows, const T* p, int n, double* products) {
-  int r = 0;
-  for (; r + kRowsTogether <= numRows; r += kRowsTogether) {
-    Reduce<T, double, kRowsTogether>(RowProductTerms<T, kRowsTogether>{rows + r, p}, n, products + r);
-  }
-  if constexpr (kRowsTogether > 1) {
-    for (; r < numRows; ++r) Reduce<T, double, 1>(RowProductTerms<T, 1>{rows + r, p}, n, products + r);
+void RowProducts(const T* const* rows, int numRows, const T* p, int n, RowsAhead<T> ahead, double* products) {
+  const int steps = (numRows + kRowsTogether - 1) / kRowsTogether;
+  for (int step = 0; step < steps; ++step) {
+    const int r = step * kRowsTogether;
+    const RowsAhead<T> share = ShareOf(ahead, step, steps);
+    if (r + kRowsTogether <= numRows) {
+      const RowProductTerms<T, kRowsTogether> terms{rows + r, p};
+      Reduce<T, double, kRowsTogether>(terms, n, products + r, share.rows, share.count);
+    } else {
+      for (int rest = r; rest < numRows; ++rest) {
+        Reduce<T, double, 1>(RowProductTerms<T, 1>{rows + rest, p}, n, products + rest);
+      }
+    }
   }
 }
 
@@ -60,14 +75,15 @@ struct GappedRowTerms {
 };
 
 template <typename T>
-void RowProductsWithGaps(const T* const* rows, int numRows, const T* p, bool pHasGaps, int n, double* products,
-                         double* pairedSquares) {
+void RowProductsWithGaps(const T* const* rows, int numRows, const T* p, bool pHasGaps, int n, RowsAhead<T> ahead,
+                         double* products, double* pairedSquares) {
   for (int r = 0; r < numRows; ++r) {
+    const RowsAhead<T> share = ShareOf(ahead, r, numRows);
     double sums[2];
     if (pHasGaps) {
-      Reduce<T, double, 2>(GappedRowTerms<true, T>{rows[r], p}, n, sums);
+      Reduce<T, double, 2>(GappedRowTerms<true, T>{rows[r], p}, n, sums, share.rows, share.count);
     } else {
-      Reduce<T, double, 2>(GappedRowTerms<false, T>{rows[r], p}, n, sums);
+      Reduce<T, double, 2>(GappedRowTerms<false, T>{rows[r], p}, n, sums, share.rows, share.count);
     }
     products[r] = sums[0];
     pairedSquares[r] = sums[1];
@@ -75,7 +91,8 @@ void RowProductsWithGaps(const T* const* rows, int numRows, const T* p, bool pHa
 }
 
 template <typename T, int Rows>
-HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t first, std::size_t n, double* sums) {
+HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t first, std::size_t n, RowsAhead<T> ahead,
+                                double* sums) {
   const T* row[Rows];
   NarrowVec<T> factor[Rows];
   for (int r = 0; r < Rows; ++r) {
@@ -84,6 +101,7 @@ HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t fi
   }
   std::size_t j = 0;
   for (; j + kLanes <= n; j += kLanes) {
+    if (j % kAccumulators == 0) Fetch(ahead.rows, ahead.count, first + j);
     auto sum = hn::LoadU(Wide(), sums + j);
     for (int r = 0; r < Rows; ++r) {
       sum = hn::Add(sum, Widen(hn::Mul(hn::LoadU(Narrow<T>(), row[r] + j), factor[r])));
@@ -99,17 +117,21 @@ HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t fi
 }
 
 template <typename T>
-void AddRows(const T* const* rows, const T* t, int numRows, int first, int n, double* sums) {
+void AddRows(const T* const* rows, const T* t, int numRows, int first, int n, RowsAhead<T> ahead, double* sums) {
   const auto from = static_cast<std::size_t>(first);
   const auto size = static_cast<std::size_t>(n);
+  const int steps = std::max(1, numRows / kRowsAdded);
   int r = 0;
-  for (; r + kRowsAdded <= numRows; r += kRowsAdded) AddRowsTogether<T, kRowsAdded>(rows + r, t + r, from, size, sums);
-  for (; r < numRows; ++r) AddRowsTogether<T, 1>(rows + r, t + r, from, size, sums);
+  for (; r + kRowsAdded <= numRows; r += kRowsAdded) {
+    const RowsAhead<T> share = ShareOf(ahead, r / kRowsAdded, steps);
+    AddRowsTogether<T, kRowsAdded>(rows + r, t + r, from, size, share, sums);
+  }
+  for (; r < numRows; ++r) AddRowsTogether<T, 1>(rows + r, t + r, from, size, RowsAhead<T>{}, sums);
 }
 
 template <typename T, int Rows>
 HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T* weights, std::size_t first,
-                                      std::size_t n, double* sums, double* weightSums) {
+                                      std::size_t n, RowsAhead<T> ahead, double* sums, double* weightSums) {
   const T* row[Rows];
   NarrowVec<T> factor[Rows];
   NarrowVec<T> weight[Rows];
@@ -120,6 +142,7 @@ HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T*
   }
   std::size_t j = 0;
   for (; j + kLanes <= n; j += kLanes) {
+    if (j % kAccumulators == 0) Fetch(ahead.rows, ahead.count, first + j);
     auto sum = hn::LoadU(Wide(), sums + j);
     auto weightSum = hn::LoadU(Wide(), weightSums + j);
     for (int r = 0; r < Rows; ++r) {
@@ -142,16 +165,18 @@ HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T*
 }
 
 template <typename T>
-void AddRowsWithGaps(const T* const* rows, const T* t, const T* weights, int numRows, int first, int n, double* sums,
-                     double* weightSums) {
+void AddRowsWithGaps(const T* const* rows, const T* t, const T* weights, int numRows, int first, int n,
+                     RowsAhead<T> ahead, double* sums, double* weightSums) {
   const auto from = static_cast<std::size_t>(first);
   const auto size = static_cast<std::size_t>(n);
+  const int steps = std::max(1, numRows / kRowsAdded);
   int r = 0;
   for (; r + kRowsAdded <= numRows; r += kRowsAdded) {
-    AddGappedRowsTogether<T, kRowsAdded>(rows + r, t + r, weights + r, from, size, sums, weightSums);
+    const RowsAhead<T> share = ShareOf(ahead, r / kRowsAdded, steps);
+    AddGappedRowsTogether<T, kRowsAdded>(rows + r, t + r, weights + r, from, size, share, sums, weightSums);
   }
   for (; r < numRows; ++r) {
-    AddGappedRowsTogether<T, 1>(rows + r, t + r, weights + r, from, size, sums, weightSums);
+    AddGappedRowsTogether<T, 1>(rows + r, t + r, weights + r, from, size, RowsAhead<T>{}, sums, weightSums);
   }
 }
 
