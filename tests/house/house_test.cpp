@@ -88,6 +88,13 @@ TEST(House, PublicHeadersReachNoKernel) {
   EXPECT_GT(reached.size(), 10u);
 }
 
+TEST(House, ReadmeShowsTheExampleAndWhatItPrints) {
+  const std::string example = Read(kRoot / "examples/pca.cpp");
+  const std::string readme = Read(kRoot / "README.md");
+  EXPECT_THAT(readme, testing::HasSubstr("```cpp\n" + example.substr(example.find("int main()")) + "```"));
+  EXPECT_THAT(readme, testing::HasSubstr("```\n" + Read(kRoot / "examples/pca.expected.txt") + "```"));
+}
+
 TEST(House, LibraryTellsTheVersionOfItsHeaders) {
   EXPECT_STREQ(GetVersion(), VORAN_VERSION);
   const std::string numbers = std::to_string(VORAN_VERSION_MAJOR) + "." + std::to_string(VORAN_VERSION_MINOR) + "." +
