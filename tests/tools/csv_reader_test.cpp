@@ -14,8 +14,9 @@
 namespace tool {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+
+using Sizes = std::initializer_list<std::size_t>;
 
 Table Read(const std::string& text, const CsvOptions& options = {}) {
   const auto source = SourceFromMemory(text);
@@ -108,7 +109,7 @@ class RandomTable {
   char decimalMark_;
 };
 
-CsvOptions Cut(const RandomTable&, char separator, char decimalMark, std::size_t chunkBytes, int threads) {
+CsvOptions Cut(char separator, char decimalMark, std::size_t chunkBytes, int threads) {
   CsvOptions options;
   options.dialect = {separator, decimalMark, true};
   options.roles.id = {"name"};
@@ -124,9 +125,8 @@ TEST(CsvReader, EveryCutAndThreadCountGivesTheTableThatWasWritten) {
     const char separator = ",;\t"[seed % 3];
     const char decimalMark = separator == ',' ? '.' : ".,"[seed / 3 % 2];
     const RandomTable made(seed, separator, decimalMark);
-    for (const std::size_t chunkBytes : {1, 2, 3, 5, 16, 100, 100000}) {
-      const Table table =
-          Read(made.text, Cut(made, separator, decimalMark, chunkBytes, 1 + static_cast<int>(seed % 3)));
+    for (const std::size_t chunkBytes : Sizes{1, 2, 3, 5, 16, 100, 100000}) {
+      const Table table = Read(made.text, Cut(separator, decimalMark, chunkBytes, 1 + static_cast<int>(seed % 3)));
       ASSERT_EQ(Cells(table), made.cells) << "seed " << seed << ", chunks of " << chunkBytes << "\n" << made.text;
       ASSERT_EQ(table.rowIds, made.ids) << "seed " << seed << ", chunks of " << chunkBytes;
       ASSERT_EQ(table.classes.at(0).values, made.groups) << "seed " << seed << ", chunks of " << chunkBytes;
@@ -142,9 +142,9 @@ TEST(CsvReader, TheFirstFaultInTheFileIsReportedWhateverTheCut) {
     made.text.insert(made.rowStarts.back(), "late,late,late\n");
     made.text.insert(bad, "x,oops,\n");
     const auto line = 1 + std::count(made.text.begin(), made.text.begin() + static_cast<std::ptrdiff_t>(bad), '\n');
-    for (const std::size_t chunkBytes : {1, 4, 30, 100000}) {
+    for (const std::size_t chunkBytes : Sizes{1, 4, 30, 100000}) {
       for (const int threads : {1, 3}) {
-        ASSERT_THAT(ComplaintAbout(made.text, Cut(made, ',', '.', chunkBytes, threads)),
+        ASSERT_THAT(ComplaintAbout(made.text, Cut(',', '.', chunkBytes, threads)),
                     HasSubstr(fmt::format("t.csv, line {}, column 2 (\"v0\"): \"oops\" is not a number", line)))
             << "seed " << seed << ", chunks of " << chunkBytes << "\n"
             << made.text;

@@ -81,7 +81,7 @@ Square Prepared(const NCDataMatrix<float>& x, bool toUnitVariance) {
   return rows;
 }
 
-// Scores and loadings by the eigenvectors of XX', which is the smaller product for the widest table.
+// Scores and loadings by the eigenvectors of X'X or XX', whichever is smaller.
 struct Decomposition {
   std::vector<double> variances;
   std::vector<double> ratios;  // of the next variance to this one
@@ -89,27 +89,45 @@ struct Decomposition {
   Square loadings;
 };
 
-Decomposition Decompose(const Square& x, std::size_t components) {
-  Square products(x.size(), std::vector<double>(x.size()));
+double Dot(const std::vector<double>& a, const std::vector<double>& b) {
+  return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+}
+
+Square Transposed(const Square& x) {
+  Square t(x[0].size(), std::vector<double>(x.size()));
   for (std::size_t i = 0; i < x.size(); ++i) {
-    for (std::size_t j = 0; j < x.size(); ++j) {
-      products[i][j] = std::inner_product(x[i].begin(), x[i].end(), x[j].begin(), 0.0);
-    }
+    for (std::size_t j = 0; j < x[i].size(); ++j) t[j][i] = x[i][j];
+  }
+  return t;
+}
+
+// x v, to unit length.
+std::vector<double> UnitProduct(const Square& x, const std::vector<double>& v) {
+  std::vector<double> product;
+  for (const auto& row : x) product.push_back(Dot(row, v));
+  const double length = std::sqrt(Dot(product, product));
+  for (double& element : product) element /= length;
+  return product;
+}
+
+Decomposition Decompose(const Square& x, std::size_t components) {
+  const Square xt = Transposed(x);
+  const bool isTall = x.size() > xt.size();
+  const Square& factors = isTall ? xt : x;
+  Square products(factors.size());
+  for (std::size_t i = 0; i < factors.size(); ++i) {
+    for (const auto& other : factors) products[i].push_back(Dot(factors[i], other));
   }
   const Eigen eigen = EigenOf(products);
   Decomposition d;
   for (std::size_t a = 0; a < components; ++a) {
-    const double length = std::sqrt(eigen.values[a]);
-    std::vector<double> loading(x[0].size(), 0.0);
-    for (std::size_t i = 0; i < x.size(); ++i) {
-      for (std::size_t c = 0; c < loading.size(); ++c) loading[c] += x[i][c] * eigen.vectors[a][i] / length;
-    }
+    std::vector<double> loading = isTall ? eigen.vectors[a] : UnitProduct(xt, eigen.vectors[a]);
     const auto largest =
         std::max_element(loading.begin(), loading.end(), [](double p, double q) { return std::abs(p) < std::abs(q); });
     const double sign = *largest < 0.0 ? -1.0 : 1.0;
     for (double& p : loading) p *= sign;
-    std::vector<double> score = eigen.vectors[a];
-    for (double& t : score) t *= sign * length;
+    std::vector<double> score;
+    for (const auto& row : x) score.push_back(Dot(row, loading));
     d.variances.push_back(eigen.values[a]);
     d.ratios.push_back(a + 1 < eigen.values.size() ? std::max(0.0, eigen.values[a + 1] / eigen.values[a]) : 0.0);
     d.loadings.push_back(loading);
@@ -148,7 +166,7 @@ TEST_P(PcaValues, AgreeWithAnEigenvalueDecomposition) {
     const Square x = Prepared(table.x, scaling == Scaling::kUnitVariance);
     const Decomposition expected = Decompose(x, static_cast<std::size_t>(GetParam().components));
     double total = 0.0;
-    for (const auto& row : x) total += std::inner_product(row.begin(), row.end(), row.begin(), 0.0);
+    for (const auto& row : x) total += Dot(row, row);
 
     PcaSettings settings;
     settings.components = GetParam().components;
