@@ -54,7 +54,7 @@ void NCDataMatrix<T>::PreMultiplyMisVal(const NCDataVector<T>& v, NCDataVector<T
   NipalsPass<T> pass(*this);
   pass.SumColumns(v, NipalsPass<T>::Weight::kOne);
   for (int c = 1; c <= numColumns_; ++c) {
-    const bool anyPair = pass.WeightSum(c) > 0.0;
+    const bool anyPair = numMisVal_ == 0 || pass.WeightSum(c) > 0.0;
     if (anyPair) result(c, static_cast<T>(pass.Product(c)));
   }
 }
@@ -144,7 +144,7 @@ void RegressOneColumnWith(typename NipalsPass<T>::Floor floor, T* result, int c,
   double numerator = 0.0;
   if (mode >= detail::kNoGaps && mode <= detail::kBothHaveGaps) {
     numerator = pass.Product(c);
-    denominator = NipalsPass<T>::Denominator(m, c, static_cast<GapMode>(mode), ssV, pass.WeightSum(c), floor);
+    denominator = NipalsPass<T>::Denominator(m, c, static_cast<GapMode>(mode), ssV, pass.PairedSquares(c, ssV), floor);
   }
   if (!(std::abs(denominator) > detail::kTinySumOfSquares)) return;
   result[c] = static_cast<T>(numerator / denominator);
@@ -252,18 +252,16 @@ NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDa
   const int mode = GapModeOf(numMisVal_, loadings.GetNumMisVal());
   int* const columnCounts = colMisVal_->UnlinkedPtr();
   const T scale = static_cast<T>(factor);
-  int added = 0;
-  const detail::FullTeam team;
-  const int threads = detail::ThreadsForMatrix(numRows_, numColumns_);
-#pragma omp parallel for schedule(static) num_threads(threads) reduction(+ : added)
-  for (int r = 1; r <= numRows_; ++r) {
+  numMisVal_ += detail::ParallelSum(numRows_, detail::ThreadsForMatrix(numRows_, numColumns_), [&](int i) {
+    const int r = i + 1;
+    int added = 0;
     if (scores[r] == kMissing<T>) {
       SetRowMissing(*this, r, added, columnCounts);
     } else {
       AddFV(*this, scores[r] * scale, loadings.GetVector(), mode, r, added, columnCounts);
     }
-  }
-  numMisVal_ += added;
+    return added;
+  });
   return *this;
 }
 

@@ -25,6 +25,7 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
       rowsPerBlock_(RowsPerBlock(numRows_, numColumns_)),
       threads_(ThreadsForMatrix(numRows_, numColumns_)),
       numBlocks_((numRows_ + rowsPerBlock_ - 1) / rowsPerBlock_),
+      isComplete_(matrix.GetNumMisVal() == 0),
       stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),
       rows_(static_cast<std::size_t>(numRows_)),
       rowHasGaps_(static_cast<std::size_t>(numRows_)),
@@ -55,14 +56,15 @@ void NipalsPass<T>::ClearBlock(int block, const ColumnTask& task) {
 }
 
 template <typename T>
-void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead) {
+void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTask& task, bool skipMissing,
+                             RowsAhead<T> ahead) {
   const T* rows[kGroup];
   T factors[kGroup];
   T weights[kGroup];
   int n = 0;
   for (int i = firstRow; i < firstRow + count; ++i) {
     const T factor = task.v[i];
-    if (task.skipMissing && factor == kMissing<T>) continue;
+    if (skipMissing && factor == kMissing<T>) continue;
     rows[n] = rows_[static_cast<std::size_t>(i)];
     factors[n] = factor;
     weights[n] = task.weight == Weight::kOne ? T{1} : factor * factor;
@@ -80,11 +82,23 @@ void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTas
   for (int i = 0; i < n; ++i) common += static_cast<double>(weights[i]);
 }
 
+/// What AddGroup() is for a matrix without gaps, where weights are not asked for, and a group without missing factors.
+template <typename T>
+void NipalsPass<T>::AddCompleteGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead) {
+  kernels_.addRows(&rows_[static_cast<std::size_t>(firstRow)], task.v + firstRow, count, task.firstColumn, task.columns,
+                   ahead, Sums(block) + task.firstColumn);
+}
+
 template <typename T>
 void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
   ClearBlock(block, task);
   for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-    AddGroup(block, i, std::min(kGroup, EndRow(block) - i), task, Ahead(i, 0, kGroup));
+    const int count = std::min(kGroup, EndRow(block) - i);
+    if (isComplete_ && !task.vHasGaps) {
+      AddCompleteGroup(block, i, count, task, Ahead(i, 0, kGroup));
+    } else {
+      AddGroup(block, i, count, task, task.vHasGaps, Ahead(i, 0, kGroup));
+    }
   }
 }
 
@@ -121,25 +135,18 @@ void NipalsPass<T>::Combine(int firstColumn, int columns) {
 
 template <typename T>
 void NipalsPass<T>::CombineColumns() {
-  completeTotal_ = 0.0;
-  for (const double weight : blockWeight_) completeTotal_ += weight;
   const int pieces = (numColumns_ + kColumnsCombined - 1) / kColumnsCombined;
-  const FullTeam team;
-  const int threads = std::max(1, std::min(threads_, pieces));
-#pragma omp parallel for schedule(static) num_threads(threads)
-  for (int piece = 0; piece < pieces; ++piece) {
+  ParallelFor(pieces, std::min(threads_, pieces), [&](int piece) {
     const int first = piece * kColumnsCombined;
     Combine(first, std::min(kColumnsCombined, numColumns_ - first));
-  }
+  });
 }
 
 template <typename T>
 void NipalsPass<T>::SumColumns(const NCDataVector<T>& v, Weight weight) {
   ReserveSums();
   const ColumnTask task{v.begin(), v.GetNumMisVal() != 0, weight, 0, numColumns_, true};
-  const FullTeam team;
-#pragma omp parallel for schedule(static) num_threads(threads_)
-  for (int block = 0; block < numBlocks_; ++block) SumBlock(block, task);
+  ParallelFor(numBlocks_, threads_, [&](int block) { SumBlock(block, task); });
   CombineColumns();
 }
 
@@ -153,16 +160,14 @@ template <typename T>
 void NipalsPass<T>::SumSquares() {
   ReserveSums();
   const ColumnTask task{nullptr, false, Weight::kSquare, 0, numColumns_, true};
-  const FullTeam team;
-#pragma omp parallel for schedule(static) num_threads(threads_)
-  for (int block = 0; block < numBlocks_; ++block) {
+  ParallelFor(numBlocks_, threads_, [&](int block) {
     ClearBlock(block, task);
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
       const auto row = static_cast<std::size_t>(i);
       kernels_.addSquares(&rows_[row], std::min(kGroup, EndRow(block) - i), numColumns_,
                           groupHasGaps_[row / kGroup] != 0, Sums(block));
     }
-  }
+  });
   CombineColumns();
 }
 
@@ -209,7 +214,7 @@ void NipalsPass<T>::FinishColumns(const NCDataVector<T>& v, Floor floor, const N
   int missing = numColumns_;
   for (int c = 1; c <= numColumns_; ++c) {
     if (groups != nullptr && (*groups)[c] == excludeValue) continue;
-    const double denominator = Denominator(matrix_, c, mode, ssV, WeightSum(c), floor);
+    const double denominator = Denominator(matrix_, c, mode, ssV, PairedSquares(c, ssV), floor);
     if (!(std::abs(denominator) > kTinySumOfSquares)) continue;
     elements[c] = static_cast<T>(Product(c) / denominator);
     if (!countByValue || elements[c] != kMissing<T>) --missing;
@@ -223,9 +228,10 @@ template <typename T>
 typename NipalsPass<T>::RowRegression NipalsPass<T>::Regression(const NCDataVector<T>& p, Floor floor) const {
   const bool hasGaps = p.GetNumMisVal() != 0;
   const double allSquares = ReductionKernels<T>::Current().sumOfSquares(p.begin(), numColumns_, hasGaps);
-  return {p.begin(), allSquares, hasGaps, hasGaps, floor};
+  return {p.begin(), allSquares, hasGaps, hasGaps, !hasGaps && allSquares >= kTinySumOfSquares, floor};
 }
 
+/// The slope of a row where p, the row or both have gaps, or where p is next to nothing.
 template <typename T>
 double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const {
   const auto index = static_cast<std::size_t>(row);
@@ -242,18 +248,26 @@ int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& re
                                 T* t) const {
   double products[kGroup];
   double pairedSquares[kGroup] = {};
+  double slopes[kGroup];
   const auto row = static_cast<std::size_t>(firstRow);
-  if (regression.pHasGaps || groupHasGaps_[row / kGroup] != 0) {
+  const bool groupHasGaps = groupHasGaps_[row / kGroup] != 0;
+  if (regression.pHasGaps || groupHasGaps) {
     kernels_.rowProductsWithGaps(&rows_[row], count, regression.p, regression.pHasGaps, numColumns_, ahead, products,
                                  pairedSquares);
   } else {
     kernels_.rowProducts(&rows_[row], count, regression.p, numColumns_, ahead, products);
   }
+  if (groupHasGaps || !regression.isPlain) {
+    for (int i = 0; i < count; ++i) slopes[i] = RowSlope(firstRow + i, regression, products[i], pairedSquares[i]);
+  } else {
+    const double all = regression.allSquares;
+    for (int i = 0; i < count; ++i) slopes[i] = Slope({products[i], all, all});
+  }
   int missing = 0;
   for (int i = 0; i < count; ++i) {
-    const double slope = RowSlope(firstRow + i, regression, products[i], pairedSquares[i]);
-    t[firstRow + i] = static_cast<T>(slope);
-    if (slope == kNoValue) ++missing;
+    const T score = static_cast<T>(slopes[i]);
+    t[firstRow + i] = score;
+    missing += score == kMissing<T> ? 1 : 0;
   }
   return missing;
 }
@@ -267,14 +281,13 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
   regression.pHasOwnGaps = p.GetNumMisVal() != 0;
   if (numRows_ == 0) return;
   T* const scores = t.GetWritableVector() + 1;
-  int missing = 0;
-  const FullTeam team;
-#pragma omp parallel for schedule(static) num_threads(threads_) reduction(+ : missing)
-  for (int block = 0; block < numBlocks_; ++block) {
+  const int missing = ParallelSum(numBlocks_, threads_, [&](int block) {
+    int count = 0;
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-      missing += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, Ahead(i, 0, kGroup), scores);
+      count += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, Ahead(i, 0, kGroup), scores);
     }
-  }
+    return count;
+  });
   t.SetNumMisVal(missing);
 }
 
@@ -284,26 +297,24 @@ void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVec
   if (numRows_ == 0) return;
   const RowRegression regression = Regression(p, Floor::kThirdOfAll);
   T* const scores = t.GetWritableVector() + 1;
-  int missing = 0;
-  int markers = 0;
   const ColumnTask task{scores, true, Weight::kSquare, 0, numColumns_, true};
-  const FullTeam team;
-#pragma omp parallel for schedule(static) num_threads(threads_) reduction(+ : missing, markers)
-  for (int block = 0; block < numBlocks_; ++block) {
+  const int missing = ParallelSum(numBlocks_, threads_, [&](int block) {
+    int missingInBlock = 0;
     ClearBlock(block, task);
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
       const int count = std::min(kGroup, EndRow(block) - i);
-      missing += RegressGroup(i, count, regression, Ahead(i, 0, kGroup / 2), scores);
-      markers += static_cast<int>(std::count(scores + i, scores + i + count, kMissing<T>));
-      AddGroup(block, i, count, task, Ahead(i, kGroup / 2, kGroup));
+      const int missingInGroup = RegressGroup(i, count, regression, Ahead(i, 0, kGroup / 2), scores);
+      if (isComplete_ && missingInGroup == 0) {
+        AddCompleteGroup(block, i, count, task, Ahead(i, kGroup / 2, kGroup));
+      } else {
+        AddGroup(block, i, count, task, missingInGroup != 0, Ahead(i, kGroup / 2, kGroup));
+      }
+      missingInBlock += missingInGroup;
     }
-  }
+    return missingInBlock;
+  });
   t.SetNumMisVal(missing);
-  if (missing == 0 && markers != 0) {
-    SumColumns(t);  // a present score has been rounded to the marker and was left out
-  } else {
-    CombineColumns();
-  }
+  CombineColumns();
 }
 
 template class NipalsPass<float>;

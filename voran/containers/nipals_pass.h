@@ -33,8 +33,8 @@ class NipalsPass {
   /// The floor under a denominator whose pairs are partly missing.
   enum class Floor { kNone, kThirdOfAll };
 
-  /// t[i] = regression of row i on p. Columns of the excluded group play no part if `groups` is not null. A slope of
-  /// exactly -99.0 counts as missing. t has as many elements as the matrix has rows and comes out unshared.
+  /// t[i] = regression of row i on p. Columns of the excluded group play no part if `groups` is not null. A score that
+  /// is the marker counts as missing. t has as many elements as the matrix has rows and comes out unshared.
   void RegressRows(const NCDataVector<T>& p, const NCIntegralVector<int, -99>* groups, int excludeValue, Floor floor,
                    NCDataVector<T>& t);
 
@@ -56,7 +56,10 @@ class NipalsPass {
   double ColumnSumOfSquares(int column, double about) const;
 
   double Product(int column) const { return totals_[Index(column)]; }
-  double WeightSum(int column) const { return weightTotals_.empty() ? completeTotal_ : weightTotals_[Index(column)]; }
+  /// The sum of the weights over the same pairs; only of a matrix with gaps.
+  double WeightSum(int column) const { return weightTotals_[Index(column)]; }
+  /// The sum of the squares of v over the same pairs. `ssV` is v.GetSS(), which is no sum if all of v is missing.
+  double PairedSquares(int column, double ssV) const { return isComplete_ ? std::max(ssV, 0.0) : WeightSum(column); }
 
   /// The regression of every column on the v of the last sums; a column of the excluded group stays missing. `result`
   /// has as many elements as the matrix has columns. With `countByValue` a result that happens to be the marker counts
@@ -78,6 +81,7 @@ class NipalsPass {
     double allSquares;
     bool pHasGaps;
     bool pHasOwnGaps;  // not on account of an excluded group
+    bool isPlain;      // a row without gaps has slope product / allSquares
     Floor floor;
   };
 
@@ -90,7 +94,7 @@ class NipalsPass {
   /// What is to be summed, of which columns.
   struct ColumnTask {
     const T* v;
-    bool skipMissing;
+    bool vHasGaps;
     Weight weight;
     int firstColumn;  // 0-based
     int columns;
@@ -101,7 +105,8 @@ class NipalsPass {
   RowsAhead<T> Ahead(int firstRow, int from, int to) const;
   void ClearBlock(int block, const ColumnTask& task);
   void SumBlock(int block, const ColumnTask& task);
-  void AddGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead);
+  void AddGroup(int block, int firstRow, int count, const ColumnTask& task, bool skipMissing, RowsAhead<T> ahead);
+  void AddCompleteGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead);
   /// Writes the scores of a group of rows to t and returns how many are missing.
   int RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
   double RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const;
@@ -115,6 +120,7 @@ class NipalsPass {
   int rowsPerBlock_;
   int threads_;
   int numBlocks_;
+  bool isComplete_;
   std::size_t stride_;
   std::vector<const T*> rows_;  // 0-based rows, 0-based elements
   std::vector<char> rowHasGaps_;
@@ -124,7 +130,6 @@ class NipalsPass {
   std::vector<double> blockWeight_;  // by block: the weight of rows in groups without gaps, the same for every column
   std::vector<double> totals_;
   std::vector<double> weightTotals_;
-  double completeTotal_ = 0.0;
 };
 
 }  // namespace detail

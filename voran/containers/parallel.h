@@ -46,5 +46,28 @@ class FullTeam {
   int wasDynamic_;
 };
 
+/// Calls work(i) for every i below `count`, on `threads` threads that each take a contiguous run, and returns the sum
+/// of what it returns. `work` must not throw. One thread opens no region, which would cost more than a small matrix.
+template <class Work>
+int ParallelSum(int count, int threads, const Work& work) {
+  int total = 0;
+  if (threads <= 1) {
+    for (int i = 0; i < count; ++i) total += work(i);
+    return total;
+  }
+  const FullTeam team;
+#pragma omp parallel for schedule(static) num_threads(threads) reduction(+ : total)
+  for (int i = 0; i < count; ++i) total += work(i);
+  return total;
+}
+
+template <class Work>
+void ParallelFor(int count, int threads, const Work& work) {
+  ParallelSum(count, threads, [&work](int i) {
+    work(i);
+    return 0;
+  });
+}
+
 }  // namespace detail
 }  // namespace voran

@@ -11,8 +11,16 @@
 inline namespace voran {
 namespace {
 
-/// One of Highway's HWY_AVX2, HWY_SSE4, ...; 0 before the first use.
+/// One of Highway's HWY_AVX2, HWY_SSE4, ..., and its place in Highway's tables; 0 before the first use.
 std::atomic<std::int64_t> targetInUse{0};
+std::atomic<std::size_t> indexInUse{0};
+
+void Use(std::int64_t target) {
+  hwy::ChosenTarget chosen;
+  chosen.Update(target);
+  targetInUse.store(target, std::memory_order_relaxed);
+  indexInUse.store(chosen.GetIndex(), std::memory_order_relaxed);
+}
 
 std::int64_t FindTarget(const std::string& name) {
   for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
@@ -29,7 +37,7 @@ std::int64_t TargetInUse() {
   if (target == 0) {
     const char* const wanted = std::getenv("VORAN_SIMD");
     target = wanted != nullptr && *wanted != '\0' ? FindTarget(wanted) : hwy::SupportedAndGeneratedTargets().front();
-    targetInUse.store(target, std::memory_order_relaxed);
+    Use(target);
   }
   return target;
 }
@@ -39,9 +47,12 @@ std::int64_t TargetInUse() {
 namespace detail {
 
 std::size_t KernelIndex() {
-  hwy::ChosenTarget chosen;
-  chosen.Update(TargetInUse());
-  return chosen.GetIndex();
+  std::size_t index = indexInUse.load(std::memory_order_relaxed);
+  if (index == 0) {
+    Use(TargetInUse());
+    index = indexInUse.load(std::memory_order_relaxed);
+  }
+  return index;
 }
 
 }  // namespace detail
