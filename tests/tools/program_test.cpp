@@ -1,4 +1,5 @@
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -11,7 +12,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

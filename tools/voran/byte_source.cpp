@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -33,7 +33,7 @@ class FileSource : public ByteSource {
       const ssize_t got = read(descriptor_, to, count);
       if (got >= 0) return static_cast<std::size_t>(got);
       if (errno != EINTR && errno != EAGAIN) {
-        throw BadData(fmt::format("{}: cannot be read: {}", name_, std::strerror(errno)));
+        throw BadData(fmt::format("{}: cannot be read: {}", name_, std::generic_category().message(errno)));
       }
     }
   }
@@ -82,7 +82,8 @@ class MemorySource : public ByteSource {
 std::unique_ptr<ByteSource> OpenSource(const std::string& path, const std::atomic<bool>* cancel) {
   if (path == "-") return std::make_unique<FileSource>(STDIN_FILENO, "standard input", cancel);
   const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) throw BadData(fmt::format("{}: cannot be opened: {}", path, std::strerror(errno)));
+  if (descriptor < 0)
+    throw BadData(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
   auto source = std::make_unique<FileSource>(descriptor, path, cancel);
   struct stat status = {};
   if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {

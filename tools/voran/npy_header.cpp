@@ -123,10 +123,10 @@ std::uint32_t LittleEndian(const unsigned char* bytes, std::size_t count) {
 }  // namespace
 
 NpyHeader ReadNpyHeader(ByteSource& source, const std::string& name) {
-  const Failure damaged = BadData(name + ": the header of this .npy file is damaged");
+  const auto damaged = [&] { return BadData(name + ": the header of this .npy file is damaged"); };
   std::array<unsigned char, 6> preamble = {};  // version, and the header's length in 2 or 4 bytes
   const auto take = [&](void* to, std::size_t count) {
-    if (ReadFully(source, static_cast<char*>(to), count) != count) throw damaged;
+    if (ReadFully(source, static_cast<char*>(to), count) != count) throw damaged();
   };
   take(preamble.data(), 4);
   if (preamble[0] < 1 || preamble[0] > 3) {
@@ -135,12 +135,12 @@ NpyHeader ReadNpyHeader(ByteSource& source, const std::string& name) {
   const std::size_t lengthBytes = preamble[0] == 1 ? 2 : 4;
   if (lengthBytes == 4) take(preamble.data() + 4, 2);
   const std::uint32_t length = LittleEndian(preamble.data() + 2, lengthBytes);
-  if (length > kLongestHeader) throw damaged;
+  if (length > kLongestHeader) throw damaged();
   std::string text(length, '\0');
   take(text.data(), length);
 
   Entries entries;
-  if (!ReadEntries(text, entries)) throw damaged;
+  if (!ReadEntries(text, entries)) throw damaged();
   NpyHeader header;
   header.itemBytes = ItemBytes(*entries.type, name);
   header.columnMajor = *entries.columnMajor;

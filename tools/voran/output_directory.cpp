@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <cstdlib>
 #include <fstream>
 #include <system_error>
 
 #include <fmt/format.h>
-#include <stdlib.h>
 
 #include "tools/voran/failure.h"
 
@@ -22,7 +21,8 @@ OutputDirectory::OutputDirectory(const std::string& path) : path_(path) {
   if (mkdtemp(pattern.data()) == nullptr) {
     const int reason = errno;
     RemoveMadeFolders();
-    throw WrongUse(fmt::format("--out: nothing can be written to {}: {}", path, std::strerror(reason)));
+    throw WrongUse(
+        fmt::format("--out: nothing can be written to {}: {}", path, std::generic_category().message(reason)));
   }
   staging_ = pattern;
 }

@@ -42,6 +42,7 @@ std::vector<ColumnStatistics> Describe(const NCDataMatrix<float>& x) {
     column.most = std::max(column.most, value);
   });
   std::vector<double> means;
+  means.reserve(columns.size());
   for (const ColumnStatistics& column : columns) means.push_back(column.present == 0 ? 0.0 : column.Mean());
   ForEachPresent(x, [&](std::size_t c, double value) {
     const double deviation = value - means[c];

@@ -1,11 +1,11 @@
 #include "tools/voran/terminal.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
 #include <fmt/format.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include "tools/voran/failure.h"
@@ -67,7 +67,7 @@ void StopIfInterrupted() {
 }
 
 std::shared_ptr<ProgressDisplay> MakeTerminalDisplay() {
-  const char* kind = std::getenv("TERM");
+  const char* kind = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nothing here changes the environment
   const bool rewrites = kind != nullptr && std::string_view(kind) != "dumb";
   return rewrites && isatty(STDERR_FILENO) != 0 ? std::make_shared<TerminalDisplay>() : nullptr;
 }
