@@ -88,7 +88,12 @@ class DataVector : public ::testing::Test {
         {"remove a value", [](Vector& v) { v.Remove(2); }, {1, kGap, kGap, 3}},
         {"add", [=](Vector& v) { v += five; }, {2, kGap, kGap, kGap, 5}},
         {"subtract", [=](Vector& v) { v -= five; }, {0, kGap, kGap, kGap, 1}},
-        {"subtract itself", [](Vector& v) { v -= v; }, {0, kGap, 0, kGap, 0}},
+        {"subtract itself",
+         [](Vector& v) {
+           const Vector& same = v;
+           v -= same;
+         },
+         {0, kGap, 0, kGap, 0}},
         {"scale", [](Vector& v) { v *= 2.0; }, {2, kGap, 4, kGap, 6}},
         {"scale to the marker", [](Vector& v) { v *= -49.5; }, {-49.5, kGap, kGap, kGap, -148.5}},
         {"add a number", [](Vector& v) { v += 0.5; }, {1.5, kGap, 2.5, kGap, 3.5}},
