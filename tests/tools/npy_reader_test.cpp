@@ -82,10 +82,13 @@ TEST(NpyReader, ReadsEveryLayout) {
 }
 
 TEST(NpyReader, LeavesOutColumnsInBothOrders) {
-  std::vector<float> byRow;
-  std::vector<float> byColumn;
-  for (int i = 0; i < 40; ++i) byRow.push_back(static_cast<float>(i));  // 2 x 20
-  for (int i = 0; i < 40; ++i) byColumn.push_back(static_cast<float>(i % 2 * 20 + i / 2));
+  std::vector<float> byRow(40);  // 2 x 20, counted up row by row
+  std::vector<float> byColumn(40);
+  for (std::size_t row = 0; row < 2; ++row) {
+    for (std::size_t column = 0; column < 20; ++column) {
+      byRow[row * 20 + column] = byColumn[column * 2 + row] = static_cast<float>(row * 20 + column);
+    }
+  }
   RoleRequest roles;
   roles.unused = {"#2..#17", "x19"};
   const std::vector<std::vector<float>> expected = {{0, 17, 19}, {20, 37, 39}};

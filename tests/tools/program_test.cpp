@@ -128,7 +128,7 @@ TEST_F(Program, BadInputGetsOneSentenceTheRightCodeAndNoFile) {
   };
   for (Case c : cases) {
     if (c.code == 3) c.arguments.insert(c.arguments.end(), {"--out", "made/here"});
-    if (!c.arguments.empty()) c.arguments.push_back("--quiet");
+    if (!c.arguments.empty()) c.arguments.emplace_back("--quiet");
     const Outcome outcome = Run(c.arguments);
     SCOPED_TRACE(c.says);
     EXPECT_EQ(outcome.code, c.code);

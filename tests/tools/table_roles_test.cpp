@@ -8,8 +8,6 @@
 namespace tool {
 namespace {
 
-using ::testing::HasSubstr;
-
 using Columns = std::vector<std::size_t>;
 const std::vector<std::string> kNames = {"id", "class", "nm900", "nm902", "nm904", "a, b", "4"};
 
