@@ -1,6 +1,6 @@
 # Builds and runs the consumer against the library, in the way that HOW names:
 #   find_package, pkg_config: against the copy installed in PREFIX;  add_subdirectory: with SOURCE_DIR as a folder of its own.
-# Further arguments: CONSUMER (its sources), WORK (a folder to build in), CXX, FLAGS, VERSION (what it has to print).
+# Further arguments: CONSUMER (its sources), WORK (a folder to build in), GENERATOR, CXX, FLAGS, VERSION (what it has to print).
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -43,12 +43,12 @@ if(HOW STREQUAL "pkg_config")
   separate_arguments(FLAGS UNIX_COMMAND "${FLAGS}")
   run("${CXX}" -std=c++20 ${FLAGS} "${CONSUMER}/main.cpp" -o "${WORK}/consumer" ${flags} "-Wl,-rpath,${libdir}")
 elseif(HOW STREQUAL "find_package")
-  run("${CMAKE_COMMAND}" -S "${CONSUMER}" -B "${WORK}" "-DCMAKE_PREFIX_PATH=${PREFIX}"
+  run("${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${CONSUMER}" -B "${WORK}" "-DCMAKE_PREFIX_PATH=${PREFIX}"
     "-DCMAKE_CXX_COMPILER=${CXX}" "-DCMAKE_CXX_FLAGS=${FLAGS}")
   run("${CMAKE_COMMAND}" --build "${WORK}")
   expect_bad_code_refused()
 else()
-  run("${CMAKE_COMMAND}" -G Ninja -S "${CONSUMER}" -B "${WORK}" "-DVORAN_AS_FOLDER=${SOURCE_DIR}"
+  run("${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${CONSUMER}" -B "${WORK}" "-DVORAN_AS_FOLDER=${SOURCE_DIR}"
     "-DCMAKE_CXX_COMPILER=${CXX}" "-DCMAKE_CXX_FLAGS=${FLAGS}" "-DCMAKE_RUNTIME_OUTPUT_DIRECTORY=${WORK}")
   run("${CMAKE_COMMAND}" --build "${WORK}" --target consumer)
 endif()
