@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <new>
 #include <numeric>
 #include <random>
 #include <string>
@@ -211,7 +213,8 @@ struct StepwiseFit {
   FloatVector t;
   int rounds = 0;
 
-  StepwiseFit(const FloatMatrix& x, int limit, const Groups* groups, int excludeValue, const FloatVector& start)
+  StepwiseFit(const FloatMatrix& x, int limit, const Groups* groups, int excludeValue, const FloatVector& start,
+              std::vector<double>* changes = nullptr)
       : p(x.SizeColumns()), t(start) {
     for (double change = 1.0; change > 1e-10 && (rounds < limit || rounds == 0); ++rounds) {
       const FloatVector old = t;
@@ -219,6 +222,7 @@ struct StepwiseFit {
       p.Normalise();
       t = x.SpecialNipalsRegressRowsFix(p, groups, excludeValue);
       change = t.Difference(old);
+      if (changes != nullptr) changes->push_back(change);
     }
   }
 };
@@ -369,6 +373,47 @@ TEST_F(Pca, WhatCannotBeComputedIsTold) {
     EXPECT_EQ(pca.GetComponents(), 1) << "the count is one ahead";
     EXPECT_EQ(pca.GetPprim()->SizeRows() + pca.GetTprim()->SizeRows(), 0);
   }
+}
+
+/// A display that keeps what it is shown.
+class RecordingDisplay : public ProgressDisplay {
+ public:
+  void Begin(const ProgressView& view) override { text = view.text; }
+  void ShowPosition(const ProgressView& view) override { fractions.push_back(view.fraction); }
+  void ShowSpin(const ProgressView&) override { ADD_FAILURE() << "the length is known"; }
+  void End(const ProgressView&) override {}
+  std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
+
+  std::string text;
+  std::vector<double> fractions;
+};
+
+/// The bar runs from the first round's distance to convergence down to none, in powers of ten of the relative change.
+TEST_F(Pca, ProgressShowsHowFarTheIterationIsFromItsEnd) {
+  const FloatMatrix x = ToMatrix(ThreeComponents(60, 12, 6));
+  std::vector<double> changes;
+  StepwiseFit(x, 500, nullptr, 0, x.GetNIPALSStartColumn(), &changes);
+  const auto display = std::make_shared<RecordingDisplay>();
+  NCProgress::SetDisplay(display);
+  NCPCA pca(&x, 500);
+  pca.NextComponent(nullptr, nullptr, 0, nullptr);
+  NCProgress::SetDisplay(nullptr);
+  EXPECT_EQ(display->text, "PC Component 1");
+  ASSERT_EQ(display->fractions.size(), changes.size() - 1) << "a position for every round but the first";
+  const double first = std::log10(changes.front()) + 10.0;
+  for (std::size_t i = 0; i < display->fractions.size(); ++i) {
+    const double expected = std::clamp(1.0 - (std::log10(changes[i + 1]) + 10.0) / first, 0.0, 1.0);
+    EXPECT_NEAR(display->fractions[i], expected, 1e-5) << "round " << i + 2;
+  }
+}
+
+TEST_F(Pca, ACopySharesTheMatrices) {
+  const FloatMatrix x = ToMatrix(ThreeComponents(10, 4, 6));
+  NCPCA pca(&x, 50);
+  alignas(NCPCA) unsigned char room[sizeof(NCPCA)];
+  const NCPCA* const copy = new (room) NCPCA(pca);  // never destroyed: only one of the two may be
+  EXPECT_EQ(copy->GetResiduals(), pca.GetResiduals());
+  EXPECT_EQ(copy->GetPprim(), pca.GetPprim());
 }
 
 /// A display on which the user asks to stop at the k-th look.

@@ -1,9 +1,10 @@
 #include "voran/containers/data_matrix.h"
 
 #include <algorithm>
-#include <cassert>
+#include <limits>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <utility>
 
 #include "voran/containers/growth_rule.h"
@@ -22,19 +23,29 @@ NCDataMatrix<T>::NCDataMatrix() {
   colMisVal_ = counts.release();
 }
 
+namespace {
+
+/// Counts of missing elements are 32-bit.
+int NumberOfCells(int rows, int columns) {
+  const long long cells = static_cast<long long>(rows) * columns;
+  if (cells > std::numeric_limits<int>::max()) {
+    throw std::length_error("A matrix cannot hold more than 2147483647 missing elements.");
+  }
+  return static_cast<int>(cells);
+}
+
+}  // namespace
+
 template <typename T>
 NCDataMatrix<T>::NCDataMatrix(int rowCount, int columnCount, T value) : NCDataMatrix() {
+  const bool missing = value == detail::kMissing<T>;
+  numMisVal_ = missing ? NumberOfCells(rowCount, columnCount) : 0;
   rows_ = new NCDataVector<T>[static_cast<std::size_t>(rowCount) + 1];
   rowCapacity_ = rowCount;
   numRows_ = rowCount;
   numColumns_ = columnCount;
-  for (int i = 1; i <= numRows_; ++i) {
-    rows_[i].SetSize(columnCount);
-    rows_[i].SetAllValues(value);
-  }
-  const bool missing = value == detail::kMissing<T>;
+  for (int i = 1; i <= numRows_; ++i) rows_[i] = NCDataVector<T>(columnCount, value);
   colMisVal_->SetNumValues(columnCount, missing ? rowCount : 0);
-  numMisVal_ = missing ? rowCount * columnCount : 0;
 }
 
 template <typename T>
@@ -108,7 +119,7 @@ void NCDataMatrix<T>::GrowRows(int newCapacity) {
   own.rows_ = new NCDataVector<T>[static_cast<std::size_t>(newCapacity) + 1];
   own.rowCapacity_ = newCapacity;
   for (int i = 1; i <= numRows_; ++i) own.rows_[i] = rows_[i];
-  *own.colMisVal_ = *colMisVal_;
+  *own.colMisVal_ = *colMisVal_;  // shares, as the rows do
   own.numRows_ = numRows_;
   own.numColumns_ = numColumns_;
   own.numMisVal_ = numMisVal_;
@@ -117,6 +128,7 @@ void NCDataMatrix<T>::GrowRows(int newCapacity) {
 
 template <typename T>
 T** NCDataMatrix<T>::GetMatrixAsPointerPointer(NCDataMatrix& m, bool borrow) {
+  NCDataMatrix empty;
   if (!borrow) m.ForceUnlink();
   T** const pointers = new T*[static_cast<std::size_t>(m.numRows_) + 1];
   pointers[0] = nullptr;
@@ -124,7 +136,7 @@ T** NCDataMatrix<T>::GetMatrixAsPointerPointer(NCDataMatrix& m, bool borrow) {
     pointers[i] = m.rows_[i].data_;
     if (!borrow) m.rows_[i].data_ = nullptr;
   }
-  if (!borrow) m.Clear();
+  if (!borrow) m.swap(empty);
   return pointers;
 }
 
@@ -172,11 +184,10 @@ NCDataMatrix<T> NCDataMatrix<T>::GetRowSubMatrix(int first, int last) const {
 template <typename T>
 T NCDataMatrix<T>::operator()(int r, int c, T value) {
   Unlink();
+  int* const counts = colMisVal_->UnlinkedPtr();
   const int change = rows_[r].SetAndReturn_dMisVal(c, value);
-  if (change != 0) {
-    (*colMisVal_)(c, (*colMisVal_)[c] + change);
-    numMisVal_ += change;
-  }
+  counts[c] += change;
+  numMisVal_ += change;
   return value;
 }
 
@@ -194,17 +205,9 @@ void NCDataMatrix<T>::CountRow(const NCDataVector<T>& row, int sign) {
 template <typename T>
 NCDataMatrix<T>& NCDataMatrix<T>::SetSize(int rowCount, int columnCount) {
   if (rowCount == numRows_ && columnCount == numColumns_) return *this;
-  Unlink();
-  const int wanted = detail::GrownCapacity(rowCapacity_, rowCount);
-  if (wanted != rowCapacity_ || rows_ == nullptr) GrowRows(wanted);
-  numRows_ = rowCount;
-  numColumns_ = columnCount;
-  for (int i = 1; i <= numRows_; ++i) {
-    rows_[i].SetSize(columnCount);
-    rows_[i].SetAllValues(detail::kMissing<T>);
-  }
-  colMisVal_->SetNumValues(columnCount, rowCount);
-  numMisVal_ = rowCount * columnCount;
+  NCDataMatrix fresh(rowCount, columnCount, detail::kMissing<T>);
+  fresh.ReserveRows(detail::GrownCapacity(rowCapacity_, rowCount));
+  swap(fresh);
   return *this;
 }
 
@@ -222,10 +225,12 @@ void NCDataMatrix<T>::ReserveColumns(int n) {
 template <typename T>
 void NCDataMatrix<T>::InsertRow(int pos, const NCDataVector<T>& v) {
   const NCDataVector<T> row(v);  // v may be a row of this matrix, which is about to move
-  if (numRows_ == 0 && numColumns_ == 0) SetSize(0, row.size_);
+  if (numRows_ == 0) SetSize(0, row.size_);
   Unlink();
+  colMisVal_->UnlinkedPtr();
   const int wanted = detail::GrownCapacity(rowCapacity_, numRows_ + 1);
   if (wanted != rowCapacity_) GrowRows(wanted);
+  // Nothing allocates from here on.
   const int at = std::min(pos, numRows_ + 1);
   for (int i = numRows_; i >= at; --i) rows_[i + 1] = rows_[i];
   rows_[at] = row;
@@ -241,29 +246,25 @@ const NCDataVector<T>* NCDataMatrix<T>::push_back(const NCDataVector<T>& v) {
 
 template <typename T>
 void NCDataMatrix<T>::CopyContent(const NCDataMatrix& m) {
-  if (&m == this) {
-    ForceUnlink();
-    return;
-  }
-  Unlink();
-  SetSize(m.numRows_, m.numColumns_);
-  for (int i = 1; i <= numRows_; ++i) rows_[i].CopyContent(m.rows_[i]);
-  colMisVal_->CopyContent(*m.colMisVal_);
-  numMisVal_ = m.numMisVal_;
+  NCDataMatrix copy(m);
+  copy.ForceUnlink();
+  swap(copy);
 }
 
 template <typename T>
 void NCDataMatrix<T>::SetAllValues(T value) {
-  Unlink();
-  for (int i = 1; i <= numRows_; ++i) rows_[i].SetAllValues(value);
   const bool missing = value == detail::kMissing<T>;
+  const int cells = missing ? NumberOfCells(numRows_, numColumns_) : 0;
+  ForceUnlink();  // may fail, and then nothing has changed
+  for (int i = 1; i <= numRows_; ++i) rows_[i].SetAllValues(value);
   colMisVal_->SetAllValues(missing ? numRows_ : 0);
-  numMisVal_ = missing ? numRows_ * numColumns_ : 0;
+  numMisVal_ = cells;
 }
 
 template <typename T>
 void NCDataMatrix<T>::SetNoMisVal() {
   Unlink();
+  colMisVal_->UnlinkedPtr();
   for (int i = 1; i <= numRows_; ++i) rows_[i].SetNumMisVal(0);
   colMisVal_->SetAllValues(0);
   numMisVal_ = 0;

@@ -17,7 +17,12 @@ inline namespace voran {
 /// array of its own, whose rows still share their elements with the old ones; writing into a row then unlinks that row
 /// alone. Sizes and positions are not checked; memory that cannot be had goes out as std::bad_alloc.
 ///
-/// A row that operator()(int) hands out may be written; the caller then keeps the matrix's counts right.
+/// A row that operator()(int) hands out may be written; the matrix's counts of missing elements do not follow. There
+/// are at most 2^31 - 1 missing elements: std::length_error tells of more.
+///
+/// In what follows `result` is a vector of the right size, which comes out unshared: SizeColumns() elements for what
+/// works column by column, SizeRows() for what works row by row. Reading one column costs a step to every row; the
+/// kernels walk the rows in memory order, once, with scratch memory of one or two rows of doubles for every 32 rows.
 ///
 /// Threads: as for NCDataVector. The kernels below work on several threads themselves
 /// (NCMultiThreading::ThreadingControl sets how many) and give the same bits at any number of them.
@@ -59,12 +64,12 @@ class VORAN_EXPORT NCDataMatrix {
   /// Both -99 if no element of the column is present.
   void GetColumnMinMax(int c, T& min, T& max) const;
   void GetRowMinMax(int r, T& min, T& max) const { rows_[r].GetMinMax(min, max); }
-  /// Rows first..last as a matrix that shares them.
+  /// Rows first..last as a matrix that shares their elements, or everything if these are all rows.
   NCDataMatrix GetRowSubMatrix(int first, int last) const;
 
   // Writing; the counts are kept.
 
-  /// Row i for writing; the matrix's column and total counts are then the caller's to keep.
+  /// Row i for writing; the matrix's column and total counts do not follow.
   NCDataVector<T>& operator()(int i) {
     Unlink();
     return rows_[i];
@@ -73,12 +78,13 @@ class VORAN_EXPORT NCDataMatrix {
   T operator()(int r, int c, T value);
   /// No effect if neither size changes. Otherwise every element becomes missing, whatever it was.
   NCDataMatrix& SetSize(int rows, int columns);
+  /// Room for n rows, or in every row for n columns, so that insertions up to there do not allocate.
   void ReserveRows(int n);
   void ReserveColumns(int n);
   /// The row shares its elements with v. A position above the end clamps to the end + 1; a matrix without rows and
   /// columns takes the width of v.
   void InsertRow(int pos, const NCDataVector<T>& v);
-  /// Inserts at the end and returns the new row.
+  /// Inserts at the end and returns the new row; the pointer holds until the next change of rows.
   const NCDataVector<T>* push_back(const NCDataVector<T>& v);
   /// Becomes a deep copy.
   void CopyContent(const NCDataMatrix& m);
@@ -99,7 +105,7 @@ class VORAN_EXPORT NCDataMatrix {
   NCDataVector<T> RegressColumns(const NCDataVector<T>& v) const;
   void RegressColumnsImpl(const NCDataVector<T>& v, NCDataVector<T>& result) const;
   /// Each row regressed on v (of columns elements) over pairs present: the score step t = Xp / p'p. -99 where there is
-  /// no pair; a NaN where v is all zeros.
+  /// no pair; a NaN where the elements of v in the pairs are next to nothing.
   NCDataVector<T> RegressRows(const NCDataVector<T>& v) const;
   void RegressRowsImpl(const NCDataVector<T>& v, NCDataVector<T>& result) const;
 
@@ -164,7 +170,8 @@ class VORAN_EXPORT NCDataMatrix {
   void GrowRows(int newCapacity);
   void CountRow(const NCDataVector<T>& row, int sign);
   static void FillGapsAlternating(NCDataVector<T>& column);
-  /// What AddFV is for a missing score.
+  /// The two cases of AddFV. A product that falls on the marker is no missing score.
+  static void AddPresentFV(const NCDataMatrix& m, T f, const T* v, int mode, int row, int& numMisVal, int* colMisVal);
   static void SetRowMissing(const NCDataMatrix& m, int row, int& numMisVal, int* colMisVal);
   static void CountNewGap(NCDataVector<T>& row, int column, int& numMisVal, int* colMisVal);
 

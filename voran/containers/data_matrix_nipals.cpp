@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <new>
+#include <vector>
 
 #include <boost/thread/thread.hpp>
 
@@ -18,7 +20,30 @@ using detail::GapModeOf;
 using detail::kMissing;
 using detail::NipalsKernels;
 using detail::NipalsPass;
+using detail::PairSums;
 using NCMultiThreading::ThreadingControl;
+
+namespace {
+
+/// Calls work(0) on this thread and work(1)..work(count - 1) on threads of their own, or here if no more are to be had.
+/// Returns when all are done, whatever happens.
+template <class Work>
+void RunInThreads(int count, const Work& work) {
+  const boost::this_thread::disable_interruption waitForAll;
+  std::vector<boost::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
+  int started = 1;
+  try {
+    for (; started < count; ++started) threads.emplace_back([&work, started] { work(started); });
+  } catch (const boost::thread_resource_error&) {
+  } catch (const std::bad_alloc&) {
+  }
+  for (int c = started; c < count; ++c) work(c);
+  work(0);
+  for (boost::thread& thread : threads) thread.join();
+}
+
+}  // namespace
 
 // Products.
 
@@ -91,23 +116,14 @@ void NCDataMatrix<T>::SpecialNipalsRegressColumnsFixImpl(const NCDataVector<T>& 
   using Weight = typename NipalsPass<T>::Weight;
   NipalsPass<T> pass(*this);
   pass.ReserveSums();
-  const int processors = ThreadingControl::IsThreadingOn() ? std::max(1, ThreadingControl::GetNumberOfProcessors()) : 1;
-  const int chunk = std::max(1, (numColumns_ + processors - 1) / processors);
-  const auto sumChunk = [&](int first) {
-    pass.SumColumnRange(v, Weight::kSquare, first, std::min(first + chunk - 1, numColumns_), first == 1);
-  };
-  boost::thread_group workers;
-  int first = 1 + chunk;
-  try {
-    for (; first <= numColumns_; first += chunk) workers.create_thread([&sumChunk, first] { sumChunk(first); });
-  } catch (const boost::thread_resource_error&) {
-    for (; first <= numColumns_; first += chunk) sumChunk(first);  // no more threads to be had
-  } catch (...) {
-    workers.join_all();
-    throw;
-  }
-  if (numColumns_ > 0) sumChunk(1);
-  workers.join_all();
+  const int processors = ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
+  const int chunks = std::max(1, std::min(processors, numColumns_));
+  const int chunk = (numColumns_ + chunks - 1) / chunks;
+  RunInThreads(chunks, [&](int c) {
+    const int first = 1 + c * chunk;
+    const int last = std::min(first + chunk - 1, numColumns_);
+    if (first <= last) pass.SumColumnRange(v, Weight::kSquare, first, last, c == 0);
+  });
   pass.CombineColumns();
   pass.FinishColumns(v, NipalsPass<T>::Floor::kThirdOfAll, nullptr, 0, false, result);
 }
@@ -129,29 +145,6 @@ void NCDataMatrix<T>::SpecialNipalsRegressColumnsFixImpl(const NCDataVector<T>& 
   pass.SumColumns(v);
   pass.FinishColumns(v, NipalsPass<T>::Floor::kThirdOfAll, groups, excludeValue, true, result);
 }
-
-namespace {
-
-/// One column of a column regression: the sums over the rows in their blocks, as for all columns together.
-template <typename T>
-void RegressOneColumnWith(typename NipalsPass<T>::Floor floor, T* result, int c, const NCDataMatrix<T>& m,
-                          const NCDataVector<T>& v, double ssV, int mode, int& numMisVal) {
-  NipalsPass<T> pass(m);
-  pass.ReserveSums();
-  pass.SumColumnRange(v, NipalsPass<T>::Weight::kSquare, c, c, true);
-  pass.CombineColumns();
-  double denominator = ssV;
-  double numerator = 0.0;
-  if (mode >= detail::kNoGaps && mode <= detail::kBothHaveGaps) {
-    numerator = pass.Product(c);
-    denominator = NipalsPass<T>::Denominator(m, c, static_cast<GapMode>(mode), ssV, pass.PairedSquares(c, ssV), floor);
-  }
-  if (!(std::abs(denominator) > detail::kTinySumOfSquares)) return;
-  result[c] = static_cast<T>(numerator / denominator);
-  --numMisVal;
-}
-
-}  // namespace
 
 // Regressions of rows.
 
@@ -192,7 +185,7 @@ void NCDataMatrix<T>::SpecialNipalsRegressRowsFixImpl(const NCDataVector<T>& v,
 template <typename T>
 double NCDataMatrix<T>::GetColumnSS(int c, double about) const {
   if ((*colMisVal_)[c] >= numRows_) return detail::kNoValue;
-  return NipalsPass<T>(*this).ColumnSumOfSquares(c, about);
+  return NipalsPass<T>::ColumnSumOfSquares(*this, c, about);
 }
 
 template <typename T>
@@ -258,7 +251,7 @@ NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDa
     if (scores[r] == kMissing<T>) {
       SetRowMissing(*this, r, added, columnCounts);
     } else {
-      AddFV(*this, scores[r] * scale, loadings.GetVector(), mode, r, added, columnCounts);
+      AddPresentFV(*this, scores[r] * scale, loadings.GetVector(), mode, r, added, columnCounts);
     }
     return added;
   });
@@ -267,6 +260,16 @@ NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDa
 
 template <typename T>
 void NCDataMatrix<T>::AddFV(const NCDataMatrix& m, T f, const T* v, int mode, int row, int& numMisVal, int* colMisVal) {
+  if (f == kMissing<T>) {
+    SetRowMissing(m, row, numMisVal, colMisVal);
+  } else {
+    AddPresentFV(m, f, v, mode, row, numMisVal, colMisVal);
+  }
+}
+
+template <typename T>
+void NCDataMatrix<T>::AddPresentFV(const NCDataMatrix& m, T f, const T* v, int mode, int row, int& numMisVal,
+                                   int* colMisVal) {
   if (mode < detail::kNoGaps || mode > detail::kBothHaveGaps || m.numColumns_ == 0) return;
   NCDataVector<T>& target = m.rows_[row];
   T* const x = target.data_;
@@ -305,6 +308,25 @@ void NCDataMatrix<T>::CountNewGap(NCDataVector<T>& row, int column, int& numMisV
   ++numMisVal;
   std::atomic_ref<int>(colMisVal[column]).fetch_add(1, std::memory_order_relaxed);
 }
+
+namespace {
+
+/// One column of a column regression: the same numbers as for all columns together.
+template <typename T>
+void RegressOneColumnWith(typename NipalsPass<T>::Floor floor, T* result, int c, const NCDataMatrix<T>& m,
+                          const NCDataVector<T>& v, double ssV, int mode, int& numMisVal) {
+  PairSums sums;
+  double denominator = ssV;
+  if (mode >= detail::kNoGaps && mode <= detail::kBothHaveGaps) {
+    sums = NipalsPass<T>::OneColumnSums(m, v, c);
+    denominator = NipalsPass<T>::Denominator(m, c, static_cast<GapMode>(mode), ssV, sums.pairedSquares, floor);
+  }
+  if (!(std::abs(denominator) > detail::kTinySumOfSquares)) return;
+  result[c] = static_cast<T>(sums.product / denominator);
+  --numMisVal;
+}
+
+}  // namespace
 
 template <typename T>
 void NCDataMatrix<T>::RegressOneColumn(T* result, int c, const NCDataMatrix& m, const NCDataVector<T>& v, double ssV,

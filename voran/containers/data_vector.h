@@ -20,8 +20,8 @@ inline namespace voran {
 /// sizes are not checked: a position outside 1..Size(), or operands of different size, are the caller's fault. Memory
 /// that cannot be had goes out as std::bad_alloc.
 ///
-/// Threads: vectors that share a buffer may be copied, assigned, written and destroyed from different threads; one and
-/// the same vector object may not.
+/// Threads: one vector may be read and copied from several threads at a time, and vectors that share a buffer may be
+/// assigned, written and destroyed in different threads. An object that is written must have no other user.
 template <typename T>
 class VORAN_EXPORT NCDataVector {
  public:
@@ -132,7 +132,8 @@ class VORAN_EXPORT NCDataVector {
   double GetSS() const;
   /// The same of the differences from `about`, formed in double.
   double GetSS(double about) const;
-  /// Slope of v on this over pairs present: -99 if operands with gaps have no pair; a NaN if this is all zeros.
+  /// Slope of v on this over pairs present: -99 if operands with gaps have no pair; a NaN if the elements of this in
+  /// those pairs are next to nothing (a sum of squares below 1e-30).
   double Regress(const NCDataVector& v) const;
   /// The same, with the denominator never below a third of the whole sum of squares of this. With few pairs present a
   /// plain quotient could blow up.
@@ -169,6 +170,10 @@ class VORAN_EXPORT NCDataVector {
     Unlink();
     return data_;
   }
+  /// Room for n elements and the unused one before them, the first on a boundary of 16 bytes; `offset` receives the
+  /// bytes between the allocation and the returned base. DeleteVec frees it.
+  T* NewVec(int n, int& offset);
+  void DeleteVec(T* p, int offset);
 
  protected:
   static void Add(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
@@ -186,11 +191,8 @@ class VORAN_EXPORT NCDataVector {
   friend class NCDataMatrix<T>;
 
   T* First() { return data_ == nullptr ? nullptr : data_ + 1; }
-  /// Room for n elements and the unused one before them, the first on a boundary of 16 bytes; `offset` receives the
-  /// bytes between the allocation and the returned base.
-  T* NewVec(int n, int& offset);
+  /// What NewVec returns as the offset, given that the allocator aligns to 16 bytes.
   static int OffsetOfEveryVec();
-  void DeleteVec(T* p, int offset);
   /// Opens a gap of unwritten elements; the missing count is untouched.
   void UnInitialisedInsert(int pos, int count);
   void ReplaceBuffer(T* fresh, int offset, int newCapacity);

@@ -45,18 +45,17 @@ double NCDataVector<T>::GetSS(double about) const {
 }
 
 template <typename T>
-void NCDataVector<T>::Calculate_V1txV2_and_V1txV1(
-    double& v1tv2, double& v1tv1, double& v1tv1All, const NCDataVector& v2, const NCIntegralVector<int, -99>* groups,
-    int excludeValue) const {  // A position that a group leaves out plays no more part than one where V1 is missing.
+void NCDataVector<T>::Calculate_V1txV2_and_V1txV1(double& v1tv2, double& v1tv1, double& v1tv1All,
+                                                  const NCDataVector& v2, const NCIntegralVector<int, -99>* groups,
+                                                  int excludeValue) const {
+  // A position that a group leaves out plays no more part than one where V1 is missing.
   std::optional<NCDataVector> marked;
   if (groups != nullptr) marked = detail::WithoutGroup(*this, *groups, excludeValue);
   const NCDataVector& v1 = marked ? *marked : *this;
   PairSums sums =
       ReductionKernels<T>::Current().pairSums(v1.begin(), v2.begin(), size_, GapModeOf(v1.numMisVal_, v2.numMisVal_));
-  const bool anyPair =
-      sums.pairedSquares != 0.0 ||
-      detail::AnyPair(v1.begin(), v2.begin(), size_);  // Whether the absence of pairs is told depends on the operands'
-                                                       // own gaps, not on what a group left out.
+  const bool anyPair = sums.pairedSquares != 0.0 || detail::AnyPair(v1.begin(), v2.begin(), size_);
+  // Whether the absence of pairs is told depends on the operands' own gaps, not on what a group left out.
   sums = detail::GuardedSums(sums, anyPair, GapModeOf(numMisVal_, v2.numMisVal_));
   v1tv2 = sums.product;
   v1tv1 = sums.pairedSquares;

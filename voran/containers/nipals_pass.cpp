@@ -14,6 +14,11 @@ namespace {
 
 constexpr int kColumnsCombined = 512;
 
+template <typename T>
+void AddTo(double& sum, const T* values, int n) {
+  for (int i = 0; i < n; ++i) sum += static_cast<double>(values[i]);
+}
+
 }  // namespace
 
 template <typename T>
@@ -22,20 +27,17 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
       kernels_(NipalsKernels<T>::Current()),
       numRows_(matrix.SizeRows()),
       numColumns_(matrix.SizeColumns()),
-      rowsPerBlock_(RowsPerBlock(numRows_, numColumns_)),
+      blocks_(numRows_, numColumns_),
       threads_(ThreadsForMatrix(numRows_, numColumns_)),
-      numBlocks_((numRows_ + rowsPerBlock_ - 1) / rowsPerBlock_),
       isComplete_(matrix.GetNumMisVal() == 0),
       stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),
       rows_(static_cast<std::size_t>(numRows_)),
-      rowHasGaps_(static_cast<std::size_t>(numRows_)),
-      groupHasGaps_(static_cast<std::size_t>((numRows_ + kGroup - 1) / kGroup)) {
+      rowHasGaps_(static_cast<std::size_t>(numRows_)) {
   for (int i = 0; i < numRows_; ++i) {
     const auto index = static_cast<std::size_t>(i);
     const NCDataVector<T>& row = matrix[i + 1];
     rows_[index] = row.begin();
     rowHasGaps_[index] = row.GetNumMisVal() != 0 ? 1 : 0;
-    groupHasGaps_[index / kGroup] |= rowHasGaps_[index];
   }
 }
 
@@ -61,25 +63,28 @@ void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTas
   const T* rows[kGroup];
   T factors[kGroup];
   T weights[kGroup];
-  int n = 0;
-  for (int i = firstRow; i < firstRow + count; ++i) {
-    const T factor = task.v[i];
-    if (skipMissing && factor == kMissing<T>) continue;
-    rows[n] = rows_[static_cast<std::size_t>(i)];
-    factors[n] = factor;
-    weights[n] = task.weight == Weight::kOne ? T{1} : factor * factor;
-    ++n;
-  }
   double* const sums = Sums(block) + task.firstColumn;
-  if (groupHasGaps_[static_cast<std::size_t>(firstRow / kGroup)] != 0) {
-    kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, ahead, sums,
-                             WeightSums(block) + task.firstColumn);
-    return;
+  for (int i = firstRow; i < firstRow + count;) {
+    // A run of rows that all have gaps, or all have none.
+    const bool hasGaps = HasGaps(i);
+    int n = 0;
+    for (; i < firstRow + count && HasGaps(i) == hasGaps; ++i) {
+      const T factor = task.v[i];
+      if (skipMissing && factor == kMissing<T>) continue;
+      rows[n] = rows_[static_cast<std::size_t>(i)];
+      factors[n] = factor;
+      weights[n] = task.weight == Weight::kOne ? T{1} : factor * factor;
+      ++n;
+    }
+    if (hasGaps && !isComplete_) {
+      kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, ahead, sums,
+                               WeightSums(block) + task.firstColumn);
+    } else {
+      kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, ahead, sums);
+      if (task.withCommonPart) AddTo(blockWeight_[static_cast<std::size_t>(block)], weights, n);
+    }
+    ahead.count = 0;  // once for the group
   }
-  kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, ahead, sums);
-  if (!task.withCommonPart) return;
-  double& common = blockWeight_[static_cast<std::size_t>(block)];
-  for (int i = 0; i < n; ++i) common += static_cast<double>(weights[i]);
 }
 
 /// What AddGroup() is for a matrix without gaps, where weights are not asked for, and a group without missing factors.
@@ -104,12 +109,12 @@ void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
 
 template <typename T>
 void NipalsPass<T>::ReserveSums() {
-  if (!totals_.empty() || numColumns_ == 0) return;
-  const std::size_t size = static_cast<std::size_t>(std::max(numBlocks_, 1)) * stride_;
+  const std::size_t size = static_cast<std::size_t>(blocks_.count) * stride_;
+  if (sums_.size() == size && !blockWeight_.empty()) return;
   sums_.resize(size);
   totals_.resize(stride_);
-  blockWeight_.resize(static_cast<std::size_t>(numBlocks_));
-  if (matrix_.GetNumMisVal() == 0) return;
+  blockWeight_.resize(static_cast<std::size_t>(std::max(blocks_.count, 1)));
+  if (isComplete_) return;
   weightSums_.resize(size);
   weightTotals_.resize(stride_);
 }
@@ -119,14 +124,14 @@ template <typename T>
 void NipalsPass<T>::Combine(int firstColumn, int columns) {
   double* const totals = totals_.data() + firstColumn;
   std::fill_n(totals, columns, 0.0);
-  for (int b = 0; b < numBlocks_; ++b) {
+  for (int b = 0; b < blocks_.count; ++b) {
     const double* const sums = Sums(b) + firstColumn;
     for (int j = 0; j < columns; ++j) totals[j] += sums[j];
   }
   if (weightTotals_.empty()) return;
   double* const weightTotals = weightTotals_.data() + firstColumn;
   std::fill_n(weightTotals, columns, 0.0);
-  for (int b = 0; b < numBlocks_; ++b) {
+  for (int b = 0; b < blocks_.count; ++b) {
     const double* const sums = WeightSums(b) + firstColumn;
     const double complete = blockWeight_[static_cast<std::size_t>(b)];
     for (int j = 0; j < columns; ++j) weightTotals[j] += sums[j] + complete;
@@ -146,43 +151,66 @@ template <typename T>
 void NipalsPass<T>::SumColumns(const NCDataVector<T>& v, Weight weight) {
   ReserveSums();
   const ColumnTask task{v.begin(), v.GetNumMisVal() != 0, weight, 0, numColumns_, true};
-  ParallelFor(numBlocks_, threads_, [&](int block) { SumBlock(block, task); });
+  ParallelFor(blocks_.count, threads_, [&](int block) { SumBlock(block, task); });
   CombineColumns();
 }
 
 template <typename T>
 void NipalsPass<T>::SumColumnRange(const NCDataVector<T>& v, Weight weight, int first, int last, bool withCommonPart) {
   const ColumnTask task{v.begin(), v.GetNumMisVal() != 0, weight, first - 1, last - first + 1, withCommonPart};
-  for (int block = 0; block < numBlocks_; ++block) SumBlock(block, task);
+  for (int block = 0; block < blocks_.count; ++block) SumBlock(block, task);
 }
 
 template <typename T>
 void NipalsPass<T>::SumSquares() {
   ReserveSums();
   const ColumnTask task{nullptr, false, Weight::kSquare, 0, numColumns_, true};
-  ParallelFor(numBlocks_, threads_, [&](int block) {
+  ParallelFor(blocks_.count, threads_, [&](int block) {
     ClearBlock(block, task);
-    for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-      const auto row = static_cast<std::size_t>(i);
-      kernels_.addSquares(&rows_[row], std::min(kGroup, EndRow(block) - i), numColumns_,
-                          groupHasGaps_[row / kGroup] != 0, Sums(block));
+    for (int i = FirstRow(block); i < EndRow(block); ++i) {
+      kernels_.addSquares(&rows_[static_cast<std::size_t>(i)], 1, numColumns_, HasGaps(i), Sums(block));
     }
   });
   CombineColumns();
 }
 
 template <typename T>
-double NipalsPass<T>::ColumnSumOfSquares(int column, double about) const {
+double NipalsPass<T>::ColumnSumOfSquares(const NCDataMatrix<T>& matrix, int column, double about) {
+  const RowBlocks blocks(matrix.SizeRows(), matrix.SizeColumns());
   double total = 0.0;
-  for (int block = 0; block < numBlocks_; ++block) {
+  for (int first = 1; first <= matrix.SizeRows(); first += blocks.rowsPerBlock) {
+    const int end = std::min(first + blocks.rowsPerBlock, matrix.SizeRows() + 1);
     double sum = 0.0;
-    for (int i = FirstRow(block); i < EndRow(block); ++i) {
-      const T x = rows_[static_cast<std::size_t>(i)][column - 1];
+    for (int i = first; i < end; ++i) {
+      const T x = matrix[i][column];
       if (x == kMissing<T>) continue;
       const double difference = static_cast<double>(x) - about;
       sum += difference * difference;
     }
     total += sum;
+  }
+  return total;
+}
+
+template <typename T>
+PairSums NipalsPass<T>::OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column) {
+  const RowBlocks blocks(matrix.SizeRows(), matrix.SizeColumns());
+  PairSums total;
+  for (int first = 1; first <= matrix.SizeRows(); first += blocks.rowsPerBlock) {
+    const int end = std::min(first + blocks.rowsPerBlock, matrix.SizeRows() + 1);
+    double product = 0.0;
+    double squaresWithGaps = 0.0;
+    double squaresWithout = 0.0;
+    for (int i = first; i < end; ++i) {
+      const T x = matrix[i][column];
+      if (v[i] == kMissing<T> || x == kMissing<T>) continue;
+      const T xv = x * v[i];
+      const T vv = v[i] * v[i];
+      product += static_cast<double>(xv);
+      (matrix[i].GetNumMisVal() != 0 ? squaresWithGaps : squaresWithout) += static_cast<double>(vv);
+    }
+    total.product += product;
+    total.pairedSquares += squaresWithGaps + squaresWithout;
   }
   return total;
 }
@@ -206,7 +234,8 @@ void NipalsPass<T>::FinishColumns(const NCDataVector<T>& v, Floor floor, const N
   result.SetAllValues(kMissing<T>);
   T* const elements = result.GetWritableVector();
   if (mode == kNoGaps && groups == nullptr) {
-    if (!(std::abs(ssV) > kTinySumOfSquares)) return;
+    // With groups, even null ones, a NaN goes into the result; without, the column stays missing.
+    if (countByValue ? std::abs(ssV) <= kTinySumOfSquares : !(std::abs(ssV) > kTinySumOfSquares)) return;
     for (int c = 1; c <= numColumns_; ++c) elements[c] = static_cast<T>(Product(c) / ssV);
     result.SetNumMisVal(countByValue ? static_cast<int>(std::count(result.begin(), result.end(), kMissing<T>)) : 0);
     return;
@@ -234,11 +263,11 @@ typename NipalsPass<T>::RowRegression NipalsPass<T>::Regression(const NCDataVect
 /// The slope of a row where p, the row or both have gaps, or where p is next to nothing.
 template <typename T>
 double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const {
-  const auto index = static_cast<std::size_t>(row);
   PairSums sums{product, regression.allSquares, regression.allSquares};
-  if (rowHasGaps_[index] != 0) sums.pairedSquares = pairedSquares;
-  const GapMode mode = GapModeOf(regression.pHasOwnGaps ? 1 : 0, rowHasGaps_[index]);
-  const bool anyPair = sums.pairedSquares != 0.0 || AnyPair(regression.p, rows_[index], numColumns_);
+  if (HasGaps(row)) sums.pairedSquares = pairedSquares;
+  const GapMode mode = GapModeOf(regression.pHasOwnGaps ? 1 : 0, HasGaps(row) ? 1 : 0);
+  const bool anyPair =
+      sums.pairedSquares != 0.0 || AnyPair(regression.p, rows_[static_cast<std::size_t>(row)], numColumns_);
   sums = GuardedSums(sums, anyPair, mode);
   return regression.floor == Floor::kNone ? Slope(sums) : FixSlope(sums);
 }
@@ -248,24 +277,28 @@ int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& re
                                 T* t) const {
   double products[kGroup];
   double pairedSquares[kGroup] = {};
-  double slopes[kGroup];
-  const auto row = static_cast<std::size_t>(firstRow);
-  const bool groupHasGaps = groupHasGaps_[row / kGroup] != 0;
-  if (regression.pHasGaps || groupHasGaps) {
-    kernels_.rowProductsWithGaps(&rows_[row], count, regression.p, regression.pHasGaps, numColumns_, ahead, products,
-                                 pairedSquares);
-  } else {
-    kernels_.rowProducts(&rows_[row], count, regression.p, numColumns_, ahead, products);
-  }
-  if (groupHasGaps || !regression.isPlain) {
-    for (int i = 0; i < count; ++i) slopes[i] = RowSlope(firstRow + i, regression, products[i], pairedSquares[i]);
-  } else {
-    const double all = regression.allSquares;
-    for (int i = 0; i < count; ++i) slopes[i] = Slope({products[i], all, all});
+  for (int done = 0; done < count;) {
+    // A run of rows that all have gaps, or all have none.
+    const bool hasGaps = HasGaps(firstRow + done);
+    int n = 1;
+    while (done + n < count && HasGaps(firstRow + done + n) == hasGaps) ++n;
+    const T* const* const rows = &rows_[static_cast<std::size_t>(firstRow + done)];
+    if (hasGaps || regression.pHasGaps) {
+      kernels_.rowProductsWithGaps(rows, n, regression.p, regression.pHasGaps, numColumns_, ahead, products + done,
+                                   pairedSquares + done);
+    } else {
+      kernels_.rowProducts(rows, n, regression.p, numColumns_, ahead, products + done);
+    }
+    ahead.count = 0;  // once for the group
+    done += n;
   }
   int missing = 0;
   for (int i = 0; i < count; ++i) {
-    const T score = static_cast<T>(slopes[i]);
+    const double all = regression.allSquares;
+    const bool isPlain = regression.isPlain && !HasGaps(firstRow + i);
+    const double slope =
+        isPlain ? Slope({products[i], all, all}) : RowSlope(firstRow + i, regression, products[i], pairedSquares[i]);
+    const T score = static_cast<T>(slope);
     t[firstRow + i] = score;
     missing += score == kMissing<T> ? 1 : 0;
   }
@@ -281,7 +314,7 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
   regression.pHasOwnGaps = p.GetNumMisVal() != 0;
   if (numRows_ == 0) return;
   T* const scores = t.GetWritableVector() + 1;
-  const int missing = ParallelSum(numBlocks_, threads_, [&](int block) {
+  const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int count = 0;
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
       count += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, Ahead(i, 0, kGroup), scores);
@@ -298,7 +331,7 @@ void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVec
   const RowRegression regression = Regression(p, Floor::kThirdOfAll);
   T* const scores = t.GetWritableVector() + 1;
   const ColumnTask task{scores, true, Weight::kSquare, 0, numColumns_, true};
-  const int missing = ParallelSum(numBlocks_, threads_, [&](int block) {
+  const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int missingInBlock = 0;
     ClearBlock(block, task);
     for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {

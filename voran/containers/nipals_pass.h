@@ -6,7 +6,9 @@
 
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/kernels/nipals.h"
+#include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
 
 inline namespace voran {
 namespace detail {
@@ -53,7 +55,9 @@ class NipalsPass {
   void SumSquares();
   /// Sum of squared differences from `about` over the present elements of one column, formed in double; the same bits
   /// as from SumSquares() for an `about` of 0.
-  double ColumnSumOfSquares(int column, double about) const;
+  static double ColumnSumOfSquares(const NCDataMatrix<T>& matrix, int column, double about);
+  /// The product and the paired squares of one column: the same bits as from SumColumns(v).
+  static PairSums OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column);
 
   double Product(int column) const { return totals_[Index(column)]; }
   /// The sum of the weights over the same pairs; only of a matrix with gaps.
@@ -73,7 +77,7 @@ class NipalsPass {
                             Floor floor);
 
  private:
-  /// Rows whose scores are formed together and then added together. Whether a group is tested for gaps is decided once.
+  /// Rows whose scores are formed together and then added together, while they are in the cache.
   static constexpr int kGroup = 8;
 
   struct RowRegression {
@@ -86,8 +90,9 @@ class NipalsPass {
   };
 
   static std::size_t Index(int column) { return static_cast<std::size_t>(column - 1); }
-  int FirstRow(int block) const { return block * rowsPerBlock_; }
-  int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + rowsPerBlock_); }
+  int FirstRow(int block) const { return block * blocks_.rowsPerBlock; }
+  int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + blocks_.rowsPerBlock); }
+  bool HasGaps(int row) const { return rowHasGaps_[static_cast<std::size_t>(row)] != 0; }
   double* Sums(int block) { return sums_.data() + static_cast<std::size_t>(block) * stride_; }
   double* WeightSums(int block) { return weightSums_.data() + static_cast<std::size_t>(block) * stride_; }
 
@@ -117,17 +122,15 @@ class NipalsPass {
   const NipalsKernels<T>& kernels_;
   int numRows_;
   int numColumns_;
-  int rowsPerBlock_;
+  RowBlocks blocks_;
   int threads_;
-  int numBlocks_;
   bool isComplete_;
   std::size_t stride_;
   std::vector<const T*> rows_;  // 0-based rows, 0-based elements
   std::vector<char> rowHasGaps_;
-  std::vector<char> groupHasGaps_;   // one for each kGroup rows
   std::vector<double> sums_;         // block by block, a row of stride_ each
-  std::vector<double> weightSums_;   // the same for rows in groups with gaps; empty if the matrix has none
-  std::vector<double> blockWeight_;  // by block: the weight of rows in groups without gaps, the same for every column
+  std::vector<double> weightSums_;   // the same for rows with gaps; empty if the matrix has none
+  std::vector<double> blockWeight_;  // by block: the weight of rows without gaps, the same for every column
   std::vector<double> totals_;
   std::vector<double> weightTotals_;
 };

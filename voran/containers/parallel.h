@@ -9,23 +9,27 @@
 inline namespace voran {
 namespace detail {
 
-/// Rows in a block of a matrix that one thread works through: enough cells to be worth a thread, enough rows that
-/// column sums are small beside the block, and not too many blocks. Depends on the size alone: sums are formed by
-/// block.
-inline int RowsPerBlock(int rows, int columns) {
-  constexpr int kLeastRows = 64;
-  constexpr int kLeastCells = 32768;
-  constexpr int kMostBlocks = 128;
-  constexpr int kMultipleOf = 8;
-  const auto ceilDiv = [](int a, int b) { return a / b + (a % b != 0 ? 1 : 0); };
-  const int wanted = std::max({kLeastRows, ceilDiv(kLeastCells, std::max(columns, 1)), ceilDiv(rows, kMostBlocks)});
-  return ceilDiv(wanted, kMultipleOf) * kMultipleOf;
-}
+/// The blocks of rows in which a matrix is worked through, by one thread each: enough cells to be worth a thread,
+/// enough rows that the column sums of a block are small beside it, and an even number of them. They depend on the size
+/// of the matrix alone, and so do the sums that are formed by block.
+struct RowBlocks {
+  RowBlocks(int rows, int columns) {
+    constexpr long kLeastCells = 32768;
+    constexpr long kLeastRows = 32;
+    constexpr long kMost = 128;
+    const long cells = static_cast<long>(rows) * columns;
+    const long blocks = std::min({cells / kLeastCells, rows / kLeastRows, kMost}) / 2 * 2;
+    rowsPerBlock = blocks < 2 ? std::max(rows, 1) : static_cast<int>((rows + blocks - 1) / blocks);
+    count = (rows + rowsPerBlock - 1) / rowsPerBlock;
+  }
+
+  int rowsPerBlock;
+  int count;
+};
 
 /// How many threads a parallel region over the rows of a matrix gets: never more than it has blocks.
 inline int ThreadsForMatrix(int rows, int columns) {
-  const int perBlock = RowsPerBlock(rows, columns);
-  return std::max(1, std::min(rows / perBlock + (rows % perBlock != 0 ? 1 : 0), ParallelWidth()));
+  return std::max(1, std::min(RowBlocks(rows, columns).count, ParallelWidth()));
 }
 
 /// While it lives, parallel regions that the calling thread opens have the width that they ask for. With OpenMP's

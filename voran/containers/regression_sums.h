@@ -48,7 +48,7 @@ NCDataVector<T> WithoutGroup(const NCDataVector<T>& v, const NCIntegralVector<in
   return marked;
 }
 
-/// Whether any position is present in both arrays. Only asked where a paired sum of squares came out as 0.
+/// Whether any position is present in both arrays; stops at the first that is.
 template <typename T>
 bool AnyPair(const T* a, const T* b, int n) {
   for (int i = 0; i < n; ++i) {

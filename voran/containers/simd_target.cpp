@@ -11,15 +11,13 @@
 inline namespace voran {
 namespace {
 
-/// One of Highway's HWY_AVX2, HWY_SSE4, ..., and its place in Highway's tables; 0 before the first use.
-std::atomic<std::int64_t> targetInUse{0};
+/// Where the set in use stands in Highway's tables; 0 before the first use.
 std::atomic<std::size_t> indexInUse{0};
 
-void Use(std::int64_t target) {
+std::size_t IndexOf(std::int64_t target) {
   hwy::ChosenTarget chosen;
   chosen.Update(target);
-  targetInUse.store(target, std::memory_order_relaxed);
-  indexInUse.store(chosen.GetIndex(), std::memory_order_relaxed);
+  return chosen.GetIndex();
 }
 
 std::int64_t FindTarget(const std::string& name) {
@@ -32,14 +30,9 @@ std::int64_t FindTarget(const std::string& name) {
                         available + ".");
 }
 
-std::int64_t TargetInUse() {
-  std::int64_t target = targetInUse.load(std::memory_order_relaxed);
-  if (target == 0) {
-    const char* const wanted = std::getenv("VORAN_SIMD");
-    target = wanted != nullptr && *wanted != '\0' ? FindTarget(wanted) : hwy::SupportedAndGeneratedTargets().front();
-    Use(target);
-  }
-  return target;
+std::int64_t TargetAtStart() {
+  const char* const wanted = std::getenv("VORAN_SIMD");
+  return wanted != nullptr && *wanted != '\0' ? FindTarget(wanted) : hwy::SupportedAndGeneratedTargets().front();
 }
 
 }  // namespace
@@ -47,22 +40,25 @@ std::int64_t TargetInUse() {
 namespace detail {
 
 std::size_t KernelIndex() {
-  std::size_t index = indexInUse.load(std::memory_order_relaxed);
-  if (index == 0) {
-    Use(TargetInUse());
-    index = indexInUse.load(std::memory_order_relaxed);
-  }
-  return index;
+  const std::size_t index = indexInUse.load(std::memory_order_relaxed);
+  if (index != 0) return index;
+  std::size_t none = 0;
+  const std::size_t first = IndexOf(TargetAtStart());
+  return indexInUse.compare_exchange_strong(none, first) ? first : none;  // another thread may have set it meanwhile
 }
 
 }  // namespace detail
 
 std::string SimdTarget::GetName() {
-  return hwy::TargetName(TargetInUse());
+  const std::size_t index = detail::KernelIndex();
+  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    if (IndexOf(target) == index) return hwy::TargetName(target);
+  }
+  return {};
 }
 
 void SimdTarget::Set(const std::string& name) {
-  targetInUse.store(FindTarget(name), std::memory_order_relaxed);
+  indexInUse.store(IndexOf(FindTarget(name)), std::memory_order_relaxed);
 }
 
 std::vector<std::string> SimdTarget::GetAvailable() {

@@ -45,7 +45,9 @@ class ConvergenceProgress {
       given_->SetRange(position, 0.0f);
       return;
     }
-    const std::string text = (boost::format(detail::TranslateText("PC Component %1%")) % component_).str();
+    boost::format format(detail::TranslateText("PC Component %1%"));
+    format.exceptions(boost::io::no_error_bits);  // a translation may have lost its placeholder
+    const std::string text = (format % component_).str();
     own_.emplace(text.c_str(), position, 0.0f, false, false, true, "");
   }
 

@@ -47,10 +47,19 @@ class VORAN_EXPORT NCPCA {
   /// Returns true. All pointers may be null.
   ///
   /// A variable j with (*groups)[j] equal to `excludeValue` plays no part: its loading is missing. `start` is the score
-  /// to start from (one element per observation) in place of the column that GetNIPALSStartColumn chooses.
+  /// to start from (one element per observation) in place of the column that GetNIPALSStartColumn chooses. There is at
+  /// least one round, whatever the limit. A single observation needs no iteration: its loading is the row at unit
+  /// length, its score the norm, and progress, groups and start are not looked at.
+  ///
+  /// The score of an observation without data is missing, and so is the loading of a variable without data, unless a
+  /// score is missing too: then that loading is 0.
+  ///
+  /// Progress runs from -v to 0, where v is ten times the powers of ten by which the relative squared change of the
+  /// score exceeds 1e-10. Without a progress object one of its own is made, "PC Component 1" and so on.
   ///
   /// Throws NCError of level 2 if no score can be formed ("PCA component could not be computed.") or if the user breaks
-  /// off ("PC component aborted."). The object must then be given up: its component count is one ahead of its rows.
+  /// off ("PC component aborted."), and std::bad_alloc. The object must then be given up: its component count is one
+  /// ahead of its rows.
   ///
   /// Cost: about one reading of X for each round of the iteration, and two more.
   bool NextComponent(NCProgress* progress, const NCIntegralVector<int, -99>* groups, int excludeValue,

@@ -61,7 +61,8 @@ struct FullLoad {
   HWY_INLINE WideVec OnlyLoaded(WideVec v) const { return v; }
 };
 
-/// Loads the last `count` elements of an array, fewer than a vector holds, and zeros; touches nothing behind them.
+/// Loads the last `count` elements of an array, fewer than a vector holds, and zeros; touches nothing behind them. Only
+/// AVX2 and AVX-512 have masked loads that do not read what they mask.
 template <typename T>
 struct TailLoad {
   std::size_t offset;
@@ -99,7 +100,7 @@ HWY_INLINE A SumTree(const NarrowVec<A>* accumulators) {
   return lanes[0];
 }
 
-/// Fetches the line at `offset` of each row; an address behind a row's end does no harm.
+/// Has the 64 bytes at `offset` of each row fetched.
 template <typename T>
 HWY_INLINE void Fetch(const T* const* rows, int count, std::size_t offset) {
   for (int r = 0; r < count; ++r) hwy::Prefetch(rows[r] + offset);

@@ -29,24 +29,6 @@ HWY_INLINE NarrowVec<T> KeepPairs(NarrowVec<T> v, NarrowVec<T> a, NarrowVec<T> b
   }
 }
 
-template <typename T>
-struct ProductTerms {
-  const T* a;
-  const T* b;
-
-  template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
-    out[0] = Widen(hn::Mul(load(a), load(b)));
-  }
-};
-
-template <typename T>
-double SumOfProducts(const T* a, const T* b, int n) {
-  double sum;
-  Reduce<T, double, 1>(ProductTerms<T>{a, b}, n, &sum);
-  return sum;
-}
-
 template <GapMode Mode, typename T>
 struct DotTerms {
   const T* a;
@@ -123,14 +105,14 @@ PairSums PairSumsOf(const T* a, const T* b, int n, GapMode mode) {
   }
 }
 
-template <bool HasGaps, typename T>
+template <GapMode Mode, typename T>
 struct SquareTerms {
   const T* a;
 
   template <class Load>
   HWY_INLINE void operator()(Load load, WideVec* out) const {
     const auto v = load(a);
-    out[0] = Widen(KeepPairs < HasGaps ? kFirstHasGaps : kNoGaps, T > (hn::Mul(v, v), v, v));
+    out[0] = Widen(KeepPairs<Mode, T>(hn::Mul(v, v), v, v));
   }
 };
 
@@ -138,9 +120,9 @@ template <typename T>
 double SumOfSquares(const T* a, int n, bool hasGaps) {
   double sum;
   if (hasGaps) {
-    Reduce<T, double, 1>(SquareTerms<true, T>{a}, n, &sum);
+    Reduce<T, double, 1>(SquareTerms<kFirstHasGaps, T>{a}, n, &sum);
   } else {
-    Reduce<T, double, 1>(SquareTerms<false, T>{a}, n, &sum);
+    Reduce<T, double, 1>(SquareTerms<kNoGaps, T>{a}, n, &sum);
   }
   return sum;
 }
@@ -212,8 +194,8 @@ DistanceSums DistanceSumsOf(const T* a, const T* b, int n, GapMode mode) {
 
 template <typename T>
 const ReductionKernels<T>& Table() {
-  static constexpr ReductionKernels<T> kTable = {SumOfProducts<T>, DotProduct<T>,        PairSumsOf<T>,
-                                                 SumOfSquares<T>,  SumOfSquaresAbout<T>, DistanceSumsOf<T>};
+  static constexpr ReductionKernels<T> kTable = {DotProduct<T>, PairSumsOf<T>, SumOfSquares<T>, SumOfSquaresAbout<T>,
+                                                 DistanceSumsOf<T>};
   return kTable;
 }
 

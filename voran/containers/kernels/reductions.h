@@ -22,7 +22,6 @@ struct DistanceSums {
 /// are any. Same bits for every instruction set. Nothing allocates or throws, except Current() (see SimdTarget).
 template <typename T>
 struct ReductionKernels {
-  double (*sumOfProducts)(const T* a, const T* b, int n);
   /// Products and sum in the element type: a float dot product accumulates in float.
   double (*dotProduct)(const T* a, const T* b, int n, GapMode mode);
   PairSums (*pairSums)(const T* a, const T* b, int n, GapMode mode);
