@@ -29,5 +29,9 @@ function(voran_configure_target target)
     target_compile_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE} -fno-omit-frame-pointer
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # What the sanitizer adds makes g++ see uninitialised variables where there are none.
+      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    endif()
   endif()
 endfunction()
