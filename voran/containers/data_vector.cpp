@@ -211,6 +211,7 @@ NCDataVector<T>& NCDataVector<T>::SetRange(int start, const NCDataVector& v, int
 
 template <typename T>
 void NCDataVector<T>::CopyZeroBasedVector(const T* src, int n) {
+  const auto& kernels = detail::ElementwiseKernels<T>::Current();  // may throw, so before anything changes
   if (n > capacity_) {
     SetSize(n);
   } else {
@@ -228,7 +229,7 @@ void NCDataVector<T>::CopyZeroBasedVector(const T* src, int n) {
   }
   assert(data_ != nullptr);
   MoveElements(src, data_ + 1, n);
-  numMisVal_ = detail::ElementwiseKernels<T>::Current().countMissing(data_ + 1, n);
+  numMisVal_ = kernels.countMissing(data_ + 1, n);
 }
 
 template <typename T>
