@@ -21,6 +21,16 @@ void AddTo(double& sum, const T* values, int n) {
 
 }  // namespace
 
+/// As many rows as stay in the nearest cache between the two halves of a round, and enough to spread what a group
+/// costs.
+template <typename T>
+int NipalsPass<T>::GroupOf(int columns) {
+  constexpr int kNearestCache = 32768;
+  constexpr int kLeastInGroup = 8;
+  const int fitting = kNearestCache / (static_cast<int>(sizeof(T)) * std::clamp(columns, 1, kNearestCache));
+  return std::clamp(fitting, kLeastInGroup, kMostInGroup) / kLeastInGroup * kLeastInGroup;
+}
+
 template <typename T>
 NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
     : matrix_(matrix),
@@ -29,6 +39,7 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
       numColumns_(matrix.SizeColumns()),
       blocks_(numRows_, numColumns_),
       threads_(ThreadsForMatrix(numRows_, numColumns_)),
+      group_(GroupOf(numColumns_)),
       isComplete_(matrix.GetNumMisVal() == 0),
       stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),
       rows_(static_cast<std::size_t>(numRows_)),
@@ -43,8 +54,8 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
 
 template <typename T>
 RowsAhead<T> NipalsPass<T>::Ahead(int firstRow, int from, int to) const {
-  const int first = std::min(firstRow + kGroup + from, numRows_);
-  const int end = std::min(firstRow + kGroup + to, numRows_);
+  const int first = std::min(firstRow + group_ + from, numRows_);
+  const int end = std::min(firstRow + group_ + to, numRows_);
   return {rows_.data() + first, end - first};
 }
 
@@ -60,9 +71,9 @@ void NipalsPass<T>::ClearBlock(int block, const ColumnTask& task) {
 template <typename T>
 void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTask& task, bool skipMissing,
                              RowsAhead<T> ahead) {
-  const T* rows[kGroup];
-  T factors[kGroup];
-  T weights[kGroup];
+  const T* rows[kMostInGroup];
+  T factors[kMostInGroup];
+  T weights[kMostInGroup];
   double* const sums = Sums(block) + task.firstColumn;
   for (int i = firstRow; i < firstRow + count;) {
     // A run of rows that all have gaps, or all have none.
@@ -97,12 +108,12 @@ void NipalsPass<T>::AddCompleteGroup(int block, int firstRow, int count, const C
 template <typename T>
 void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
   ClearBlock(block, task);
-  for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-    const int count = std::min(kGroup, EndRow(block) - i);
+  for (int i = FirstRow(block); i < EndRow(block); i += group_) {
+    const int count = std::min(group_, EndRow(block) - i);
     if (isComplete_ && !task.vHasGaps) {
-      AddCompleteGroup(block, i, count, task, Ahead(i, 0, kGroup));
+      AddCompleteGroup(block, i, count, task, Ahead(i, 0, group_));
     } else {
-      AddGroup(block, i, count, task, task.vHasGaps, Ahead(i, 0, kGroup));
+      AddGroup(block, i, count, task, task.vHasGaps, Ahead(i, 0, group_));
     }
   }
 }
@@ -260,7 +271,6 @@ typename NipalsPass<T>::RowRegression NipalsPass<T>::Regression(const NCDataVect
   return {p.begin(), allSquares, hasGaps, hasGaps, !hasGaps && allSquares >= kTinySumOfSquares, floor};
 }
 
-/// The slope of a row where p, the row or both have gaps, or where p is next to nothing.
 template <typename T>
 double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const {
   PairSums sums{product, regression.allSquares, regression.allSquares};
@@ -275,8 +285,22 @@ double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double 
 template <typename T>
 int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead,
                                 T* t) const {
-  double products[kGroup];
-  double pairedSquares[kGroup] = {};
+  if (!isComplete_ || !regression.isPlain) return RegressGroupWithGaps(firstRow, count, regression, ahead, t);
+  double products[kMostInGroup];
+  kernels_.rowProducts(&rows_[static_cast<std::size_t>(firstRow)], count, regression.p, numColumns_, ahead, products);
+  int missing = 0;
+  for (int i = 0; i < count; ++i) {
+    t[firstRow + i] = static_cast<T>(Slope({products[i], regression.allSquares, regression.allSquares}));
+    missing += t[firstRow + i] == kMissing<T> ? 1 : 0;
+  }
+  return missing;
+}
+
+template <typename T>
+int NipalsPass<T>::RegressGroupWithGaps(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead,
+                                        T* t) const {
+  double products[kMostInGroup];
+  double pairedSquares[kMostInGroup] = {};
   for (int done = 0; done < count;) {
     // A run of rows that all have gaps, or all have none.
     const bool hasGaps = HasGaps(firstRow + done);
@@ -294,13 +318,8 @@ int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& re
   }
   int missing = 0;
   for (int i = 0; i < count; ++i) {
-    const double all = regression.allSquares;
-    const bool isPlain = regression.isPlain && !HasGaps(firstRow + i);
-    const double slope =
-        isPlain ? Slope({products[i], all, all}) : RowSlope(firstRow + i, regression, products[i], pairedSquares[i]);
-    const T score = static_cast<T>(slope);
-    t[firstRow + i] = score;
-    missing += score == kMissing<T> ? 1 : 0;
+    t[firstRow + i] = static_cast<T>(RowSlope(firstRow + i, regression, products[i], pairedSquares[i]));
+    missing += t[firstRow + i] == kMissing<T> ? 1 : 0;
   }
   return missing;
 }
@@ -316,8 +335,8 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
   T* const scores = t.GetWritableVector() + 1;
   const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int count = 0;
-    for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-      count += RegressGroup(i, std::min(kGroup, EndRow(block) - i), regression, Ahead(i, 0, kGroup), scores);
+    for (int i = FirstRow(block); i < EndRow(block); i += group_) {
+      count += RegressGroup(i, std::min(group_, EndRow(block) - i), regression, Ahead(i, 0, group_), scores);
     }
     return count;
   });
@@ -334,13 +353,13 @@ void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVec
   const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int missingInBlock = 0;
     ClearBlock(block, task);
-    for (int i = FirstRow(block); i < EndRow(block); i += kGroup) {
-      const int count = std::min(kGroup, EndRow(block) - i);
-      const int missingInGroup = RegressGroup(i, count, regression, Ahead(i, 0, kGroup / 2), scores);
+    for (int i = FirstRow(block); i < EndRow(block); i += group_) {
+      const int count = std::min(group_, EndRow(block) - i);
+      const int missingInGroup = RegressGroup(i, count, regression, Ahead(i, 0, group_ / 2), scores);
       if (isComplete_ && missingInGroup == 0) {
-        AddCompleteGroup(block, i, count, task, Ahead(i, kGroup / 2, kGroup));
+        AddCompleteGroup(block, i, count, task, Ahead(i, group_ / 2, group_));
       } else {
-        AddGroup(block, i, count, task, missingInGroup != 0, Ahead(i, kGroup / 2, kGroup));
+        AddGroup(block, i, count, task, missingInGroup != 0, Ahead(i, group_ / 2, group_));
       }
       missingInBlock += missingInGroup;
     }

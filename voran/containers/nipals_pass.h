@@ -77,18 +77,19 @@ class NipalsPass {
                             Floor floor);
 
  private:
-  /// Rows whose scores are formed together and then added together, while they are in the cache.
-  static constexpr int kGroup = 8;
+  /// Rows whose scores are formed together and then added together are a group; never more than this.
+  static constexpr int kMostInGroup = 32;
 
   struct RowRegression {
     const T* p;
     double allSquares;
     bool pHasGaps;
     bool pHasOwnGaps;  // not on account of an excluded group
-    bool isPlain;      // a row without gaps has slope product / allSquares
+    bool isPlain;      // the slope of a row without gaps is product / allSquares
     Floor floor;
   };
 
+  static int GroupOf(int columns);
   static std::size_t Index(int column) { return static_cast<std::size_t>(column - 1); }
   int FirstRow(int block) const { return block * blocks_.rowsPerBlock; }
   int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + blocks_.rowsPerBlock); }
@@ -114,6 +115,7 @@ class NipalsPass {
   void AddCompleteGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead);
   /// Writes the scores of a group of rows to t and returns how many are missing.
   int RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
+  int RegressGroupWithGaps(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
   double RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const;
   RowRegression Regression(const NCDataVector<T>& p, Floor floor) const;
   void Combine(int firstColumn, int columns);
@@ -124,6 +126,7 @@ class NipalsPass {
   int numColumns_;
   RowBlocks blocks_;
   int threads_;
+  int group_;
   bool isComplete_;
   std::size_t stride_;
   std::vector<const T*> rows_;  // 0-based rows, 0-based elements

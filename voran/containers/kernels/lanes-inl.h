@@ -83,27 +83,45 @@ struct TailLoad {
   }
 };
 
+#if HWY_TARGET == HWY_SCALAR
+template <class D>
+HWY_INLINE hn::TFromD<D> SumLanes(D, hn::Vec<D> v) {
+  return hn::GetLane(v);
+}
+#else
+/// The lanes as one sum: the lower half plus the upper, and so on.
+template <class D>
+HWY_INLINE hn::TFromD<D> SumLanes(D d, hn::Vec<D> v) {
+  if constexpr (hn::MaxLanes(d) == 1) {
+    return hn::GetLane(v);
+  } else {
+    const hn::Half<D> half;
+    return SumLanes(half, hn::Add(hn::LowerHalf(half, v), hn::UpperHalf(half, v)));
+  }
+}
+#endif
+
 /// The 16 accumulators as one sum: i with i + 8, then i + 4, i + 2, i + 1.
 template <typename A>
 HWY_INLINE A SumTree(const NarrowVec<A>* accumulators) {
-  const Narrow<A> d;
   NarrowVec<A> v[kVectors];
   for (int k = 0; k < kVectors; ++k) v[k] = accumulators[k];
   for (int half = kVectors / 2; half > 0; half /= 2) {
     for (int k = 0; k < half; ++k) v[k] = hn::Add(v[k], v[k + half]);
   }
-  HWY_ALIGN A lanes[kLanes];
-  hn::Store(v[0], d, lanes);
-  for (int half = kLanes / 2; half > 0; half /= 2) {
-    for (int i = 0; i < half; ++i) lanes[i] += lanes[i + half];
-  }
-  return lanes[0];
+  return SumLanes(Narrow<A>(), v[0]);
 }
 
-/// Has the 64 bytes at `offset` of each row fetched.
+/// Has the 64 bytes at `offset` of each row fetched, past the first-level cache, which holds the rows at work.
 template <typename T>
 HWY_INLINE void Fetch(const T* const* rows, int count, std::size_t offset) {
-  for (int r = 0; r < count; ++r) hwy::Prefetch(rows[r] + offset);
+  for (int r = 0; r < count; ++r) {
+#if HWY_COMPILER_MSVC
+    hwy::Prefetch(rows[r] + offset);
+#else
+    __builtin_prefetch(rows[r] + offset, 0, 2);
+#endif
+  }
 }
 
 /// Sums `Sums` quantities over n elements. `terms(load, out)` writes the vectors to add, one for each sum; elements

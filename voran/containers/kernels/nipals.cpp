@@ -20,14 +20,25 @@ namespace {
 /// Rows whose accumulators fit into the registers together, so that p is loaded once for all of them.
 constexpr int kRowsTogether = kLanes == 8 ? 4 : (kLanes == 4 ? 2 : 1);
 /// Rows added to a column accumulator between its load and its store.
-constexpr int kRowsAdded = 4;
+constexpr int kRowsAdded = 8;
+constexpr int kGappedRowsAdded = 4;
 
-/// The share of the rows ahead that step `step` of `steps` fetches.
+/// Divides rows to be fetched among the steps of a kernel.
 template <typename T>
-HWY_INLINE RowsAhead<T> ShareOf(RowsAhead<T> ahead, int step, int steps) {
-  const int from = ahead.count * step / steps;
-  return {ahead.rows + from, ahead.count * (step + 1) / steps - from};
-}
+class FetchPlan {
+ public:
+  FetchPlan(RowsAhead<T> ahead, int steps)
+      : ahead_(ahead), perStep_(ahead.count == 0 ? 0 : (ahead.count - 1) / steps + 1) {}
+
+  HWY_INLINE RowsAhead<T> ForStep(int step) const {
+    const int from = std::min(step * perStep_, ahead_.count);
+    return {ahead_.rows + from, std::min(perStep_, ahead_.count - from)};
+  }
+
+ private:
+  RowsAhead<T> ahead_;
+  int perStep_;
+};
 
 template <typename T, int Rows>
 struct RowProductTerms {
@@ -44,9 +55,10 @@ struct RowProductTerms {
 template <typename T>
 void RowProducts(const T* const* rows, int numRows, const T* p, int n, RowsAhead<T> ahead, double* products) {
   const int steps = (numRows + kRowsTogether - 1) / kRowsTogether;
+  const FetchPlan<T> plan(ahead, steps);
   for (int step = 0; step < steps; ++step) {
     const int r = step * kRowsTogether;
-    const RowsAhead<T> share = ShareOf(ahead, step, steps);
+    const RowsAhead<T> share = plan.ForStep(step);
     if (r + kRowsTogether <= numRows) {
       const RowProductTerms<T, kRowsTogether> terms{rows + r, p};
       Reduce<T, double, kRowsTogether>(terms, n, products + r, share.rows, share.count);
@@ -77,8 +89,9 @@ struct GappedRowTerms {
 template <typename T>
 void RowProductsWithGaps(const T* const* rows, int numRows, const T* p, bool pHasGaps, int n, RowsAhead<T> ahead,
                          double* products, double* pairedSquares) {
+  const FetchPlan<T> plan(ahead, numRows);
   for (int r = 0; r < numRows; ++r) {
-    const RowsAhead<T> share = ShareOf(ahead, r, numRows);
+    const RowsAhead<T> share = plan.ForStep(r);
     double sums[2];
     if (pHasGaps) {
       Reduce<T, double, 2>(GappedRowTerms<true, T>{rows[r], p}, n, sums, share.rows, share.count);
@@ -120,10 +133,10 @@ template <typename T>
 void AddRows(const T* const* rows, const T* t, int numRows, int first, int n, RowsAhead<T> ahead, double* sums) {
   const auto from = static_cast<std::size_t>(first);
   const auto size = static_cast<std::size_t>(n);
-  const int steps = std::max(1, numRows / kRowsAdded);
+  const FetchPlan<T> plan(ahead, std::max(1, numRows / kRowsAdded));
   int r = 0;
   for (; r + kRowsAdded <= numRows; r += kRowsAdded) {
-    const RowsAhead<T> share = ShareOf(ahead, r / kRowsAdded, steps);
+    const RowsAhead<T> share = plan.ForStep(r / kRowsAdded);
     AddRowsTogether<T, kRowsAdded>(rows + r, t + r, from, size, share, sums);
   }
   for (; r < numRows; ++r) AddRowsTogether<T, 1>(rows + r, t + r, from, size, RowsAhead<T>{}, sums);
@@ -169,11 +182,11 @@ void AddRowsWithGaps(const T* const* rows, const T* t, const T* weights, int num
                      RowsAhead<T> ahead, double* sums, double* weightSums) {
   const auto from = static_cast<std::size_t>(first);
   const auto size = static_cast<std::size_t>(n);
-  const int steps = std::max(1, numRows / kRowsAdded);
+  const FetchPlan<T> plan(ahead, std::max(1, numRows / kGappedRowsAdded));
   int r = 0;
-  for (; r + kRowsAdded <= numRows; r += kRowsAdded) {
-    const RowsAhead<T> share = ShareOf(ahead, r / kRowsAdded, steps);
-    AddGappedRowsTogether<T, kRowsAdded>(rows + r, t + r, weights + r, from, size, share, sums, weightSums);
+  for (; r + kGappedRowsAdded <= numRows; r += kGappedRowsAdded) {
+    const RowsAhead<T> share = plan.ForStep(r / kGappedRowsAdded);
+    AddGappedRowsTogether<T, kGappedRowsAdded>(rows + r, t + r, weights + r, from, size, share, sums, weightSums);
   }
   for (; r < numRows; ++r) {
     AddGappedRowsTogether<T, 1>(rows + r, t + r, weights + r, from, size, RowsAhead<T>{}, sums, weightSums);
