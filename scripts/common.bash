@@ -23,7 +23,7 @@ jobs=$(nproc)
 build() {
   local preset=$1 target
   shift
-  if [[ ! -f build/$preset/build.ninja ]]; then
+  if [[ ! build/$preset/build.ninja -nt CMakePresets.json ]]; then
     say "Setting up build/$preset"
     cmake --preset "$preset" >"/tmp/voran-configure.$$" 2>&1 || {
       cat "/tmp/voran-configure.$$" >&2
