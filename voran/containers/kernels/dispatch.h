@@ -22,3 +22,14 @@ const Table& SelectKernels(const Table& (*const (&getters)[N])()) {
 
 }  // namespace detail
 }  // namespace voran
+
+/// Defines Kernels<float>::Current() and Kernels<double>::Current() by the two functions that HWY_EXPORT has exported.
+#define VORAN_SELECT_KERNELS(Kernels, FloatTable, DoubleTable) \
+  template <>                                                  \
+  const Kernels<float>& Kernels<float>::Current() {            \
+    return SelectKernels(HWY_DISPATCH_TABLE(FloatTable));      \
+  }                                                            \
+  template <>                                                  \
+  const Kernels<double>& Kernels<double>::Current() {          \
+    return SelectKernels(HWY_DISPATCH_TABLE(DoubleTable));     \
+  }

@@ -163,16 +163,7 @@ namespace detail {
 
 HWY_EXPORT(FloatElementwise);
 HWY_EXPORT(DoubleElementwise);
-
-template <>
-const ElementwiseKernels<float>& ElementwiseKernels<float>::Current() {
-  return SelectKernels(HWY_DISPATCH_TABLE(FloatElementwise));
-}
-
-template <>
-const ElementwiseKernels<double>& ElementwiseKernels<double>::Current() {
-  return SelectKernels(HWY_DISPATCH_TABLE(DoubleElementwise));
-}
+VORAN_SELECT_KERNELS(ElementwiseKernels, FloatElementwise, DoubleElementwise)
 
 }  // namespace detail
 }  // namespace voran

@@ -274,16 +274,7 @@ namespace detail {
 
 HWY_EXPORT(FloatNipals);
 HWY_EXPORT(DoubleNipals);
-
-template <>
-const NipalsKernels<float>& NipalsKernels<float>::Current() {
-  return SelectKernels(HWY_DISPATCH_TABLE(FloatNipals));
-}
-
-template <>
-const NipalsKernels<double>& NipalsKernels<double>::Current() {
-  return SelectKernels(HWY_DISPATCH_TABLE(DoubleNipals));
-}
+VORAN_SELECT_KERNELS(NipalsKernels, FloatNipals, DoubleNipals)
 
 }  // namespace detail
 }  // namespace voran

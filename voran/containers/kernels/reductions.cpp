@@ -1,5 +1,7 @@
 #include "voran/containers/kernels/reductions.h"
 
+#include <type_traits>
+
 #include "voran/containers/kernels/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -14,6 +16,21 @@ inline namespace voran {
 namespace detail {
 namespace HWY_NAMESPACE {
 namespace {
+
+/// Calls f with the mode as a constant: the test which operands have gaps stands ahead of the loop.
+template <class F>
+HWY_INLINE auto InMode(GapMode mode, const F& f) {
+  switch (mode) {
+    case kNoGaps:
+      return f(std::integral_constant<GapMode, kNoGaps>());
+    case kFirstHasGaps:
+      return f(std::integral_constant<GapMode, kFirstHasGaps>());
+    case kSecondHasGaps:
+      return f(std::integral_constant<GapMode, kSecondHasGaps>());
+    default:
+      return f(std::integral_constant<GapMode, kBothHaveGaps>());
+  }
+}
 
 /// v where the element of `a` (and of `b`) is present, else zero; tests only the operands that have gaps.
 template <GapMode Mode, typename T>
@@ -51,16 +68,7 @@ double DotIn(const T* a, const T* b, int n) {
 
 template <typename T>
 double DotProduct(const T* a, const T* b, int n, GapMode mode) {
-  switch (mode) {
-    case kNoGaps:
-      return DotIn<kNoGaps>(a, b, n);
-    case kFirstHasGaps:
-      return DotIn<kFirstHasGaps>(a, b, n);
-    case kSecondHasGaps:
-      return DotIn<kSecondHasGaps>(a, b, n);
-    default:
-      return DotIn<kBothHaveGaps>(a, b, n);
-  }
+  return InMode(mode, [&](auto constantMode) HWY_ATTR { return DotIn<constantMode>(a, b, n); });
 }
 
 template <GapMode Mode, typename T>
@@ -93,16 +101,7 @@ PairSums PairSumsIn(const T* a, const T* b, int n) {
 
 template <typename T>
 PairSums PairSumsOf(const T* a, const T* b, int n, GapMode mode) {
-  switch (mode) {
-    case kNoGaps:
-      return PairSumsIn<kNoGaps>(a, b, n);
-    case kFirstHasGaps:
-      return PairSumsIn<kFirstHasGaps>(a, b, n);
-    case kSecondHasGaps:
-      return PairSumsIn<kSecondHasGaps>(a, b, n);
-    default:
-      return PairSumsIn<kBothHaveGaps>(a, b, n);
-  }
+  return InMode(mode, [&](auto constantMode) HWY_ATTR { return PairSumsIn<constantMode>(a, b, n); });
 }
 
 template <GapMode Mode, typename T>
@@ -180,16 +179,7 @@ DistanceSums DistanceSumsIn(const T* a, const T* b, int n) {
 
 template <typename T>
 DistanceSums DistanceSumsOf(const T* a, const T* b, int n, GapMode mode) {
-  switch (mode) {
-    case kNoGaps:
-      return DistanceSumsIn<kNoGaps>(a, b, n);
-    case kFirstHasGaps:
-      return DistanceSumsIn<kFirstHasGaps>(a, b, n);
-    case kSecondHasGaps:
-      return DistanceSumsIn<kSecondHasGaps>(a, b, n);
-    default:
-      return DistanceSumsIn<kBothHaveGaps>(a, b, n);
-  }
+  return InMode(mode, [&](auto constantMode) HWY_ATTR { return DistanceSumsIn<constantMode>(a, b, n); });
 }
 
 template <typename T>
@@ -219,16 +209,7 @@ namespace detail {
 
 HWY_EXPORT(FloatReductions);
 HWY_EXPORT(DoubleReductions);
-
-template <>
-const ReductionKernels<float>& ReductionKernels<float>::Current() {
-  return SelectKernels(HWY_DISPATCH_TABLE(FloatReductions));
-}
-
-template <>
-const ReductionKernels<double>& ReductionKernels<double>::Current() {
-  return SelectKernels(HWY_DISPATCH_TABLE(DoubleReductions));
-}
+VORAN_SELECT_KERNELS(ReductionKernels, FloatReductions, DoubleReductions)
 
 }  // namespace detail
 }  // namespace voran
