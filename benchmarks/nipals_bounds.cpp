@@ -41,27 +41,31 @@ double Median(std::vector<double> values) {
 class Round {
  public:
   Round(int rows, int columns, double gaps)
-      : x_(MadeMatrix(rows, columns, gaps)), t_(x_.GetNIPALSStartColumn()), p_(columns, 0.0f) {}
+      : x_(MadeMatrix(rows, columns, gaps)),
+        scores_{x_.GetNIPALSStartColumn(), NCDataVector<float>(rows)},
+        p_(columns) {}
 
   const NCDataMatrix<float>& X() const { return x_; }
 
   /// To be called after the number of threads has been set.
   void Prepare() {
     pass_.emplace(x_);
-    pass_->SumColumns(t_);
+    pass_->SumColumns(scores_[newest_]);
   }
 
   void Run() {
-    const NCDataVector<float> old = t_;
+    const NCDataVector<float>& old = scores_[newest_];
+    newest_ = 1 - newest_;
     pass_->FinishColumns(old, Pass::Floor::kThirdOfAll, nullptr, 0, true, p_);
     p_.Normalise();
-    pass_->RegressRowsAndSumColumns(p_, t_);
-    sink += t_.Difference(old);
+    pass_->RegressRowsAndSumColumns(p_, scores_[newest_]);
+    sink += scores_[newest_].Difference(old);
   }
 
  private:
   NCDataMatrix<float> x_;
-  NCDataVector<float> t_;
+  NCDataVector<float> scores_[2];
+  std::size_t newest_ = 0;
   NCDataVector<float> p_;
   std::optional<Pass> pass_;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
@@ -43,12 +44,15 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
       isComplete_(matrix.GetNumMisVal() == 0),
       stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),
       rows_(static_cast<std::size_t>(numRows_)),
-      rowHasGaps_(static_cast<std::size_t>(numRows_)) {
+      rowHasGaps_(static_cast<std::size_t>(numRows_)),
+      blockHasGaps_(static_cast<std::size_t>(blocks_.count)) {
   for (int i = 0; i < numRows_; ++i) {
     const auto index = static_cast<std::size_t>(i);
     const NCDataVector<T>& row = matrix[i + 1];
     rows_[index] = row.begin();
-    rowHasGaps_[index] = row.GetNumMisVal() != 0 ? 1 : 0;
+    if (row.GetNumMisVal() == 0) continue;
+    rowHasGaps_[index] = 1;
+    if (!isComplete_) blockHasGaps_[static_cast<std::size_t>(i / blocks_.rowsPerBlock)] = 1;
   }
 }
 
@@ -64,7 +68,7 @@ RowsAhead<T> NipalsPass<T>::Ahead(int firstRow, int from, int to) const {
 template <typename T>
 void NipalsPass<T>::ClearBlock(int block, const ColumnTask& task) {
   std::fill_n(Sums(block) + task.firstColumn, task.columns, 0.0);
-  if (!weightSums_.empty()) std::fill_n(WeightSums(block) + task.firstColumn, task.columns, 0.0);
+  if (BlockHasGaps(block)) std::fill_n(WeightSums(block) + task.firstColumn, task.columns, 0.0);
   if (task.withCommonPart) blockWeight_[static_cast<std::size_t>(block)] = 0.0;
 }
 
@@ -139,13 +143,14 @@ void NipalsPass<T>::Combine(int firstColumn, int columns) {
     const double* const sums = Sums(b) + firstColumn;
     for (int j = 0; j < columns; ++j) totals[j] += sums[j];
   }
-  if (weightTotals_.empty()) return;
+  if (isComplete_) return;
+  // What the columns have in common, rows without gaps, first; then the blocks that have others.
   double* const weightTotals = weightTotals_.data() + firstColumn;
-  std::fill_n(weightTotals, columns, 0.0);
+  std::fill_n(weightTotals, columns, std::accumulate(blockWeight_.begin(), blockWeight_.end(), 0.0));
   for (int b = 0; b < blocks_.count; ++b) {
+    if (!BlockHasGaps(b)) continue;
     const double* const sums = WeightSums(b) + firstColumn;
-    const double complete = blockWeight_[static_cast<std::size_t>(b)];
-    for (int j = 0; j < columns; ++j) weightTotals[j] += sums[j] + complete;
+    for (int j = 0; j < columns; ++j) weightTotals[j] += sums[j];
   }
 }
 
@@ -206,24 +211,25 @@ double NipalsPass<T>::ColumnSumOfSquares(const NCDataMatrix<T>& matrix, int colu
 template <typename T>
 PairSums NipalsPass<T>::OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column) {
   const RowBlocks blocks(matrix.SizeRows(), matrix.SizeColumns());
-  PairSums total;
+  double product = 0.0;
+  double common = 0.0;
+  std::vector<double> withGaps;  // by block
   for (int first = 1; first <= matrix.SizeRows(); first += blocks.rowsPerBlock) {
     const int end = std::min(first + blocks.rowsPerBlock, matrix.SizeRows() + 1);
-    double product = 0.0;
-    double squaresWithGaps = 0.0;
-    double squaresWithout = 0.0;
+    PairSums block;  // paired squares in rows with gaps, all squares in rows without
     for (int i = first; i < end; ++i) {
       const T x = matrix[i][column];
       if (v[i] == kMissing<T> || x == kMissing<T>) continue;
       const T xv = x * v[i];
       const T vv = v[i] * v[i];
-      product += static_cast<double>(xv);
-      (matrix[i].GetNumMisVal() != 0 ? squaresWithGaps : squaresWithout) += static_cast<double>(vv);
+      block.product += static_cast<double>(xv);
+      (matrix[i].GetNumMisVal() != 0 ? block.pairedSquares : block.allSquares) += static_cast<double>(vv);
     }
-    total.product += product;
-    total.pairedSquares += squaresWithGaps + squaresWithout;
+    product += block.product;
+    common += block.allSquares;
+    withGaps.push_back(block.pairedSquares);
   }
-  return total;
+  return {product, std::accumulate(withGaps.begin(), withGaps.end(), common), 0.0};
 }
 
 template <typename T>

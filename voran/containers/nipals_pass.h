@@ -56,7 +56,7 @@ class NipalsPass {
   /// Sum of squared differences from `about` over the present elements of one column, formed in double; the same bits
   /// as from SumSquares() for an `about` of 0.
   static double ColumnSumOfSquares(const NCDataMatrix<T>& matrix, int column, double about);
-  /// The product and the paired squares of one column: the same bits as from SumColumns(v).
+  /// The product and the paired squares of one column, nothing else: the same bits as from SumColumns(v).
   static PairSums OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column);
 
   double Product(int column) const { return totals_[Index(column)]; }
@@ -93,6 +93,7 @@ class NipalsPass {
   static std::size_t Index(int column) { return static_cast<std::size_t>(column - 1); }
   int FirstRow(int block) const { return block * blocks_.rowsPerBlock; }
   int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + blocks_.rowsPerBlock); }
+  bool BlockHasGaps(int block) const { return blockHasGaps_[static_cast<std::size_t>(block)] != 0; }
   bool HasGaps(int row) const { return rowHasGaps_[static_cast<std::size_t>(row)] != 0; }
   double* Sums(int block) { return sums_.data() + static_cast<std::size_t>(block) * stride_; }
   double* WeightSums(int block) { return weightSums_.data() + static_cast<std::size_t>(block) * stride_; }
@@ -131,6 +132,7 @@ class NipalsPass {
   std::size_t stride_;
   std::vector<const T*> rows_;  // 0-based rows, 0-based elements
   std::vector<char> rowHasGaps_;
+  std::vector<char> blockHasGaps_;   // only of a matrix that counts gaps
   std::vector<double> sums_;         // block by block, a row of stride_ each
   std::vector<double> weightSums_;   // the same for rows with gaps; empty if the matrix has none
   std::vector<double> blockWeight_;  // by block: the weight of rows without gaps, the same for every column

@@ -16,7 +16,7 @@ struct RowBlocks {
   RowBlocks(int rows, int columns) {
     constexpr long kLeastCells = 32768;
     constexpr long kLeastRows = 32;
-    constexpr long kMost = 128;
+    constexpr long kMost = 64;
     const long cells = static_cast<long>(rows) * columns;
     const long blocks = std::min({cells / kLeastCells, rows / kLeastRows, kMost}) / 2 * 2;
     rowsPerBlock = blocks < 2 ? std::max(rows, 1) : static_cast<int>((rows + blocks - 1) / blocks);

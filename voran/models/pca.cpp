@@ -24,6 +24,20 @@ double ConvergenceValue(double relativeChange) {
   return relativeChange > kNoChange ? (std::log10(relativeChange) + 10.0) * 10.0 : -1.0;
 }
 
+/// Tells ahead whether a round will be the last. The change falls by a nearly constant factor from round to round; a
+/// wrong guess costs a reading of X and changes no number.
+class ConvergenceRate {
+ public:
+  bool PredictsConvergence() const { return before_ > 0.0 && last_ / before_ * last_ <= kConverged; }
+  void Add(double change) { before_ = std::exchange(last_, change); }
+
+ private:
+  static constexpr double kConverged = 1e-10;
+
+  double before_ = 0.0;
+  double last_ = 0.0;
+};
+
 /// Shows the iteration as a bar that runs from the first round's convergence value down to 0, on the caller's progress
 /// object or on one of its own.
 class ConvergenceProgress {
@@ -115,9 +129,10 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
   t.CopyContent(start != nullptr ? *start : X_->GetNIPALSStartColumn());
   Pass pass(*X_);
   ConvergenceProgress convergence(progress, components_);
+  ConvergenceRate rate;
 
-  // The column sums of a score are formed while its rows are computed; only the start vector needs a reading of its
-  // own.
+  // The column sums of a score are formed while its rows are computed, except for the start vector, and for a score
+  // that looks like the last: its sums would be in vain.
   pass.SumColumns(t);
   int round = 0;
   double value;
@@ -126,8 +141,9 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
     pass.FinishColumns(*previous, Pass::Floor::kThirdOfAll, groups, excludeValue, true, p);
     p.Normalise();
     ++round;
-    if (round >= iterationLimit_) {
-      pass.RegressRows(p, groups, excludeValue, Pass::Floor::kThirdOfAll, *newest);
+    const bool looksLast = round >= iterationLimit_ || rate.PredictsConvergence();
+    if (looksLast) {
+      pass.RegressRows(p, nullptr, 0, Pass::Floor::kThirdOfAll, *newest);
     } else {
       pass.RegressRowsAndSumColumns(p, *newest);
     }
@@ -135,8 +151,10 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
     if (change == detail::kNoValue) {
       throw NCError(ExceptionMessage::translate("PCA component could not be computed."), NCError::Level::kGeneral);
     }
+    rate.Add(change);
     value = ConvergenceValue(change);
     convergence.Report(round, value);
+    if (looksLast && value > 0.0 && round < iterationLimit_) pass.SumColumns(*newest);
   } while (value > 0.0 && round < iterationLimit_);
   t = *newest;
   iterations_ = round;
