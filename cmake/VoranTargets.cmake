@@ -29,6 +29,11 @@ function(voran_configure_target target)
     target_compile_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE} -fno-omit-frame-pointer
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE})
+    if(VORAN_SANITIZE MATCHES "thread" AND OpenMP_omp_LIBRARY)
+      # The runtime looks there for libarcher, without which every parallel region is a race to the sanitizer.
+      cmake_path(GET OpenMP_omp_LIBRARY PARENT_PATH omp_folder)
+      set_property(TARGET ${target} APPEND PROPERTY BUILD_RPATH "${omp_folder}")
+    endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # What the sanitizer adds makes g++ see uninitialised variables where there are none.
       target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
