@@ -23,6 +23,7 @@ const Table& SelectKernels(const Table& (*const (&getters)[N])()) {
 }  // namespace detail
 }  // namespace voran
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are names of a template and of functions
 /// Defines Kernels<float>::Current() and Kernels<double>::Current() by the two functions that HWY_EXPORT has exported.
 #define VORAN_SELECT_KERNELS(Kernels, FloatTable, DoubleTable) \
   template <>                                                  \
@@ -33,3 +34,4 @@ const Table& SelectKernels(const Table& (*const (&getters)[N])()) {
   const Kernels<double>& Kernels<double>::Current() {          \
     return SelectKernels(HWY_DISPATCH_TABLE(DoubleTable));     \
   }
+// NOLINTEND(bugprone-macro-parentheses)
