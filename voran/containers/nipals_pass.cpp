@@ -312,7 +312,7 @@ int NipalsPass<T>::RegressGroupWithGaps(int firstRow, int count, const RowRegres
     const bool hasGaps = HasGaps(firstRow + done);
     int n = 1;
     while (done + n < count && HasGaps(firstRow + done + n) == hasGaps) ++n;
-    const T* const* const rows = &rows_[static_cast<std::size_t>(firstRow + done)];
+    const T* const* const rows = rows_.data() + firstRow + done;
     if (hasGaps || regression.pHasGaps) {
       kernels_.rowProductsWithGaps(rows, n, regression.p, regression.pHasGaps, numColumns_, ahead, products + done,
                                    pairedSquares + done);

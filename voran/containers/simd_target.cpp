@@ -31,7 +31,7 @@ std::int64_t FindTarget(const std::string& name) {
 }
 
 std::int64_t TargetAtStart() {
-  const char* const wanted = std::getenv("VORAN_SIMD");
+  const char* const wanted = std::getenv("VORAN_SIMD");  // NOLINT(concurrency-mt-unsafe): nothing here sets it
   return wanted != nullptr && *wanted != '\0' ? FindTarget(wanted) : hwy::SupportedAndGeneratedTargets().front();
 }
 
