@@ -10,6 +10,7 @@
 #include "voran/containers/integral_vector.h"
 #include "voran/containers/mat_utilities.h"
 #include "voran/containers/n_dimensional_matrix.h"
+#include "voran/containers/result_proxy.h"
 #include "voran/containers/simd_target.h"
 #include "voran/containers/string_vector.h"
 #include "voran/export.h"

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "voran/containers/data_vector.h"
 #include "voran/containers/integral_vector.h"
+#include "voran/containers/result_proxy.h"
 #include "voran/containers/vector_link.h"
 #include "voran/export.h"
 
@@ -147,6 +149,156 @@ class VORAN_EXPORT NCDataMatrix {
     return AddVprimV(a, b, -1.0f);
   }
 
+  // Editing. Positions above the end clamp to the end + 1; the counts are kept unless a comment says otherwise.
+
+  /// Keeps the cells that both sizes have; new ones are missing.
+  NCDataMatrix& Resize(int rows, int columns);
+  /// The rows in the gap are missing where the array of rows is a new one or the slots have never been used. Inside a
+  /// matrix whose array has room they deliberately keep what stood there, and only the counts take them for missing.
+  void InsertRows(int pos, int count);
+  /// A matrix without columns takes the height of v.
+  void InsertColumn(int pos, const NCDataVector<T>& v);
+  /// Inserts missing columns.
+  void InsertColumns(int pos, int count);
+  /// Inserts the columns of m, which has as many rows.
+  void InsertColumns(int pos, const NCDataMatrix& m);
+  void RemoveRows(int first, int count);
+  void RemoveColumns(int first, int count);
+  /// Appends the rows of m, which then are shared; a matrix without cells becomes m. Throws NCInternalError if the
+  /// numbers of columns differ.
+  void ConcatRows(const NCDataMatrix& m);
+  /// Appends the columns of m, which has as many rows; a matrix without rows becomes m.
+  void ConcatColumns(const NCDataMatrix& m);
+  void SwapRows(int a, int b);
+  void SwapColumns(int a, int b);
+  /// Becomes the columns order[0], order[1], ... (1-based); repeats are allowed, and columns left out disappear.
+  void RearrangeColumns(const std::vector<int>& order);
+  void CopyColumn(int from, int to);
+  void CopyColumn(int to, const NCDataMatrix& m, int from);
+  /// Row `to` shares the elements of row `from` afterwards. The column counts are deliberately updated by comparison
+  /// with the diagonal elements and the total not at all: the counts can drift. Needs as many rows as columns.
+  void CopyRow(int from, int to);
+  /// With the marker, deliberately does nothing to a column that has as many gaps as the matrix has columns.
+  void SetColumn(int c, T value);
+  /// From src[1]..src[SizeRows()].
+  void SetColumn(int c, const T* src);
+  void SetColumn(int c, const NCDataVector<T>& v);
+  void SetRow(int r, T value);
+  /// The row shares the elements of v afterwards.
+  void SetRow(int r, const NCDataVector<T>& v);
+
+  // Arithmetic on rows and columns. Where a comment says that only the array of rows is unlinked, a row that is shared
+  // with another vector or matrix changes there too: ForceUnlink() beforehand where that matters.
+
+  /// Moves column c by k rows, towards higher row numbers for a positive k; vacated cells become missing. Of a column
+  /// without gaps, only the array of rows is unlinked.
+  void LagColumn(int c, int k);
+  /// Column `to` = column c times d, formed in double. With the marker as d, column c becomes missing instead.
+  void MultiplyColumn(int c, double d, int to);
+  /// Row `to` = row r times d. With the marker as d, row `to` becomes missing and the total count is left alone.
+  void MultiplyRow(int r, double d, int to);
+  /// Column `to` = columns a and b, element by element.
+  void MultiplyColumns(int a, int b, int to);
+  /// Subtracts d, in double. A difference that falls on the marker becomes -99.00001 and stays present; with the marker
+  /// as d, the column becomes missing.
+  void SubtractFromColumn(int c, double d);
+  /// Multiplies column j by v[j]; a marker on either side leaves the cell as it is. Unlinks the array of rows only.
+  NCDataMatrix& TransformToColumnScaled(NCDataVector<T>& v);
+  /// Subtracts v from every row; a marker on either side leaves the cell as it is.
+  NCDataMatrix& TransformToDotSubRowVector(const NCDataVector<T>& v);
+  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns elements.
+  /// A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero. The Impl
+  /// forms write to a matrix of the same size whose cells all are missing.
+  NCDataMatrix DotMultiplyVector(const NCDataVector<T>& v) const;
+  void DotMultiplyVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
+  NCDataMatrix DotDivideVector(const NCDataVector<T>& v) const;
+  void DotDivideVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
+  NCDataMatrix DotPreMultiplyVector(const NCDataVector<T>& v) const;
+  void DotPreMultiplyVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
+  NCDataMatrix DotPreDivideVector(const NCDataVector<T>& v) const;
+  void DotPreDivideVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
+  /// Standard normal variate of each row. The column and total counts are deliberately those of this matrix, also
+  /// where a row becomes all missing.
+  NCDataMatrix SNV() const;
+  void SNVImpl(NCDataMatrix& result) const;
+
+  // Products and element-wise operators. Sizes are the caller's care; an operator's operands have the same size.
+
+  /// A B, A'B, AB' or A'B', with A this matrix. Sums run over pairs present; a cell without any pair is missing in A B
+  /// and, with `keepMissing`, in the others, where it is 0 otherwise. The Impl form writes to a matrix of the right
+  /// size.
+  NCDataMatrix MatrixMultiply(const NCDataMatrix& b, bool transposeThis, bool transposeOther, bool keepMissing) const;
+  void MatrixMultiplyImpl(const NCDataMatrix& b, bool transposeThis, bool transposeOther, NCDataMatrix& result,
+                          bool keepMissing) const;
+  NCDataMatrix operator*(const NCDataMatrix& b) const;
+  /// Dot product of each row with v, accumulated in the element type; missing where there is no pair.
+  NCDataVector<T> operator*(const NCDataVector<T>& v) const;
+  /// With the marker as d, everything becomes missing.
+  NCDataMatrix operator*(double d) const;
+  /// The sums have the column and total counts of this matrix; the differences are counted afresh.
+  NCDataMatrix operator+(const NCDataMatrix& b) const;
+  NCDataMatrix operator-(const NCDataMatrix& b) const;
+  NCDataMatrix& operator+=(const NCDataMatrix& b);
+  NCDataMatrix& operator-=(const NCDataMatrix& b);
+  /// Compares the rows of this matrix, byte by byte, with the first rows of b; true if this matrix has none.
+  bool operator==(const NCDataMatrix& b) const;
+  bool operator!=(const NCDataMatrix& b) const { return !(*this == b); }
+  /// A destination for the result of an operation; throws NCError if p is null.
+  NCMatOpResultProxy<T> Result(NCDataMatrix* p) { return NCMatOpResultProxy<T>(p); }
+
+  NCDataMatrix& Transpose();
+  /// Becomes M'M over pairs present: columns x columns, missing where there is no pair.
+  NCDataMatrix& TransformToMprim_mul_M();
+  /// Becomes its inverse, by LU decomposition. False for a row of zeros: the elements then are unspecified. Any other
+  /// singular matrix deliberately gives huge elements, from a pivot of 1e-20, and true.
+  bool TransformToInverse();
+  /// (A A')^-1 A y', with observations in the columns of A (this matrix) and of y: one row a regressor, one column a
+  /// response. Throws NCInternalError if anything is missing.
+  NCDataMatrix GetRegressionCoefficients(const NCDataMatrix& y) const;
+
+  // Singular value decomposition, A = U diag(W) V'. The caller owns the result.
+
+  /// Decomposes a copy of this matrix.
+  NCSVD<T>* GetSVD() const;
+  /// Decomposes in place. The matrix must have been made with new: on success it is the result's U and the result owns
+  /// it.
+  NCSVD<T>* TransformToSVD();
+
+  // Statistics over present elements: -99 if there are too few. See NCDataVector for the definitions.
+
+  double GetMean() const;
+  /// Sum of squares of everything; 0 if nothing is present.
+  double GetSS() const;
+  /// Sum over columns of GetColumnSS about the mean. A column without data deliberately adds -99.
+  double GetSSAroundColumnMeans() const;
+  /// 0 in a matrix without rows.
+  double GetColumnMean(int c) const;
+  /// With `df` in the denominator if it is above 0, otherwise one less than the elements present.
+  double GetColumnStdDev(int c, float df) const;
+  /// All means, or all standard deviations, in one reading of the matrix (two for the deviations): the same bits as
+  /// column by column, which costs as many readings as there are columns to a line of the cache.
+  NCDataVector<double> GetColumnMeans() const;
+  NCDataVector<double> GetColumnStdDevs(float df) const;
+  double GetColumnSkewness(int c, int df) const;
+  double GetColumnSkewnessTest(int c, int df) const;
+  double GetColumnKurtosis(int c) const;
+  double GetColumnMedian(int c) const;
+  /// Process capability, (upper - lower) / 6s. A standard deviation that cannot be formed, or is 0, is not guarded
+  /// against.
+  double GetColumnCp(int c, double lower, double upper) const;
+  /// The same to the nearer limit, min(upper - mean, mean - lower) / 3s.
+  double GetColumnCpk(int c, double lower, double upper) const;
+  /// Correlation of each column with v over pairs present, or the cosine if not `centred`. The means are those of all
+  /// present elements. Missing where the product of the sums of squares is next to nothing; not clamped.
+  NCDataVector<T> GetColumnCorrelation(const NCDataVector<T>& v, bool centred) const;
+  void GetColumnCorrelationImpl(const NCDataVector<T>& v, NCDataVector<T>& result, bool centred) const;
+  /// How crowded the place of each point is, from 0 to 1, by averaged shifted histograms. Here the rows are dimensions
+  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and `shifts`
+  /// are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory for
+  /// (shifts * bins) to the power of the dimensions: meant for two or three.
+  NCDataVector<T> GetDensity(int bins, int shifts, bool force) const;
+  void GetDensityImpl(int bins, int shifts, bool force, NCDataVector<T>& result) const;
+
  protected:
   /// A new array of SizeRows() + 1 pointers, entry i the 1-based base of row i; the caller deletes the array. With
   /// `borrow` false the buffers are handed over as well and the matrix is left empty: DeleteHandedOver() frees both.
@@ -166,7 +318,21 @@ class VORAN_EXPORT NCDataMatrix {
   /// added to `numMisVal` and, atomically, to the column counts.
   static void AddFV(const NCDataMatrix& m, T f, const T* v, int mode, int row, int& numMisVal, int* colMisVal);
 
+  /// The three products with transposed operands, into a matrix of the right size.
+  void MultiplyTransposeThis(const NCDataMatrix& b, NCDataMatrix& result, bool keepMissing) const;
+  void MultiplyTransposeOther(const NCDataMatrix& b, NCDataMatrix& result, bool keepMissing) const;
+  void MultiplyTransposeBoth(const NCDataMatrix& b, NCDataMatrix& result, bool keepMissing) const;
+
+  /// Decomposes m in place: it becomes the result's U unless the status tells of a failure.
+  static NCSVD<T>* SVD(NCDataMatrix* m);
+
  private:
+  void MulMat(const NCDataMatrix& b, NCDataMatrix& result, bool keepMissing) const;
+  void MulMat(const NCDataVector<T>& v, NCDataVector<T>& result) const;
+  void MulMat(double d, NCDataMatrix& result) const;
+  void AddMat(const NCDataMatrix& b, NCDataMatrix& result) const;
+  void SubMat(const NCDataMatrix& b, NCDataMatrix& result) const;
+
   void GrowRows(int newCapacity);
   void CountRow(const NCDataVector<T>& row, int sign);
   static void FillGapsAlternating(NCDataVector<T>& column);

@@ -10,7 +10,6 @@
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
 #include "voran/containers/parallel.h"
-#include "voran/platform/nc_error.h"
 #include "voran/platform/threading_control.h"
 
 inline namespace voran {
@@ -197,10 +196,7 @@ NCDataVector<T> NCDataMatrix<T>::GetNIPALSStartColumn() const {
 
 template <typename T>
 void NCDataMatrix<T>::GetNIPALSStartColumnImpl(NCDataVector<T>* result) const {
-  if (result == nullptr) {
-    throw NCError(ExceptionMessage::translate("Internal error in NCMatOpResultProxy:\npResult can not be NULL"),
-                  NCError::Level::kGeneral);
-  }
+  const NCVecOpResultProxy<T> destination(result);  // throws if there is none
   if (numColumns_ == 0) return;
   int chosen = 1;
   if (numColumns_ != 1) {

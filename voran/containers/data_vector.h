@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <initializer_list>
 
-#include "voran/containers/data_matrix_fwd.h"
+#include "voran/containers/containers_fwd.h"
 #include "voran/containers/integral_vector.h"
+#include "voran/containers/result_proxy.h"
 #include "voran/containers/vector_link.h"
 #include "voran/export.h"
 
@@ -150,8 +151,69 @@ class VORAN_EXPORT NCDataVector {
   /// Divides the present elements by the norm and returns the norm. Changes nothing if that is -99 (none present) or 0.
   double Normalise();
 
+  // Statistics over the n present elements: -99 if there are too few. Single elements are widened before they are
+  // summed. A mean that falls on the marker is moved by -1e-5, here and inside the other statistics.
+
+  double GetSum() const;
+  double GetMean() const;
+  /// With n - 1 in the denominator; 0 for a single element.
+  double GetVariance() const;
+  /// -99 if n < 2.
+  double GetStdDev() const;
+  /// n / ((n - 1)(n - 2)) times the sum of cubed standard scores; -99 if n < 3 or the standard deviation is 0.
+  double GetSkewness() const;
+  /// The skewness over its standard error, sqrt(6n(n - 1) / ((n - 2)(n + 1)(n + 3))).
+  double GetSkewnessTest() const;
+  /// Excess kurtosis, unbiased for a normal distribution: -99 if n < 4 or the standard deviation is 0.
+  double GetKurtosis() const;
+  double GetMedian() const;
+  /// Medians of the lower half, of all and of the upper half of the sorted elements; with an odd n the middle one is in
+  /// neither half. False, and all three -99, if n < 2.
+  bool GetInterquartiles(double& lower, double& median, double& upper) const;
+  /// Upper minus lower quartile; -99 if n < 2.
+  double GetInterquartileRange() const;
+  /// The interquartile range over 1.075.
+  double GetRobustStdDev() const;
   /// Both -99 if no element is present.
   void GetMinMax(T& min, T& max) const;
+
+  // Selection and order. `positions` are 1-based.
+
+  /// Removes the elements at `positions`, in any order; one that does not exist is ignored.
+  void Remove(const NCIntegralVector<int, -99>& positions);
+  /// Becomes the elements at `positions`, in that order, repeats allowed.
+  void Reduce(const NCIntegralVector<int, -99>& positions);
+  /// The same; a position outside the vector gives a missing element.
+  void SafeReduce(const NCIntegralVector<int, -99>& positions);
+  /// Sorts this vector (`result` null) and returns the former position of each element. Missing elements go last in
+  /// either direction; equal ones keep their order, or reverse it if `descending`. Returns an empty list and sorts
+  /// nothing if there are fewer than two elements or, deliberately, if `result` has the size of this vector; a `result`
+  /// of another size has its first elements overwritten, unchecked: callers pass null.
+  NCIntegralVector<int, -99> Sort(NCDataVector* result, bool descending);
+
+  // The vector as a series over its positions, or over the elements of `x` where one is given.
+
+  /// Moves the elements k >= 0 places up; the first k become missing and the last k are lost.
+  void Lag(int k);
+  /// Fills gaps between two present elements on the straight line through them, and those at the ends with the nearest
+  /// present element. False if nothing is present, or if `x` has a gap where it is needed: then the gaps before that
+  /// one are filled already, and the count still has them.
+  bool InterpolateMisVals(const NCDataVector* x);
+  /// Standard normal variate, (x - mean) / s: all missing if fewer than two elements are present or s is 0.
+  NCDataVector SNV() const;
+  void SNVImpl(NCDataVector& result) const;
+  /// Subtracts the mean and reports it: 0 if there is none.
+  void DetrendMean(double& mean);
+  /// Subtracts the fitted line slope * i + intercept. With one element present its value is the intercept and the slope
+  /// 0; with none the slope is 0 and the intercept is left alone.
+  void DetrendLinear(double& intercept, double& slope);
+  /// The line through this vector by least squares. False, with the outputs left alone, if fewer than two elements are
+  /// present or one of them has no x. Where x does not vary the slope is the largest float and the intercept is left
+  /// alone; a constant vector has slope 0.
+  bool LeastSquare(const NCDataVector* x, double& intercept, double& slope) const;
+
+  /// A destination for the result of an operation; throws NCError if p is null.
+  NCVecOpResultProxy<T> Result(NCDataVector* p) { return NCVecOpResultProxy<T>(p); }
 
   /// Equality of bytes: 0 and -0 differ, a NaN equals itself. Counts play no part.
   bool operator==(const NCDataVector& v) const;

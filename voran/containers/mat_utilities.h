@@ -4,7 +4,7 @@
 
 #include <boost/function.hpp>
 
-#include "voran/containers/data_matrix_fwd.h"
+#include "voran/containers/containers_fwd.h"
 #include "voran/containers/integral_vector.h"
 #include "voran/export.h"
 
