@@ -82,6 +82,7 @@ std::vector<double> MediansInTurn(const std::vector<std::function<void()>>& work
     }
   }
   std::vector<double> medians;
+  medians.reserve(works.size());
   for (const auto& time : times) medians.push_back(Median(time));
   return medians;
 }
