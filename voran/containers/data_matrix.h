@@ -242,7 +242,7 @@ class VORAN_EXPORT NCDataMatrix {
   NCDataMatrix& operator-=(const NCDataMatrix& b);
   /// Compares the rows of this matrix, byte by byte, with the first rows of b; true if this matrix has none.
   bool operator==(const NCDataMatrix& b) const;
-  bool operator!=(const NCDataMatrix& b) const { return !(*this == b); }
+  bool operator!=(const NCDataMatrix& b) const;
   /// A destination for the result of an operation; throws NCError if p is null.
   NCMatOpResultProxy<T> Result(NCDataMatrix* p) { return NCMatOpResultProxy<T>(p); }
 
