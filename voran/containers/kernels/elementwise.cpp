@@ -44,6 +44,13 @@ struct Quotient {
   }
 };
 
+struct UnguardedQuotient {
+  template <typename T>
+  static HWY_INLINE T Of(T a, T b) {
+    return a / b;
+  }
+};
+
 /// The result is counted wherever a marker may come out of the operation: from a gap or from a division by zero.
 template <class Operation, bool AlwaysCount, typename T>
 int Combine(const T* a, const T* b, T* out, int n, GapMode mode) {
@@ -132,6 +139,7 @@ const ElementwiseKernels<T>& Table() {
                                                    Combine<Difference, false, T>,
                                                    Combine<Product, false, T>,
                                                    Combine<Quotient, true, T>,
+                                                   Combine<UnguardedQuotient, false, T>,
                                                    Scale<T>,
                                                    SubtractScalar<T>,
                                                    DivideByElements<T>,

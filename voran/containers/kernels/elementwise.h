@@ -18,6 +18,8 @@ struct ElementwiseKernels {
   int (*multiply)(const T* a, const T* b, T* out, int n, GapMode mode);
   /// a / b; a divisor of exactly 0 gives a missing element.
   int (*divide)(const T* a, const T* b, T* out, int n, GapMode mode);
+  /// The same without a test for zero divisors.
+  int (*divideUnguarded)(const T* a, const T* b, T* out, int n, GapMode mode);
 
   int (*scale)(const T* a, double factor, T* out, int n, bool hasGaps);
   void (*subtractScalar)(const T* a, double d, T* out, int n, bool hasGaps);
