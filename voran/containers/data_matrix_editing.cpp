@@ -122,7 +122,7 @@ void NCDataMatrix<T>::SetRow(int r, T value) {
 
 template <typename T>
 void NCDataMatrix<T>::SetRow(int r, const NCDataVector<T>& v) {
-  const NCDataVector<T> row(v);
+  const auto row = NCDataVector<T>(v);
   Unlink();
   colMisVal_->UnlinkedPtr();
   CountRow(rows_[r], -1);
@@ -151,7 +151,7 @@ void NCDataMatrix<T>::MakeRoomForColumns(int count) {
 
 template <typename T>
 void NCDataMatrix<T>::InsertColumn(int pos, const NCDataVector<T>& v) {
-  const NCDataVector<T> column(v);
+  const auto column = NCDataVector<T>(v);
   if (numColumns_ == 0) {
     SetSize(column.Size(), 1);
   } else {
@@ -253,7 +253,7 @@ void NCDataMatrix<T>::SetColumn(int c, const T* src) {
 
 template <typename T>
 void NCDataMatrix<T>::SetColumn(int c, const NCDataVector<T>& v) {
-  const NCDataVector<T> column(v);
+  const auto column = NCDataVector<T>(v);
   ForceUnlink();
   for (int i = 1; i <= numRows_; ++i) (*this)(i, c, column[i]);
 }
