@@ -111,6 +111,12 @@ void DivideByScalar(const T* a, double divisor, T* out, int n, bool hasGaps) {
 }
 
 template <typename T>
+void Standardise(const T* a, double mean, double stdDev, T* out, int n, bool hasGaps) {
+  Map(a, out, n, hasGaps,
+      [mean, stdDev](T x) HWY_ATTR { return static_cast<T>((static_cast<double>(x) - mean) / stdDev); });
+}
+
+template <typename T>
 void SubtractScaled(T* y, double d, const T* v, int n, GapMode mode) {
   if (mode == kNoGaps) {
     for (int i = 0; i < n; ++i) y[i] = static_cast<T>(static_cast<double>(y[i]) - d * static_cast<double>(v[i]));
@@ -144,6 +150,7 @@ const ElementwiseKernels<T>& Table() {
                                                    SubtractScalar<T>,
                                                    DivideByElements<T>,
                                                    DivideByScalar<T>,
+                                                   Standardise<T>,
                                                    SubtractScaled<T>,
                                                    Abs<T>,
                                                    Sqrt<T>,

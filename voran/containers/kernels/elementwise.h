@@ -26,6 +26,8 @@ struct ElementwiseKernels {
   void (*divideByElements)(double numerator, const T* a, T* out, int n, bool hasGaps);
   /// a[i] / divisor
   void (*divideByScalar)(const T* a, double divisor, T* out, int n, bool hasGaps);
+  /// (a[i] - mean) / stdDev
+  void (*standardise)(const T* a, double mean, double stdDev, T* out, int n, bool hasGaps);
   /// y[i] -= d * v[i]; a missing v[i] makes y[i] missing.
   void (*subtractScaled)(T* y, double d, const T* v, int n, GapMode mode);
 
