@@ -206,9 +206,9 @@ class VORAN_EXPORT NCDataMatrix {
   NCDataMatrix& TransformToColumnScaled(NCDataVector<T>& v);
   /// Subtracts v from every row; a marker on either side leaves the cell as it is.
   NCDataMatrix& TransformToDotSubRowVector(const NCDataVector<T>& v);
-  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns elements.
-  /// A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero. The Impl
-  /// forms write to a matrix of the same size whose cells all are missing.
+  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns
+  /// elements. A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero.
+  /// The Impl forms write to a matrix of the same size whose cells all are missing.
   NCDataMatrix DotMultiplyVector(const NCDataVector<T>& v) const;
   void DotMultiplyVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
   NCDataMatrix DotDivideVector(const NCDataVector<T>& v) const;
@@ -293,9 +293,9 @@ class VORAN_EXPORT NCDataMatrix {
   NCDataVector<T> GetColumnCorrelation(const NCDataVector<T>& v, bool centred) const;
   void GetColumnCorrelationImpl(const NCDataVector<T>& v, NCDataVector<T>& result, bool centred) const;
   /// How crowded the place of each point is, from 0 to 1, by averaged shifted histograms. Here the rows are dimensions
-  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and `shifts`
-  /// are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory for
-  /// (shifts * bins) to the power of the dimensions: meant for two or three.
+  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and
+  /// `shifts` are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory
+  /// for (shifts * bins) to the power of the dimensions: meant for two or three.
   NCDataVector<T> GetDensity(int bins, int shifts, bool force) const;
   void GetDensityImpl(int bins, int shifts, bool force, NCDataVector<T>& result) const;
 
@@ -334,6 +334,10 @@ class VORAN_EXPORT NCDataMatrix {
   void SubMat(const NCDataMatrix& b, NCDataMatrix& result) const;
 
   void GrowRows(int newCapacity);
+  /// Every row gets a buffer of its own with room for `count` more elements.
+  void MakeRoomForColumns(int count);
+  /// Forms the column and total counts from the rows, whose own counts are right.
+  void CountAllRows();
   void CountRow(const NCDataVector<T>& row, int sign);
   static void FillGapsAlternating(NCDataVector<T>& column);
   /// The two cases of AddFV. A product that falls on the marker is no missing score.
@@ -344,10 +348,10 @@ class VORAN_EXPORT NCDataMatrix {
   detail::VectorLink* link_;
   std::int32_t numColumns_ = 0;
   std::int32_t numRows_ = 0;
-  NCDataVector<T>* rows_ = nullptr;  ///< rowCapacity_ + 1 vectors, of which the first is not used
+  NCDataVector<T>* rows_ = nullptr;  ///< at least rowCapacity_ + 1 vectors, of which the first is not used
   NCIntegralVector<int, -99>* colMisVal_ = nullptr;
   std::int32_t numMisVal_ = 0;
-  std::int32_t rowCapacity_ = 0;
+  std::int32_t rowCapacity_ = 0;  ///< below numRows_ after ConcatRows
 };
 
 extern template class NCDataMatrix<float>;
