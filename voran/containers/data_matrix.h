@@ -211,9 +211,9 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   NCDataMatrix& TransformToColumnScaled(NCDataVector<T>& v);
   /// Subtracts v from every row; a marker on either side leaves the cell as it is.
   NCDataMatrix& TransformToDotSubRowVector(const NCDataVector<T>& v);
-  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns
-  /// elements. A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero.
-  /// The Impl forms write to a matrix of the same size whose cells all are missing.
+  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns elements.
+  /// A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero. The Impl
+  /// forms write to a matrix of the same size whose cells all are missing.
   NCDataMatrix DotMultiplyVector(const NCDataVector<T>& v) const;
   void DotMultiplyVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
   NCDataMatrix DotDivideVector(const NCDataVector<T>& v) const;
@@ -298,9 +298,9 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   NCDataVector<T> GetColumnCorrelation(const NCDataVector<T>& v, bool centred) const;
   void GetColumnCorrelationImpl(const NCDataVector<T>& v, NCDataVector<T>& result, bool centred) const;
   /// How crowded the place of each point is, from 0 to 1, by averaged shifted histograms. Here the rows are dimensions
-  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and
-  /// `shifts` are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory
-  /// for (shifts * bins) to the power of the dimensions: meant for two or three.
+  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and `shifts`
+  /// are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory for
+  /// (shifts * bins) to the power of the dimensions: meant for two or three.
   NCDataVector<T> GetDensity(int bins, int shifts, bool force) const;
   void GetDensityImpl(int bins, int shifts, bool force, NCDataVector<T>& result) const;
 

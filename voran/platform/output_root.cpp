@@ -67,7 +67,7 @@ void OutputRoot::Patch(std::uint64_t position, const char* bytes, std::size_t co
   foreign_.seekp(there);
   WriteForeign(bytes, count);
   // A file that was opened for appending writes at its end, wherever it was told to go.
-  if (!hasFailed_ && foreign_.tellp() != std::ostream::pos_type(there + static_cast<std::streamoff>(count))) {
+  if (!hasFailed_ && foreign_.flush().tellp() != std::ostream::pos_type(there + static_cast<std::streamoff>(count))) {
     hasFailed_ = true;
   }
   foreign_.seekp(here);

@@ -30,7 +30,7 @@ class OutputRoot;
 /// the depth, into a buffer of 64 KiB per outermost directory.
 ///
 /// The host's stream must be able to seek; one that cannot gets failbit and nothing is written. It is not to be used
-/// otherwise until Close(). Any failure shows in it as failbit, or as an exception if it is set to throw.
+/// otherwise until Close(). Any failure shows in it as failbit; if it is set to throw, Close() throws.
 class VORAN_EXPORT OutputStreamDirectory {
  public:
   OutputStreamDirectory(std::ostream& stream, unsigned short entries);
