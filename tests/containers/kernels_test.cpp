@@ -404,6 +404,39 @@ TEST_P(Kernels, AGapBesideAnInfinityAddsNothing) {
   EXPECT_EQ(squares, 0.0);
 }
 
+template <typename T>
+void ExpectThatANaNIsPresent() {
+  constexpr int n = 40;
+  const T nan = std::numeric_limits<T>::quiet_NaN();
+  for (const std::size_t at : {0u, 5u, 39u}) {  // in whole vectors and in the rest
+    std::vector<T> x(n, T{1});
+    x[at] = nan;
+    x[7] = plain::kGap<T>;
+    const std::vector<T> ones(n, T{1});
+    const T* row = x.data();
+    const T* onesRow = ones.data();
+    EXPECT_TRUE(std::isnan(ReductionKernels<T>::Current().sumOfSquares(row, n, true)));
+    EXPECT_TRUE(std::isnan(ReductionKernels<T>::Current().pairSums(row, onesRow, n, detail::kFirstHasGaps).product));
+    EXPECT_TRUE(std::isnan(ReductionKernels<T>::Current().pairSums(onesRow, row, n, detail::kSecondHasGaps).product));
+    EXPECT_TRUE(std::isnan(ReductionKernels<T>::Current().dotProduct(row, onesRow, n, detail::kFirstHasGaps)));
+    double product;
+    double squares;
+    NipalsKernels<T>::Current().rowProductsWithGaps(&row, 1, onesRow, false, n, {}, &product, &squares);
+    EXPECT_TRUE(std::isnan(product));
+    EXPECT_EQ(squares, n - 1.0);
+    std::vector<double> sums(n);
+    std::vector<double> weights(n);
+    NipalsKernels<T>::Current().addRowsWithGaps(&row, onesRow, onesRow, 1, 0, n, {}, sums.data(), weights.data());
+    EXPECT_TRUE(std::isnan(sums[at]));
+    EXPECT_EQ(weights[at], 1.0);
+  }
+}
+
+TEST_P(Kernels, ANaNIsPresent) {
+  ExpectThatANaNIsPresent<float>();
+  ExpectThatANaNIsPresent<double>();
+}
+
 INSTANTIATE_TEST_SUITE_P(Targets, Kernels, ::testing::ValuesIn(SimdTarget::GetAvailable()),
                          [](const auto& target) { return target.param; });
 

@@ -47,9 +47,10 @@ HWY_INLINE WideVec Widen(WideVec v) {
   return v;
 }
 
+/// Not Ne, which on some sets finds a NaN not unequal to anything.
 template <typename T>
 HWY_INLINE auto IsPresent(NarrowVec<T> v) {
-  return hn::Ne(v, hn::Set(Narrow<T>(), kMissing<T>));
+  return hn::Not(hn::Eq(v, hn::Set(Narrow<T>(), kMissing<T>)));
 }
 
 /// v - about, in double; 0 where the element v is missing.
