@@ -75,7 +75,7 @@ HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right,
       for (int v = 0; v < kTileVectors; ++v) {
         auto product = hn::Mul(a, b[v]);
         if constexpr (TestGaps) {
-          product = hn::IfThenElseZero(hn::And(IsPresent<T>(a), IsPresent<T>(b[v])), product);
+          product = hn::IfThenZeroElse(hn::Or(IsMissing<T>(a), IsMissing<T>(b[v])), product);
         }
         sum[l][v] = hn::Add(sum[l][v], Widen(product));
       }
