@@ -378,8 +378,6 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   void GrowRows(int newCapacity);
   /// Every row gets a buffer of its own with room for `count` more elements.
   void MakeRoomForColumns(int count);
-  /// Forms the column and total counts from the rows, whose own counts are right.
-  void CountAllRows();
   void ReadStreamDirectory(std::istream& stream);
   void ReadRows(std::istream& entry);
   void FreeRows();

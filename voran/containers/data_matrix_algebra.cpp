@@ -49,13 +49,6 @@ void NCDataMatrix<T>::SubMat(const NCDataMatrix& b, NCDataMatrix& result) const 
 }
 
 template <typename T>
-void NCDataMatrix<T>::CountAllRows() {
-  colMisVal_->SetAllValues(0);
-  numMisVal_ = 0;
-  for (int i = 1; i <= numRows_; ++i) CountRow(rows_[i], 1);
-}
-
-template <typename T>
 bool NCDataMatrix<T>::operator==(const NCDataMatrix& b) const {
   if (link_ == b.link_) return true;
   return numRows_ <= b.numRows_ && std::equal(begin(), end(), b.begin());
