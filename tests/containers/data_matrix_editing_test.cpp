@@ -507,7 +507,7 @@ TYPED_TEST(DataMatrixEditing, StandardisedRowsBringTheCountsOfTheMatrix) {
   const auto standard = m.SNV();
   EXPECT_EQ(Elements(standard[1]), std::vector<T>({-1, 0, 1}));
   EXPECT_EQ(Elements(standard[2]), std::vector<T>(3, gap));
-  EXPECT_EQ(standard[3][2], static_cast<T>(std::sqrt(0.5)));
+  EXPECT_EQ(standard[3][2], static_cast<T>(1.0 / std::sqrt(2.0)));
   EXPECT_EQ(standard[2].GetNumMisVal(), 3);
   EXPECT_EQ(standard.GetNumMisVal(), 1) << "a row that became missing is not counted";
   EXPECT_EQ(standard.GetColumnMisVal(1), 1);
