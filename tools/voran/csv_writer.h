@@ -32,6 +32,7 @@ class CsvWriter {
 template <typename Item>
 std::vector<std::span<const double>> Each(const std::vector<Item>& items, std::vector<double> Item::*values) {
   std::vector<std::span<const double>> columns;
+  columns.reserve(items.size());
   for (const Item& item : items) columns.emplace_back(item.*values);
   return columns;
 }
