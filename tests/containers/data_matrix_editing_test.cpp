@@ -445,11 +445,17 @@ TYPED_TEST(DataMatrixEditing, ConcatRowsRefusesAnotherWidthAndLeavesTheCapacity)
   const auto more = Matrix<T>({{5, 6}, {7, 8}, {9, 10}});
   m.ConcatRows(more);
   EXPECT_EQ(m[3].GetVector(), more[1].GetVector()) << "rows are shared";
-  m.ReserveRows(1);
-  m.ReserveRows(5);  // more than the capacity of 4, and no more than there are rows
-  m.InsertRows(2, 1);
+  m.push_back({T{1}, T{2}});  // from the old capacity of 4 to 8, and not from 5 to 10
+  m.InsertRows(2, 3);
   EXPECT_EQ(m[2][1], kGap<T>) << "the insertion takes a new array";
   ExpectRightCounts(m);
+
+  NCDataMatrix<T> stale = Matrix<T>({{1, 2}});
+  stale.ConcatRows(more);
+  stale.ConcatRows(more);
+  stale.ReserveRows(5);  // more than the capacity of 4, and fewer than there are rows
+  EXPECT_EQ(stale.SizeRows(), 7);
+  EXPECT_EQ(stale[7][2], T{10});
 
   NCDataMatrix<T> roomy = Matrix<T>({{1, 2}});
   roomy.ReserveRows(10);
@@ -592,6 +598,10 @@ TYPED_TEST(DataMatrixEditing, ARowMayBeTheOperand) {
   NCDataMatrix<T> m = Matrix(s);
   m.SetColumn(1, m[1]);
   EXPECT_EQ(Elements(m), Rows<T>({{1, 2, kGap<T>}, {2, 5, 6}, {kGap<T>, kGap<T>, 9}}));
+  m = Matrix(s);
+  m.SetColumn(3, m[1]);  // written in row 1 before it is read for row 3
+  EXPECT_EQ(Elements(m.GetColumn(3)), s[0]);
+  m = Matrix<T>({{1, 2, kGap<T>}, {2, 5, 6}, {kGap<T>, kGap<T>, 9}});
   m.SetColumn(1, m[2].GetVector());
   EXPECT_EQ(Elements(m), Rows<T>({{2, 2, kGap<T>}, {5, 5, 6}, {6, kGap<T>, 9}}));
   m.InsertColumn(1, m[1]);
@@ -601,8 +611,8 @@ TYPED_TEST(DataMatrixEditing, ARowMayBeTheOperand) {
   square.TransformToDotSubRowVector(square[1]);
   EXPECT_EQ(Elements(square), Rows<T>({{0, 0, kGap<T>}, {3, 3, 6}, {6, kGap<T>, 9}}));
   square = Matrix(s);
-  square.TransformToColumnScaled(square(1));
-  EXPECT_EQ(Elements(square), Rows<T>({{1, 4, kGap<T>}, {4, 10, 6}, {7, kGap<T>, 9}}));
+  square.TransformToColumnScaled(square(2));
+  EXPECT_EQ(Elements(square), Rows<T>({{4, 10, kGap<T>}, {16, 25, 36}, {28, kGap<T>, 54}}));
   const auto before = Matrix(s);
   NCDataMatrix<T> self = before;
   self.DotPreMultiplyVectorImpl(self[1], self);
