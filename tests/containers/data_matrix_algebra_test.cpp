@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -156,6 +157,42 @@ TYPED_TEST(MatrixAlgebra, KnownInverses) {
   EXPECT_EQ(inverse({}), Rows<TypeParam>());
 }
 
+TYPED_TEST(MatrixAlgebra, PivotsAreComparedOnTheScaleOfTheirRows) {
+  using T = TypeParam;
+  // By magnitude the pivot would be 10, and the first element of the inverse the rounding of 1 - 1.
+  NCDataMatrix<T> m = Matrix<T>({{10, T(1e8)}, {1, 1}});
+  ASSERT_TRUE(m.TransformToInverse());
+  const double determinant = 10.0 - 1e8;
+  const double expected[2][2] = {{1.0 / determinant, -1e8 / determinant}, {-1.0 / determinant, 10.0 / determinant}};
+  for (int i = 0; i < 2; ++i) {
+    for (int j = 0; j < 2; ++j) {
+      EXPECT_NEAR(static_cast<double>(m[i + 1][j + 1]) / expected[i][j], 1.0, 1e-6) << i << ", " << j;
+    }
+  }
+}
+
+TYPED_TEST(MatrixAlgebra, AResultGoesToTheDestinationThatIsNamed) {
+  using T = TypeParam;
+  const NCDataMatrix<T> a = Matrix<T>({{1, 2}, {3, 4}});
+  NCDataMatrix<T> m;
+  m.Result(&m) = a + a;
+  EXPECT_EQ(Elements(m), Rows<T>({{2, 4}, {6, 8}}));
+  NCDataVector<T> v;
+  v.Result(&v) = a[1] + a[2];
+  EXPECT_EQ(Elements(v), std::vector<T>({4, 6}));
+  const auto message = [](const auto& build) -> std::string {
+    try {
+      build();
+    } catch (const NCError& error) {
+      return error.what();
+    }
+    return "no error";
+  };
+  constexpr const char* kNoDestination = "Internal error in NCMatOpResultProxy:\npResult can not be NULL";
+  EXPECT_EQ(message([&] { m.Result(nullptr); }), kNoDestination);
+  EXPECT_EQ(message([&] { v.Result(nullptr); }), kNoDestination);
+}
+
 TYPED_TEST(MatrixAlgebra, ARowOfZerosHasNoInverseAndOtherSingularMatricesAHugeOne) {
   NCDataMatrix<TypeParam> zeroRow = Matrix<TypeParam>({{1, 2}, {0, 0}});
   EXPECT_FALSE(zeroRow.TransformToInverse());
@@ -183,6 +220,13 @@ TYPED_TEST(MatrixAlgebra, RegressionFindsTheLineAndThePlane) {
     }
   }
   EXPECT_EQ(a[2][5], T{4}) << "the operands stay";
+}
+
+TYPED_TEST(MatrixAlgebra, RegressionDoesNotLookAtWhetherItsInverseExists) {
+  const NCDataMatrix<TypeParam> a = Matrix<TypeParam>({{1, 2, 3}, {0, 0, 0}});
+  const NCDataMatrix<TypeParam> coefficients = a.GetRegressionCoefficients(a);
+  EXPECT_EQ(coefficients.SizeRows(), 2);
+  EXPECT_EQ(coefficients.SizeColumns(), 2);
 }
 
 TYPED_TEST(MatrixAlgebra, RegressionRefusesGaps) {

@@ -111,6 +111,13 @@ class DataVector : public ::testing::Test {
            v.DetrendMean(mean);
          },
          {-1, kGap, 0, kGap, 1}},
+        {"detrend line",
+         [](Vector& v) {
+           double intercept;
+           double slope;
+           v.DetrendLinear(intercept, slope);
+         },
+         {0, kGap, 0, kGap, 0}},
         {"add", [=](Vector& v) { v += five; }, {2, kGap, kGap, kGap, 5}},
         {"subtract", [=](Vector& v) { v -= five; }, {0, kGap, kGap, kGap, 1}},
         {"subtract itself",

@@ -215,6 +215,14 @@ TYPED_TEST(SelectionAndSeries, GapsAreFilledBetweenNeighbours) {
   }
 }
 
+TYPED_TEST(SelectionAndSeries, InterpolationFindsNothingWhereTheCountHasDrifted) {
+  NCDataVector<TypeParam> v{1, -99, 3, 4};
+  v.TransformTo_Sub_d_x_Vt(1.0, NCDataVector<TypeParam>(4));
+  EXPECT_EQ(v.GetNumMisVal(), 1) << "as documented";
+  EXPECT_FALSE(v.InterpolateMisVals(nullptr));
+  EXPECT_EQ(Elements(v), std::vector<TypeParam>(4, this->kGap));
+}
+
 TYPED_TEST(SelectionAndSeries, StandardNormalVariate) {
   using T = TypeParam;
   EXPECT_THAT(Elements(NCDataVector<T>({2, -99, 3, 4}).SNV()), ElementsAre(-1, -99, 0, 1));

@@ -273,10 +273,10 @@ TYPED_TEST(Statistics, AMeanOnTheMarkerIsMovedAside) {
   EXPECT_EQ(Matrix<T>({{T{-49.5}, T{-49.5}}, {1, 2}}).GetMean(), -24.0) << "a row's sum may fall on the marker";
 }
 
-TYPED_TEST(Statistics, ElementsAreWidenedBeforeTheyAreSummed) {
-  const NCDataVector<float> v{16777216.0f, 1.0f, 1.0f};
-  EXPECT_EQ(v.GetSum(), 16777218.0);
-  EXPECT_EQ(NCDataMatrix<float>(v.Size(), 1, 16777217.0f).GetColumnStdDev(1, -1.0f), 0.0);
+TEST(StatisticsOfFloats, ElementsAreWidenedBeforeTheyAreSummed) {
+  const std::vector<float> values{16777216.0f, 1.0f, 1.0f};
+  EXPECT_EQ(Vector(values).GetSum(), 16777218.0);
+  EXPECT_EQ(Matrix<float>({{values[0]}, {values[1]}, {values[2]}}).GetColumnMean(1), 16777218.0 / 3.0);
 }
 
 TYPED_TEST(Statistics, ConstantDataHaveNoShape) {

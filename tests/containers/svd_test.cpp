@@ -251,6 +251,23 @@ TYPED_TEST(Svd, ASingularMatrixHasNoConditionNumberDeterminantOrInverse) {
   }
 }
 
+TEST(SvdOfFloats, KeepsSmallValuesThatAreNoRounding) {
+  // Hilbert 6 has condition number 1.495e7, near what rounding in float leaves of a zero; in double it is well within
+  // reach. Rounding the elements to float moves it by a few per cent.
+  auto mixedUnits = RandomRows<float>(200, 5);
+  for (auto& row : mixedUnits) row[4] *= 1e-8f;
+  for (const Rows<float>& rows : {Hilbert<float>(6), mixedUnits}) {
+    Rows<double> wide;
+    for (const auto& row : rows) wide.emplace_back(row.begin(), row.end());
+    const std::unique_ptr<NCSVD<float>> narrow(Matrix(rows)->GetSVD());
+    const std::unique_ptr<NCSVD<double>> reference(Matrix(wide)->GetSVD());
+    ASSERT_EQ(narrow->GetStatus(), NCSVD<float>::Ok);
+    for (int k = 1; k <= narrow->GetW()->Size(); ++k) {
+      EXPECT_NEAR((*narrow->GetW())[k] / (*reference->GetW())[k], 1.0, 1e-6) << k;
+    }
+  }
+}
+
 TYPED_TEST(Svd, ConditionNumberAndDeterminantOfARegularMatrix) {
   using T = TypeParam;
   const auto svd = this->Decompose(Hilbert<T>(3));

@@ -33,16 +33,19 @@ class ColumnMatrix {
   }
 
   /// Takes the elements of a matrix of 1-based row pointers and 1-based rows.
-  void TakeRows(const T* const* rows) {
-    InBlocks([&](int i, int j) { Column(j)[i] = rows[i + 1][j + 1]; });
+  template <typename Source>
+  void TakeRows(const Source* const* rows) {
+    InBlocks([&](int i, int j) { Column(j)[i] = static_cast<T>(rows[i + 1][j + 1]); });
   }
   /// Takes the first `count` rows of such a matrix as columns.
-  void TakeTransposed(const T* const* rows, int count) {
+  template <typename Source>
+  void TakeTransposed(const Source* const* rows, int count) {
     for (int j = 0; j < count; ++j) std::copy_n(rows[j + 1] + 1, rows_, Column(j));
   }
   /// Gives the elements to the first columns of such a matrix.
-  void GiveRows(T* const* rows) {
-    InBlocks([&](int i, int j) { rows[i + 1][j + 1] = Column(j)[i]; });
+  template <typename Target>
+  void GiveRows(Target* const* rows) {
+    InBlocks([&](int i, int j) { rows[i + 1][j + 1] = static_cast<Target>(Column(j)[i]); });
   }
 
  private:

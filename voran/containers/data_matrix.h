@@ -255,6 +255,8 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   /// A destination for the result of an operation; throws NCError if p is null.
   NCMatOpResultProxy<T> Result(NCDataMatrix* p) { return NCMatOpResultProxy<T>(p); }
 
+  /// Swaps rows and columns, with their counts. Takes memory for a second matrix meanwhile, and leaves this one as it
+  /// was if that cannot be had.
   NCDataMatrix& Transpose();
   /// Becomes M'M over pairs present: columns x columns, missing where there is no pair.
   NCDataMatrix& TransformToMprim_mul_M();
@@ -301,10 +303,10 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   /// present elements. Missing where the product of the sums of squares is next to nothing; not clamped.
   NCDataVector<T> GetColumnCorrelation(const NCDataVector<T>& v, bool centred) const;
   void GetColumnCorrelationImpl(const NCDataVector<T>& v, NCDataVector<T>& result, bool centred) const;
-  /// How crowded the place of each point is, from 0 to 1, by averaged shifted histograms. Here the rows are dimensions
-  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and
-  /// `shifts` are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory
-  /// for (shifts * bins) to the power of the dimensions: meant for two or three.
+  /// How crowded the place of each point is, from 0 to 1 (where all are equal, as counted), by averaged shifted
+  /// histograms. Here the rows are dimensions and the columns points; a point with a gap takes no part and scores as an
+  /// empty place. Below 1, `bins` and `shifts` are chosen by the number of points; from 5000 points on, `force` asks
+  /// for the second grid. Takes memory for (shifts * bins) to the power of the dimensions: meant for two or three.
   NCDataVector<T> GetDensity(int bins, int shifts, bool force) const;
   void GetDensityImpl(int bins, int shifts, bool force, NCDataVector<T>& result) const;
 

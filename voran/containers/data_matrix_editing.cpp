@@ -191,8 +191,9 @@ void NCDataMatrix<T>::RemoveColumns(int first, int count) {
 template <typename T>
 void NCDataMatrix<T>::ConcatColumns(const NCDataMatrix& m) {
   if (m.numColumns_ == 0) return;
-  if (numRows_ == 0) SetSize(m.numRows_, 0);
-  InsertColumns(numColumns_ + 1, m);
+  const NCDataMatrix source(m);  // m may be this matrix
+  if (numRows_ == 0) SetSize(source.numRows_, 0);
+  InsertColumns(numColumns_ + 1, source);
 }
 
 template <typename T>

@@ -41,7 +41,7 @@ double SumOverRows(const NCDataMatrix<T>& m, const OfRow& ofRow) {
 template <typename T>
 double NCDataMatrix<T>::GetMean() const {
   const double present = static_cast<double>(numRows_) * numColumns_ - numMisVal_;
-  if (present == 0.0) return kNoValue;
+  if (numRows_ == 0 || numColumns_ == 0 || present == 0.0) return kNoValue;
   const auto& kernels = ReductionKernels<T>::Current();
   const double sum = SumOverRows(
       *this, [&](const NCDataVector<T>& row) { return kernels.sum(row.begin(), row.Size(), row.GetNumMisVal() != 0); });

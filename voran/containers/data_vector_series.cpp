@@ -57,9 +57,11 @@ template <typename T>
 bool NCDataVector<T>::InterpolateMisVals(const NCDataVector* x) {
   if (numMisVal_ == 0) return true;
   if (numMisVal_ == size_) return false;
-  Unlink();
+  // Of a vector whose count has drifted, nothing may be present all the same.
   int first = 1;
-  while (data_[first] == kMissing<T>) ++first;
+  while (first <= size_ && data_[first] == kMissing<T>) ++first;
+  if (first > size_) return false;
+  Unlink();
   int last = size_;
   while (data_[last] == kMissing<T>) --last;
   std::fill(First(), data_ + first, data_[first]);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 
 #include "voran/containers/parallel.h"
 
@@ -73,7 +72,7 @@ QrIteration<T>::QrIteration(std::vector<T>& w, std::vector<T>& e, ColumnMatrix<T
     : w_(w), e_(e), q_(q), left_(p), right_(q), isAlone_(w.size()) {}
 
 template <typename T>
-bool QrIteration<T>::Run() {
+bool QrIteration<T>::Run(T noiseShare) {
   norm_ = T{0};
   for (std::size_t i = 0; i < w_.size(); ++i) {
     norm_ = std::max(norm_, std::abs(w_[i]) + std::abs(e_[i]));
@@ -84,13 +83,12 @@ bool QrIteration<T>::Run() {
   }
   left_.Apply();
   right_.Apply();
-  Finish();
+  Finish(noiseShare * norm_);
   return true;
 }
 
 template <typename T>
-void QrIteration<T>::Finish() {
-  const T noise = 2 * std::numeric_limits<T>::epsilon() * norm_;
+void QrIteration<T>::Finish(T noise) {
   for (std::size_t k = 0; k < w_.size(); ++k) {
     if (std::abs(w_[k]) <= noise && !isAlone_[k]) w_[k] = T{0};
     if (!(w_[k] < T{0})) continue;

@@ -121,8 +121,9 @@ std::unique_ptr<NCDataMatrix<T>> NCSVD<T>::Inverse() const {
   const detail::NipalsKernels<double>& kernels = detail::NipalsKernels<double>::Current();
   for (int from = 1; from <= columns; from += kRowsTogether) {
     const int count = std::min(kRowsTogether, columns - from + 1);
-    for (int r = 0; r < count; ++r)
-      std::copy_n((*u_)[from + r].begin(), values, block.data() + (rowsOfU[r] - rowsOfU[0]));
+    for (int r = 0; r < count; ++r) {
+      std::copy_n((*u_)[from + r].begin(), values, block.data() + static_cast<std::size_t>(r) * width);
+    }
     for (int i = 1; i <= rows; ++i) {
       double sums[kRowsTogether];
       kernels.rowProducts(rowsOfU, count, quotients.data() + static_cast<std::size_t>(i - 1) * width, values, {}, sums);

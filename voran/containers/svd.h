@@ -15,8 +15,9 @@ inline namespace voran {
 ///     if (svd->GetStatus() == NCSVD<float>::Ok) std::cout << svd->GetConditionNumber();
 ///
 /// Of an A with m rows and n columns, U is m x n, V is n x n, and W holds n singular values in descending order, none
-/// of them negative; those next to nothing beside the largest are exactly 0. If A has fewer rows than columns, the last
-/// n - m are 0 and have columns of zeros in U. Columns are fixed up to their common sign in U and V.
+/// of them negative; those below 1e-16 of the largest, or that only rounding keeps from being 0, are exactly 0. If A
+/// has fewer rows than columns, the last n - m are 0 and have columns of zeros in U. Columns are fixed up to their
+/// common sign in U and V.
 ///
 /// The object owns what it holds. Copying it copies the pointers, so that both objects then hold the same matrices and
 /// only one of them may be destroyed: this is deliberate. One object is for one thread at a time.
