@@ -119,32 +119,34 @@ NCTransformError::Error TransformStruct::BackFromLinearTerm(double y, float* val
 
 namespace {
 
-/// Puts every element of the column through change(&value).
+/// Puts every element of the column through change(&value), which leaves a gap as it is: so a count changes only where
+/// there is a new gap.
 template <class Change>
 NCTransformErrors* ChangeColumn(NCDataMatrix<float>& matrix, int column, bool transform, const Change& change) {
   auto errors = std::make_unique<NCTransformErrors>();
   for (int i = 1; i <= matrix.SizeRows(); ++i) {
-    float value = matrix[i][column];
+    float* const row = matrix(i).GetWritableVector();
+    float value = row[column];
     const NCTransformError::Error error = change(&value);
     if (error != NCTransformError::kNoError) errors->AddError(i, column, error, transform);
-    matrix(i, column, value);
+    if (value == kMissing<float>) {
+      matrix(i, column, value);
+    } else {
+      row[column] = value;
+    }
   }
   return errors->size() == 0 ? nullptr : errors.release();
-}
-
-bool ChangesValues(TransformE::Transform transform) {
-  return transform >= TransformE::kLinear && transform <= TransformE::kPower;
 }
 
 }  // namespace
 
 NCTransformErrors* TransformStruct::TransformColumn(NCDataMatrix<float>* matrix, int column) const {
-  if (!ChangesValues(transform_)) return nullptr;
+  if (!ChangesValues()) return nullptr;
   return ChangeColumn(*matrix, column, true, [this](float* value) { return TransformValue(value); });
 }
 
 NCTransformErrors* TransformStruct::BackTransformColumn(NCDataMatrix<float>* matrix, int column) const {
-  if (!ChangesValues(transform_)) return nullptr;
+  if (!ChangesValues()) return nullptr;
   return ChangeColumn(*matrix, column, false, [this](float* value) { return BackTransformValue(value); });
 }
 

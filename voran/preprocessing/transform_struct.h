@@ -33,6 +33,8 @@ class VORAN_EXPORT TransformStruct : public VStreamBase {
 
   TransformE::Transform GetTransform() const { return transform_; }
   void SetTransform(TransformE::Transform transform) { transform_ = transform; }
+  /// False for kNone, and for a number that is no transform.
+  bool ChangesValues() const { return transform_ >= TransformE::kLinear && transform_ <= TransformE::kPower; }
   std::string GetTransformName() const { return TransformE::GetTransformName(transform_); }
   /// Constants 1 to 3 are C1 to C3. Constant 0 is kept, stored and compared, and no formula uses it.
   float GetConstant(int i) const { return constants_[static_cast<std::size_t>(i)]; }
