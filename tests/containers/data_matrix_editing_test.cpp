@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
-#include "tests/containers/matrix_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/platform/nc_error.h"
@@ -21,11 +21,6 @@ namespace {
 using plain::kGap;
 using ::testing::Each;
 using ::testing::ElementsAre;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
-using values::Vector;
 
 class Dice {
  public:
