@@ -114,7 +114,7 @@ float FactorOf(NCScale::Scaling type, int column, int present, double squares) {
 }
 
 bool HasValues(const NCDataVector<float>& v) {
-  return v.GetNumMisVal() != v.Size();
+  return std::any_of(v.begin(), v.end(), [](float x) { return x != kMissing<float>; });
 }
 
 /// `v`, with missing elements behind it for the columns that it does not reach.
