@@ -31,7 +31,7 @@ inline std::vector<double> MediansInTurn(int repeats, const std::vector<std::fun
       if (repeat >= 0) times[k].push_back(seconds);
     }
   }
-  std::vector<double> medians;
-  for (const auto& time : times) medians.push_back(Median(time));
+  std::vector<double> medians(works.size());
+  std::transform(times.begin(), times.end(), medians.begin(), Median);
   return medians;
 }

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -35,9 +36,7 @@ double Median(std::vector<double> times) {
 }
 
 void Require(bool isTrue, const char* what) {
-  if (isTrue) return;
-  std::fprintf(stderr, "stream_benchmark: %s\n", what);
-  std::exit(1);
+  if (!isTrue) throw std::runtime_error(what);
 }
 
 /// What the process has taken of memory at most since the last ResetPeak(), and what it has now, in MiB.

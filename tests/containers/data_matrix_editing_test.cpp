@@ -500,6 +500,19 @@ TYPED_TEST(DataMatrixEditing, TheOddRulesHold) {
   ExpectRightCounts(data);
 }
 
+TYPED_TEST(DataMatrixEditing, StandardisedRowsBringTheCountsOfTheMatrix) {
+  using T = TypeParam;
+  constexpr T gap = kGap<T>;
+  NCDataMatrix<T> m = Matrix<T>({{1, 2, 3}, {4, 4, 4}, {gap, 6, 4}});
+  const auto standard = m.SNV();
+  EXPECT_EQ(Elements(standard[1]), std::vector<T>({-1, 0, 1}));
+  EXPECT_EQ(Elements(standard[2]), std::vector<T>(3, gap));
+  EXPECT_EQ(standard[3][2], static_cast<T>(1.0 / std::sqrt(2.0)));
+  EXPECT_EQ(standard[2].GetNumMisVal(), 3);
+  EXPECT_EQ(standard.GetNumMisVal(), 1) << "a row that became missing is not counted";
+  EXPECT_EQ(standard.GetColumnMisVal(1), 1);
+}
+
 TYPED_TEST(DataMatrixEditing, SomeOperationsWriteToSharedRows) {
   using T = TypeParam;
   using M = NCDataMatrix<T>;

@@ -422,7 +422,7 @@ TYPED_TEST(Svd, AFailedAllocationLeaksNothingAndTakesNothing) {
   EXPECT_GT(failEach([&] {
               given = std::make_unique<NCDataMatrix<T>>(*source);
               svd.reset(given->TransformToSVD());
-              given.release();
+              static_cast<void>(given.release());
             }),
             20);
 
@@ -442,18 +442,18 @@ void RotationsEqualThePlainLoop() {
   const std::vector<detail::Rotation<T>> rotations = {
       {0, 1, T{0.8f}, T{0.6f}}, {1, 2, T{-0.3f}, T{0.9f}}, {2, 3, T{0.1f}, T{-1}},  {0, 2, T{0.7f}, T{0.7f}},
       {0, 3, T{0.2f}, T{0.5f}}, {3, 1, T{0.4f}, T{0.3f}},  {2, 3, T{0.6f}, T{0.1f}}};
-  const int from = 3;
-  for (const int n : {0, 1, 7, 16, 17, 64, 129, 200, 300}) {
-    const auto size = static_cast<std::size_t>(from + n + 2);
+  constexpr std::size_t kFrom = 3;
+  for (const std::size_t n : {0, 1, 7, 16, 17, 64, 129, 200, 300}) {
+    const std::size_t size = kFrom + n + 2;
     Rows<T> expected;
     for (unsigned c = 0; c < 4; ++c) expected.push_back(plain::RandomElements<T>(size, c));
     Rows<T> actual = expected;
     std::vector<T*> columns;
     for (auto& column : actual) columns.push_back(column.data());
-    detail::RotationKernels<T>::Current().rotate(columns.data(), from, n, rotations.data(),
+    detail::RotationKernels<T>::Current().rotate(columns.data(), kFrom, static_cast<int>(n), rotations.data(),
                                                  static_cast<int>(rotations.size()));
     for (const auto& r : rotations) {
-      for (std::size_t i = from; i < static_cast<std::size_t>(from + n); ++i) {
+      for (std::size_t i = kFrom; i < kFrom + n; ++i) {
         T& x = expected[static_cast<std::size_t>(r.first)][i];
         T& y = expected[static_cast<std::size_t>(r.second)][i];
         const double products[] = {plain::Rounded(x, r.cosine), plain::Rounded(y, r.sine), plain::Rounded(y, r.cosine),

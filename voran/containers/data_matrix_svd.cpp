@@ -10,7 +10,7 @@ template <typename T>
 NCSVD<T>* NCDataMatrix<T>::GetSVD() const {
   auto copy = std::make_unique<NCDataMatrix>(*this);
   NCSVD<T>* const result = SVD(copy.get());
-  if (result->GetStatus() == NCSVD<T>::Ok) copy.release();  // it is the result's U
+  if (result->GetStatus() == NCSVD<T>::Ok) static_cast<void>(copy.release());  // it is the result's U
   return result;
 }
 
@@ -32,8 +32,8 @@ NCSVD<T>* NCDataMatrix<T>::SVD(NCDataMatrix* m) {
     return new SVDBuilder<T>(NCSVD<T>::NotConverged);
   }
   auto* const result = new SVDBuilder<T>(v.get(), w.get(), m);
-  v.release();
-  w.release();
+  static_cast<void>(v.release());  // the result's, now that nothing throws any more
+  static_cast<void>(w.release());
   return result;
 }
 

@@ -171,6 +171,7 @@ class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
   double GetSkewnessTest() const;
   /// Excess kurtosis, unbiased for a normal distribution: -99 if n < 4 or the standard deviation is 0.
   double GetKurtosis() const;
+  /// A NaN is larger than any number here and in the quartiles. Linear, in a copy.
   double GetMedian() const;
   /// Medians of the lower half, of all and of the upper half of the sorted elements; with an odd n the middle one is in
   /// neither half. False, and all three -99, if n < 2.
@@ -191,9 +192,10 @@ class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
   /// The same; a position outside the vector gives a missing element.
   void SafeReduce(const NCIntegralVector<int, -99>& positions);
   /// Sorts this vector (`result` null) and returns the former position of each element. Missing elements go last in
-  /// either direction; equal ones keep their order, or reverse it if `descending`. Returns an empty list and sorts
-  /// nothing if there are fewer than two elements or, deliberately, if `result` has the size of this vector; a `result`
-  /// of another size has its first elements overwritten, unchecked: callers pass null.
+  /// either direction, and NaNs before them, both in their order; equal numbers keep their order, or reverse it if
+  /// `descending`. Returns an empty list and sorts nothing if there are fewer than two elements or, deliberately, if
+  /// `result` has the size of this vector; a `result` of another size has its first elements overwritten, unchecked:
+  /// callers pass null.
   NCIntegralVector<int, -99> Sort(NCDataVector* result, bool descending);
 
   // The vector as a series over its positions, or over the elements of `x` where one is given.
@@ -202,7 +204,7 @@ class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
   void Lag(int k);
   /// Fills gaps between two present elements on the straight line through them, and those at the ends with the nearest
   /// present element. False if nothing is present, or if `x` has a gap where it is needed: then the gaps before that
-  /// one are filled already, and the count still has them.
+  /// one and those at the ends are filled already, and the count still has them.
   bool InterpolateMisVals(const NCDataVector* x);
   /// Standard normal variate, (x - mean) / s: all missing if fewer than two elements are present or s is 0.
   NCDataVector SNV() const;
