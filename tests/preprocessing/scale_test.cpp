@@ -9,16 +9,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "voran/preprocessing/scale_error.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
 using Columns = NCIntegralVector<int, -99>;
 
 constexpr float kGap = -99.0F;

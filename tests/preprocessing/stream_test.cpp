@@ -12,7 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "tests/platform/stream_bytes.h"
 #include "voran/preprocessing/scale.h"
 #include "voran/preprocessing/transform.h"
@@ -207,12 +207,12 @@ TEST(PreprocessingStreams, TypeThatNobodyKnowsKeepsItsNumbers) {
   NCScale scale;
   ASSERT_TRUE(ReadStreamable(stream, scale));
   EXPECT_EQ(NCScale::GetScaleString(scale.GetScaleType(1)), "None");
-  NCDataMatrix<float> x = values::Matrix<float>({{1, 2}, {3, 4}});
+  NCDataMatrix<float> x = Matrix<float>({{1, 2}, {3, 4}});
   const NCDataMatrix<float> original = x;
   scale.ScaleMatrix(&x, true);
   EXPECT_EQ(Spelt(scale), "9 -99 2\n-5 3 -99\n");
-  EXPECT_EQ(values::Elements(x), (values::Rows<float>{{2, -1}, {6, 1}}));
-  EXPECT_EQ(values::Elements(original), (values::Rows<float>{{1, 2}, {3, 4}}));
+  EXPECT_EQ(::Elements(x), (Rows<float>{{2, -1}, {6, 1}}));
+  EXPECT_EQ(::Elements(original), (Rows<float>{{1, 2}, {3, 4}}));
 
   const Outcome outcome = ReadInto<TransformStruct>(TransformBytes(0xFFFE, {1, 2, 3, 4}).All());
   EXPECT_EQ(outcome.spelt, "-2 1 2 3 4");

@@ -14,17 +14,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "tests/platform/stream_bytes.h"
 #include "voran/platform/configuration_section.h"
 
 namespace {
 
 using ::testing::ElementsAre;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
 using Columns = NCIntegralVector<int, -99>;
 using enum TransformE::Transform;
 
