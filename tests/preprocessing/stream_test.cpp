@@ -170,7 +170,7 @@ TEST(PreprocessingStreams, ScaleThatLiesIsRefused) {
     entries[i] = entry;
     return (Headers("NCS", 2) + Directory(entries)).All();
   };
-  for (const std::size_t i : {0, 1, 2}) ExpectRefused(kind, but(i, {}), kHuge, "no entry " + std::to_string(i));
+  for (std::size_t i = 0; i < 3; ++i) ExpectRefused(kind, but(i, {}), kHuge, "no entry " + std::to_string(i));
   ExpectRefused(kind, but(1, VectorBytes({1}, 0)), kHuge, "fewer scales than means");
   ExpectRefused(kind, but(0, VectorBytes({1, 2, 3}, 0)), kHuge, "more means than scales");
   ExpectRefused(kind, but(2, Int(1)), kHuge, "too few types");
