@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "voran/containers/kernels/column_sums.h"
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/kernels/reductions.h"
@@ -11,6 +12,7 @@
 
 namespace {
 
+using detail::ColumnSumKernels;
 using detail::ElementwiseKernels;
 using detail::NipalsKernels;
 using detail::ReductionKernels;
@@ -81,14 +83,23 @@ void Register(const std::string& target, const std::string& type) {
                                                 o.weights.data());
     benchmark::ClobberMemory();
   });
-  add("addSquares", kRows, false, [](Operands<T>& o) {
-    NipalsKernels<T>::Current().addSquares(o.rows.data(), kRows, o.n, false, o.sums.data());
-    benchmark::ClobberMemory();
-  });
+  for (const bool gaps : {false, true}) {
+    const std::string suffix = gaps ? "WithGaps" : "";
+    add("addElements" + suffix, kRows, gaps, [gaps](Operands<T>& o) {
+      ColumnSumKernels<T>::Current().addElements(o.rows.data(), kRows, o.n, gaps, o.sums.data());
+      benchmark::ClobberMemory();
+    });
+    add("addSquaresAbout" + suffix, kRows, gaps, [gaps](Operands<T>& o) {
+      ColumnSumKernels<T>::Current().addSquaresAbout(o.rows.data(), kRows, o.n, gaps, o.weights.data(), o.sums.data());
+      benchmark::ClobberMemory();
+    });
+  }
   add("addScaled", 1, false, [](Operands<T>& o) {
     NipalsKernels<T>::Current().addScaled(o.p.data(), static_cast<T>(1e-6), o.rows[0], o.n, false);
     benchmark::ClobberMemory();
   });
+  add("sum", 1, true,
+      [](Operands<T>& o) { benchmark::DoNotOptimize(ReductionKernels<T>::Current().sum(o.rows[0], o.n, true)); });
   add("sumOfSquares", 1, false, [](Operands<T>& o) {
     benchmark::DoNotOptimize(ReductionKernels<T>::Current().sumOfSquares(o.p.data(), o.n, false));
   });

@@ -1,15 +1,14 @@
 // How near a NIPALS round comes to what the machine can do. One line for each thread count and matrix; see README.md.
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
 #include <optional>
 #include <vector>
 
 #include <omp.h>
 
+#include "benchmarks/in_turn.h"
 #include "benchmarks/machine_bounds.h"
 #include "benchmarks/made_data.h"
 #include "voran/containers/nipals_pass.h"
@@ -24,18 +23,6 @@ using Pass = detail::NipalsPass<float>;
 constexpr int kRepeats = 25;
 
 double sink = 0.0;
-
-double Seconds(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-  const auto middle = values.begin() + std::ssize(values) / 2;
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
 
 /// A matrix and what a round of the iteration needs.
 class Round {
@@ -70,23 +57,6 @@ class Round {
   std::optional<Pass> pass_;
 };
 
-/// All works in turn, so that what else the machine does strikes all of them; each is run once before it is timed, so
-/// that none finds in the cache what another has left there.
-std::vector<double> MediansInTurn(const std::vector<std::function<void()>>& works) {
-  std::vector<std::vector<double>> times(works.size());
-  for (int repeat = -2; repeat < kRepeats; ++repeat) {
-    for (std::size_t k = 0; k < works.size(); ++k) {
-      works[k]();
-      const double seconds = Seconds(works[k]);
-      if (repeat >= 0) times[k].push_back(seconds);
-    }
-  }
-  std::vector<double> medians;
-  medians.reserve(works.size());
-  for (const auto& time : times) medians.push_back(Median(time));
-  return medians;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -103,9 +73,9 @@ int main(int argc, char** argv) {
     ThreadingControl::SetThreadingIsOn(true);
     for (Round* round : {&complete, &oneGap, &manyGaps}) round->Prepare();
     const long products = 2L * rows * columns;
-    const auto ms = MediansInTurn({[&] { sink += bounds::ReadOnce(complete.X(), threads); },
-                                   [&] { sink += bounds::FormProducts(products, threads); }, [&] { complete.Run(); },
-                                   [&] { oneGap.Run(); }, [&] { manyGaps.Run(); }});
+    const auto ms = MediansInTurn(kRepeats, {[&] { sink += bounds::ReadOnce(complete.X(), threads); },
+                                             [&] { sink += bounds::FormProducts(products, threads); },
+                                             [&] { complete.Run(); }, [&] { oneGap.Run(); }, [&] { manyGaps.Run(); }});
     std::printf("%7d %9.3f %9.3f %9.3f %7.2f %9.3f %9.2f %9.3f %9.2f\n", threads, 1e3 * ms[0], 1e3 * ms[1], 1e3 * ms[2],
                 ms[2] / std::max(ms[0], ms[1]), 1e3 * ms[3], ms[3] / ms[2], 1e3 * ms[4], ms[4] / ms[2]);
   }

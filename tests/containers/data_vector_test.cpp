@@ -280,6 +280,18 @@ TYPED_TEST(DataVector, RegressionsRunOverThePairsPresent) {
   }
 }
 
+TYPED_TEST(DataVector, GrowsByDoublingAndMovesSeldom) {
+  NCDataVector<TypeParam> v;
+  const TypeParam* base = nullptr;
+  int moves = 0;
+  for (int i = 1; i <= 3000; ++i) {
+    v.push_back(TypeParam(1));
+    if (v.GetVector() != base) ++moves;
+    base = v.GetVector();
+  }
+  EXPECT_LE(moves, 11) << "4, 8, 16, ... 4096";
+}
+
 TYPED_TEST(DataVector, AnExcludedGroupEqualsGapsInTheFirstVector) {
   using Vec = NCDataVector<TypeParam>;
   const Vec p{1, 2, 3, 4};
@@ -306,6 +318,15 @@ TYPED_TEST(DataVector, CorrelationRemovesNoMeanAndStaysWithinOne) {
   EXPECT_EQ(Vec({TypeParam(1e-9)}).Correlation({TypeParam(1e-9)}),
             static_cast<double>(TypeParam(1e-9) * TypeParam(1e-9)))
       << "next to nothing: undivided";
+  bool anyBeyondOne = false;
+  for (unsigned seed = 0; seed < 50; ++seed) {
+    Vec v;
+    v.CopyZeroBasedVector(plain::RandomElements<TypeParam>(100, seed).data(), 100);
+    const Vec w = v * 1.7;
+    anyBeyondOne |= v * w / std::sqrt(v.GetSS() * w.GetSS()) > 1.0;  // by rounding
+    EXPECT_LE(v.Correlation(w), 1.0);
+  }
+  EXPECT_TRUE(anyBeyondOne);
 }
 
 TYPED_TEST(DataVector, DifferenceMarksWhatCannotBeFormed) {

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/plain_reference.h"
+#include "voran/containers/kernels/column_sums.h"
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/kernels/reductions.h"
@@ -20,6 +21,7 @@
 
 namespace {
 
+using detail::ColumnSumKernels;
 using detail::ElementwiseKernels;
 using detail::GapMode;
 using detail::NipalsKernels;
@@ -103,13 +105,20 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         EXPECT_THAT(kernels.sumOfSquares(guardedA.get(), n, gapsA > 0.0), SameBits(expected.allSquares));
 
         plain::Accumulators<T> dot;
+        plain::Accumulators<double> sum;
         plain::Accumulators<double> about;
+        plain::Accumulators<double> cubes;
+        plain::Accumulators<double> fourths;
         plain::Accumulators<double> distance;
         plain::Accumulators<double> squares;
         for (std::size_t i = 0; i < size; ++i) {
           if (!plain::Present(a[i])) continue;
           const double difference = static_cast<double>(a[i]) - 0.7;
+          const double z = difference / 1.3;
+          sum.Add(i, static_cast<double>(a[i]));
           about.Add(i, difference * difference);
+          cubes.Add(i, z * z * z);
+          fourths.Add(i, (z * z) * (z * z));
           if (!plain::Present(b[i])) continue;
           dot.Add(i, static_cast<T>(plain::Rounded(a[i], b[i])));
           const T gap = a[i] - b[i];
@@ -119,6 +128,10 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         EXPECT_THAT(kernels.dotProduct(guardedA.get(), guardedB.get(), n, mode),
                     SameBits(static_cast<double>(dot.Sum())));
         EXPECT_THAT(kernels.sumOfSquaresAbout(guardedA.get(), 0.7, n, gapsA > 0.0), SameBits(about.Sum()));
+        EXPECT_THAT(kernels.sum(guardedA.get(), n, gapsA > 0.0), SameBits(sum.Sum()));
+        const detail::ScorePowers powers = kernels.scorePowers(guardedA.get(), 0.7, 1.3, n, gapsA > 0.0);
+        EXPECT_THAT(powers.cubes, SameBits(cubes.Sum()));
+        EXPECT_THAT(powers.fourths, SameBits(fourths.Sum()));
         const detail::DistanceSums far = kernels.distanceSums(guardedA.get(), guardedB.get(), n, mode);
         EXPECT_THAT(far.distance, SameBits(distance.Sum()));
         EXPECT_THAT(far.squares, SameBits(squares.Sum()));
@@ -172,7 +185,6 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         std::vector<Guarded<T>> guarded;
         std::vector<double> sums(size, 0.25);
         std::vector<double> weightSums(size, 0.5);
-        std::vector<double> squares(size, 0.125);
         const T* rows[kRows];
         std::vector<std::vector<T>> values;
         for (std::size_t r = 0; r < kRows; ++r) {
@@ -184,16 +196,13 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         for (std::size_t r = 0; r < kRows; ++r) {
           for (std::size_t j = 0; j < size; ++j) {
             const T x = values[r][j];
-            if (!plain::Present(x)) continue;
-            squares[j] += static_cast<double>(x) * static_cast<double>(x);
-            if (j < first) continue;
+            if (!plain::Present(x) || j < first) continue;
             sums[j] += plain::Rounded(x, t[r]);
             weightSums[j] += static_cast<double>(weights[r]);
           }
         }
         Guarded<double> actual(std::vector<double>(size, 0.25), 0);
         Guarded<double> actualWeights(std::vector<double>(size, 0.5), 0);
-        Guarded<double> actualSquares(std::vector<double>(size, 0.125), 0);
         const int from = static_cast<int>(first);
         const int n = static_cast<int>(size - first);
         if (gaps > 0.0) {
@@ -202,15 +211,60 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         } else {
           kernels.addRows(rows, t.data(), kRows, from, n, ahead, actual.get() + first);
         }
-        kernels.addSquares(rows, kRows, static_cast<int>(size), gaps > 0.0, actualSquares.get());
         for (std::size_t j = 0; j < size; ++j) {
           EXPECT_THAT(actual.get()[j], SameBits(sums[j])) << j << " of " << size;
-          EXPECT_THAT(actualSquares.get()[j], SameBits(squares[j])) << j << " of " << size;
           if (gaps > 0.0) {
             EXPECT_THAT(actualWeights.get()[j], SameBits(weightSums[j])) << j << " of " << size;
           }
         }
-        EXPECT_TRUE(actual.GuardsHold(size) && actualWeights.GuardsHold(size) && actualSquares.GuardsHold(size));
+        EXPECT_TRUE(actual.GuardsHold(size) && actualWeights.GuardsHold(size));
+      }
+    });
+  }
+
+  /// Eleven rows: some are added together, the rest one by one.
+  template <typename T>
+  static void SumsAboutCentresEqualThePlainLoops() {
+    const auto& kernels = ColumnSumKernels<T>::Current();
+    ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
+      for (const double gaps : {0.0, 0.3}) {
+        SCOPED_TRACE(::testing::Message() << size << " columns, gaps " << gaps);
+        constexpr std::size_t kRows = 11;
+        const auto about = plain::RandomElements<double>(size, 50);
+        const auto y = plain::RandomElements<double>(kRows, 51);
+        std::vector<Guarded<T>> guarded;
+        std::vector<std::vector<double>> expected(5, std::vector<double>(size, 0.25));
+        for (std::size_t r = 0; r < kRows; ++r) {
+          const auto row = plain::RandomElements<T>(size, static_cast<unsigned>(r), gaps);
+          guarded.emplace_back(row, misalignment);
+          for (std::size_t j = 0; j < size; ++j) {
+            if (!plain::Present(row[j])) continue;
+            const double difference = static_cast<double>(row[j]) - about[j];
+            expected[0][j] += static_cast<double>(row[j]);
+            expected[1][j] += difference * difference;
+            expected[2][j] += difference * y[r];
+            expected[3][j] += difference * difference;
+            expected[4][j] += y[r] * y[r];
+          }
+        }
+        std::vector<const T*> rows;
+        for (auto& row : guarded) rows.push_back(row.get());
+        std::vector<Guarded<double>> sums(5, Guarded<double>(std::vector<double>(size, 0.25), 0));
+        const int n = static_cast<int>(size);
+        kernels.addElements(rows.data(), kRows, n, gaps > 0.0, sums[0].get());
+        kernels.addSquaresAbout(rows.data(), kRows, n, gaps > 0.0, about.data(), sums[1].get());
+        for (std::size_t r = 0; r < kRows; ++r) {
+          if (gaps > 0.0) {
+            kernels.addProductsWithGaps(rows[r], y[r], n, about.data(), sums[2].get(), sums[3].get(), sums[4].get());
+          } else {
+            kernels.addProducts(rows[r], y[r], n, about.data(), sums[2].get(), sums[3].get());
+          }
+        }
+        for (std::size_t k = 0; k < (gaps > 0.0 ? 5 : 4); ++k) {
+          for (std::size_t j = 0; j < size; ++j)
+            EXPECT_THAT(sums[k].get()[j], SameBits(expected[k][j])) << k << ", " << j;
+          EXPECT_TRUE(sums[k].GuardsHold(size));
+        }
       }
     });
   }
@@ -286,6 +340,9 @@ class Kernels : public ::testing::TestWithParam<std::string> {
             "divide by a number", [&](T* x) { return kernels.divideByScalar(x, 0.3, x, n, hasGaps), -1; },
             [&](std::size_t i) { return gapOr(a[i] == kGap, wide(i) / 0.3); });
         check(
+            "standardise", [&](T* x) { return kernels.standardise(x, 0.3, 0.7, x, n, hasGaps), -1; },
+            [&](std::size_t i) { return gapOr(a[i] == kGap, (wide(i) - 0.3) / 0.7); });
+        check(
             "divide a number", [&](T* x) { return kernels.divideByElements(0.3, x, x, n, hasGaps), -1; },
             [&](std::size_t i) { return gapOr(a[i] == kGap, 0.3 / wide(i)); });
         check(
@@ -322,6 +379,11 @@ TEST_P(Kernels, RowProductsEqualThePlainLoops) {
 TEST_P(Kernels, ColumnSumsEqualThePlainLoops) {
   ColumnSumsEqualThePlainLoops<float>();
   ColumnSumsEqualThePlainLoops<double>();
+}
+
+TEST_P(Kernels, SumsAboutCentresEqualThePlainLoops) {
+  SumsAboutCentresEqualThePlainLoops<float>();
+  SumsAboutCentresEqualThePlainLoops<double>();
 }
 
 TEST_P(Kernels, DeflationEqualsThePlainLoop) {

@@ -41,7 +41,7 @@ TEST(IndexLookup, TheFirstOfEqualEntriesIsTaken) {
 
 TEST(IntPool, ThreadsNeverShareACell) {
   constexpr int kThreads = 3;
-  constexpr int kCells = 100000;  // three quarters of them stay, which takes many blocks
+  constexpr int kCells = 500000;  // three quarters of them stay, which takes many blocks
   std::vector<std::vector<int*>> cells(kThreads);
   std::barrier start(kThreads);
   std::vector<std::thread> threads;

@@ -1,12 +1,11 @@
 #include "voran/containers/data_matrix.h"
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <mutex>
-#include <stdexcept>
 #include <utility>
 
+#include "voran/containers/cell_count.h"
 #include "voran/containers/growth_rule.h"
 #include "voran/containers/missing_value.h"
 
@@ -23,23 +22,10 @@ NCDataMatrix<T>::NCDataMatrix() {
   colMisVal_ = counts.release();
 }
 
-namespace {
-
-/// Counts of missing elements are 32-bit.
-int NumberOfCells(int rows, int columns) {
-  const long long cells = static_cast<long long>(rows) * columns;
-  if (cells > std::numeric_limits<int>::max()) {
-    throw std::length_error("A matrix cannot hold more than 2147483647 missing elements.");
-  }
-  return static_cast<int>(cells);
-}
-
-}  // namespace
-
 template <typename T>
 NCDataMatrix<T>::NCDataMatrix(int rowCount, int columnCount, T value) : NCDataMatrix() {
   const bool missing = value == detail::kMissing<T>;
-  numMisVal_ = missing ? NumberOfCells(rowCount, columnCount) : 0;
+  numMisVal_ = missing ? detail::MissingCount(1LL * rowCount * columnCount) : 0;
   rows_ = new NCDataVector<T>[static_cast<std::size_t>(rowCount) + 1];
   rowCapacity_ = rowCount;
   numRows_ = rowCount;
@@ -112,12 +98,14 @@ void NCDataMatrix<T>::ForceUnlink() {
   colMisVal_->UnlinkedPtr();
 }
 
-/// Takes an array of rows of its own with room for `newCapacity`; the rows share their elements with the old ones.
+/// Takes an array of rows of its own with room for `newCapacity`, or for all rows if these are more (see ConcatRows);
+/// the rows share their elements with the old ones.
 template <typename T>
 void NCDataMatrix<T>::GrowRows(int newCapacity) {
   NCDataMatrix own;
-  own.rows_ = new NCDataVector<T>[static_cast<std::size_t>(newCapacity) + 1];
-  own.rowCapacity_ = newCapacity;
+  const int room = std::max(newCapacity, numRows_);
+  own.rows_ = new NCDataVector<T>[static_cast<std::size_t>(room) + 1];
+  own.rowCapacity_ = room;
   for (int i = 1; i <= numRows_; ++i) own.rows_[i] = rows_[i];
   *own.colMisVal_ = *colMisVal_;  // shares, as the rows do
   own.numRows_ = numRows_;
@@ -254,7 +242,7 @@ void NCDataMatrix<T>::CopyContent(const NCDataMatrix& m) {
 template <typename T>
 void NCDataMatrix<T>::SetAllValues(T value) {
   const bool missing = value == detail::kMissing<T>;
-  const int cells = missing ? NumberOfCells(numRows_, numColumns_) : 0;
+  const int cells = missing ? detail::MissingCount(1LL * numRows_ * numColumns_) : 0;
   ForceUnlink();  // may fail, and then nothing has changed
   for (int i = 1; i <= numRows_; ++i) rows_[i].SetAllValues(value);
   colMisVal_->SetAllValues(missing ? numRows_ : 0);

@@ -8,6 +8,7 @@
 #include "voran/containers/result_proxy.h"
 #include "voran/containers/vector_link.h"
 #include "voran/export.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -29,13 +30,17 @@ inline namespace voran {
 /// Threads: as for NCDataVector. The kernels below work on several threads themselves
 /// (NCMultiThreading::ThreadingControl sets how many) and give the same bits at any number of them.
 template <typename T>
-class VORAN_EXPORT NCDataMatrix {
+class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
  public:
+  using value_type = NCDataVector<T>;
+  using const_iterator = const NCDataVector<T>*;
+  using iterator = const_iterator;  ///< rows are written through members only, which unlink
+
   NCDataMatrix();
   NCDataMatrix(int rows, int columns, T value);
   NCDataMatrix(const NCDataMatrix& other);
   NCDataMatrix& operator=(const NCDataMatrix& other);
-  ~NCDataMatrix();
+  ~NCDataMatrix() override;
 
   void swap(NCDataMatrix& other) noexcept;
   void Clear();
@@ -206,9 +211,9 @@ class VORAN_EXPORT NCDataMatrix {
   NCDataMatrix& TransformToColumnScaled(NCDataVector<T>& v);
   /// Subtracts v from every row; a marker on either side leaves the cell as it is.
   NCDataMatrix& TransformToDotSubRowVector(const NCDataVector<T>& v);
-  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns elements.
-  /// A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero. The Impl
-  /// forms write to a matrix of the same size whose cells all are missing.
+  /// Cell (i, j) times or divided by v[i], with v of rows elements; the Pre forms take v[j], with v of columns
+  /// elements. A missing v[i] gives a missing row, or a missing v[j] a missing column. No guard on division by zero.
+  /// The Impl forms write to a matrix of the same size whose cells all are missing.
   NCDataMatrix DotMultiplyVector(const NCDataVector<T>& v) const;
   void DotMultiplyVectorImpl(const NCDataVector<T>& v, NCDataMatrix& result) const;
   NCDataMatrix DotDivideVector(const NCDataVector<T>& v) const;
@@ -293,13 +298,37 @@ class VORAN_EXPORT NCDataMatrix {
   NCDataVector<T> GetColumnCorrelation(const NCDataVector<T>& v, bool centred) const;
   void GetColumnCorrelationImpl(const NCDataVector<T>& v, NCDataVector<T>& result, bool centred) const;
   /// How crowded the place of each point is, from 0 to 1, by averaged shifted histograms. Here the rows are dimensions
-  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and `shifts`
-  /// are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory for
-  /// (shifts * bins) to the power of the dimensions: meant for two or three.
+  /// and the columns points; a point with a gap takes no part and scores as an empty place. Below 1, `bins` and
+  /// `shifts` are chosen by the number of points; from 5000 points on, `force` asks for the second grid. Takes memory
+  /// for (shifts * bins) to the power of the dimensions: meant for two or three.
   NCDataVector<T> GetDensity(int bins, int shifts, bool force) const;
   void GetDensityImpl(int bins, int shifts, bool force, NCDataVector<T>& result) const;
 
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+
+  /// The identity "NCDM", version 4; readers accept no other version.
+  struct DerivedStreamableData : VStreamableData {
+    using VStreamableData::VStreamableData;
+  };
+  static DerivedStreamableData MyStreamableData;
+
+  bool VStreamableStartWrite(std::ostream& stream) override;
+  /// The counts come from the stream and are not recounted. After a failure that comes behind the header, SizeRows() is
+  /// what the stream said, but there are no rows and no columns: then destroy the matrix, assign to it, Clear() it,
+  /// give it a size or read into it again.
+  bool VStreamableStartRead(std::istream& stream) override;
+  void VStreamableReset() override;
+  /// The version read last by any object of this class, and the one that is written.
+  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
+  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
+
  protected:
+  /// What follows the header, and the part of the bases by itself.
+  bool VStreamableWrite(std::ostream& stream);
+  bool VStreamableRead(std::istream& stream);
+  bool VStreamableWriteBases(std::ostream& stream);
+  bool VStreamableReadBases(std::istream& stream);
+
   /// A new array of SizeRows() + 1 pointers, entry i the 1-based base of row i; the caller deletes the array. With
   /// `borrow` false the buffers are handed over as well and the matrix is left empty: DeleteHandedOver() frees both.
   static T** GetMatrixAsPointerPointer(NCDataMatrix& m, bool borrow);
@@ -334,6 +363,16 @@ class VORAN_EXPORT NCDataMatrix {
   void SubMat(const NCDataMatrix& b, NCDataMatrix& result) const;
 
   void GrowRows(int newCapacity);
+  /// Every row gets a buffer of its own with room for `count` more elements.
+  void MakeRoomForColumns(int count);
+  /// Forms the column and total counts from the rows, whose own counts are right.
+  void CountAllRows();
+  void ReadStreamDirectory(std::istream& stream);
+  void ReadRows(std::istream& entry);
+  void FreeRows();
+  /// The counts as they are written.
+  std::int32_t StoredNumMisVal() const;
+  NCIntegralVector<int, -99> StoredColMisVal() const;
   void CountRow(const NCDataVector<T>& row, int sign);
   static void FillGapsAlternating(NCDataVector<T>& column);
   /// The two cases of AddFV. A product that falls on the marker is no missing score.
@@ -344,10 +383,11 @@ class VORAN_EXPORT NCDataMatrix {
   detail::VectorLink* link_;
   std::int32_t numColumns_ = 0;
   std::int32_t numRows_ = 0;
-  NCDataVector<T>* rows_ = nullptr;  ///< rowCapacity_ + 1 vectors, of which the first is not used
+  NCDataVector<T>* rows_ = nullptr;  ///< at least rowCapacity_ + 1 vectors, of which the first is not used
   NCIntegralVector<int, -99>* colMisVal_ = nullptr;
   std::int32_t numMisVal_ = 0;
-  std::int32_t rowCapacity_ = 0;
+  std::int32_t rowCapacity_ = 0;  ///< below numRows_ after ConcatRows
+  mutable detail::WalkMark streamed_;
 };
 
 extern template class NCDataMatrix<float>;

@@ -6,6 +6,7 @@
 
 #include <boost/thread/thread.hpp>
 
+#include "voran/containers/column_sums.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
@@ -184,7 +185,7 @@ void NCDataMatrix<T>::SpecialNipalsRegressRowsFixImpl(const NCDataVector<T>& v,
 template <typename T>
 double NCDataMatrix<T>::GetColumnSS(int c, double about) const {
   if ((*colMisVal_)[c] >= numRows_) return detail::kNoValue;
-  return NipalsPass<T>::ColumnSumOfSquares(*this, c, about);
+  return detail::ColumnSquaresAbout(*this, c, about);
 }
 
 template <typename T>
@@ -201,12 +202,13 @@ void NCDataMatrix<T>::GetNIPALSStartColumnImpl(NCDataVector<T>* result) const {
   int chosen = 1;
   if (numColumns_ != 1) {
     constexpr double kClearlyLarger = 1.000001;
-    NipalsPass<T> pass(*this);
-    pass.SumSquares();
+    const std::vector<double> zeros(static_cast<std::size_t>(numColumns_));
+    const std::vector<double> squares = detail::ColumnSquaresAbout(*this, zeros);
     double best = 0.0;
     for (int c = 1; c <= numColumns_; ++c) {
-      if ((*colMisVal_)[c] >= numRows_ || !(pass.Product(c) > best * kClearlyLarger)) continue;
-      best = pass.Product(c);
+      const double s = squares[static_cast<std::size_t>(c - 1)];
+      if ((*colMisVal_)[c] >= numRows_ || !(s > best * kClearlyLarger)) continue;
+      best = s;
       chosen = c;
     }
   }

@@ -8,6 +8,7 @@
 #include "voran/containers/result_proxy.h"
 #include "voran/containers/vector_link.h"
 #include "voran/export.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -24,8 +25,12 @@ inline namespace voran {
 /// Threads: one vector may be read and copied from several threads at a time, and vectors that share a buffer may be
 /// assigned, written and destroyed in different threads. An object that is written must have no other user.
 template <typename T>
-class VORAN_EXPORT NCDataVector {
+class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
  public:
+  using value_type = T;
+  using const_iterator = const T*;
+  using iterator = const_iterator;  ///< elements are written through members only, which unlink
+
   NCDataVector();
   /// n missing elements.
   explicit NCDataVector(int n);
@@ -33,7 +38,7 @@ class VORAN_EXPORT NCDataVector {
   NCDataVector(std::initializer_list<T> values);
   NCDataVector(const NCDataVector& other);
   NCDataVector& operator=(const NCDataVector& other);
-  ~NCDataVector();
+  ~NCDataVector() override;
 
   // Reading elements.
 
@@ -237,7 +242,30 @@ class VORAN_EXPORT NCDataVector {
   T* NewVec(int n, int& offset);
   void DeleteVec(T* p, int offset);
 
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+
+  /// The identity "NCDV", version 4; readers accept no other version.
+  struct DerivedStreamableData : VStreamableData {
+    using VStreamableData::VStreamableData;
+  };
+  static DerivedStreamableData MyStreamableData;
+
+  bool VStreamableStartWrite(std::ostream& stream) override;
+  /// The counts come from the stream and are not recounted. After a failure the vector is empty, with no capacity,
+  /// unless its header had been refused.
+  bool VStreamableStartRead(std::istream& stream) override;
+  void VStreamableReset() override;
+  /// The version read last by any object of this class, and the one that is written.
+  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
+  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
+
  protected:
+  /// What follows the header, and the part of the bases by itself.
+  bool VStreamableWrite(std::ostream& stream);
+  bool VStreamableRead(std::istream& stream);
+  bool VStreamableWriteBases(std::ostream& stream);
+  bool VStreamableReadBases(std::istream& stream);
+
   static void Add(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
   static void Subtract(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
   static void Subtract(NCDataVector& result, const NCDataVector& a, double d);
@@ -258,6 +286,9 @@ class VORAN_EXPORT NCDataVector {
   /// Opens a gap of unwritten elements; the missing count is untouched.
   void UnInitialisedInsert(int pos, int count);
   void ReplaceBuffer(T* fresh, int offset, int newCapacity);
+  bool ReadStreamDirectory(std::istream& stream);
+  /// The count as it is written.
+  std::int32_t StoredNumMisVal() const;
 
   std::int32_t alignOffset_ = 0;  ///< bytes between the allocation and data_
   std::int32_t size_ = 0;
@@ -265,6 +296,7 @@ class VORAN_EXPORT NCDataVector {
   detail::VectorLink* link_;
   std::int32_t numMisVal_ = 0;
   std::int32_t capacity_ = 0;
+  mutable detail::WalkMark streamed_;
 };
 
 extern template class NCDataVector<float>;

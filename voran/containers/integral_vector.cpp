@@ -13,6 +13,7 @@
 
 #include "voran/containers/growth_rule.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/position_list.h"
 
 inline namespace voran {
 
@@ -176,16 +177,8 @@ void NCIntegralVector<T, M>::RemoveValues(int first, int count) {
 
 template <typename T, int M>
 void NCIntegralVector<T, M>::Remove(const NCIntegralVector<int, -99>& positions) {
-  std::vector<bool> isRemoved(static_cast<std::size_t>(size_) + 1);
-  for (const int position : positions) {
-    if (position >= 1 && position <= size_) isRemoved[static_cast<std::size_t>(position)] = true;
-  }
   Unlink();
-  int kept = 0;
-  for (int i = 1; i <= size_; ++i) {
-    if (!isRemoved[static_cast<std::size_t>(i)]) data_.get()[++kept] = data_.get()[i];
-  }
-  size_ = kept;
+  size_ = detail::RemoveAt(positions, data_.get(), size_);
 }
 
 template <typename T, int M>

@@ -8,6 +8,7 @@
 #include <boost/smart_ptr/shared_array.hpp>
 
 #include "voran/export.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -26,7 +27,7 @@ enum class SortType : int { kAscending = 0, kDescending = 1, kUnsorted = 2 };
 /// not range-checked. Copies that share a buffer may be used in different threads; one vector may be mutated by one
 /// only. If memory runs out, std::bad_alloc leaves the vector as it was.
 template <typename T, int M>
-class VORAN_EXPORT NCIntegralVector {
+class VORAN_EXPORT NCIntegralVector : public virtual VStreamBase {
  public:
   using value_type = T;
   using size_type = int;
@@ -42,7 +43,7 @@ class VORAN_EXPORT NCIntegralVector {
   NCIntegralVector(const T* values, int n);
   NCIntegralVector(const NCIntegralVector&) noexcept = default;
   NCIntegralVector& operator=(const NCIntegralVector& other) noexcept;
-  ~NCIntegralVector() = default;
+  ~NCIntegralVector() override = default;
 
   bool operator==(const NCIntegralVector& other) const;
   /// The shorter vector is the smaller one; vectors of one size compare element by element.
@@ -139,7 +140,29 @@ class VORAN_EXPORT NCIntegralVector {
   /// Shuffles uniformly by std::rand, which the caller seeds.
   void Scramble();
 
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+
+  /// The identity "NCIV", version 4; readers accept no other version.
+  struct DerivedStreamableData : VStreamableData {
+    using VStreamableData::VStreamableData;
+  };
+  static DerivedStreamableData MyStreamableData;
+
+  bool VStreamableStartWrite(std::ostream& stream) override;
+  /// After a failure the vector is empty, unless its header had been refused.
+  bool VStreamableStartRead(std::istream& stream) override;
+  void VStreamableReset() override;
+  /// The version read last by any object of this class, and the one that is written.
+  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
+  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
+
  protected:
+  /// What follows the header, and the part of the bases by itself.
+  bool VStreamableWrite(std::ostream& stream);
+  bool VStreamableRead(std::istream& stream);
+  bool VStreamableWriteBases(std::ostream& stream);
+  bool VStreamableReadBases(std::istream& stream);
+
   /// Opens a gap of `count` undefined elements before `position`.
   void Insert(int position, int count);
 
@@ -166,10 +189,12 @@ class VORAN_EXPORT NCIntegralVector {
   void Unlink() { UnLinkVecPointer(data_, capacity_); }
   /// Unlinks, with room for `size` elements by the growth rule; keeps the elements.
   void UnlinkWithRoom(int size);
+  bool ReadElements(std::istream& entry);
 
   int size_ = 0;
   int capacity_ = 0;
   boost::shared_array<T> data_;  ///< capacity_ + 1 elements, of which the first is not used
+  mutable detail::WalkMark streamed_;
 };
 
 extern template class NCIntegralVector<int, -99>;

@@ -1,13 +1,12 @@
 #include "voran/containers/mat_utilities.h"
 
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <mutex>
 
-#include "voran/containers/missing_value.h"
+#include "voran/containers/data_vector.h"
 
 inline namespace voran {
 namespace NCMatUtilities {
@@ -23,33 +22,6 @@ struct CallbackSlot {
 CallbackSlot& GetCallbackSlot() {
   static CallbackSlot slot;
   return slot;
-}
-
-struct SlopeStatistics {
-  double mean = detail::kNoValue;
-  double stdDev = detail::kNoValue;
-};
-
-SlopeStatistics GetStatistics(const std::vector<float>& values) {
-  SlopeStatistics result;
-  double sum = 0.0;
-  int count = 0;
-  for (const float value : values) {
-    if (value == detail::kMissing<float>) continue;
-    sum += value;
-    ++count;
-  }
-  if (count == 0) return result;
-  result.mean = sum / count;
-  if (result.mean == detail::kNoValue) result.mean += -1e-5;  // a mean of present values must not read as missing
-
-  if (count < 2) return result;
-  double squares = 0.0;
-  for (const float value : values) {
-    if (value != detail::kMissing<float>) squares += (value - result.mean) * (value - result.mean);
-  }
-  result.stdDev = std::sqrt(squares / (count - 1));
-  return result;
 }
 
 }  // namespace
@@ -76,11 +48,14 @@ float NCGetQuietNaN() {
 
 bool HasVectorConstantSlope(const std::vector<float>& v) {
   if (v.empty()) return false;
-  std::vector<float> steps(v.size() - 1);
-  for (std::size_t i = 0; i < steps.size(); ++i) steps[i] = v[i] - v[i + 1];
-  const SlopeStatistics statistics = GetStatistics(steps);
-  const double mean = static_cast<float>(statistics.mean);
-  const auto ratio = static_cast<float>(mean / (statistics.stdDev + mean));
+  const int count = static_cast<int>(v.size()) - 1;
+  NCDataVector<float> steps(count);
+  for (int i = 1; i <= count; ++i) {
+    const auto at = static_cast<std::size_t>(i);
+    steps(i, v[at - 1] - v[at]);
+  }
+  const double mean = static_cast<float>(steps.GetMean());
+  const auto ratio = static_cast<float>(mean / (steps.GetStdDev() + mean));
   return static_cast<double>(ratio) > 0.99;
 }
 

@@ -178,37 +178,6 @@ void NipalsPass<T>::SumColumnRange(const NCDataVector<T>& v, Weight weight, int 
 }
 
 template <typename T>
-void NipalsPass<T>::SumSquares() {
-  ReserveSums();
-  const ColumnTask task{nullptr, false, Weight::kSquare, 0, numColumns_, true};
-  ParallelFor(blocks_.count, threads_, [&](int block) {
-    ClearBlock(block, task);
-    for (int i = FirstRow(block); i < EndRow(block); ++i) {
-      kernels_.addSquares(&rows_[static_cast<std::size_t>(i)], 1, numColumns_, HasGaps(i), Sums(block));
-    }
-  });
-  CombineColumns();
-}
-
-template <typename T>
-double NipalsPass<T>::ColumnSumOfSquares(const NCDataMatrix<T>& matrix, int column, double about) {
-  const RowBlocks blocks(matrix.SizeRows(), matrix.SizeColumns());
-  double total = 0.0;
-  for (int first = 1; first <= matrix.SizeRows(); first += blocks.rowsPerBlock) {
-    const int end = std::min(first + blocks.rowsPerBlock, matrix.SizeRows() + 1);
-    double sum = 0.0;
-    for (int i = first; i < end; ++i) {
-      const T x = matrix[i][column];
-      if (x == kMissing<T>) continue;
-      const double difference = static_cast<double>(x) - about;
-      sum += difference * difference;
-    }
-    total += sum;
-  }
-  return total;
-}
-
-template <typename T>
 PairSums NipalsPass<T>::OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column) {
   const RowBlocks blocks(matrix.SizeRows(), matrix.SizeColumns());
   double product = 0.0;

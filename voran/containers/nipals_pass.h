@@ -51,11 +51,6 @@ class NipalsPass {
   /// To be called before SumColumnRange(), and CombineColumns() after all its calls.
   void ReserveSums();
   void CombineColumns();
-  /// Sums of squares of the present elements of every column: then Product() holds.
-  void SumSquares();
-  /// Sum of squared differences from `about` over the present elements of one column, formed in double; the same bits
-  /// as from SumSquares() for an `about` of 0.
-  static double ColumnSumOfSquares(const NCDataMatrix<T>& matrix, int column, double about);
   /// The product and the paired squares of one column, nothing else: the same bits as from SumColumns(v).
   static PairSums OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column);
 

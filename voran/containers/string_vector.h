@@ -7,6 +7,7 @@
 #include <boost/smart_ptr/shared_ptr.hpp>
 
 #include "voran/export.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -17,7 +18,7 @@ inline namespace voran {
 ///
 /// A search or sort with `caseSensitive` compares bytes; one without compares as VrStdString::CompareNoCase does with
 /// the global locale of the moment.
-class VORAN_EXPORT NCStringVector {
+class VORAN_EXPORT NCStringVector : public VStreamBase {
  public:
   using value_type = std::string;
   using size_type = int;
@@ -31,7 +32,7 @@ class VORAN_EXPORT NCStringVector {
   NCStringVector(const NCStringVector&) noexcept = default;
   NCStringVector(NCStringVector&&) noexcept = default;
   NCStringVector& operator=(NCStringVector other) noexcept;
-  ~NCStringVector() = default;
+  ~NCStringVector() override = default;
   void swap(NCStringVector& other) noexcept { strings_.swap(other.strings_); }
 
   bool operator==(const NCStringVector& other) const;
@@ -77,6 +78,29 @@ class VORAN_EXPORT NCStringVector {
   static void Convert(const NCStringVector& from, std::vector<std::string>& to);
   static void Convert(const std::vector<std::string>& from, NCStringVector& to);
 
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+
+  /// The identity "NCSV", version 2; readers accept no other version.
+  struct DerivedStreamableData : VStreamableData {
+    using VStreamableData::VStreamableData;
+  };
+  static DerivedStreamableData MyStreamableData;
+
+  bool VStreamableStartWrite(std::ostream& stream) override;
+  /// After a failure the vector is empty, unless its header had been refused.
+  bool VStreamableStartRead(std::istream& stream) override;
+  void VStreamableReset() override;
+  /// The version read last by any object of this class, and the one that is written.
+  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
+  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
+
+ protected:
+  /// What follows the header, and the part of the bases by itself.
+  bool VStreamableWrite(std::ostream& stream);
+  bool VStreamableRead(std::istream& stream);
+  bool VStreamableWriteBases(std::ostream& stream);
+  bool VStreamableReadBases(std::istream& stream);
+
  private:
   void Unlink() {
     if (strings_.use_count() != 1) ForceUnlink();
@@ -86,7 +110,10 @@ class VORAN_EXPORT NCStringVector {
   std::vector<int> SortedOrder(bool ascending, bool caseSensitive, bool numeric) const;
   void Reorder(const std::vector<int>& order);
 
+  bool ReadStrings(std::istream& entry);
+
   boost::shared_ptr<std::vector<std::string>> strings_;  ///< null for an empty vector that has never held any
+  mutable detail::WalkMark streamed_;
 };
 
 }  // namespace voran

@@ -44,6 +44,13 @@ struct Quotient {
   }
 };
 
+struct UnguardedQuotient {
+  template <typename T>
+  static HWY_INLINE T Of(T a, T b) {
+    return a / b;
+  }
+};
+
 /// The result is counted wherever a marker may come out of the operation: from a gap or from a division by zero.
 template <class Operation, bool AlwaysCount, typename T>
 int Combine(const T* a, const T* b, T* out, int n, GapMode mode) {
@@ -104,6 +111,12 @@ void DivideByScalar(const T* a, double divisor, T* out, int n, bool hasGaps) {
 }
 
 template <typename T>
+void Standardise(const T* a, double mean, double stdDev, T* out, int n, bool hasGaps) {
+  Map(a, out, n, hasGaps,
+      [mean, stdDev](T x) HWY_ATTR { return static_cast<T>((static_cast<double>(x) - mean) / stdDev); });
+}
+
+template <typename T>
 void SubtractScaled(T* y, double d, const T* v, int n, GapMode mode) {
   if (mode == kNoGaps) {
     for (int i = 0; i < n; ++i) y[i] = static_cast<T>(static_cast<double>(y[i]) - d * static_cast<double>(v[i]));
@@ -132,10 +145,12 @@ const ElementwiseKernels<T>& Table() {
                                                    Combine<Difference, false, T>,
                                                    Combine<Product, false, T>,
                                                    Combine<Quotient, true, T>,
+                                                   Combine<UnguardedQuotient, false, T>,
                                                    Scale<T>,
                                                    SubtractScalar<T>,
                                                    DivideByElements<T>,
                                                    DivideByScalar<T>,
+                                                   Standardise<T>,
                                                    SubtractScaled<T>,
                                                    Abs<T>,
                                                    Sqrt<T>,

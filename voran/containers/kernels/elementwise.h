@@ -18,12 +18,16 @@ struct ElementwiseKernels {
   int (*multiply)(const T* a, const T* b, T* out, int n, GapMode mode);
   /// a / b; a divisor of exactly 0 gives a missing element.
   int (*divide)(const T* a, const T* b, T* out, int n, GapMode mode);
+  /// The same without a test for zero divisors.
+  int (*divideUnguarded)(const T* a, const T* b, T* out, int n, GapMode mode);
 
   int (*scale)(const T* a, double factor, T* out, int n, bool hasGaps);
   void (*subtractScalar)(const T* a, double d, T* out, int n, bool hasGaps);
   void (*divideByElements)(double numerator, const T* a, T* out, int n, bool hasGaps);
   /// a[i] / divisor
   void (*divideByScalar)(const T* a, double divisor, T* out, int n, bool hasGaps);
+  /// (a[i] - mean) / stdDev
+  void (*standardise)(const T* a, double mean, double stdDev, T* out, int n, bool hasGaps);
   /// y[i] -= d * v[i]; a missing v[i] makes y[i] missing.
   void (*subtractScaled)(T* y, double d, const T* v, int n, GapMode mode);
 

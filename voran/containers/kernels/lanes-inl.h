@@ -52,6 +52,15 @@ HWY_INLINE auto IsPresent(NarrowVec<T> v) {
   return hn::Ne(v, hn::Set(Narrow<T>(), kMissing<T>));
 }
 
+/// v - about, in double; 0 where the element v is missing.
+template <bool HasGaps, typename T>
+HWY_INLINE WideVec DifferenceFrom(NarrowVec<T> v, double about) {
+  const auto wide = Widen(v);
+  const auto difference = hn::Sub(wide, hn::Set(Wide(), about));
+  if constexpr (!HasGaps) return difference;
+  return hn::IfThenElseZero(hn::Ne(wide, hn::Set(Wide(), kNoValue)), difference);
+}
+
 /// Loads a whole vector.
 template <typename T>
 struct FullLoad {

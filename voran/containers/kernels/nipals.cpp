@@ -194,32 +194,6 @@ void AddRowsWithGaps(const T* const* rows, const T* t, const T* weights, int num
 }
 
 template <bool HasGaps, typename T>
-HWY_INLINE void AddSquaresOfRow(const T* row, std::size_t n, double* sums) {
-  std::size_t j = 0;
-  for (; j + kLanes <= n; j += kLanes) {
-    auto x = hn::LoadU(Narrow<T>(), row + j);
-    if constexpr (HasGaps) x = hn::IfThenElseZero(IsPresent<T>(x), x);
-    const auto wide = Widen(x);
-    hn::StoreU(hn::Add(hn::LoadU(Wide(), sums + j), hn::Mul(wide, wide)), Wide(), sums + j);
-  }
-  for (; j < n; ++j) {
-    const auto wide = static_cast<double>(row[j]);
-    if (!HasGaps || row[j] != kMissing<T>) sums[j] += wide * wide;
-  }
-}
-
-template <typename T>
-void AddSquares(const T* const* rows, int numRows, int n, bool hasGaps, double* sums) {
-  for (int r = 0; r < numRows; ++r) {
-    if (hasGaps) {
-      AddSquaresOfRow<true>(rows[r], static_cast<std::size_t>(n), sums);
-    } else {
-      AddSquaresOfRow<false>(rows[r], static_cast<std::size_t>(n), sums);
-    }
-  }
-}
-
-template <bool HasGaps, typename T>
 HWY_INLINE void AddScaledIn(T* row, T f, const T* b, std::size_t n) {
   const hn::CappedTag<T, kAccumulators> d;  // element by element: full vectors
   const std::size_t lanes = hn::MaxLanes(d);
@@ -249,8 +223,8 @@ void AddScaled(T* row, T f, const T* b, int n, bool rowHasGaps) {
 
 template <typename T>
 const NipalsKernels<T>& Table() {
-  static constexpr NipalsKernels<T> kTable = {RowProducts<T>,     RowProductsWithGaps<T>, AddRows<T>,
-                                              AddRowsWithGaps<T>, AddSquares<T>,          AddScaled<T>};
+  static constexpr NipalsKernels<T> kTable = {RowProducts<T>, RowProductsWithGaps<T>, AddRows<T>, AddRowsWithGaps<T>,
+                                              AddScaled<T>};
   return kTable;
 }
 

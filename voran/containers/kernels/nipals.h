@@ -31,9 +31,6 @@ struct NipalsKernels {
   void (*addRowsWithGaps)(const T* const* rows, const T* t, const T* weights, int numRows, int first, int n,
                           RowsAhead<T> ahead, double* sums, double* weightSums);
 
-  /// sums[j] += rows[r][j] squared in double, over present elements.
-  void (*addSquares)(const T* const* rows, int numRows, int n, bool hasGaps, double* sums);
-
   /// row[j] += f * b[j] in the element type; a gap stays one if `rowHasGaps`. b is taken as it is.
   void (*addScaled)(T* row, T f, const T* b, int n, bool rowHasGaps);
 

@@ -104,6 +104,27 @@ PairSums PairSumsOf(const T* a, const T* b, int n, GapMode mode) {
   return InMode(mode, [&](auto constantMode) HWY_ATTR { return PairSumsIn<constantMode>(a, b, n); });
 }
 
+template <bool HasGaps, typename T>
+struct ElementTerms {
+  const T* a;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    out[0] = DifferenceFrom<HasGaps, T>(load(a), 0.0);
+  }
+};
+
+template <typename T>
+double Sum(const T* a, int n, bool hasGaps) {
+  double sum;
+  if (hasGaps) {
+    Reduce<T, double, 1>(ElementTerms<true, T>{a}, n, &sum);
+  } else {
+    Reduce<T, double, 1>(ElementTerms<false, T>{a}, n, &sum);
+  }
+  return sum;
+}
+
 template <GapMode Mode, typename T>
 struct SquareTerms {
   const T* a;
@@ -133,13 +154,7 @@ struct SquareAboutTerms {
 
   template <class Load>
   HWY_INLINE void operator()(Load load, WideVec* out) const {
-    const auto v = load(a);
-    auto difference = hn::Sub(Widen(v), hn::Set(Wide(), about));
-    if constexpr (HasGaps) {
-      // A present element is widened as 1, a gap as 0: a mask of floats has another width than one of doubles.
-      const auto one = hn::IfThenElseZero(IsPresent<T>(v), hn::Set(Narrow<T>(), static_cast<T>(1)));
-      difference = hn::IfThenElseZero(hn::Ne(Widen(one), hn::Zero(Wide())), difference);
-    }
+    const auto difference = DifferenceFrom<HasGaps, T>(load(a), about);
     out[0] = load.OnlyLoaded(hn::Mul(difference, difference));
   }
 };
@@ -153,6 +168,32 @@ double SumOfSquaresAbout(const T* a, double about, int n, bool hasGaps) {
     Reduce<T, double, 1>(SquareAboutTerms<false, T>{a, about}, n, &sum);
   }
   return sum;
+}
+
+template <bool HasGaps, typename T>
+struct ScorePowerTerms {
+  const T* a;
+  double mean;
+  double stdDev;
+
+  template <class Load>
+  HWY_INLINE void operator()(Load load, WideVec* out) const {
+    const auto z = hn::Div(DifferenceFrom<HasGaps, T>(load(a), mean), hn::Set(Wide(), stdDev));
+    const auto square = hn::Mul(z, z);
+    out[0] = load.OnlyLoaded(hn::Mul(square, z));
+    out[1] = load.OnlyLoaded(hn::Mul(square, square));
+  }
+};
+
+template <typename T>
+ScorePowers ScorePowersOf(const T* a, double mean, double stdDev, int n, bool hasGaps) {
+  double sums[2];
+  if (hasGaps) {
+    Reduce<T, double, 2>(ScorePowerTerms<true, T>{a, mean, stdDev}, n, sums);
+  } else {
+    Reduce<T, double, 2>(ScorePowerTerms<false, T>{a, mean, stdDev}, n, sums);
+  }
+  return {sums[0], sums[1]};
 }
 
 template <GapMode Mode, typename T>
@@ -184,8 +225,8 @@ DistanceSums DistanceSumsOf(const T* a, const T* b, int n, GapMode mode) {
 
 template <typename T>
 const ReductionKernels<T>& Table() {
-  static constexpr ReductionKernels<T> kTable = {DotProduct<T>, PairSumsOf<T>, SumOfSquares<T>, SumOfSquaresAbout<T>,
-                                                 DistanceSumsOf<T>};
+  static constexpr ReductionKernels<T> kTable = {
+      DotProduct<T>, PairSumsOf<T>, Sum<T>, SumOfSquares<T>, SumOfSquaresAbout<T>, ScorePowersOf<T>, DistanceSumsOf<T>};
   return kTable;
 }
 
