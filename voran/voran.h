@@ -13,6 +13,7 @@
 #include "voran/containers/result_proxy.h"
 #include "voran/containers/simd_target.h"
 #include "voran/containers/string_vector.h"
+#include "voran/containers/svd.h"
 #include "voran/export.h"
 #include "voran/models/pca.h"
 #include "voran/platform/exception.h"

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/matrix_values.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/containers/plain_reference.h"
 
@@ -18,13 +19,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
+using values::Elements;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-template <typename T>
-std::vector<T> Elements(const NCDataVector<T>& v) {
-  return {v.begin(), v.end()};
-}
 
 template <typename T>
 int Recount(const NCDataVector<T>& v) {
@@ -42,6 +39,10 @@ class DataVector : public ::testing::Test {
     Vector v;
     v.CopyZeroBasedVector(values.data(), static_cast<int>(values.size()));
     return v;
+  }
+
+  static NCIntegralVector<int, -99> At(std::initializer_list<int> positions) {
+    return {positions.begin(), static_cast<int>(positions.size())};
   }
 
   static Vector Sample() { return {1, kGap, 2, kGap, 3}; }
@@ -86,6 +87,31 @@ class DataVector : public ::testing::Test {
         {"push back missing", [](Vector& v) { v.push_back(kGap); }, {1, kGap, 2, kGap, 3, kGap}},
         {"remove values", [](Vector& v) { v.RemoveValues(2, 3); }, {1, 3}},
         {"remove a value", [](Vector& v) { v.Remove(2); }, {1, kGap, kGap, 3}},
+        {"remove positions",
+         [](Vector& v) {
+           v.Remove(At({5, 2, 9, 2}));
+         },
+         {1, 2, kGap}},
+        {"reduce",
+         [](Vector& v) {
+           v.Reduce(At({5, 2, 5}));
+         },
+         {3, kGap, 3}},
+        {"reduce safely",
+         [](Vector& v) {
+           v.SafeReduce(At({6, 5, 0}));
+         },
+         {kGap, 3, kGap}},
+        {"sort", [](Vector& v) { v.Sort(nullptr, true); }, {3, 2, 1, kGap, kGap}},
+        {"lag", [](Vector& v) { v.Lag(2); }, {kGap, kGap, 1, kGap, 2}},
+        {"lag by everything", [](Vector& v) { v.Lag(6); }, std::vector<T>(5, kGap)},
+        {"interpolate", [](Vector& v) { v.InterpolateMisVals(nullptr); }, {1, 1.5, 2, 2.5, 3}},
+        {"detrend",
+         [](Vector& v) {
+           double mean;
+           v.DetrendMean(mean);
+         },
+         {-1, kGap, 0, kGap, 1}},
         {"add", [=](Vector& v) { v += five; }, {2, kGap, kGap, kGap, 5}},
         {"subtract", [=](Vector& v) { v -= five; }, {0, kGap, kGap, kGap, 1}},
         {"subtract itself",

@@ -404,6 +404,42 @@ TEST_P(Kernels, AGapBesideAnInfinityAddsNothing) {
   EXPECT_EQ(squares, 0.0);
 }
 
+TEST_P(Kernels, ANaNBesideAGapIsPresent) {
+  std::vector<float> x(40, 1.0f);
+  x[3] = -99.0f;
+  x[5] = std::numeric_limits<float>::quiet_NaN();
+  const float* const row = x.data();
+  const std::vector<float> ones(40, 1.0f);
+  const std::vector<double> zeros(40);
+  const auto& reductions = ReductionKernels<float>::Current();
+  EXPECT_TRUE(std::isnan(reductions.sum(row, 40, true)));
+  EXPECT_TRUE(std::isnan(reductions.sumOfSquares(row, 40, true)));
+  EXPECT_TRUE(std::isnan(reductions.sumOfSquaresAbout(row, 1.0, 40, true)));
+  EXPECT_TRUE(std::isnan(reductions.pairSums(ones.data(), row, 40, detail::kSecondHasGaps).product));
+  EXPECT_TRUE(std::isnan(reductions.pairSums(row, row, 40, detail::kBothHaveGaps).product));
+  const auto& nipals = NipalsKernels<float>::Current();
+  double product;
+  double squares;
+  nipals.rowProductsWithGaps(&row, 1, ones.data(), false, 40, {}, &product, &squares);
+  EXPECT_TRUE(std::isnan(product));
+  EXPECT_EQ(squares, 39.0);
+  nipals.rowProductsWithGaps(&row, 1, row, true, 40, {}, &product, &squares);
+  EXPECT_TRUE(std::isnan(squares));
+  auto sums = zeros;
+  auto weights = zeros;
+  nipals.addRowsWithGaps(&row, ones.data(), ones.data(), 1, 0, 40, {}, sums.data(), weights.data());
+  EXPECT_TRUE(std::isnan(sums[5]));
+  EXPECT_EQ(weights[5], 1.0);
+  sums = zeros;
+  ColumnSumKernels<float>::Current().addElements(&row, 1, 40, true, sums.data());
+  EXPECT_TRUE(std::isnan(sums[5]));
+  EXPECT_EQ(sums[3], 0.0);
+  std::vector<float> deflated = x;
+  nipals.addScaled(deflated.data(), 1.0f, ones.data(), 40, true);
+  EXPECT_TRUE(std::isnan(deflated[5]));
+  EXPECT_EQ(deflated[3], -99.0f);
+}
+
 INSTANTIATE_TEST_SUITE_P(Targets, Kernels, ::testing::ValuesIn(SimdTarget::GetAvailable()),
                          [](const auto& target) { return target.param; });
 

@@ -191,6 +191,13 @@ void NCDataMatrix<T>::CountRow(const NCDataVector<T>& row, int sign) {
 }
 
 template <typename T>
+void NCDataMatrix<T>::CountAllRows() {
+  colMisVal_->SetAllValues(0);
+  numMisVal_ = 0;
+  for (int i = 1; i <= numRows_; ++i) CountRow(rows_[i], 1);
+}
+
+template <typename T>
 NCDataMatrix<T>& NCDataMatrix<T>::SetSize(int rowCount, int columnCount) {
   if (rowCount == numRows_ && columnCount == numColumns_) return *this;
   NCDataMatrix fresh(rowCount, columnCount, detail::kMissing<T>);

@@ -228,6 +228,10 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   void SNVImpl(NCDataMatrix& result) const;
 
   // Products and element-wise operators. Sizes are the caller's care; an operator's operands have the same size.
+  //
+  // An element of a product of matrices is one sum over its terms in their order, so that A B and A (B')' have the same
+  // bits, with gaps or without. These products work on the calling thread, with scratch memory of some 400 KiB and, for
+  // operands with gaps, a bit for each of their elements. A result may be, or share with, an operand.
 
   /// A B, A'B, AB' or A'B', with A this matrix. Sums run over pairs present; a cell without any pair is missing in A B
   /// and, with `keepMissing`, in the others, where it is 0 otherwise. The Impl form writes to a matrix of the right
@@ -361,12 +365,19 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   void MulMat(double d, NCDataMatrix& result) const;
   void AddMat(const NCDataMatrix& b, NCDataMatrix& result) const;
   void SubMat(const NCDataMatrix& b, NCDataMatrix& result) const;
+  /// Any of the four products; true if an operand has gaps. A sum that falls on the marker is not counted.
+  bool MultiplyInto(const NCDataMatrix& b, bool transposeThis, bool transposeOther, bool keepMissing,
+                    NCDataMatrix& result) const;
+  /// The first element of every row, for writing; nothing may be shared.
+  std::vector<T*> RowPointers();
+  /// Forms the column and total counts from the rows, whose own counts are right.
+  void CountAllRows();
+  /// Forms all counts from the elements.
+  void CountMarkers();
 
   void GrowRows(int newCapacity);
   /// Every row gets a buffer of its own with room for `count` more elements.
   void MakeRoomForColumns(int count);
-  /// Forms the column and total counts from the rows, whose own counts are right.
-  void CountAllRows();
   void ReadStreamDirectory(std::istream& stream);
   void ReadRows(std::istream& entry);
   void FreeRows();

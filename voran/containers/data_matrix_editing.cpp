@@ -130,13 +130,6 @@ void NCDataMatrix<T>::SetRow(int r, const NCDataVector<T>& v) {
   CountRow(row, 1);
 }
 
-template <typename T>
-void NCDataMatrix<T>::CountAllRows() {
-  colMisVal_->SetAllValues(0);
-  numMisVal_ = 0;
-  for (int i = 1; i <= numRows_; ++i) CountRow(rows_[i], 1);
-}
-
 // Columns.
 
 template <typename T>

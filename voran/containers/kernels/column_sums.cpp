@@ -39,7 +39,7 @@ HWY_INLINE hn::Vec<D> LoadWide(D d, const T* p) {
 template <bool HasGaps, class D>
 HWY_INLINE hn::Vec<D> IfPresent(D d, hn::Vec<D> x, hn::Vec<D> value) {
   if constexpr (!HasGaps) return value;
-  return hn::IfThenElseZero(hn::Ne(x, hn::Set(d, kNoValue)), value);
+  return hn::IfThenZeroElse(hn::Eq(x, hn::Set(d, kNoValue)), value);
 }
 
 struct ElementTerm {

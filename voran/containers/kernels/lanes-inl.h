@@ -47,9 +47,10 @@ HWY_INLINE WideVec Widen(WideVec v) {
   return v;
 }
 
+/// Tested by equality, as Ne() is false of a NaN on some instruction sets, and a NaN is present.
 template <typename T>
-HWY_INLINE auto IsPresent(NarrowVec<T> v) {
-  return hn::Ne(v, hn::Set(Narrow<T>(), kMissing<T>));
+HWY_INLINE auto IsMissing(NarrowVec<T> v) {
+  return hn::Eq(v, hn::Set(Narrow<T>(), kMissing<T>));
 }
 
 /// v - about, in double; 0 where the element v is missing.
@@ -58,7 +59,7 @@ HWY_INLINE WideVec DifferenceFrom(NarrowVec<T> v, double about) {
   const auto wide = Widen(v);
   const auto difference = hn::Sub(wide, hn::Set(Wide(), about));
   if constexpr (!HasGaps) return difference;
-  return hn::IfThenElseZero(hn::Ne(wide, hn::Set(Wide(), kNoValue)), difference);
+  return hn::IfThenZeroElse(hn::Eq(wide, hn::Set(Wide(), kNoValue)), difference);
 }
 
 /// Loads a whole vector.

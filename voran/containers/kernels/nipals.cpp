@@ -79,10 +79,10 @@ struct GappedRowTerms {
   HWY_INLINE void operator()(Load load, WideVec* out) const {
     const auto x = load(row);
     const auto vp = load(p);
-    auto paired = IsPresent<T>(x);
-    if constexpr (PHasGaps) paired = hn::And(paired, IsPresent<T>(vp));
-    out[0] = Widen(hn::IfThenElseZero(paired, hn::Mul(x, vp)));
-    out[1] = Widen(hn::IfThenElseZero(paired, hn::Mul(vp, vp)));
+    auto isGap = IsMissing<T>(x);
+    if constexpr (PHasGaps) isGap = hn::Or(isGap, IsMissing<T>(vp));
+    out[0] = Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, vp)));
+    out[1] = Widen(hn::IfThenZeroElse(isGap, hn::Mul(vp, vp)));
   }
 };
 
@@ -160,9 +160,9 @@ HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T*
     auto weightSum = hn::LoadU(Wide(), weightSums + j);
     for (int r = 0; r < Rows; ++r) {
       const auto x = hn::LoadU(Narrow<T>(), row[r] + j);
-      const auto present = IsPresent<T>(x);
-      sum = hn::Add(sum, Widen(hn::IfThenElseZero(present, hn::Mul(x, factor[r]))));
-      weightSum = hn::Add(weightSum, Widen(hn::IfThenElseZero(present, weight[r])));
+      const auto isGap = IsMissing<T>(x);
+      sum = hn::Add(sum, Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, factor[r]))));
+      weightSum = hn::Add(weightSum, Widen(hn::IfThenZeroElse(isGap, weight[r])));
     }
     hn::StoreU(sum, Wide(), sums + j);
     hn::StoreU(weightSum, Wide(), weightSums + j);
@@ -202,7 +202,7 @@ HWY_INLINE void AddScaledIn(T* row, T f, const T* b, std::size_t n) {
   for (; j + lanes <= n; j += lanes) {
     const auto x = hn::LoadU(d, row + j);
     auto sum = hn::Add(x, hn::Mul(factor, hn::LoadU(d, b + j)));
-    if constexpr (HasGaps) sum = hn::IfThenElse(hn::Ne(x, hn::Set(d, kMissing<T>)), sum, x);
+    if constexpr (HasGaps) sum = hn::IfThenElse(hn::Eq(x, hn::Set(d, kMissing<T>)), x, sum);
     hn::StoreU(sum, d, row + j);
   }
   for (; j < n; ++j) {

@@ -38,11 +38,11 @@ HWY_INLINE NarrowVec<T> KeepPairs(NarrowVec<T> v, NarrowVec<T> a, NarrowVec<T> b
   if constexpr (Mode == kNoGaps) {
     return v;
   } else if constexpr (Mode == kFirstHasGaps) {
-    return hn::IfThenElseZero(IsPresent<T>(a), v);
+    return hn::IfThenZeroElse(IsMissing<T>(a), v);
   } else if constexpr (Mode == kSecondHasGaps) {
-    return hn::IfThenElseZero(IsPresent<T>(b), v);
+    return hn::IfThenZeroElse(IsMissing<T>(b), v);
   } else {
-    return hn::IfThenElseZero(hn::And(IsPresent<T>(a), IsPresent<T>(b)), v);
+    return hn::IfThenZeroElse(hn::Or(IsMissing<T>(a), IsMissing<T>(b)), v);
   }
 }
 

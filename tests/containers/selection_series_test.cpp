@@ -1,0 +1,318 @@
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/containers/matrix_values.h"
+#include "tests/containers/plain_reference.h"
+#include "voran/containers/data_vector.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
+using values::Elements;
+using values::Vector;
+using Positions = NCIntegralVector<int, -99>;
+
+constexpr double kVertical = 3.4028234663852886e38;
+constexpr double kUntouched = 12345.0;
+/// The same sums in another order, and a quotient or two.
+constexpr double kTolerance = 1e-11;
+
+Positions At(std::initializer_list<int> positions) {
+  return {positions.begin(), static_cast<int>(positions.size())};
+}
+
+template <typename T>
+class SelectionAndSeries : public ::testing::Test {
+ protected:
+  static constexpr T kGap = plain::kGap<T>;
+
+  static int Recount(const NCDataVector<T>& v) { return static_cast<int>(std::count(v.begin(), v.end(), kGap)); }
+
+  /// The line through the pairs, from the textbook.
+  static void ExpectLine(const std::vector<T>& y, const std::vector<T>* x) {
+    double n = 0.0;
+    double sums[4] = {};
+    for (std::size_t i = 0; i < y.size(); ++i) {
+      if (!plain::Present(y[i])) continue;
+      const T xi = x == nullptr ? static_cast<T>(i + 1) : (*x)[i];
+      n += 1.0;
+      sums[0] += static_cast<double>(xi);
+      sums[1] += static_cast<double>(y[i]);
+      sums[2] += plain::Rounded(xi, xi);
+      sums[3] += static_cast<double>(xi) * static_cast<double>(y[i]);
+    }
+    const double expectedSlope = (sums[3] - sums[0] * sums[1] / n) / (sums[2] - sums[0] * sums[0] / n);
+    const double expectedIntercept = (sums[1] - expectedSlope * sums[0]) / n;
+    double intercept = kUntouched;
+    double slope = kUntouched;
+    const NCDataVector<T> xVector = Vector(x == nullptr ? y : *x);
+    ASSERT_TRUE(Vector(y).LeastSquare(x == nullptr ? nullptr : &xVector, intercept, slope));
+    EXPECT_NEAR(slope, expectedSlope, kTolerance * std::abs(expectedSlope));
+    EXPECT_NEAR(intercept, expectedIntercept, kTolerance * std::abs(expectedIntercept));
+  }
+};
+
+using ElementTypes = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(SelectionAndSeries, ElementTypes);
+
+// Selection.
+
+TYPED_TEST(SelectionAndSeries, PositionsAreRemovedInTheBufferThatIsThere) {
+  NCDataVector<TypeParam> v{1, 2, -99, 4, 5};
+  const TypeParam* const buffer = v.GetVector();
+  v.Remove(At({7, 4, 0, 4, -99, 1}));
+  EXPECT_THAT(Elements(v), ElementsAre(2, -99, 5));
+  EXPECT_EQ(v.GetVector(), buffer);
+  v.Remove(At({}));
+  EXPECT_EQ(v.Size(), 3);
+  v.Remove(At({1, 2, 3}));
+  EXPECT_EQ(v.Size() + v.GetNumMisVal(), 0);
+  NCDataVector<TypeParam>().Remove(At({1}));
+}
+
+TYPED_TEST(SelectionAndSeries, ASelectionIsInTheOrderOfItsList) {
+  NCDataVector<TypeParam> v{1, -99, 3};
+  NCDataVector<TypeParam> kept(v);
+  v.Reduce(At({3, 3, 1, 2, 3}));
+  EXPECT_THAT(Elements(v), ElementsAre(3, 3, 1, -99, 3));
+  EXPECT_EQ(v.GetNumMisVal(), 1);
+  kept.SafeReduce(At({0, 3, 4, -99, 2}));
+  EXPECT_THAT(Elements(kept), ElementsAre(-99, 3, -99, -99, -99));
+  EXPECT_EQ(kept.GetNumMisVal(), 4);
+  kept.Reduce(At({}));
+  kept.push_back(1);
+  EXPECT_THAT(Elements(kept), ElementsAre(1));
+  NCDataVector<TypeParam> empty;
+  empty.SafeReduce(At({1}));
+  EXPECT_EQ(empty.GetNumMisVal(), 1);
+}
+
+TYPED_TEST(SelectionAndSeries, OnlyACountAboveZeroIsTakenAfresh) {
+  NCDataVector<TypeParam> v{1, 2, 3};
+  v.GetWritableVector()[2] = this->kGap;  // behind the count's back
+  NCDataVector<TypeParam> safe(v);
+  NCDataVector<TypeParam> removed(v);
+  v.Reduce(At({2, 1}));
+  EXPECT_EQ(v.GetNumMisVal(), 0);
+  removed.Remove(At({1}));
+  EXPECT_EQ(removed.GetNumMisVal(), 0);
+  safe.SafeReduce(At({2, 1}));
+  EXPECT_EQ(safe.GetNumMisVal(), 1);
+}
+
+// Sort.
+
+/// Few different values, so that most are equal to another, and everything that is out of the ordinary.
+TYPED_TEST(SelectionAndSeries, SortedElementsAreFoundWhereTheyWere) {
+  using T = TypeParam;
+  const T special[] = {this->kGap,
+                       std::numeric_limits<T>::quiet_NaN(),
+                       std::numeric_limits<T>::infinity(),
+                       -std::numeric_limits<T>::infinity(),
+                       T{0},
+                       -T{0},
+                       T{-100}};
+  for (const std::size_t size : {2u, 3u, 16u, 17u, 500u}) {
+    for (const bool descending : {false, true}) {
+      SCOPED_TRACE(::testing::Message() << size << (descending ? " descending" : " ascending"));
+      auto values = plain::GridElements<T>(size, static_cast<unsigned>(size));
+      for (std::size_t i = 0; i < size; ++i) values[i] = i % 3 == 0 ? special[i / 3 % 7] : std::round(values[i]);
+      // Numbers come before NaNs, and those before missing elements, whichever way the numbers go.
+      const auto rank = [&](int i) {
+        const T x = values[static_cast<std::size_t>(i - 1)];
+        return plain::Present(x) ? (std::isnan(x) ? 1 : 0) : 2;
+      };
+      const auto value = [&](int i) { return values[static_cast<std::size_t>(i - 1)]; };
+      std::vector<int> order(size);
+      std::iota(order.begin(), order.end(), 1);
+      if (descending) std::reverse(order.begin(), order.end());
+      std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
+        if (rank(a) != rank(b) || rank(a) != 0) return rank(a) != rank(b) ? rank(a) < rank(b) : a < b;
+        return descending ? value(b) < value(a) : value(a) < value(b);
+      });
+
+      NCDataVector<T> sorted = Vector(values);
+      const Positions former = sorted.Sort(nullptr, descending);
+      EXPECT_THAT(former, ElementsAreArray(order));
+      NCDataVector<T> looked = Vector(values);
+      looked.Reduce(former);
+      EXPECT_TRUE(sorted == looked) << "the permutation leads to other elements";
+      EXPECT_EQ(sorted.GetNumMisVal(), this->Recount(sorted));
+    }
+  }
+}
+
+TYPED_TEST(SelectionAndSeries, ASortIntoAnotherVectorNeedsAnotherSize) {
+  NCDataVector<TypeParam> v{3, -99, 1};
+  NCDataVector<TypeParam> sameSize{7, 7, 7};
+  EXPECT_EQ(v.Sort(&sameSize, false).Size(), 0);
+  EXPECT_THAT(Elements(sameSize), ElementsAre(7, 7, 7));
+  EXPECT_EQ(v.Sort(&v, false).Size(), 0);
+  NCDataVector<TypeParam> longer(4);
+  const NCDataVector<TypeParam> shared(longer);
+  EXPECT_THAT(v.Sort(&longer, false), ElementsAre(3, 1, 2));
+  EXPECT_THAT(Elements(longer), ElementsAre(1, 3, -99, -99));
+  EXPECT_EQ(longer.GetNumMisVal(), 2);
+  EXPECT_EQ(shared.GetNumMisVal(), 4);
+  EXPECT_THAT(Elements(v), ElementsAre(3, -99, 1));
+  EXPECT_EQ((NCDataVector<TypeParam>{1}.Sort(nullptr, false).Size()), 0);
+}
+
+// Series.
+
+TYPED_TEST(SelectionAndSeries, LagMovesElementsUp) {
+  const std::vector<TypeParam> values = {1, -99, 3, -99};
+  const std::vector<std::vector<TypeParam>> lagged = {
+      values, {-99, 1, -99, 3}, {-99, -99, 1, -99}, {-99, -99, -99, 1}, {-99, -99, -99, -99}, {-99, -99, -99, -99}};
+  for (int k = 0; k < 6; ++k) {
+    NCDataVector<TypeParam> v = Vector(values);
+    v.Lag(k);
+    EXPECT_EQ(Elements(v), lagged[static_cast<std::size_t>(k)]) << k;
+    EXPECT_EQ(v.GetNumMisVal(), this->Recount(v)) << k;
+  }
+}
+
+TYPED_TEST(SelectionAndSeries, GapsAreFilledBetweenNeighbours) {
+  using T = TypeParam;
+  constexpr T gap = -99;
+  struct Case {
+    std::string name;
+    std::vector<T> y, x;
+    bool success;
+    std::vector<T> filled;
+    int missing;
+  };
+  const Case cases[] = {
+      {"ends", {gap, 2, gap, 4, gap}, {}, true, {2, 2, 3, 4, 4}, 0},
+      {"long gaps", {gap, gap, 8, gap, gap, gap, 0, gap, 1}, {}, true, {8, 8, 8, 6, 4, 2, 0, 0.5, 1}, 0},
+      {"nothing to fill", {1, 2}, {gap, gap}, true, {1, 2}, 0},
+      {"nothing present", {gap, gap}, {}, false, {gap, gap}, 2},
+      {"empty", {}, {}, true, {}, 0},
+      {"one present", {gap, 5, gap}, {gap, gap, gap}, true, {5, 5, 5}, 0},
+      {"over x", {0, gap, gap, 8}, {10, 11, 20, 14}, true, {0, 2, 20, 8}, 0},
+      {"x has a gap elsewhere", {0, gap, 2, 3}, {0, 1, 4, gap}, true, {0, 0.5, 2, 3}, 0},
+      {"x has a gap inside",
+       {gap, 0, gap, 2, gap, gap, 3, gap},
+       {1, 2, 3, 4, 5, gap, 7, 8},
+       false,
+       {0, 0, 1, 2, gap, gap, 3, 3},
+       5},
+      {"x has a gap at a neighbour", {0, gap, 2}, {1, 2, gap}, false, {0, gap, 2}, 1},
+  };
+  for (const Case& c : cases) {
+    NCDataVector<T> y = Vector(c.y);
+    const NCDataVector<T> x = Vector(c.x);
+    EXPECT_EQ(y.InterpolateMisVals(c.x.empty() ? nullptr : &x), c.success) << c.name;
+    EXPECT_EQ(Elements(y), c.filled) << c.name;
+    EXPECT_EQ(y.GetNumMisVal(), c.missing) << c.name;
+  }
+}
+
+TYPED_TEST(SelectionAndSeries, StandardNormalVariate) {
+  using T = TypeParam;
+  EXPECT_THAT(Elements(NCDataVector<T>({2, -99, 3, 4}).SNV()), ElementsAre(-1, -99, 0, 1));
+  EXPECT_EQ(NCDataVector<T>({2, -99, 3, 4}).SNV().GetNumMisVal(), 1);
+  for (const auto& flat : {std::vector<T>{5, 5, 5}, {-99, 5, -99}, {-99, -99}, {}}) {
+    const auto result = Vector(flat).SNV();
+    EXPECT_EQ(Elements(result), std::vector<T>(flat.size(), this->kGap));
+    EXPECT_EQ(result.GetNumMisVal(), result.Size());
+  }
+  // A mean on the marker is moved aside: -98 is not quite as far from it as -100 is.
+  const auto nudged = NCDataVector<double>{-98, -100}.SNV();
+  EXPECT_NEAR(nudged[1] + nudged[2], 2e-5 / std::sqrt(2.0), 1e-12);
+}
+
+TYPED_TEST(SelectionAndSeries, DetrendingSubtractsTheMeanOrTheLine) {
+  using T = TypeParam;
+  double intercept = kUntouched;
+  double slope = kUntouched;
+  NCDataVector<T> v{1, -99, 6};
+  v.DetrendMean(intercept);
+  EXPECT_EQ(intercept, 3.5);
+  EXPECT_THAT(Elements(v), ElementsAre(-2.5, -99, 2.5));
+  NCDataVector<T> missing(3);
+  missing.DetrendMean(intercept);
+  EXPECT_EQ(intercept, 0.0);
+  NCDataVector<T> onMarker{-98, -100};
+  onMarker.DetrendMean(intercept);
+  EXPECT_EQ(intercept, -99.00001);
+
+  intercept = kUntouched;
+  missing.DetrendLinear(intercept, slope);
+  EXPECT_EQ(intercept, kUntouched);
+  EXPECT_EQ(slope, 0.0);
+  NCDataVector<T> one{-99, 7, -99};
+  one.DetrendLinear(intercept, slope);
+  EXPECT_EQ(intercept, 7.0);
+  EXPECT_EQ(slope, 0.0);
+  EXPECT_THAT(Elements(one), ElementsAre(-99, 0, -99));
+  NCDataVector<T> line{3, -99, 7, 9, 12};
+  line.DetrendLinear(intercept, slope);
+  // lm(c(3, 7, 9, 12) ~ c(1, 3, 4, 5)) of R
+  EXPECT_NEAR(intercept, 0.6, kTolerance);
+  EXPECT_NEAR(slope, 2.2, kTolerance);
+  const double residuals[] = {0.2, -99.0, -0.2, -0.4, 0.4};
+  for (int i = 1; i <= 5; ++i) EXPECT_NEAR(line[i], residuals[i - 1], 1e-6) << i;
+}
+
+TYPED_TEST(SelectionAndSeries, LeastSquaresEqualTheTextbookForEveryPatternOfGaps) {
+  using T = TypeParam;
+  // Large enough that the squares of floats are rounded.
+  const std::vector<T> x = {4097, 5003, 5501, 6007, 7013};
+  const std::vector<T> y = {3, 1, 4, 1, 5};
+  for (unsigned pattern = 0; pattern < 32; ++pattern) {
+    SCOPED_TRACE(pattern);
+    std::vector<T> gapped = y;
+    for (unsigned i = 0; i < 5; ++i) {
+      if ((pattern >> i & 1) != 0) gapped[i] = this->kGap;
+    }
+    double intercept = kUntouched;
+    double slope = kUntouched;
+    if (Vector(gapped).GetNumMisVal() > 3) {
+      EXPECT_FALSE(Vector(gapped).LeastSquare(nullptr, intercept, slope));
+      EXPECT_EQ(intercept + slope, 2 * kUntouched);
+    } else if (pattern != 0b10101) {  // the rest is constant
+      this->ExpectLine(gapped, nullptr);
+      this->ExpectLine(gapped, &x);
+    }
+  }
+}
+
+TYPED_TEST(SelectionAndSeries, LeastSquaresWithoutALine) {
+  using T = TypeParam;
+  struct Case {
+    std::string name;
+    std::vector<T> y, x;
+    bool success;
+    double intercept, slope;
+  };
+  const Case cases[] = {
+      {"x does not vary", {1, 2}, {3, 3}, true, kUntouched, kVertical},
+      {"neither varies", {2, 2}, {3, 3}, true, kUntouched, kVertical},
+      {"y does not vary", {2, -99, 2}, {1, -99, 5}, true, 2.0, 0.0},
+      {"y does not vary, but for a gap in front", {-99, 2, 2}, {1, 3, 5}, true, 2.0, 0.0},
+      {"one pair", {1, -99}, {3, 4}, false, kUntouched, kUntouched},
+      {"a gap in x alone", {1, 2, 3}, {1, -99, 3}, false, kUntouched, kUntouched},
+      {"a gap in x where y is present", {1, 2, -99, 3}, {-99, 1, 2, 3}, false, kUntouched, kUntouched},
+      {"a NaN in x", {1, 2}, {std::numeric_limits<T>::quiet_NaN(), 3}, true, kUntouched, kVertical},
+  };
+  for (const Case& c : cases) {
+    double intercept = kUntouched;
+    double slope = kUntouched;
+    const NCDataVector<T> x = Vector(c.x);
+    EXPECT_EQ(Vector(c.y).LeastSquare(&x, intercept, slope), c.success) << c.name;
+    EXPECT_NEAR(intercept, c.intercept, kTolerance) << c.name;
+    EXPECT_NEAR(slope, c.slope, kTolerance) << c.name;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,154 @@
+#include "voran/containers/kernels/products.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+#include "voran/containers/kernels/dispatch.h"
+#include "voran/containers/missing_value.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "voran/containers/kernels/products.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "voran/containers/kernels/lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+inline namespace voran {
+namespace detail {
+namespace HWY_NAMESPACE {
+namespace {
+
+/// The sums of a tile stay in registers over all terms of a block: 4 x 2 vectors of doubles, and room for operands.
+constexpr int kTileVectors = 2;
+constexpr int kTileLeft = 4;
+constexpr int kTileRight = kTileVectors * kLanes;
+static_assert(kProductPadding % kTileLeft == 0 && kProductPadding % kTileRight == 0);
+static_assert(kProductBlock % kProductPadding == 0);
+
+/// Writes `used` lines side by side, term by term. For a whole panel `used` is a constant.
+template <int Width, typename T, class Count>
+HWY_INLINE void PackPanel(const ProductLines<T>& from, int firstLine, Count used, int firstTerm, int terms, T* panel) {
+  if (from.areRows) {
+    const T* rows[Width];
+    for (int l = 0; l < used; ++l) rows[l] = from.rows[firstLine + l] + firstTerm;
+    for (int k = 0; k < terms; ++k) {
+      for (int l = 0; l < used; ++l) panel[k * Width + l] = rows[l][k];
+    }
+  } else {
+    for (int k = 0; k < terms; ++k) {
+      const T* const row = from.rows[firstTerm + k] + firstLine;
+      for (int l = 0; l < used; ++l) panel[k * Width + l] = row[l];
+    }
+  }
+}
+
+/// Panels of `Width` lines; the last one is filled up with zeros.
+template <int Width, typename T>
+void Pack(const ProductLines<T>& from, int firstLine, int lines, int firstTerm, int terms, bool zeroGaps, T* packed) {
+  for (int line = 0; line < lines; line += Width) {
+    T* const panel = packed + line * terms;
+    const int size = Width * terms;
+    if (lines - line >= Width) {
+      PackPanel<Width>(from, firstLine + line, std::integral_constant<int, Width>(), firstTerm, terms, panel);
+    } else {
+      std::fill_n(panel, size, T{0});
+      PackPanel<Width>(from, firstLine + line, lines - line, firstTerm, terms, panel);
+    }
+    for (int i = 0; zeroGaps && i < size; ++i) panel[i] = panel[i] == kMissing<T> ? T{0} : panel[i];
+  }
+}
+
+template <bool TestGaps, typename T>
+HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right, int terms, double* HWY_RESTRICT sums) {
+  const Narrow<T> narrow;
+  WideVec sum[kTileLeft][kTileVectors];
+  for (int l = 0; l < kTileLeft; ++l) {
+    for (int v = 0; v < kTileVectors; ++v) sum[l][v] = hn::LoadU(Wide(), sums + l * kProductBlock + v * kLanes);
+  }
+  for (int k = 0; k < terms; ++k, left += kTileLeft, right += kTileRight) {
+    NarrowVec<T> b[kTileVectors];
+    for (int v = 0; v < kTileVectors; ++v) b[v] = hn::LoadU(narrow, right + v * kLanes);
+    for (int l = 0; l < kTileLeft; ++l) {
+      const auto a = hn::Set(narrow, left[l]);
+      for (int v = 0; v < kTileVectors; ++v) {
+        auto product = hn::Mul(a, b[v]);
+        if constexpr (TestGaps) {
+          product = hn::IfThenZeroElse(hn::Or(IsMissing<T>(a), IsMissing<T>(b[v])), product);
+        }
+        sum[l][v] = hn::Add(sum[l][v], Widen(product));
+      }
+    }
+  }
+  for (int l = 0; l < kTileLeft; ++l) {
+    for (int v = 0; v < kTileVectors; ++v) hn::StoreU(sum[l][v], Wide(), sums + l * kProductBlock + v * kLanes);
+  }
+}
+
+/// A right panel stays in the nearest cache while the left ones pass.
+template <bool TestGaps, typename T>
+void AddBlock(const T* left, int leftLines, const T* right, int rightLines, int terms, double* sums) {
+  for (int j = 0; j < rightLines; j += kTileRight) {
+    for (int i = 0; i < leftLines; i += kTileLeft) {
+      AddTile<TestGaps>(left + i * terms, right + j * terms, terms, sums + i * kProductBlock + j);
+    }
+  }
+}
+
+template <typename T>
+void MarkPresent(const T* row, int n, std::uint64_t* words, int stride) {
+  for (int first = 0; first < n; first += 64, words += stride) {
+    std::uint64_t word = 0;
+    const int count = std::min(64, n - first);
+    for (int k = 0; k < count; ++k) word |= static_cast<std::uint64_t>(row[first + k] != kMissing<T>) << k;
+    *words = word;
+  }
+}
+
+template <typename T>
+void MarkPresentIn(const T* row, int n, std::uint64_t bit, std::uint64_t* words) {
+  for (int j = 0; j < n; ++j) words[j] |= row[j] != kMissing<T> ? bit : 0;
+}
+
+template <typename T>
+bool AllFinite(const T* row, int n) {
+  int others = 0;
+  for (int j = 0; j < n; ++j) others += row[j] - row[j] == T{0} ? 0 : 1;
+  return others == 0;
+}
+
+template <typename T>
+const ProductKernels<T>& Table() {
+  static constexpr ProductKernels<T> kTable = {Pack<kTileLeft, T>, Pack<kTileRight, T>, AddBlock<false, T>,
+                                               AddBlock<true, T>,  MarkPresent<T>,      MarkPresentIn<T>,
+                                               AllFinite<T>};
+  return kTable;
+}
+
+const ProductKernels<float>& FloatProducts() {
+  return Table<float>();
+}
+const ProductKernels<double>& DoubleProducts() {
+  return Table<double>();
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace detail
+}  // namespace voran
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+inline namespace voran {
+namespace detail {
+
+HWY_EXPORT(FloatProducts);
+HWY_EXPORT(DoubleProducts);
+VORAN_SELECT_KERNELS(ProductKernels, FloatProducts, DoubleProducts)
+
+}  // namespace detail
+}  // namespace voran
+
+#endif  // HWY_ONCE
