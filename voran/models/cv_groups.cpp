@@ -4,7 +4,7 @@ inline namespace voran {
 
 NCIntegralVector<int, -99> GetDeafultCVGroupsVector(int size, int groups) {
   NCIntegralVector<int, -99> vector(size);
-  for (int i = 1; i <= size; ++i) vector(i, i % groups);
+  for (int i = 1; i <= size; ++i) vector(i, groups > 0 ? i % groups : 0);
   return vector;
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <exception>
-#include <functional>
 #include <mutex>
 #include <set>
 #include <vector>
@@ -53,11 +52,18 @@ void NCPCAPred::CalcNextResidual() {
 }
 
 void NCPCAPred::RemoveObservations(const NCIntegralVector<int, -99>& observations) {
-  const std::set<int, std::greater<>> lastFirst(observations.begin(), observations.end());
-  for (const int i : lastFirst) {
-    TPredPrim_.RemoveColumns(i, 1);
-    X_.RemoveRows(i, 1);
+  const std::set<int> removed(observations.begin(), observations.end());
+  Matrix rows(0, X_.SizeColumns(), kMissing<float>);
+  for (int i = 1; i <= X_.SizeRows(); ++i) {
+    if (removed.count(i) == 0) rows.push_back(X_[i]);
   }
+  Matrix scores(0, rows.SizeRows(), kMissing<float>);
+  for (Vector ofComponent : TPredPrim_) {
+    ofComponent.Remove(observations);
+    scores.push_back(ofComponent);
+  }
+  X_ = rows;
+  TPredPrim_ = scores;
 }
 
 }  // namespace voran

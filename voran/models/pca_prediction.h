@@ -22,7 +22,7 @@ class VORAN_EXPORT NCPCAPred {
   /// Takes the next component out of X; a row whose score is missing becomes missing. To be called GetMaxComp() times
   /// at most, which nothing checks.
   void CalcNextResidual();
-  /// Forgets observations, by their positions.
+  /// Forgets observations, by their positions, in any order.
   void RemoveObservations(const NCIntegralVector<int, -99>& observations);
 
   int GetMaxComp() { return Pprim_.SizeRows(); }

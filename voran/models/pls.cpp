@@ -1,5 +1,6 @@
 #include "voran/models/pls.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <optional>
@@ -64,7 +65,7 @@ class PlsProgress {
 bool HasNoCorrelation(const Vector& u, const Vector& w, double xNorm) {
   constexpr double kLeast = 1e-6;
   const double g = std::sqrt(u.GetSS()) * std::sqrt(w.GetSS()) / xNorm;
-  return (g != 0.0 && !std::isnormal(g)) || kLeast / std::sqrt(w.Size()) > g;
+  return !std::isnormal(g) || kLeast / std::sqrt(w.Size()) > g;
 }
 
 std::unique_ptr<Matrix> CopyOf(const Matrix* m) {
@@ -204,13 +205,22 @@ void NCPLS::Iterate(NCProgress* progress, const Vector* start, bool silent, bool
 }
 
 void NCPLS::Append(const Component& component) {
-  for (Matrix* m : {C_, P_, W_, U_, T_}) m->ReserveRows(components_ + 1);  // nothing fails from here on
+  const auto extended = [this](Matrix m, const Vector& row) {
+    m.InsertRow(components_ + 1, row);
+    return m;
+  };
+  Matrix w = extended(*W_, component.w);
+  Matrix p = extended(*P_, component.p);
+  Matrix t = extended(*T_, component.t);
+  Matrix u = extended(*U_, component.u);
+  Matrix c = extended(*C_, component.c);
+  // Nothing fails from here on.
+  W_->swap(w);
+  P_->swap(p);
+  T_->swap(t);
+  U_->swap(u);
+  C_->swap(c);
   ++components_;
-  W_->InsertRow(components_, component.w);
-  P_->InsertRow(components_, component.p);
-  T_->InsertRow(components_, component.t);
-  U_->InsertRow(components_, component.u);
-  C_->InsertRow(components_, component.c);
   iterations_ = component.iterations;
 }
 
@@ -240,15 +250,19 @@ Matrix NCPLS::GetWStarPrim() {
 }
 
 Matrix NCPLS::GetWStarPrim(const Matrix& Wprim, const Matrix& Pprim) {
-  Matrix wStar(Wprim);
+  Matrix wStar(0, Wprim.SizeColumns(), kMissing<float>);
+  wStar.ReserveRows(Wprim.SizeRows());
   const auto& kernels = detail::ReductionKernels<float>::Current();
   const int columns = Wprim.SizeColumns();
-  for (int a = 2; a <= Wprim.SizeRows(); ++a) {
+  for (int a = 1; a <= Wprim.SizeRows(); ++a) {
+    Vector row(Wprim[a]);
     for (int k = 1; k < a; ++k) {
       const auto mode = detail::GapModeOf(Pprim[k].GetNumMisVal(), Wprim[a].GetNumMisVal());
       const double d = kernels.pairSums(Pprim[k].begin(), Wprim[a].begin(), columns, mode).product;
-      wStar(a).TransformTo_Sub_d_x_Vt(d, wStar[k]);
+      row.TransformTo_Sub_d_x_Vt(d, wStar[k]);
     }
+    row.SetNumMisVal(static_cast<int>(std::count(row.begin(), row.end(), kMissing<float>)));
+    wStar.push_back(row);
   }
   return wStar;
 }

@@ -6,6 +6,7 @@
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
 #include "voran/export.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -31,7 +32,7 @@ class NCProgress;
 ///
 /// Copying a model copies pointers: both objects then hold the same matrices, and only one of them may be destroyed.
 /// This is deliberate. A model is driven by one thread; the kernels use several.
-class VORAN_EXPORT NCPLS {
+class VORAN_EXPORT NCPLS : public StreamWalk<NCPLS> {
  public:
   /// Seven empty matrices.
   NCPLS();
@@ -45,7 +46,7 @@ class VORAN_EXPORT NCPLS {
         const NCDataMatrix<float>* T, int iterationLimit);
   NCPLS(const NCPLS& other) = default;
   NCPLS& operator=(const NCPLS& other) = default;
-  virtual ~NCPLS();
+  ~NCPLS() override;
 
   /// Computes the next component and appends it; X and Y stay as they are until CalculateResiduals. There is at least
   /// one round, whatever the limit. `progress` and `start` may be null.
@@ -101,6 +102,21 @@ class VORAN_EXPORT NCPLS {
   /// What the components so far leave of X and Y.
   const NCDataMatrix<float>* GetXResiduals() const { return X_; }
   const NCDataMatrix<float>* GetYResiduals() const { return Y_; }
+
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md. A model that was read has its
+  // matrices, limit and iterations; the count of components deliberately is what it was before: take the number of rows
+  // of GetPprim(), and to fit more components, a model made from the seven matrices. After a failure the model is as it
+  // was; matrices that do not fit together are one.
+
+  /// The identity "NCPLS", version 2; readers accept no other version.
+  static DerivedStreamableData MyStreamableData;
+
+ protected:
+  friend class StreamWalk<NCPLS>;
+  /// What follows the header.
+  bool VStreamableWrite(std::ostream& stream);
+  bool VStreamableRead(std::istream& stream);
+  bool ReadStreamDirectory(std::istream& stream);
 
  private:
   using MatrixPointer = std::unique_ptr<NCDataMatrix<float>>;

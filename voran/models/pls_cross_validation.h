@@ -7,6 +7,7 @@
 #include "voran/containers/integral_vector.h"
 #include "voran/export.h"
 #include "voran/models/significance.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -21,8 +22,8 @@ class NCProgress;
 ///     model.NextComponent(...);  cv.NextComponent(model.GetWprim()->back(), ...);  model.CalculateResiduals();
 ///
 /// The sets and residuals describe the newest component, the cumulative values all so far. All Q2 are fractions. Copies
-/// point to the same model. One thread drives it.
-class VORAN_EXPORT PLSCrossValidation {
+/// point to the same model. One thread drives it. Nothing of it goes into a stream.
+class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
  public:
   /// The model stays the caller's and must outlive this object. There are no more groups than observations.
   /// `rowGroups` has one entry per observation, from 0 to one less than the groups in use, which is not checked; null
@@ -31,7 +32,7 @@ class VORAN_EXPORT PLSCrossValidation {
   /// Goes on from cumulative values, one per response.
   PLSCrossValidation(NCPLS* model, float q2TotCum, const NCDataVector<float>& q2YVarCum, int groups,
                      const NCIntegralVector<int, -99>* rowGroups);
-  virtual ~PLSCrossValidation();
+  ~PLSCrossValidation() override;
 
   /// Cross-validates the newest component. `modelWeight`, which must not be null, is its X weight: sub-models start
   /// from it and are turned to its sign. `yReference` holds the sum of squares that each response began with; it is

@@ -24,10 +24,8 @@ void NCPLSResiduals::CalcNextComponent() {
   if (static_cast<float>(allowed) > limit) allowed = static_cast<int>(limit);
   ++computed_;
   Pass(*X_).RegressRows(Wprim_[computed_], nullptr, 0, Pass::Floor::kThirdOfAll, *this);
-  if (X_->GetNumMisVal() != 0) {
-    for (int i = 1; i <= X_->SizeRows(); ++i) {
-      if ((*X_)[i].GetNumMisVal() > allowed) (*this)(i, detail::kMissing<float>);
-    }
+  for (int i = 1; i <= X_->SizeRows(); ++i) {
+    if ((*X_)[i].GetNumMisVal() > allowed) (*this)(i, detail::kMissing<float>);
   }
   X_->AddVprimV(*this, Pprim_[computed_], -1.0f);
 }
