@@ -21,7 +21,6 @@
 namespace {
 
 using NCMultiThreading::ThreadingControl;
-using ::testing::Each;
 using ::testing::Ge;
 using ::testing::Lt;
 using Groups = NCIntegralVector<int, -99>;
@@ -325,7 +324,7 @@ TEST_F(Pca, WhatCannotBeComputedIsTold) {
 TEST_F(Pca, ProgressShowsHowFarTheIterationIsFromItsEnd) {
   const FloatMatrix x = ToMatrix(ThreeComponents(60, 12, 6));
   std::vector<double> changes;
-  StepwiseFit(x, 500, nullptr, 0, x.GetNIPALSStartColumn(), &changes);
+  const StepwiseFit steps(x, 500, nullptr, 0, x.GetNIPALSStartColumn(), &changes);
   const auto display = std::make_shared<samples::RecordingDisplay>();
   NCProgress::SetDisplay(display);
   NCPCA pca(&x, 500);

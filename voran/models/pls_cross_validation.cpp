@@ -182,7 +182,7 @@ int CountAbove(const Vector& values, int n, float limit) {
 int ResponsesNeeded(int responses) {
   constexpr int kMany = 25;
   const double share = responses >= kMany ? responses * 0.2 : std::sqrt(responses);
-  return static_cast<int>(static_cast<double>(static_cast<float>(share)) + 0.5);
+  return static_cast<int>(std::lround(static_cast<float>(share)));
 }
 
 }  // namespace

@@ -42,8 +42,8 @@ NCPLSPred::NCPLSPred(const Matrix& X, const Matrix& Wprim, const Matrix& Pprim, 
 NCPLSPred::NCPLSPred(std::unique_ptr<Matrix> X, std::unique_ptr<Matrix> YPred, const Matrix& Wprim, const Matrix& Pprim,
                      const Matrix& Cprim, float maxMissingFraction)
     : NCPLSResiduals(X.get(), Wprim, Pprim, maxMissingFraction), YPred_(YPred.get()), Cprim_(Cprim), owns_(true) {
-  X.release();
-  YPred.release();
+  static_cast<void>(X.release());
+  static_cast<void>(YPred.release());
 }
 
 NCPLSPred::NCPLSPred(bool, Matrix* X, Matrix* YPred, const Matrix& Wprim, const Matrix& Pprim, const Matrix& Cprim,

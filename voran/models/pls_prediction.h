@@ -61,7 +61,7 @@ class VORAN_EXPORT NCPLSPred : public NCPLSResiduals {
             const NCDataMatrix<float>& Pprim, const NCDataMatrix<float>& Cprim, float maxMissingFraction);
   NCPLSPred(const NCPLSPred& other) = default;
   NCPLSPred& operator=(const NCPLSPred& other) = default;
-  ~NCPLSPred();
+  ~NCPLSPred() override;
 
   void CalcNextComponent();
 
