@@ -58,6 +58,7 @@ int main(int argc, char** argv) {
   AddCases(", 5 % gaps", gapped, otherGapped, result, cases);
 
   std::vector<std::function<void()>> works;
+  works.reserve(cases.size());
   for (const Case& c : cases) works.push_back(c.run);
   const std::vector<double> seconds = MediansInTurn(kRepeats, works);
   std::printf("%d x %d by %d x %d, float, %s, one thread, median of %d\n", n, n, n, n, SimdTarget::GetName().c_str(),

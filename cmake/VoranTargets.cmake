@@ -29,6 +29,10 @@ function(voran_configure_target target)
     target_compile_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE} -fno-omit-frame-pointer
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${VORAN_SANITIZE})
+    if(VORAN_SANITIZE MATCHES "fuzzer")
+      # What only stands in a fuzzer's way, such as checksums, is left out.
+      target_compile_definitions(${target} PRIVATE FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION)
+    endif()
     if(VORAN_SANITIZE MATCHES "thread" AND OpenMP_omp_LIBRARY)
       # The runtime looks there for libarcher, without which every parallel region is a race to the sanitizer.
       cmake_path(GET OpenMP_omp_LIBRARY PARENT_PATH omp_folder)

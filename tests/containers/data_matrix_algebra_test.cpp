@@ -1,22 +1,17 @@
+#include <algorithm>
 #include <cmath>
-#include <string>
+#include <cstddef>
+#include <utility>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/platform/nc_error.h"
 
 namespace {
-
-using ::testing::ElementsAre;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
 
 template <typename T>
 class MatrixAlgebra : public ::testing::Test {

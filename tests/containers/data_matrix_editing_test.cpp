@@ -10,8 +10,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
-#include "tests/containers/matrix_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/platform/nc_error.h"
@@ -21,11 +21,6 @@ namespace {
 using plain::kGap;
 using ::testing::Each;
 using ::testing::ElementsAre;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
-using values::Vector;
 
 class Dice {
  public:
@@ -503,6 +498,19 @@ TYPED_TEST(DataMatrixEditing, TheOddRulesHold) {
   EXPECT_EQ(data[1][1], static_cast<T>(-99.00001));
   EXPECT_EQ(data[2][1], gap);
   ExpectRightCounts(data);
+}
+
+TYPED_TEST(DataMatrixEditing, StandardisedRowsBringTheCountsOfTheMatrix) {
+  using T = TypeParam;
+  constexpr T gap = kGap<T>;
+  NCDataMatrix<T> m = Matrix<T>({{1, 2, 3}, {4, 4, 4}, {gap, 6, 4}});
+  const auto standard = m.SNV();
+  EXPECT_EQ(Elements(standard[1]), std::vector<T>({-1, 0, 1}));
+  EXPECT_EQ(Elements(standard[2]), std::vector<T>(3, gap));
+  EXPECT_EQ(standard[3][2], static_cast<T>(1.0 / std::sqrt(2.0)));
+  EXPECT_EQ(standard[2].GetNumMisVal(), 3);
+  EXPECT_EQ(standard.GetNumMisVal(), 1) << "a row that became missing is not counted";
+  EXPECT_EQ(standard.GetColumnMisVal(1), 1);
 }
 
 TYPED_TEST(DataMatrixEditing, SomeOperationsWriteToSharedRows) {

@@ -1,15 +1,18 @@
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <functional>
 #include <limits>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
-#include "tests/containers/matrix_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/simd_target.h"
@@ -20,11 +23,6 @@ namespace {
 using NCMultiThreading::ThreadingControl;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
-using values::Vector;
 
 /// A matrix that knows its shape even without rows or columns.
 template <typename T>

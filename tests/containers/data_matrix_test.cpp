@@ -11,8 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
-#include "tests/containers/matrix_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/simd_target.h"
 #include "voran/platform/nc_error.h"
@@ -24,11 +24,6 @@ using NCMultiThreading::ThreadingControl;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using Groups = NCIntegralVector<int, -99>;
-using values::Elements;
-using values::ExpectRightCounts;
-using values::Matrix;
-using values::Rows;
-using values::Vector;
 
 template <typename T>
 void ExpectRightCount(const NCDataVector<T>& v) {

@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/containers/plain_reference.h"
 
@@ -19,7 +19,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using values::Elements;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 

@@ -16,8 +16,10 @@ namespace {
 
 constexpr bool kIsAvailable = !THREAD_SANITIZER_IS_ON;
 thread_local int allocationsUntilFailure = 0;  // 0: none fails
+thread_local std::size_t largestAllocation = 0;
 
 [[maybe_unused]] void* TryAllocate(std::size_t size) noexcept {
+  if (size > largestAllocation) largestAllocation = size;
   if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) return nullptr;
   return std::malloc(size == 0 ? 1 : size);
 }
@@ -38,6 +40,12 @@ FailingAllocation::FailingAllocation(int k) {
 }
 FailingAllocation::~FailingAllocation() {
   allocationsUntilFailure = 0;
+}
+AllocationWatch::AllocationWatch() {
+  largestAllocation = 0;
+}
+std::size_t AllocationWatch::Largest() {
+  return largestAllocation;
 }
 
 #if !THREAD_SANITIZER_IS_ON

@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_vector.h"
 
@@ -17,8 +17,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using values::Elements;
-using values::Vector;
 using Positions = NCIntegralVector<int, -99>;
 
 constexpr double kVertical = 3.4028234663852886e38;

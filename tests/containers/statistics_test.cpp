@@ -11,7 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/containers/matrix_values.h"
+#include "tests/containers/container_values.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
@@ -23,10 +23,6 @@ namespace {
 
 using NCMultiThreading::ThreadingControl;
 using ::testing::ElementsAre;
-using values::Elements;
-using values::Matrix;
-using values::Rows;
-using values::Vector;
 
 constexpr double kNone = -99.0;
 /// Sums of a few elements in another order.

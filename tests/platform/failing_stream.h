@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
+#include <map>
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <utility>
 
 /// A file in memory on which the k-th write, counted from 1, and all later ones fail.
 class FailingFile : public std::stringbuf {
@@ -17,6 +20,43 @@ class FailingFile : public std::stringbuf {
 
  private:
   int writesLeft_;
+};
+
+/// A file of any size, in which whatever is written in large pieces has to be zeros: these are not kept.
+class SparseFile : public std::streambuf {
+ public:
+  std::streamoff Size() const { return size_; }
+
+ protected:
+  std::streamsize xsputn(const char* bytes, std::streamsize count) override {
+    if (count < kAllZeros) kept_[at_].assign(bytes, static_cast<std::size_t>(count));
+    at_ += count;
+    size_ = std::max(size_, at_);
+    return count;
+  }
+  std::streamsize xsgetn(char* to, std::streamsize count) override {
+    std::fill_n(to, count, '\0');
+    for (const auto& [begin, bytes] : kept_) {
+      for (std::size_t i = 0; i < bytes.size(); ++i) {
+        const std::streamoff offset = begin + static_cast<std::streamoff>(i) - at_;
+        if (offset >= 0 && offset < count) to[offset] = bytes[i];
+      }
+    }
+    at_ += count;
+    return count;
+  }
+  pos_type seekoff(off_type offset, std::ios_base::seekdir from, std::ios_base::openmode which) override {
+    const off_type base = from == std::ios_base::beg ? 0 : from == std::ios_base::cur ? at_ : size_;
+    return seekpos(base + offset, which);
+  }
+  pos_type seekpos(pos_type position, std::ios_base::openmode /*which*/) override { return at_ = position; }
+
+ private:
+  static constexpr std::streamsize kAllZeros = 1 << 20;
+
+  std::map<std::streamoff, std::string> kept_;
+  std::streamoff at_ = 0;
+  std::streamoff size_ = 0;
 };
 
 /// A pipe: bytes go by, and there is no way back. It tells what it was given.

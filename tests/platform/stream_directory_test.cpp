@@ -224,6 +224,41 @@ TEST(StreamDirectory, RandomTreesHaveTheBytesOfTheFormatAndComeBack) {
   }
 }
 
+TEST(StreamDirectory, EntriesMayLieBeyondFourGiB) {
+  SparseFile file;
+  std::iostream stream(&file);
+  const std::string zeros(std::size_t{1} << 26U, '\0');
+  constexpr int kBlocks = 65;
+  OutputStreamDirectory directory(stream, 2);
+  for (int i = 0; i < kBlocks; ++i) directory.GetOutput(0) << zeros;
+  OutputStreamDirectory(directory.GetOutput(1), 1).GetOutput(0) << "beyond";
+  EXPECT_TRUE(directory.Close());
+  EXPECT_EQ(file.Size(), kBlocks * static_cast<std::streamoff>(zeros.size()) + 64 + 40 + 6);
+
+  stream.seekg(0);
+  InputStreamDirectory read(stream);
+  ASSERT_THAT(read.GetInput(1), NotNull());
+  EXPECT_EQ(ReadAll(InputStreamDirectory(*read.GetInput(1)).GetInput(0)), "beyond");
+  EXPECT_TRUE(read.Close());
+}
+
+/// Counts the bytes that it is asked to write, and looks at none.
+class CountingSink : public std::streambuf {
+ public:
+  std::streamsize count = 0;
+
+ protected:
+  std::streamsize xsputn(const char* /*bytes*/, std::streamsize n) override { return count += n, n; }
+};
+
+TEST(StreamValues, ArraysOfMoreThanFourGiBAreNotCutShort) {
+  CountingSink sink;
+  std::ostream stream(&sink);
+  const char nothing = 0;
+  EXPECT_TRUE(WriteArray(&nothing, 0x7FFFFFFF, 8, stream));
+  EXPECT_EQ(sink.count, std::streamsize{8} * 0x7FFFFFFF);
+}
+
 TEST(StreamDirectory, TableThatDoesNotFitIsRefused) {
   const auto table = [](std::vector<std::array<std::uint64_t, 3>> slots) { return stored::Table(slots) + "abcdef"; };
   const std::uint64_t abc = stored::Checksum("abc");

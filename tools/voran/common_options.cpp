@@ -101,9 +101,10 @@ void AddScaling(CLI::App& command, Scaling& scaling) {
   command
       .add_option_function<std::string>(
           "--scaling", [&scaling](const std::string& name) { scaling = kScalings.at(name); },
-          "uv: centre, divide by the standard deviation (the default); pareto: centre, divide by its square root; "
-          "center: centre alone; none")
+          "uv: centre, divide by the standard deviation; pareto: centre, divide by its square root; center: centre "
+          "alone; none")
       ->check(CLI::IsMember({"uv", "pareto", "center", "none"}).description(""))
+      ->default_str(ScalingName(scaling))
       ->type_name("uv|pareto|center|none");
 }
 
@@ -112,10 +113,6 @@ std::string ScalingName(Scaling scaling) {
     if (value == scaling) return name;
   }
   return {};
-}
-
-std::string ToText(const nlohmann::ordered_json& json) {
-  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace tool

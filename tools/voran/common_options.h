@@ -5,7 +5,6 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
 #include "tools/voran/csv_reader.h"
 #include "tools/voran/scaling.h"
@@ -58,12 +57,10 @@ class ThreadOptions {
   std::optional<int> threads_;
 };
 
+/// `--scaling`; what `scaling` holds before is the default.
 void AddScaling(CLI::App& command, Scaling& scaling);
 
 /// "uv", "pareto", "center" or "none", as in the option.
 std::string ScalingName(Scaling scaling);
-
-/// The text of a JSON object, with a line feed at its end. Bytes that are no UTF-8 are replaced.
-std::string ToText(const nlohmann::ordered_json& json);
 
 }  // namespace tool

@@ -42,4 +42,17 @@ void CsvWriter::Row(std::string_view name, std::span<const double> numbers) {
   EndRow();
 }
 
+void WriteNumberedColumns(std::ostream& out, std::string_view heading, const std::vector<std::string>& names,
+                          char letter, const std::vector<std::span<const double>>& columns) {
+  CsvWriter csv(out);
+  csv.Text(heading);
+  for (std::size_t k = 1; k <= columns.size(); ++k) csv.Text(letter + std::to_string(k));
+  csv.EndRow();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    csv.Text(names[i]);
+    for (const std::span<const double> column : columns) csv.Number(column[i]);
+    csv.EndRow();
+  }
+}
+
 }  // namespace tool

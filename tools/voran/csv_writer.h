@@ -4,11 +4,12 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tool {
 
-/// Writes a table as CSV: comma, point, LF, a header; cells quoted only where they must be. Numbers have 9 significant
-/// digits, enough to give back any float; a NaN, which stands for a missing value, is an empty cell.
+/// Writes a table as CSV: comma, point, LF, a header; cells quoted only where they must be. Numbers are written as
+/// AppendNumber() does, so that a NaN, which stands for a missing value, is an empty cell.
 class CsvWriter {
  public:
   explicit CsvWriter(std::ostream& out) : out_(out) {}
@@ -26,5 +27,18 @@ class CsvWriter {
   std::string line_;
   bool empty_ = true;
 };
+
+/// The vector `values` of every item, for WriteNumberedColumns(); the items own them.
+template <typename Item>
+std::vector<std::span<const double>> Each(const std::vector<Item>& items, std::vector<double> Item::*values) {
+  std::vector<std::span<const double>> columns;
+  for (const Item& item : items) columns.emplace_back(item.*values);
+  return columns;
+}
+
+/// A table of a line for each name, headed `heading`, and a column of numbers for each of `columns`, called by the
+/// letter and 1, 2, ...
+void WriteNumberedColumns(std::ostream& out, std::string_view heading, const std::vector<std::string>& names,
+                          char letter, const std::vector<std::span<const double>>& columns);
 
 }  // namespace tool

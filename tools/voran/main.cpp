@@ -5,8 +5,10 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/pca_command.h"
+#include "tools/voran/svd_command.h"
 #include "tools/voran/terminal.h"
 #include "voran/version.h"
 
@@ -46,6 +48,8 @@ int main(int argc, char** argv) {
     program.require_subcommand(1);
     program.footer("voran COMMAND --help tells the options of a command.");
     tool::AddPcaCommand(program);
+    tool::AddDescribeCommand(program);
+    tool::AddSvdCommand(program);
     return Parse(program, argc, argv);
   } catch (const tool::Failure& failure) {
     return Say(failure.Code(), failure.what());

@@ -1,44 +1,30 @@
 #include "tools/voran/pca_command.h"
 
 #include <memory>
-#include <optional>
 
+#include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
-#include "tools/voran/output_directory.h"
 #include "tools/voran/pca_fit.h"
 #include "tools/voran/pca_report.h"
-#include "tools/voran/terminal.h"
+#include "voran/platform/progress.h"
 
 namespace tool {
 namespace {
 
 struct PcaOptions {
-  TableOptions table;
+  RunOptions run;
   PcaSettings settings;
-  ThreadOptions threads;
-  OutputOptions output;
 };
 
 void RunPca(const PcaOptions& options) {
-  options.threads.Apply();
-  if (!options.output.quiet) NCProgress::SetDisplay(MakeTerminalDisplay());
-  std::optional<OutputDirectory> folder;
-  if (!options.output.folder.empty()) folder.emplace(options.output.folder);
-
-  Table table = options.table.Read();
-  options.output.Tell(table);
+  CommandRun run(options.run);
+  Table table = run.ReadTable();
   const PcaResult result = [&] {
     NCProgress progress("PCA", 0.0f, 1.0f, false, false, true, "");
     return FitPca(table, options.settings, &progress);
   }();
-
   const PcaReport report = {table, options.settings, result};
-  if (folder) {
-    WritePcaFiles(report, *folder);
-    StopIfInterrupted();
-    folder->Commit();
-  }
-  WriteToStdout(options.output.json ? ToText(PcaJson(report)) : PcaText(report));
+  run.Finish(PcaText(report), PcaJson(report), [&](OutputDirectory& folder) { WritePcaTables(report, folder); });
 }
 
 }  // namespace
@@ -46,7 +32,6 @@ void RunPca(const PcaOptions& options) {
 void AddPcaCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("pca", "Principal component analysis");
   auto options = std::make_shared<PcaOptions>();
-  options->table.AddTo(*command);
   command->add_option("--components", options->settings.components, "How many components (without it, 5 at most)")
       ->type_name("N")
       ->check(CLI::Range(1, 1000000));
@@ -55,8 +40,7 @@ void AddPcaCommand(CLI::App& program) {
       ->type_name("N")
       ->check(CLI::Range(1, 1000000000))
       ->capture_default_str();
-  options->threads.AddTo(*command);
-  options->output.AddTo(*command);
+  options->run.AddTo(*command);
   command->footer(R"(COLUMNS is a list of names, positions from 1, or ranges: class,3,nm900..nm1100. A range of numbers
 (900..1100) takes the columns whose name holds a number in it, or else these positions; #3 and
 #3..#5 are always positions. Without --id, the first column names the rows if its heading is "id" or

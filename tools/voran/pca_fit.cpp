@@ -24,15 +24,6 @@ constexpr double kRoundingShare = 1e-12;
 
 constexpr double kNoValue = std::numeric_limits<double>::quiet_NaN();
 
-GapCounts CountGaps(const NCDataMatrix<float>& x) {
-  GapCounts gaps;
-  gaps.cells = x.GetNumMisVal();
-  gaps.rows = static_cast<int>(
-      std::count_if(x.begin(), x.end(), [](const NCDataVector<float>& row) { return row.GetNumMisVal() > 0; }));
-  for (int c = 1; c <= x.SizeColumns(); ++c) gaps.columns += x.GetColumnMisVal(c) > 0 ? 1 : 0;
-  return gaps;
-}
-
 double SumOfSquares(const NCDataMatrix<float>& x) {
   double sum = 0.0;
   for (const NCDataVector<float>& row : x) {
@@ -139,33 +130,16 @@ class PcaRun {
   double left_;
 };
 
-// A message for a table of which scaling leaves nothing.
-Failure NothingLeft(const Table& table, const PcaResult& result, int rows) {
-  if (rows == 1) {
-    return BadData(table.source + ": one row has no variance; give more rows, or --scaling none");
-  }
-  const auto& [name, reason] = result.dropped.front();
-  return BadData(fmt::format("{}: no column is left to model: {} ({}){}", table.source, name, reason,
-                             result.dropped.size() > 1 ? " and the others hold nothing either" : ""));
-}
-
 }  // namespace
 
 PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress) {
   PcaResult result;
   result.gaps = CountGaps(table.x);
-  const int rows = table.x.SizeRows();
-  ScaledMatrix scaled = ScaleColumns(std::move(table.x), settings.scaling);
-  for (const std::size_t c : scaled.kept) result.variables.push_back(table.variables[c]);
-  for (const DroppedColumn& d : scaled.dropped) result.dropped.emplace_back(table.variables[d.column], d.reason);
-  if (scaled.kept.empty()) throw NothingLeft(table, result, rows);
-
-  std::size_t r = 0;
-  for (const NCDataVector<float>& row : scaled.x) {
-    if (row.GetNumMisVal() == row.Size()) result.gaps.emptyRows.push_back(table.rowIds[r]);
-    ++r;
-  }
-  PcaRun run(std::move(scaled), settings, static_cast<std::size_t>(rows) - result.gaps.emptyRows.size());
+  ScaledTable scaled = ScaleTable(table, settings.scaling);
+  result.variables = std::move(scaled.variables);
+  result.dropped = std::move(scaled.dropped);
+  result.gaps.emptyRows = EmptyRows(scaled.matrix.x, table.rowIds);
+  PcaRun run(std::move(scaled.matrix), settings, table.rowIds.size() - result.gaps.emptyRows.size());
   if (!run.HasData()) throw BadData(table.source + ": every value is zero, so there is nothing to model");
   run.FitAll(result, progress);
   return result;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/voran/gap_counts.h"
+#include "tools/voran/scaled_table.h"
 #include "tools/voran/scaling.h"
 #include "tools/voran/table.h"
 #include "voran/platform/progress.h"
@@ -30,19 +32,11 @@ struct PcaComponent {
   bool converged = true;  ///< false if the iteration limit was reached
 };
 
-/// Gaps of the table as it was read, over its variables.
-struct GapCounts {
-  int cells = 0;
-  int rows = 0;
-  int columns = 0;
-  std::vector<std::string> emptyRows;  ///< ids of the rows that hold nothing in the columns that were kept
-};
-
 struct PcaResult {
   std::vector<PcaComponent> components;
-  std::vector<std::string> variables;                        ///< the columns that were kept
-  std::vector<std::pair<std::string, std::string>> dropped;  ///< name and reason
-  GapCounts gaps;
+  std::vector<std::string> variables;  ///< the columns that were kept
+  DroppedColumns dropped;
+  GapCounts gaps;  ///< of the table as it was read; but empty rows are those that hold nothing in the kept columns
   /// Why there are fewer components than were asked for; empty if there are not.
   std::string stopped;
 };

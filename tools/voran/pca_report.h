@@ -22,7 +22,7 @@ std::string PcaText(const PcaReport& report);
 /// The same as one object; the keys are described in docs/command_line.md.
 nlohmann::ordered_json PcaJson(const PcaReport& report);
 
-/// Writes scores.csv, loadings.csv and summary.json.
-void WritePcaFiles(const PcaReport& report, OutputDirectory& folder);
+/// Writes scores.csv and loadings.csv.
+void WritePcaTables(const PcaReport& report, OutputDirectory& folder);
 
 }  // namespace tool

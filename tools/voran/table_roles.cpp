@@ -1,7 +1,6 @@
 #include "tools/voran/table_roles.h"
 
 #include <algorithm>
-#include <charconv>
 #include <set>
 #include <span>
 #include <string_view>
@@ -17,14 +16,6 @@ namespace tool {
 namespace {
 
 constexpr std::string_view kDigits = "0123456789";
-
-template <typename Number>
-std::optional<Number> WholeNumber(std::string_view text) {
-  Number value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return value;
-}
 
 std::string_view Trimmed(std::string_view text) {
   const auto first = text.find_first_not_of(' ');

@@ -15,8 +15,8 @@ constexpr int kBits = 64;
 
 /// Room for the lines of a block, none of which has more than the operand.
 std::size_t PaddedLines(int lines) {
-  const int used = std::min(lines, kProductBlock);
-  return static_cast<std::size_t>((used + kProductPadding - 1) / kProductPadding * kProductPadding);
+  const auto used = static_cast<std::size_t>(std::min(lines, kProductBlock));
+  return (used + kProductPadding - 1) / kProductPadding * kProductPadding;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include "voran/containers/parallel.h"
 
@@ -69,23 +70,33 @@ void RotationBatch<T>::Apply() {
 
 template <typename T>
 QrIteration<T>::QrIteration(std::vector<T>& w, std::vector<T>& e, ColumnMatrix<T>& p, ColumnMatrix<T>& q)
-    : w_(w), e_(e), q_(q), left_(p), right_(q) {}
+    : w_(w), e_(e), q_(q), left_(p), right_(q), isAlone_(w.size()) {}
 
 template <typename T>
 bool QrIteration<T>::Run() {
   norm_ = T{0};
-  for (std::size_t i = 0; i < w_.size(); ++i) norm_ = std::max(norm_, std::abs(w_[i]) + std::abs(e_[i]));
+  for (std::size_t i = 0; i < w_.size(); ++i) {
+    norm_ = std::max(norm_, std::abs(w_[i]) + std::abs(e_[i]));
+    isAlone_[i] = e_[i] == T{0} && (i + 1 == w_.size() || e_[i + 1] == T{0});
+  }
   for (int k = static_cast<int>(w_.size()) - 1; k >= 0; --k) {
     if (!Converge(k)) return false;
   }
   left_.Apply();
   right_.Apply();
+  Finish();
+  return true;
+}
+
+template <typename T>
+void QrIteration<T>::Finish() {
+  const T noise = 2 * std::numeric_limits<T>::epsilon() * norm_;
   for (std::size_t k = 0; k < w_.size(); ++k) {
+    if (std::abs(w_[k]) <= noise && !isAlone_[k]) w_[k] = T{0};
     if (!(w_[k] < T{0})) continue;
     w_[k] = -w_[k];
     q_.NegateColumn(static_cast<int>(k));
   }
-  return true;
 }
 
 /// Iterates until nothing stands above w[k].

@@ -34,6 +34,8 @@ class QrIteration {
   QrIteration(std::vector<T>& w, std::vector<T>& e, ColumnMatrix<T>& p, ColumnMatrix<T>& q);
 
   /// Makes the elements of w the singular values, none of them negative. False if one takes more than 32000 iterations.
+  /// A value within two roundings of zero beside the norm of B is what rounding has left of a zero, and becomes 0; but
+  /// one that had no neighbour in B from the beginning, as in a diagonal matrix, is as exact as its matrix and stays.
   bool Run();
 
  private:
@@ -43,12 +45,14 @@ class QrIteration {
   void Cancel(int first, int k);
   void Sweep(int first, int k);
   double ShiftedStart(int first, int k) const;
+  void Finish();
 
   std::vector<T>& w_;
   std::vector<T>& e_;
   ColumnMatrix<T>& q_;
   RotationBatch<T> left_;
   RotationBatch<T> right_;
+  std::vector<bool> isAlone_;
   T norm_ = T{0};
 };
 

@@ -1,7 +1,9 @@
 #include "voran/containers/kernels/products.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 #include "voran/containers/kernels/dispatch.h"
@@ -44,7 +46,7 @@ HWY_INLINE void PackPanel(const ProductLines<T>& from, int firstLine, Count used
   }
 }
 
-/// Panels of `Width` lines; the last one is filled up with zeros.
+/// Panels of `Width` lines. Where the last one lacks lines, it keeps what stood there: sums that nobody reads.
 template <int Width, typename T>
 void Pack(const ProductLines<T>& from, int firstLine, int lines, int firstTerm, int terms, bool zeroGaps, T* packed) {
   for (int line = 0; line < lines; line += Width) {
@@ -53,7 +55,6 @@ void Pack(const ProductLines<T>& from, int firstLine, int lines, int firstTerm, 
     if (lines - line >= Width) {
       PackPanel<Width>(from, firstLine + line, std::integral_constant<int, Width>(), firstTerm, terms, panel);
     } else {
-      std::fill_n(panel, size, T{0});
       PackPanel<Width>(from, firstLine + line, lines - line, firstTerm, terms, panel);
     }
     for (int i = 0; zeroGaps && i < size; ++i) panel[i] = panel[i] == kMissing<T> ? T{0} : panel[i];
@@ -63,6 +64,7 @@ void Pack(const ProductLines<T>& from, int firstLine, int lines, int firstTerm, 
 template <bool TestGaps, typename T>
 HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right, int terms, double* HWY_RESTRICT sums) {
   const Narrow<T> narrow;
+  [[maybe_unused]] const auto marker = hn::Set(narrow, kMissing<T>);
   WideVec sum[kTileLeft][kTileVectors];
   for (int l = 0; l < kTileLeft; ++l) {
     for (int v = 0; v < kTileVectors; ++v) sum[l][v] = hn::LoadU(Wide(), sums + l * kProductBlock + v * kLanes);
@@ -75,7 +77,7 @@ HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right,
       for (int v = 0; v < kTileVectors; ++v) {
         auto product = hn::Mul(a, b[v]);
         if constexpr (TestGaps) {
-          product = hn::IfThenZeroElse(hn::Or(IsMissing<T>(a), IsMissing<T>(b[v])), product);
+          product = hn::IfThenZeroElse(hn::Or(hn::Eq(a, marker), hn::Eq(b[v], marker)), product);
         }
         sum[l][v] = hn::Add(sum[l][v], Widen(product));
       }
@@ -114,7 +116,7 @@ void MarkPresentIn(const T* row, int n, std::uint64_t bit, std::uint64_t* words)
 template <typename T>
 bool AllFinite(const T* row, int n) {
   int others = 0;
-  for (int j = 0; j < n; ++j) others += row[j] - row[j] == T{0} ? 0 : 1;
+  for (int j = 0; j < n; ++j) others += std::abs(row[j]) <= std::numeric_limits<T>::max() ? 0 : 1;
   return others == 0;
 }
 

@@ -6,9 +6,9 @@
 
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
+#include "voran/containers/data_vector.h"
 
-/// Vectors and matrices from plain arrays and back, for tests.
-namespace values {
+// Containers from plain 0-based values and back.
 
 template <typename T>
 using Rows = std::vector<std::vector<T>>;
@@ -60,5 +60,3 @@ void ExpectRightCounts(const NCDataMatrix<T>& m) {
     EXPECT_EQ(m.GetColumnMisVal(j), columns[static_cast<std::size_t>(j)]) << "column " << j;
   }
 }
-
-}  // namespace values

@@ -1,0 +1,47 @@
+#include "tools/voran/command_run.h"
+
+#include "tools/voran/terminal.h"
+#include "voran/platform/progress.h"
+
+namespace tool {
+
+void RunOptions::AddTo(CLI::App& command) {
+  threads.AddTo(command);
+  table.AddTo(command);
+  output.AddTo(command);
+}
+
+CommandRun::CommandRun(const RunOptions& options) : options_(options) {
+  options.threads.Apply();
+  if (!options.output.quiet) NCProgress::SetDisplay(MakeTerminalDisplay());
+  if (!options.output.folder.empty()) folder_.emplace(options.output.folder);
+}
+
+Table CommandRun::ReadTable() const {
+  Table table = options_.table.Read();
+  options_.output.Tell(table);
+  return table;
+}
+
+void CommandRun::Finish(const std::string& text, const nlohmann::ordered_json& json,
+                        const std::function<void(OutputDirectory&)>& writeTables) {
+  if (folder_) {
+    writeTables(*folder_);
+    folder_->Write("summary.json", [&](std::ostream& out) { out << ToText(json); });
+    StopIfInterrupted();
+    folder_->Commit();
+  }
+  WriteToStdout(options_.output.json ? ToText(json) : text);
+}
+
+nlohmann::ordered_json JsonHead(const std::string& command, const Table& table) {
+  constexpr int kSchemaVersion = 1;
+  return {
+      {"schema_version", kSchemaVersion}, {"command", command}, {"input", table.source}, {"rows", table.rowIds.size()}};
+}
+
+std::string ToText(const nlohmann::ordered_json& json) {
+  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace tool

@@ -1,0 +1,62 @@
+#include "tools/voran/describe_command.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/voran/column_summary.h"
+#include "tools/voran/command_run.h"
+#include "tools/voran/describe_report.h"
+#include "tools/voran/limits.h"
+#include "voran/platform/progress.h"
+
+namespace tool {
+namespace {
+
+struct DescribeOptions {
+  RunOptions run;
+  std::vector<std::string> limits;
+};
+
+void RunDescribe(const DescribeOptions& options) {
+  const std::vector<LimitsArgument> arguments(options.limits.begin(), options.limits.end());
+  CommandRun run(options.run);
+  const Table table = run.ReadTable();
+  std::vector<std::optional<Limits>> limits(table.variables.size());
+  for (const LimitsArgument& argument : arguments) argument.Apply(table.variables, limits);
+
+  GapCounts gaps = CountGaps(table.x);
+  gaps.emptyRows = EmptyRows(table.x, table.rowIds);
+  const std::vector<ColumnSummary> columns = [&] {
+    NCProgress progress("describe", 0.0f, 1.0f, false, false, true, "");
+    return SummariseColumns(table.x, limits, &progress);
+  }();
+  const DescribeReport report = {table, gaps, columns};
+  run.Finish(DescribeText(report), DescribeJson(report),
+             [&](OutputDirectory& folder) { WriteDescribeTables(report, folder); });
+}
+
+}  // namespace
+
+void AddDescribeCommand(CLI::App& program) {
+  CLI::App* command = program.add_subcommand("describe", "Statistics of each column");
+  auto options = std::make_shared<DescribeOptions>();
+  command
+      ->add_option("--limits", options->limits,
+                   "Specification limits, for Cp and Cpk: of all columns, or of those named. Either number may be left "
+                   "out; a later --limits overrides an earlier one")
+      ->type_name("[COLUMNS=]LOW,HIGH")
+      ->allow_extra_args(false);
+  options->run.AddTo(*command);
+  command->footer(
+      R"(The skewness test is the skewness over its standard error: beyond 2 in magnitude, a column is hardly
+symmetric. Kurtosis is 0 for a normal distribution.
+
+Examples:
+  voran describe wine.csv --class class
+  voran describe process.csv --x value --limits 700,1000
+  voran describe batches.csv --limits ph=6.8,7.4 --limits yield=85, --out results)");
+  command->callback([options] { RunDescribe(*options); });
+}
+
+}  // namespace tool

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+/// The limits of a specification; at least one of them is set.
+struct Limits {
+  std::optional<double> low;
+  std::optional<double> high;
+};
+
+/// One argument of --limits: LOW,HIGH for all columns, or COLUMNS=LOW,HIGH. Either number may be left out.
+class LimitsArgument {
+ public:
+  /// Throws `Failure` (wrong use) if the argument does not have this form, or LOW is not below HIGH.
+  explicit LimitsArgument(const std::string& argument);
+
+  /// Sets the limits of the columns that it names. Throws `Failure` (wrong use) for a column that does not exist.
+  void Apply(const std::vector<std::string>& variables, std::vector<std::optional<Limits>>& limits) const;
+
+ private:
+  std::optional<std::string> columns_;
+  Limits limits_;
+};
+
+}  // namespace tool
