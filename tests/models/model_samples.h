@@ -27,13 +27,13 @@ using PlainMatrix = std::vector<std::vector<double>>;
 
 inline constexpr float kGap = -99.0f;
 
-/// A matrix of three well separated components and a little noise.
-inline PlainMatrix ThreeComponents(std::size_t rows, std::size_t columns, unsigned seed) {
+/// A matrix of three components, each so many times as large as the next one, and a little noise.
+inline PlainMatrix ThreeComponents(std::size_t rows, std::size_t columns, unsigned seed, double ratio = 2.0) {
   std::mt19937 generator(seed);
   std::normal_distribution<double> normal;
   PlainMatrix x(rows, std::vector<double>(columns));
   double size = 8.0;
-  for (int a = 0; a < 3; ++a, size /= 2.0) {
+  for (int a = 0; a < 3; ++a, size /= ratio) {
     std::vector<double> p(columns);
     for (double& value : p) value = normal(generator);
     for (auto& row : x) {
@@ -114,11 +114,12 @@ struct XY {
   FloatMatrix y;
 };
 
-/// X of three components, and responses that are random mixtures of its variables with some noise.
+/// X of three components, and responses that are random mixtures of its variables with some noise. With several
+/// responses a component takes some ten rounds.
 inline XY Related(std::size_t rows, std::size_t columns, std::size_t responses, unsigned seed) {
   std::mt19937 generator(seed + 1);
   std::normal_distribution<double> normal;
-  const PlainMatrix x = ThreeComponents(rows, columns, seed);
+  const PlainMatrix x = ThreeComponents(rows, columns, seed, 1.4);
   PlainMatrix y(rows, std::vector<double>(responses));
   for (std::size_t m = 0; m < responses; ++m) {
     std::vector<double> b(columns);

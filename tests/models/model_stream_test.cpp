@@ -1,8 +1,10 @@
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -37,27 +39,41 @@ bool Read(const std::string& bytes, VStreamBase& object) {
   return ReadStreamable(stream, object);
 }
 
+/// Small matrices that fit together, the same on every machine.
+Matrices Made(const std::vector<std::pair<int, int>>& sizes) {
+  Matrices made;
+  for (const auto& [rows, columns] : sizes) {
+    made.emplace_back(rows, columns, 0.5f);
+    for (int i = 1; i <= rows; ++i) made.back()(i, 1 + i % columns, i == 2 ? samples::kGap : static_cast<float>(i));
+  }
+  return made;
+}
+
 // What the two models differ in: the identity, the matrices in the order of their entries, and the numbers behind them.
 
 struct PcaKind {
   using Model = NCPCA;
   static constexpr const char* kName = "NCPCA";
 
-  static void Make(Model*& model, const XY& data) { Fit(*(model = new NCPCA(&data.x, 123)), 2); }
+  static std::unique_ptr<Model> Make(const XY& data) { return std::make_unique<NCPCA>(&data.x, 123); }
   static Matrices Of(const Model& m) { return {*m.GetPprim(), *m.GetTprim(), *m.GetResiduals()}; }
-  static Model* GoOn(const Matrices& m) { return new NCPCA(&m[2], &m[0], &m[1], 123); }
+  static std::unique_ptr<Model> GoOn(const Matrices& m) { return std::make_unique<NCPCA>(&m[2], &m[0], &m[1], 123); }
+  static Matrices Golden() { return Made({{2, 4}, {2, 3}, {3, 4}}); }
 };
 
 struct PlsKind {
   using Model = NCPLS;
   static constexpr const char* kName = "NCPLS";
 
-  static void Make(Model*& model, const XY& data) { Fit(*(model = new NCPLS(&data.x, &data.y, 123)), 2); }
+  static std::unique_ptr<Model> Make(const XY& data) { return std::make_unique<NCPLS>(&data.x, &data.y, 123); }
   static Matrices Of(const Model& m) {
     return {*m.GetCprim(), *m.GetPprim(),      *m.GetWprim(),     *m.GetUprim(),
             *m.GetTprim(), *m.GetXResiduals(), *m.GetYResiduals()};
   }
-  static Model* GoOn(const Matrices& m) { return new NCPLS(&m[5], &m[6], &m[0], &m[1], &m[2], &m[3], &m[4], 123); }
+  static std::unique_ptr<Model> GoOn(const Matrices& m) {
+    return std::make_unique<NCPLS>(&m[5], &m[6], &m[0], &m[1], &m[2], &m[3], &m[4], 123);
+  }
+  static Matrices Golden() { return Made({{2, 2}, {2, 4}, {2, 4}, {2, 3}, {2, 3}, {3, 4}, {3, 2}}); }
 };
 
 /// A stream as a writer of the format would put it together, from the entries that it wants.
@@ -88,9 +104,8 @@ class ModelStream : public ::testing::Test {
 
   ModelStream() {
     const XY data = Related(7, 4, 2, 3);
-    Model* made = nullptr;
-    Kind::Make(made, {WithGaps(data.x, 2), data.y});
-    model_.reset(made);
+    model_ = Kind::Make({WithGaps(data.x, 2), data.y});
+    Fit(*model_, 2);
     bytes_ = Written(*model_);
   }
 
@@ -116,6 +131,13 @@ TYPED_TEST(ModelStream, HasTheLayoutThatIsDocumented) {
   EXPECT_EQ(this->model_->GetMyVStreamVersionNumber(), 2);
 }
 
+TYPED_TEST(ModelStream, TheGoldenFileIsRead) {
+  std::ifstream file(std::string(VORAN_GOLDEN_DIR "/") + TypeParam::kName + ".v1", std::ios::binary);
+  ASSERT_TRUE(ReadStreamable(file, *this->model_));
+  EXPECT_TRUE(TypeParam::Of(*this->model_) == TypeParam::Golden());
+  EXPECT_EQ(this->model_->GetIterations(), 7);
+}
+
 TYPED_TEST(ModelStream, AModelComesBackAndGoesOn) {
   typename TypeParam::Model read;
   ASSERT_TRUE(Read(this->bytes_, read));
@@ -125,12 +147,11 @@ TYPED_TEST(ModelStream, AModelComesBackAndGoesOn) {
   EXPECT_EQ(read.GetVStreamVersionNumber(), 2);
   EXPECT_EQ(Written(read), this->bytes_);
 
-  const std::unique_ptr<typename TypeParam::Model> rest(TypeParam::GoOn(TypeParam::Of(read)));
+  const auto rest = TypeParam::GoOn(TypeParam::Of(read));
   Fit(*rest, 1);
   Fit(*this->model_, 1);
   EXPECT_TRUE(TypeParam::Of(*rest) == TypeParam::Of(*this->model_));
 
-  typename TypeParam::Model empty;
   ASSERT_TRUE(Read(Written(typename TypeParam::Model()), *rest)) << "an empty model is one";
   EXPECT_EQ(rest->GetPprim()->SizeRows(), 0);
 }
