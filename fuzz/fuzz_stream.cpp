@@ -12,6 +12,8 @@
 #include "voran/containers/data_vector.h"
 #include "voran/containers/integral_vector.h"
 #include "voran/containers/string_vector.h"
+#include "voran/models/pca.h"
+#include "voran/models/pls.h"
 
 namespace {
 
@@ -29,6 +31,16 @@ bool IsConsistent(const NCDataMatrix<T>& m) {
     if (m.GetColumnMisVal(j) < 0 || m.GetColumnMisVal(j) > m.SizeRows()) return false;
   }
   return true;
+}
+
+bool IsConsistent(const NCPCA& pca) {
+  const NCDataMatrix<float>& x = *pca.GetResiduals();
+  return pca.GetPprim()->SizeColumns() == x.SizeColumns() && pca.GetTprim()->SizeColumns() == x.SizeRows();
+}
+
+bool IsConsistent(const NCPLS& pls) {
+  return pls.GetUprim()->SizeColumns() == pls.GetXResiduals()->SizeRows() &&
+         pls.GetCprim()->SizeColumns() == pls.GetYResiduals()->SizeColumns();
 }
 
 template <typename Object>
@@ -66,5 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Read<NCIntegralVector<unsigned long, 0>>(bytes);
   Read<BoolVector>(bytes);
   Read<NCStringVector>(bytes);
+  Read<NCPCA>(bytes);
+  Read<NCPLS>(bytes);
   return 0;
 }

@@ -1,84 +1,42 @@
 #include "voran/models/pca.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <new>
 #include <numeric>
-#include <random>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/models/model_samples.h"
 #include "voran/containers/simd_target.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
-#include "voran/platform/progress_display.h"
 #include "voran/platform/threading_control.h"
 
 namespace {
 
 using NCMultiThreading::ThreadingControl;
-using ::testing::Each;
 using ::testing::Ge;
 using ::testing::Lt;
 using Groups = NCIntegralVector<int, -99>;
-using FloatMatrix = NCDataMatrix<float>;
-using FloatVector = NCDataVector<float>;
-using PlainMatrix = std::vector<std::vector<double>>;
-
-constexpr float kGap = -99.0f;
+using samples::Dot;
+using samples::Fit;
+using samples::FloatMatrix;
+using samples::FloatVector;
+using samples::kGap;
+using samples::PlainMatrix;
+using samples::ThreeComponents;
+using samples::ToMatrix;
+using samples::WithGaps;
 
 /// An iterate stops within a relative squared change of 1e-10, so within some 1e-5 of the eigenvector, a little more
 /// where two eigenvalues are near each other.
 constexpr double kScoreTolerance = 1e-4;
-
-/// A matrix of three well separated components and a little noise.
-PlainMatrix ThreeComponents(std::size_t rows, std::size_t columns, unsigned seed) {
-  std::mt19937 generator(seed);
-  std::normal_distribution<double> normal;
-  PlainMatrix x(rows, std::vector<double>(columns));
-  double size = 8.0;
-  for (int a = 0; a < 3; ++a, size /= 2.0) {
-    std::vector<double> p(columns);
-    for (double& value : p) value = normal(generator);
-    for (auto& row : x) {
-      const double t = size * normal(generator);
-      for (std::size_t j = 0; j < columns; ++j) row[j] += t * p[j];
-    }
-  }
-  for (auto& row : x) {
-    for (double& value : row) value += 0.05 * normal(generator);
-  }
-  return x;
-}
-
-FloatMatrix ToMatrix(const PlainMatrix& x) {
-  FloatMatrix m;
-  for (const auto& row : x) {
-    const std::vector<float> elements(row.begin(), row.end());
-    FloatVector v;
-    v.CopyZeroBasedVector(elements.data(), static_cast<int>(elements.size()));
-    m.push_back(v);
-  }
-  return m;
-}
-
-/// Knocks out about one element in twenty.
-FloatMatrix WithGaps(FloatMatrix m, unsigned seed) {
-  std::mt19937 generator(seed);
-  for (int i = 1; i <= m.SizeRows(); ++i) {
-    for (int j = 1; j <= m.SizeColumns(); ++j) {
-      if (generator() % 20 == 0) m(i, j, kGap);
-    }
-  }
-  return m;
-}
 
 /// Singular vectors by one-sided Jacobi rotations of the columns, in double: after it the columns are u * s.
 struct JacobiSvd {
@@ -135,19 +93,6 @@ JacobiSvd Decompose(PlainMatrix x) {
     for (std::size_t j = 0; j < columns; ++j) svd.right[j][a] = v[j][order[a]];
   }
   return svd;
-}
-
-double Dot(const FloatVector& a, const FloatVector& b) {
-  double sum = 0.0;
-  for (int i = 1; i <= a.Size(); ++i) sum += static_cast<double>(a[i]) * static_cast<double>(b[i]);
-  return sum;
-}
-
-void Fit(NCPCA& pca, int components, NCProgress* progress = nullptr) {
-  for (int a = 0; a < components; ++a) {
-    ASSERT_TRUE(pca.NextComponent(progress, nullptr, 0, nullptr));
-    pca.CalculateResiduals();
-  }
 }
 
 class Pca : public ::testing::Test {
@@ -375,25 +320,12 @@ TEST_F(Pca, WhatCannotBeComputedIsTold) {
   }
 }
 
-/// A display that keeps what it is shown.
-class RecordingDisplay : public ProgressDisplay {
- public:
-  void Begin(const ProgressView& view) override { text = view.text; }
-  void ShowPosition(const ProgressView& view) override { fractions.push_back(view.fraction); }
-  void ShowSpin(const ProgressView&) override { ADD_FAILURE() << "the length is known"; }
-  void End(const ProgressView&) override {}
-  std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
-
-  std::string text;
-  std::vector<double> fractions;
-};
-
 /// The bar runs from the first round's distance to convergence down to none, in powers of ten of the relative change.
 TEST_F(Pca, ProgressShowsHowFarTheIterationIsFromItsEnd) {
   const FloatMatrix x = ToMatrix(ThreeComponents(60, 12, 6));
   std::vector<double> changes;
-  StepwiseFit(x, 500, nullptr, 0, x.GetNIPALSStartColumn(), &changes);
-  const auto display = std::make_shared<RecordingDisplay>();
+  const StepwiseFit steps(x, 500, nullptr, 0, x.GetNIPALSStartColumn(), &changes);
+  const auto display = std::make_shared<samples::RecordingDisplay>();
   NCProgress::SetDisplay(display);
   NCPCA pca(&x, 500);
   pca.NextComponent(nullptr, nullptr, 0, nullptr);
@@ -416,22 +348,6 @@ TEST_F(Pca, ACopySharesTheMatrices) {
   EXPECT_EQ(copy->GetPprim(), pca.GetPprim());
 }
 
-/// A display on which the user asks to stop at the k-th look.
-class StoppingDisplay : public ProgressDisplay {
- public:
-  explicit StoppingDisplay(int stopAt) : stopAt_(stopAt) {}
-
-  void Begin(const ProgressView&) override {}
-  void ShowPosition(const ProgressView&) override {}
-  void ShowSpin(const ProgressView&) override {}
-  void End(const ProgressView&) override {}
-  bool IsCancelRequested() const noexcept override { return ++asked_ >= stopAt_; }
-
- private:
-  int stopAt_;
-  mutable std::atomic<int> asked_{0};
-};
-
 TEST_F(Pca, ACancelAtAnyPollThrowsAndLeavesNoRow) {
   const FloatMatrix x = ToMatrix(ThreeComponents(60, 12, 6));
   NCPCA whole(&x, 500);
@@ -441,7 +357,7 @@ TEST_F(Pca, ACancelAtAnyPollThrowsAndLeavesNoRow) {
   for (const bool ownProgress : {false, true}) {
     int cancelled = 0;
     for (int k = 1; k < 100; ++k) {
-      NCProgress::SetDisplay(std::make_shared<StoppingDisplay>(k));
+      NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(k));
       NCPCA pca(&x, 500);
       std::unique_ptr<NCProgress> progress;
       if (!ownProgress) progress = std::make_unique<NCProgress>("PCA", 0.0f, 1.0f, false, false, true, "");

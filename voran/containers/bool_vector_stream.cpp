@@ -5,29 +5,6 @@ inline namespace voran {
 
 BoolVector::DerivedStreamableData BoolVector::MyStreamableData(3, "BoolVector");
 
-bool BoolVector::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-bool BoolVector::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-void BoolVector::VStreamableReset() {
-  streamed_.Clear();
-  NCIntegralVector::VStreamableReset();
-}
-
-bool BoolVector::VStreamableWriteBases(std::ostream& stream) {
-  return NCIntegralVector::VStreamableStartWrite(stream);
-}
-
-bool BoolVector::VStreamableReadBases(std::istream& stream) {
-  return NCIntegralVector::VStreamableStartRead(stream);
-}
-
 // The flags are the base's affair: the directory of this class has no entries.
 
 bool BoolVector::VStreamableWrite(std::ostream& stream) {
@@ -36,7 +13,7 @@ bool BoolVector::VStreamableWrite(std::ostream& stream) {
 }
 
 bool BoolVector::VStreamableRead(std::istream& stream) {
-  if (VStreamableReadBases(stream) && GetVStreamVersionNumber() == GetMyVStreamVersionNumber()) {
+  if (VStreamableReadBasesOfMyVersion(stream)) {
     InputStreamDirectory directory(stream);
     if (directory.Close() && stream.good()) return true;
   }

@@ -30,7 +30,7 @@ inline namespace voran {
 /// Threads: as for NCDataVector. The kernels below work on several threads themselves
 /// (NCMultiThreading::ThreadingControl sets how many) and give the same bits at any number of them.
 template <typename T>
-class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
+class VORAN_EXPORT NCDataMatrix : public StreamWalk<NCDataMatrix<T>, detail::VirtualStreamBase> {
  public:
   using value_type = NCDataVector<T>;
   using const_iterator = const NCDataVector<T>*;
@@ -310,30 +310,20 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   NCDataVector<T> GetDensity(int bins, int shifts, bool force) const;
   void GetDensityImpl(int bins, int shifts, bool force, NCDataVector<T>& result) const;
 
-  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md. The counts come from the
+  // stream and are not recounted. After a failure that comes behind the header, SizeRows() is what the stream said, but
+  // there are no rows and no columns: then destroy the matrix, assign to it, Clear() it, give it a size or read into it
+  // again.
 
+  using typename StreamWalk<NCDataMatrix, detail::VirtualStreamBase>::DerivedStreamableData;
   /// The identity "NCDM", version 4; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// The counts come from the stream and are not recounted. After a failure that comes behind the header, SizeRows() is
-  /// what the stream said, but there are no rows and no columns: then destroy the matrix, assign to it, Clear() it,
-  /// give it a size or read into it again.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<NCDataMatrix, detail::VirtualStreamBase>;
+  /// What follows the header.
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
   /// A new array of SizeRows() + 1 pointers, entry i the 1-based base of row i; the caller deletes the array. With
   /// `borrow` false the buffers are handed over as well and the matrix is left empty: DeleteHandedOver() frees both.
@@ -400,7 +390,6 @@ class VORAN_EXPORT NCDataMatrix : public virtual VStreamBase {
   NCIntegralVector<int, -99>* colMisVal_ = nullptr;
   std::int32_t numMisVal_ = 0;
   std::int32_t rowCapacity_ = 0;  ///< below numRows_ after ConcatRows
-  mutable detail::WalkMark streamed_;
 };
 
 extern template class NCDataMatrix<float>;

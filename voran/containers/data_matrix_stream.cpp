@@ -29,34 +29,6 @@ bool IsCountOfMissing(std::int32_t count, std::int32_t rows, std::int32_t column
 template <typename T>
 typename NCDataMatrix<T>::DerivedStreamableData NCDataMatrix<T>::MyStreamableData(4, "NCDM");
 
-template <typename T>
-bool NCDataMatrix<T>::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-template <typename T>
-bool NCDataMatrix<T>::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-template <typename T>
-void NCDataMatrix<T>::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-template <typename T>
-bool NCDataMatrix<T>::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-template <typename T>
-bool NCDataMatrix<T>::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
 // Operations that deliberately let a count drift may take it out of its range. It is then counted again, since a reader
 // refuses what cannot be a count.
 
@@ -99,8 +71,7 @@ bool NCDataMatrix<T>::VStreamableWrite(std::ostream& stream) {
 
 template <typename T>
 bool NCDataMatrix<T>::VStreamableRead(std::istream& stream) {
-  if (!VStreamableReadBases(stream)) return false;
-  if (GetVStreamVersionNumber() != GetMyVStreamVersionNumber()) return false;
+  if (!this->VStreamableReadBasesOfMyVersion(stream)) return false;
   Clear();
   try {
     ReadStreamDirectory(stream);

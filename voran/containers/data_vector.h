@@ -25,7 +25,7 @@ inline namespace voran {
 /// Threads: one vector may be read and copied from several threads at a time, and vectors that share a buffer may be
 /// assigned, written and destroyed in different threads. An object that is written must have no other user.
 template <typename T>
-class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
+class VORAN_EXPORT NCDataVector : public StreamWalk<NCDataVector<T>, detail::VirtualStreamBase> {
  public:
   using value_type = T;
   using const_iterator = const T*;
@@ -244,29 +244,19 @@ class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
   T* NewVec(int n, int& offset);
   void DeleteVec(T* p, int offset);
 
-  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md. The counts come from the
+  // stream and are not recounted. After a failure the vector is empty, with no capacity, unless its header had been
+  // refused.
 
+  using typename StreamWalk<NCDataVector, detail::VirtualStreamBase>::DerivedStreamableData;
   /// The identity "NCDV", version 4; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// The counts come from the stream and are not recounted. After a failure the vector is empty, with no capacity,
-  /// unless its header had been refused.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<NCDataVector, detail::VirtualStreamBase>;
+  /// What follows the header.
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
   static void Add(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
   static void Subtract(NCDataVector& result, const NCDataVector& a, const NCDataVector& b);
@@ -298,7 +288,6 @@ class VORAN_EXPORT NCDataVector : public virtual VStreamBase {
   detail::VectorLink* link_;
   std::int32_t numMisVal_ = 0;
   std::int32_t capacity_ = 0;
-  mutable detail::WalkMark streamed_;
 };
 
 extern template class NCDataVector<float>;

@@ -21,34 +21,6 @@ bool ReadInt(std::istream* entry, std::int32_t& value) {
 template <typename T>
 typename NCDataVector<T>::DerivedStreamableData NCDataVector<T>::MyStreamableData(4, "NCDV");
 
-template <typename T>
-bool NCDataVector<T>::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-template <typename T>
-bool NCDataVector<T>::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-template <typename T>
-void NCDataVector<T>::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-template <typename T>
-bool NCDataVector<T>::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-template <typename T>
-bool NCDataVector<T>::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
 /// A count that Remove() has deliberately left below zero is not written: a reader refuses what cannot be one.
 template <typename T>
 std::int32_t NCDataVector<T>::StoredNumMisVal() const {
@@ -68,8 +40,7 @@ bool NCDataVector<T>::VStreamableWrite(std::ostream& stream) {
 
 template <typename T>
 bool NCDataVector<T>::VStreamableRead(std::istream& stream) {
-  if (!VStreamableReadBases(stream)) return false;
-  if (GetVStreamVersionNumber() != GetMyVStreamVersionNumber()) return false;
+  if (!this->VStreamableReadBasesOfMyVersion(stream)) return false;
   Clear();
   capacity_ = 0;
   if (ReadStreamDirectory(stream)) return true;

@@ -27,7 +27,7 @@ enum class SortType : int { kAscending = 0, kDescending = 1, kUnsorted = 2 };
 /// not range-checked. Copies that share a buffer may be used in different threads; one vector may be mutated by one
 /// only. If memory runs out, std::bad_alloc leaves the vector as it was.
 template <typename T, int M>
-class VORAN_EXPORT NCIntegralVector : public virtual VStreamBase {
+class VORAN_EXPORT NCIntegralVector : public StreamWalk<NCIntegralVector<T, M>, detail::VirtualStreamBase> {
  public:
   using value_type = T;
   using size_type = int;
@@ -140,28 +140,18 @@ class VORAN_EXPORT NCIntegralVector : public virtual VStreamBase {
   /// Shuffles uniformly by std::rand, which the caller seeds.
   void Scramble();
 
-  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md. After a failure the vector is
+  // empty, unless its header had been refused.
 
+  using typename StreamWalk<NCIntegralVector, detail::VirtualStreamBase>::DerivedStreamableData;
   /// The identity "NCIV", version 4; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// After a failure the vector is empty, unless its header had been refused.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<NCIntegralVector, detail::VirtualStreamBase>;
+  /// What follows the header.
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
   /// Opens a gap of `count` undefined elements before `position`.
   void Insert(int position, int count);
@@ -194,7 +184,6 @@ class VORAN_EXPORT NCIntegralVector : public virtual VStreamBase {
   int size_ = 0;
   int capacity_ = 0;
   boost::shared_array<T> data_;  ///< capacity_ + 1 elements, of which the first is not used
-  mutable detail::WalkMark streamed_;
 };
 
 extern template class NCIntegralVector<int, -99>;

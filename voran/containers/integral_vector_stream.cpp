@@ -63,34 +63,6 @@ template <typename T, int M>
 typename NCIntegralVector<T, M>::DerivedStreamableData NCIntegralVector<T, M>::MyStreamableData(4, "NCIV");
 
 template <typename T, int M>
-bool NCIntegralVector<T, M>::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-template <typename T, int M>
-bool NCIntegralVector<T, M>::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-template <typename T, int M>
-void NCIntegralVector<T, M>::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-template <typename T, int M>
-bool NCIntegralVector<T, M>::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-template <typename T, int M>
-bool NCIntegralVector<T, M>::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
-template <typename T, int M>
 bool NCIntegralVector<T, M>::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, 1);
   std::ostream& entry = directory.GetOutput(0);
@@ -101,8 +73,7 @@ bool NCIntegralVector<T, M>::VStreamableWrite(std::ostream& stream) {
 
 template <typename T, int M>
 bool NCIntegralVector<T, M>::VStreamableRead(std::istream& stream) {
-  if (!VStreamableReadBases(stream)) return false;
-  if (GetVStreamVersionNumber() != GetMyVStreamVersionNumber()) return false;
+  if (!this->VStreamableReadBasesOfMyVersion(stream)) return false;
   Clear();
   InputStreamDirectory directory(stream);
   std::istream* const entry = directory.GetInput(0);

@@ -18,7 +18,7 @@ inline namespace voran {
 ///
 /// A search or sort with `caseSensitive` compares bytes; one without compares as VrStdString::CompareNoCase does with
 /// the global locale of the moment.
-class VORAN_EXPORT NCStringVector : public VStreamBase {
+class VORAN_EXPORT NCStringVector : public StreamWalk<NCStringVector> {
  public:
   using value_type = std::string;
   using size_type = int;
@@ -78,28 +78,17 @@ class VORAN_EXPORT NCStringVector : public VStreamBase {
   static void Convert(const NCStringVector& from, std::vector<std::string>& to);
   static void Convert(const std::vector<std::string>& from, NCStringVector& to);
 
-  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md. After a failure the vector is
+  // empty, unless its header had been refused.
 
   /// The identity "NCSV", version 2; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// After a failure the vector is empty, unless its header had been refused.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<NCStringVector>;
+  /// What follows the header.
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
  private:
   void Unlink() {
@@ -113,7 +102,6 @@ class VORAN_EXPORT NCStringVector : public VStreamBase {
   bool ReadStrings(std::istream& entry);
 
   boost::shared_ptr<std::vector<std::string>> strings_;  ///< null for an empty vector that has never held any
-  mutable detail::WalkMark streamed_;
 };
 
 }  // namespace voran

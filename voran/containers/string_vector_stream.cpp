@@ -8,29 +8,6 @@ inline namespace voran {
 
 NCStringVector::DerivedStreamableData NCStringVector::MyStreamableData(2, "NCSV");
 
-bool NCStringVector::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-bool NCStringVector::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-void NCStringVector::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-bool NCStringVector::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-bool NCStringVector::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
 bool NCStringVector::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, 1);
   std::ostream& entry = directory.GetOutput(0);

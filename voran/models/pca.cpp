@@ -1,42 +1,18 @@
 #include "voran/models/pca.h"
 
-#include <cmath>
 #include <memory>
 #include <optional>
-#include <string>
 #include <utility>
-
-#include <boost/format.hpp>
 
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
+#include "voran/models/convergence.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 
 inline namespace voran {
 
 namespace {
-
-/// How far the iteration is from its end: 10 for each power of ten by which the relative squared change of the score
-/// exceeds 1e-10. Not above 0 means converged.
-double ConvergenceValue(double relativeChange) {
-  constexpr double kNoChange = 1e-30;
-  return relativeChange > kNoChange ? (std::log10(relativeChange) + 10.0) * 10.0 : -1.0;
-}
-
-/// Tells ahead whether a round will be the last. The change falls by a nearly constant factor from round to round; a
-/// wrong guess costs a reading of X and changes no number.
-class ConvergenceRate {
- public:
-  bool PredictsConvergence() const { return before_ > 0.0 && last_ / before_ * last_ <= kConverged; }
-  void Add(double change) { before_ = std::exchange(last_, change); }
-
- private:
-  static constexpr double kConverged = 1e-10;
-
-  double before_ = 0.0;
-  double last_ = 0.0;
-};
 
 /// Shows the iteration as a bar that runs from the first round's convergence value down to 0, on the caller's progress
 /// object or on one of its own.
@@ -59,10 +35,8 @@ class ConvergenceProgress {
       given_->SetRange(position, 0.0f);
       return;
     }
-    boost::format format(detail::TranslateText("PC Component %1%"));
-    format.exceptions(boost::io::no_error_bits);  // a translation may have lost its placeholder
-    const std::string text = (format % component_).str();
-    own_.emplace(text.c_str(), position, 0.0f, false, false, true, "");
+    own_.emplace(detail::FillText(detail::TranslateText("PC Component %1%"), {component_}).c_str(), position, 0.0f,
+                 false, false, true, "");
   }
 
   NCProgress* given_;
@@ -129,7 +103,7 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
   t.CopyContent(start != nullptr ? *start : X_->GetNIPALSStartColumn());
   Pass pass(*X_);
   ConvergenceProgress convergence(progress, components_);
-  ConvergenceRate rate;
+  detail::ConvergenceRate rate;
 
   // The column sums of a score are formed while its rows are computed, except for the start vector, and for a score
   // that looks like the last: its sums would be in vain.
@@ -152,7 +126,7 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
       throw NCError(ExceptionMessage::translate("PCA component could not be computed."), NCError::Level::kGeneral);
     }
     rate.Add(change);
-    value = ConvergenceValue(change);
+    value = detail::ConvergenceValue(change);
     convergence.Report(round, value);
     if (looksLast && value > 0.0 && round < iterationLimit_) pass.SumColumns(*newest);
   } while (value > 0.0 && round < iterationLimit_);

@@ -7,6 +7,7 @@
 #include "voran/containers/data_vector.h"
 #include "voran/containers/integral_vector.h"
 #include "voran/export.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 
@@ -30,7 +31,7 @@ class NCProgress;
 ///
 /// Copying a model copies pointers: both objects then hold the same matrices, and only one of them may be destroyed.
 /// This is deliberate. A model is driven by one thread; the kernels use several.
-class VORAN_EXPORT NCPCA {
+class VORAN_EXPORT NCPCA : public StreamWalk<NCPCA> {
  public:
   /// Three empty matrices.
   NCPCA();
@@ -41,7 +42,7 @@ class VORAN_EXPORT NCPCA {
   NCPCA(const NCDataMatrix<float>* X, const NCDataMatrix<float>* P, const NCDataMatrix<float>* T, int iterationLimit);
   NCPCA(const NCPCA& other) = default;
   NCPCA& operator=(const NCPCA& other) = default;
-  virtual ~NCPCA();
+  ~NCPCA() override;
 
   /// Computes the next component and appends it to the loadings and scores; X stays as it is until CalculateResiduals.
   /// Returns true. All pointers may be null.
@@ -77,6 +78,21 @@ class VORAN_EXPORT NCPCA {
   const NCDataMatrix<float>* GetTprim() const { return T_; }
   /// What the components so far leave of X; owned by the model.
   const NCDataMatrix<float>* GetResiduals() const { return X_; }
+
+  // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md. A model that was read has its
+  // matrices, limit and iterations; the count of components deliberately is what it was before: take the number of rows
+  // of GetPprim(), and to fit more components, a model made from the three matrices. After a failure the model is as it
+  // was; matrices that do not fit together are one.
+
+  /// The identity "NCPCA", version 2; readers accept no other version.
+  static DerivedStreamableData MyStreamableData;
+
+ protected:
+  friend class StreamWalk<NCPCA>;
+  /// What follows the header.
+  bool VStreamableWrite(std::ostream& stream);
+  bool VStreamableRead(std::istream& stream);
+  bool ReadStreamDirectory(std::istream& stream);
 
  private:
   using MatrixPointer = std::unique_ptr<NCDataMatrix<float>>;

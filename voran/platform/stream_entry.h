@@ -3,6 +3,7 @@
 #include <istream>
 
 #include "voran/platform/stream_directory.h"
+#include "voran/platform/streamable.h"
 
 inline namespace voran {
 namespace detail {
@@ -17,6 +18,14 @@ void RequireRead(bool isGood);
 
 /// The single value of four bytes that makes up entry i.
 int ReadIntEntry(InputStreamDirectory& directory, unsigned short i);
+
+/// The object that begins entry i.
+template <class Object>
+void ReadObjectEntry(InputStreamDirectory& directory, unsigned short i, Object& object) {
+  std::istream& entry = RequiredEntry(directory, i);
+  ReadMember(entry, object);
+  RequireRead(entry.good());
+}
 
 }  // namespace detail
 }  // namespace voran

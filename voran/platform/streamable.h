@@ -43,16 +43,19 @@ class VORAN_EXPORT VStreamableData {
 /// result tells of a failed stream, another class or version, or damage; the object then is valid but empty, or as it
 /// was if its header had been refused. Whatever the bytes are, no more memory is taken than they account for. Walks are
 /// for one thread.
+///
+/// A class of its own identity derives from StreamWalk below. One that derives from this class alone has nothing of its
+/// own in a stream but the header of VStreamBase.
 class VORAN_EXPORT VStreamBase {
  public:
   virtual ~VStreamBase();
 
   /// Write or read this object, unless the walk has been here. The bodies of this class write and check the header of
   /// VStreamBase itself, which follows that of a derived class.
-  virtual bool VStreamableStartWrite(std::ostream& stream) = 0;
-  virtual bool VStreamableStartRead(std::istream& stream) = 0;
+  virtual bool VStreamableStartWrite(std::ostream& stream);
+  virtual bool VStreamableStartRead(std::istream& stream);
   /// Makes the object ready for another walk.
-  virtual void VStreamableReset() = 0;
+  virtual void VStreamableReset();
 
  protected:
   VStreamBase() noexcept = default;
@@ -94,6 +97,61 @@ class WalkMark {
  private:
   bool isSet_ = false;
 };
+
+}  // namespace detail
+
+/// The walk of class `Object`, which derives from StreamWalk<Object>, has the static member
+///
+///     static DerivedStreamableData MyStreamableData;
+///
+/// and the members VStreamableWrite and VStreamableRead, to which it makes this class a friend: what follows its header
+/// and the part of its base. A base that has an identity of its own is named as the second argument.
+template <class Object, class Base = VStreamBase>
+class VORAN_EXPORT StreamWalk : public Base {
+ public:
+  struct DerivedStreamableData : VStreamableData {
+    using VStreamableData::VStreamableData;
+  };
+
+  bool VStreamableStartWrite(std::ostream& stream) override {
+    if (streamed_.TestAndSet()) return true;
+    return Object::MyStreamableData.Write(stream) && VStreamableWriteBases(stream) &&
+           static_cast<Object&>(*this).VStreamableWrite(stream);
+  }
+  bool VStreamableStartRead(std::istream& stream) override {
+    if (streamed_.TestAndSet()) return true;
+    return Object::MyStreamableData.Check(stream) && static_cast<Object&>(*this).VStreamableRead(stream);
+  }
+  void VStreamableReset() override {
+    streamed_.Clear();
+    Base::VStreamableReset();
+  }
+
+  /// The version read last by any object of the class, and the one that is written.
+  short GetVStreamVersionNumber() const { return Object::MyStreamableData.GetVStreamVersionNumber(); }
+  short GetMyVStreamVersionNumber() const { return Object::MyStreamableData.GetMyVStreamVersionNumber(); }
+
+ protected:
+  using Base::Base;
+  StreamWalk() = default;
+
+  /// The part of the base by itself.
+  bool VStreamableWriteBases(std::ostream& stream) { return Base::VStreamableStartWrite(stream); }
+  bool VStreamableReadBases(std::istream& stream) { return Base::VStreamableStartRead(stream); }
+  /// What VStreamableRead begins with: the part of the base, and whether the header bore the version that is written,
+  /// the only one that readers accept.
+  bool VStreamableReadBasesOfMyVersion(std::istream& stream) {
+    return VStreamableReadBases(stream) && GetVStreamVersionNumber() == GetMyVStreamVersionNumber();
+  }
+
+ private:
+  detail::WalkMark streamed_;
+};
+
+namespace detail {
+
+/// The base for classes that are to share one VStreamBase with others in a host's object.
+class VORAN_EXPORT VirtualStreamBase : public virtual VStreamBase {};
 
 /// Writes a member by a copy, which shares its elements and has no mark: a member that a walk has met elsewhere would
 /// be skipped and its data lost.

@@ -1,0 +1,110 @@
+#include <cmath>
+#include <random>
+
+#include <benchmark/benchmark.h>
+
+#include "benchmarks/made_data.h"
+#include "voran/models/pls.h"
+#include "voran/models/pls_cross_validation.h"
+#include "voran/models/pls_prediction.h"
+
+namespace {
+
+using Matrix = NCDataMatrix<float>;
+
+struct XY {
+  Matrix x;
+  Matrix y;
+};
+
+/// Responses that are mixtures of the variables with 10 % noise.
+XY MadeXY(int rows, int columns, int responses, double gapShare = 0.0) {
+  XY data{MadeMatrix(rows, columns, gapShare), Matrix(rows, responses, 0.0f)};
+  std::mt19937 generator(7);
+  std::normal_distribution<float> normal;
+  Matrix b(columns, responses, 0.0f);
+  for (int j = 1; j <= columns; ++j) {
+    for (int m = 1; m <= responses; ++m) b(j, m, normal(generator) / std::sqrt(static_cast<float>(columns)));
+  }
+  data.y = data.x * b;
+  for (int i = 1; i <= rows; ++i) {
+    for (int m = 1; m <= responses; ++m) data.y(i, m, data.y[i][m] + 0.1f * normal(generator));
+  }
+  return data;
+}
+
+int Fit(NCPLS& pls, int components) {
+  int rounds = 0;
+  for (int a = 0; a < components; ++a) {
+    pls.NextComponent(nullptr, nullptr, false, true);
+    pls.CalculateResiduals();
+    rounds += pls.GetIterations();
+  }
+  return rounds;
+}
+
+/// A whole fit: arguments rows, columns, responses, components and gaps in per cent.
+void FitPls(benchmark::State& state) {
+  const XY data = MadeXY(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)),
+                         static_cast<int>(state.range(2)), static_cast<double>(state.range(4)) / 100.0);
+  int rounds = 0;
+  for (auto _ : state) {
+    NCPLS pls(&data.x, &data.y, 200);
+    rounds = Fit(pls, static_cast<int>(state.range(3)));
+    benchmark::DoNotOptimize(pls.GetTprim());
+  }
+  state.counters["rounds"] = rounds;
+}
+
+BENCHMARK(FitPls)
+    ->ArgNames({"rows", "columns", "responses", "components", "gaps"})
+    ->Args({20000, 1000, 3, 5, 0})
+    ->Args({20000, 1000, 3, 5, 5})
+    ->Args({200, 700, 1, 10, 0})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+/// A fit and the cross-validation of each component, of one response: arguments rows, columns, groups, components.
+void CrossValidatePls(benchmark::State& state) {
+  const XY data = MadeXY(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)), 1);
+  for (auto _ : state) {
+    NCPLS pls(&data.x, &data.y, 200);
+    PLSCrossValidation cv(&pls, static_cast<int>(state.range(2)), nullptr);
+    for (int a = 0; a < state.range(3); ++a) {
+      pls.NextComponent(nullptr, nullptr, true, true);
+      cv.NextComponent(&pls.GetWprim()->back(), 200, {1.0f}, nullptr, true);
+      pls.CalculateResiduals();
+    }
+    benchmark::DoNotOptimize(cv.GetQ2TotCum());
+  }
+}
+
+BENCHMARK(CrossValidatePls)
+    ->ArgNames({"rows", "columns", "groups", "components"})
+    ->Args({200, 2000, 7, 10})
+    ->Args({200, 700, 200, 10})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+/// Prediction of new rows by all components: arguments rows, columns, components.
+void PredictPls(benchmark::State& state) {
+  const XY fitted = MadeXY(300, static_cast<int>(state.range(1)), 1);
+  NCPLS pls(&fitted.x, &fitted.y, 200);
+  Fit(pls, static_cast<int>(state.range(2)));
+  const Matrix fresh = MadeMatrix(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+  for (auto _ : state) {
+    NCPLSPred prediction(&fresh, pls.GetWprim(), pls.GetPprim(), pls.GetCprim(), 0.5f);
+    while (prediction.GetCompComputed() < prediction.GetMaxComp()) prediction.CalcNextComponent();
+    benchmark::DoNotOptimize(prediction.GetYPred());
+  }
+}
+
+BENCHMARK(PredictPls)
+    ->ArgNames({"rows", "columns", "components"})
+    ->Args({200000, 500, 10})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

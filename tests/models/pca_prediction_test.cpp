@@ -1,0 +1,176 @@
+#include "voran/models/pca_prediction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/models/model_samples.h"
+#include "tests/models/plain_nipals.h"
+#include "voran/models/score_estimator.h"
+#include "voran/platform/threading_control.h"
+
+namespace {
+
+using NCMultiThreading::ThreadingControl;
+using samples::ExpectNear;
+using samples::Fit;
+using samples::FloatMatrix;
+using samples::FloatVector;
+using samples::kGap;
+using samples::PlainMatrix;
+using samples::ThreeComponents;
+using samples::ToMatrix;
+using samples::ToPlain;
+using samples::WithGaps;
+using Positions = NCIntegralVector<int, -99>;
+
+constexpr int kLimit = 100;
+constexpr double kTolerance = 1e-4;
+
+class PcaPrediction : public ::testing::Test {
+ protected:
+  PcaPrediction() : data_(ToMatrix(ThreeComponents(40, 12, 7))), pca_(&data_, 500) { Fit(pca_, 3); }
+  void TearDown() override { ThreadingControl::Reset(); }
+
+  FloatMatrix data_;
+  NCPCA pca_;
+};
+
+TEST_F(PcaPrediction, ACompleteRowOfTheFitGetsItsScoresAndResiduals) {
+  NCPCAPred batch(&data_, pca_.GetPprim(), kLimit, 0.5f);
+  EXPECT_EQ(batch.GetMaxComp(), 3);
+  for (int a = 1; a <= 3; ++a) {
+    ExpectNear((*batch.GetTPredPrim())[a], ToPlain((*pca_.GetTprim())[a]), kTolerance);
+    batch.CalcNextResidual();
+    EXPECT_EQ(batch.GetResidualsCompComputed(), a);
+  }
+  for (int i = 1; i <= 40; ++i) {
+    for (int j = 1; j <= 12; ++j) EXPECT_NEAR((*batch.GetXResiduals())[i][j], (*pca_.GetResiduals())[i][j], 1e-3f);
+    const FloatMatrix row = data_.GetRowSubMatrix(i, i);
+    const NCPCAPred alone(&row, pca_.GetPprim(), kLimit, 0.5f);
+    for (int a = 1; a <= 3; ++a) EXPECT_EQ((*alone.GetTPredPrim())[a][1], (*batch.GetTPredPrim())[a][i]);
+  }
+}
+
+/// Loadings need not be orthogonal: each component is taken out before the next one is looked at.
+TEST_F(PcaPrediction, ACompleteRowIsDeflatedBetweenTheComponents) {
+  const PlainMatrix loadings = {{0.6, 0.8, 0.0}, {0.8, 0.6, 0.0}, {0.0, 0.6, 0.8}};
+  std::vector<double> x = {1.0, -2.0, 3.0};
+  std::vector<double> expected;
+  for (const auto& p : loadings) {
+    double t = 0.0;
+    for (std::size_t j = 0; j < 3; ++j) t += p[j] * x[j];
+    for (std::size_t j = 0; j < 3; ++j) x[j] -= t * p[j];
+    expected.push_back(t);
+  }
+  FloatVector t(3);
+  ScoreEstimator(ToMatrix(loadings), kLimit).GetT(t, {1.0f, -2.0f, 3.0f});
+  ExpectNear(t, expected, 1e-6);
+}
+
+/// The rule for a row with gaps once more: a PLS of the row on the loadings, with its stops.
+std::vector<double> PlainScores(const FloatMatrix& loadings, const FloatVector& row) {
+  PlainMatrix p(static_cast<std::size_t>(loadings.SizeColumns()));
+  PlainMatrix y;
+  for (std::size_t j = 0; j < p.size(); ++j) {
+    for (const FloatVector& loading : loadings) p[j].push_back(loading[static_cast<int>(j) + 1]);
+    y.push_back({row[static_cast<int>(j) + 1]});
+  }
+  const double ss = plain_nipals::SumOfSquares(y);
+  const int most = std::min(loadings.SizeRows(), row.Size() - row.GetNumMisVal());
+  std::vector<double> b(p.front().size());
+  std::vector<std::vector<double>> stars;
+  std::vector<std::vector<double>> previous;
+  for (int a = 1;; ++a) {
+    const plain_nipals::PlsComponent component = plain_nipals::FitPls(p, y);
+    std::vector<double> star = component.w;
+    for (std::size_t k = 0; k < stars.size(); ++k) {
+      double d = 0.0;
+      for (std::size_t j = 0; j < star.size(); ++j) d += previous[k][j] * component.w[j];
+      for (std::size_t j = 0; j < star.size(); ++j) star[j] -= d * stars[k][j];
+    }
+    for (std::size_t j = 0; j < b.size(); ++j) b[j] += star[j] * component.c[0];
+    stars.push_back(star);
+    previous.push_back(component.p);
+    plain_nipals::Deflate(p, component.t, component.p);
+    plain_nipals::Deflate(y, component.t, component.c);
+    if (a >= most || !(component.c[0] < 2.0) || !(plain_nipals::SumOfSquares(p) > ss * 1e-5)) return b;
+  }
+}
+
+TEST_F(PcaPrediction, ARowWithGapsIsRegressedOnTheLoadings) {
+  for (const float size : {1.0f, 0.05f}) {  // large scores stop it early
+    FloatMatrix x(data_);
+    for (int i = 1; i <= 40; ++i) {
+      for (int j = 1; j <= 12; ++j) x(i, j, (i + j) % (2 + i % 4) == 0 ? kGap : x[i][j] * size);
+    }
+    const NCPCAPred prediction(&x, pca_.GetPprim(), kLimit, 1.0f);
+    for (int i = 1; i <= 40; ++i) {
+      if (x[i].GetNumMisVal() == 0) continue;
+      SCOPED_TRACE(::testing::Message() << "row " << i << ", " << x[i].GetNumMisVal() << " gaps");
+      ExpectNear(prediction.GetTPredPrim()->GetColumn(i), PlainScores(*pca_.GetPprim(), x[i]), kTolerance);
+    }
+  }
+}
+
+TEST_F(PcaPrediction, TooManyGapsGiveNoScores) {
+  struct {
+    int gaps;
+    float maxMissing;
+    bool hasScores;
+  } const cases[] = {{6, 0.5f, true}, {7, 0.5f, false}, {1, 0.0f, false}, {0, 0.0f, true}, {12, 1.0f, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << c.gaps << " gaps, " << c.maxMissing);
+    FloatMatrix x = data_.GetRowSubMatrix(1, 3);
+    for (int j = 1; j <= c.gaps; ++j) x(2, j, kGap);
+    NCPCAPred prediction(&x, pca_.GetPprim(), kLimit, c.maxMissing);
+    EXPECT_EQ(prediction.GetTPredPrim()->GetNumMisVal(), c.hasScores ? 0 : 3);
+    if (c.gaps == 12) {
+      EXPECT_TRUE(prediction.GetTPredPrim()->GetColumn(2) == FloatVector(3, 0.0f));
+    }
+    prediction.CalcNextResidual();
+    EXPECT_EQ((*prediction.GetXResiduals())[2].GetNumMisVal(), c.hasScores ? c.gaps : 12);
+  }
+}
+
+TEST_F(PcaPrediction, WithoutComponentsNothingIsEstimated) {
+  FloatVector t = {5.0f};
+  ScoreEstimator(FloatMatrix(0, 12, 0.0f), kLimit).GetT(t, data_[1]);
+  EXPECT_EQ(t[1], 5.0f);
+  const FloatMatrix none(0, 12, 0.0f);
+  NCPCAPred prediction(&data_, &none, kLimit, 0.5f);
+  EXPECT_EQ(prediction.GetMaxComp(), 0);
+}
+
+TEST_F(PcaPrediction, ForgottenObservationsLeaveScoresAndResiduals) {
+  Positions positions(3, 0);
+  for (const int i : {1, 2, 3}) positions(i, 50 - 15 * i);  // 35, 20, 5
+  NCPCAPred prediction(&data_, pca_.GetPprim(), kLimit, 0.5f);
+  const FloatMatrix scores = *prediction.GetTPredPrim();
+  prediction.RemoveObservations(positions);
+  ASSERT_EQ(prediction.SizeObservations(), 37);
+  ASSERT_EQ(prediction.GetTPredPrim()->SizeColumns(), 37);
+  for (int i = 1, from = 1; i <= 37; ++i, ++from) {
+    if (from % 15 == 5) ++from;
+    EXPECT_TRUE((*prediction.GetXResiduals())[i] == data_[from]);
+    EXPECT_TRUE(prediction.GetTPredPrim()->GetColumn(i) == scores.GetColumn(from));
+  }
+  NCPCAPred(prediction).RemoveObservations(Positions(0));
+  EXPECT_EQ(prediction.SizeObservations(), 37);
+}
+
+TEST_F(PcaPrediction, TheSameBitsAtAnyThreadCount) {
+  const FloatMatrix x = WithGaps(ToMatrix(ThreeComponents(3000, 40, 5)), 6);
+  NCPCA pca(&x, 100);
+  Fit(pca, 2);
+  ThreadingControl::SetThreadingIsOn(false);
+  const NCPCAPred expected(&x, pca.GetPprim(), kLimit, 0.5f);
+  ThreadingControl::SetNumberOfProcessors(3);
+  ThreadingControl::SetThreadingIsOn(true);
+  const NCPCAPred prediction(&x, pca.GetPprim(), kLimit, 0.5f);
+  EXPECT_TRUE(*prediction.GetTPredPrim() == *expected.GetTPredPrim());
+}
+
+}  // namespace

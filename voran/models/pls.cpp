@@ -1,0 +1,280 @@
+#include "voran/models/pls.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "voran/containers/kernels/reductions.h"
+#include "voran/containers/missing_value.h"
+#include "voran/containers/nipals_pass.h"
+#include "voran/models/convergence.h"
+#include "voran/platform/nc_error.h"
+#include "voran/platform/progress.h"
+
+inline namespace voran {
+
+using detail::kMissing;
+using Matrix = NCDataMatrix<float>;
+using Vector = NCDataVector<float>;
+
+namespace {
+
+[[noreturn]] void ThrowAborted(NCError::Level level) {
+  throw NCError(ExceptionMessage::translate("PLS component aborted.", "Calculation of"), level);
+}
+
+/// Shows the iteration as a bar that runs from the first round's convergence value down to 0, on the caller's progress
+/// object or on one of its own; a single response is there at once. Silent, it leaves the object alone until the end.
+class PlsProgress {
+ public:
+  PlsProgress(NCProgress* given, int component, bool silent, bool interactive)
+      : progress_(given), component_(component), silent_(silent), interactive_(interactive) {}
+
+  void Report(int round, double value) {
+    if (silent_) return;
+    const auto position = static_cast<float>(-value);
+    if (round == 1) Begin(position);
+    if (interactive_ && !progress_->SetValue(position)) ThrowAborted(NCError::Level::kGeneral);
+  }
+
+  void End() {
+    if (interactive_ && progress_ != nullptr && progress_->IsBreakPressed()) ThrowAborted(NCError::Level::kCancel);
+  }
+
+ private:
+  void Begin(float position) {
+    if (progress_ != nullptr) {
+      progress_->SetRange(position == 0.0f ? 1.0f : position, 0.0f);
+      return;
+    }
+    own_.emplace(detail::FillText(detail::TranslateText("PLS Component %1%"), {component_}).c_str(), position, 0.0f,
+                 false, false, true, "");
+    progress_ = &*own_;
+  }
+
+  NCProgress* progress_;
+  int component_;
+  bool silent_;
+  bool interactive_;
+  std::optional<NCProgress> own_;
+};
+
+/// Whether X and Y have next to nothing in common, by g = |u| |w| / |X| with w before it is brought to unit length.
+bool HasNoCorrelation(const Vector& u, const Vector& w, double xNorm) {
+  constexpr double kLeast = 1e-6;
+  const double g = std::sqrt(u.GetSS()) * std::sqrt(w.GetSS()) / xNorm;
+  return !std::isnormal(g) || kLeast / std::sqrt(w.Size()) > g;
+}
+
+std::unique_ptr<Matrix> CopyOf(const Matrix* m) {
+  return std::make_unique<Matrix>(*m);
+}
+
+std::unique_ptr<Matrix> OneColumn(const Vector& y) {
+  auto column = std::make_unique<Matrix>(y.Size(), 1, kMissing<float>);
+  column->SetColumn(1, y);
+  return column;
+}
+
+/// No component yet, of vectors of `size` elements.
+std::unique_ptr<Matrix> NoRows(int size) {
+  return std::make_unique<Matrix>(0, size, kMissing<float>);
+}
+
+}  // namespace
+
+/// One component, each vector of its own.
+struct NCPLS::Component {
+  Component(const Matrix& X, const Matrix& Y)
+      : w(X.SizeColumns()), t(X.SizeRows()), c(Y.SizeColumns()), u(X.SizeRows()), p(X.SizeColumns()) {}
+
+  Vector w;
+  Vector t;
+  Vector c;
+  Vector u;
+  Vector p;
+  int iterations = 0;
+};
+
+// Construction.
+
+NCPLS::NCPLS()
+    : NCPLS(std::make_unique<Matrix>(), std::make_unique<Matrix>(), std::make_unique<Matrix>(),
+            std::make_unique<Matrix>(), std::make_unique<Matrix>(), std::make_unique<Matrix>(),
+            std::make_unique<Matrix>(), 0) {}
+
+NCPLS::NCPLS(const Matrix* X, const Matrix* Y, int limit) : NCPLS(CopyOf(X), CopyOf(Y), limit) {}
+
+NCPLS::NCPLS(const Matrix* X, const Vector* y, int limit) : NCPLS(CopyOf(X), OneColumn(*y), limit) {}
+
+NCPLS::NCPLS(MatrixPointer X, MatrixPointer Y, int limit)
+    : NCPLS(nullptr, nullptr, NoRows(Y->SizeColumns()), NoRows(X->SizeColumns()), NoRows(X->SizeColumns()),
+            NoRows(X->SizeRows()), NoRows(X->SizeRows()), limit) {
+  X_ = X.release();
+  Y_ = Y.release();
+}
+
+NCPLS::NCPLS(const Matrix* X, const Matrix* Y, const Matrix* C, const Matrix* P, const Matrix* W, const Matrix* U,
+             const Matrix* T, int limit)
+    : NCPLS(CopyOf(X), CopyOf(Y), CopyOf(C), CopyOf(P), CopyOf(W), CopyOf(U), CopyOf(T), limit) {}
+
+NCPLS::NCPLS(MatrixPointer X, MatrixPointer Y, MatrixPointer C, MatrixPointer P, MatrixPointer W, MatrixPointer U,
+             MatrixPointer T, int limit)
+    : C_(C.release()),
+      P_(P.release()),
+      W_(W.release()),
+      U_(U.release()),
+      T_(T.release()),
+      X_(X.release()),
+      Y_(Y.release()),
+      components_(P_->SizeRows()),
+      iterationLimit_(limit) {}
+
+NCPLS::~NCPLS() {
+  for (const Matrix* m : {C_, P_, W_, U_, T_, X_, Y_}) delete m;
+}
+
+// The components.
+
+void NCPLS::NextComponent(NCProgress* progress, const Vector* start, bool silent, bool interactive) {
+  Component component(*X_, *Y_);
+  Iterate(progress, start, silent, interactive, component);
+  Append(component);
+}
+
+void NCPLS::StartScore(const Vector* start, Vector& u) const {
+  if (start != nullptr && Y_->SizeColumns() != 1) {
+    const Vector t0 = X_->SpecialNipalsRegressRowsFix(*start);
+    const Vector c0 = Y_->SpecialNipalsRegressColumnsFix(t0);
+    Y_->SpecialNipalsRegressRowsFixImpl(c0, nullptr, 0, u);
+  } else {
+    Y_->GetNIPALSStartColumnImpl(&u);
+  }
+}
+
+void NCPLS::Iterate(NCProgress* progress, const Vector* start, bool silent, bool interactive,
+                    Component& component) const {
+  using Pass = detail::NipalsPass<float>;
+  constexpr auto kFloor = Pass::Floor::kThirdOfAll;
+  const bool isSingleResponse = Y_->SizeColumns() <= 1;
+  const double xNorm = interactive ? std::sqrt(X_->GetSS()) : 0.0;
+  auto& [w, t, c, u, p, iterations] = component;
+  Vector uOld(u.Size());
+  Pass xPass(*X_);
+  Pass yPass(*Y_);
+  PlsProgress report(progress, components_ + 1, silent, interactive);
+  detail::ConvergenceRate rate;
+
+  StartScore(start, u);
+  double value;
+  bool isLast;
+  bool loadingSummed;  // X't was formed while t was
+  do {
+    std::swap(u, uOld);
+    xPass.SumColumns(uOld);
+    xPass.FinishColumns(uOld, kFloor, nullptr, 0, false, w);
+    if (interactive && HasNoCorrelation(uOld, w, xNorm)) {
+      throw NCError(
+          ExceptionMessage::translate("The correlation between X and Y is zero or almost zero.\nComponent {1} "
+                                      "cannot be computed.") %
+              (components_ + 1),
+          NCError::Level::kZeroCorrelation);
+    }
+    w.Normalise();
+    loadingSummed = isSingleResponse || iterations + 1 >= iterationLimit_ || rate.PredictsConvergence();
+    if (loadingSummed) {
+      xPass.RegressRowsAndSumColumns(w, t);
+    } else {
+      xPass.RegressRows(w, nullptr, 0, kFloor, t);
+    }
+    yPass.SumColumns(t);
+    yPass.FinishColumns(t, kFloor, nullptr, 0, false, c);
+    yPass.RegressRows(c, nullptr, 0, kFloor, u);
+    ++iterations;
+    const double change = isSingleResponse ? 0.0 : u.Difference(uOld);
+    rate.Add(change);
+    value = isSingleResponse ? 0.0 : detail::ConvergenceValue(change);
+    report.Report(iterations, value);
+    isLast = !(value > 0.0) || iterations >= iterationLimit_;
+  } while (!isLast);
+  report.End();
+  if (!loadingSummed) xPass.SumColumns(t);
+  xPass.FinishColumns(t, kFloor, nullptr, 0, false, p);
+}
+
+void NCPLS::Append(const Component& component) {
+  const auto extended = [this](Matrix m, const Vector& row) {
+    m.InsertRow(components_ + 1, row);
+    return m;
+  };
+  Matrix w = extended(*W_, component.w);
+  Matrix p = extended(*P_, component.p);
+  Matrix t = extended(*T_, component.t);
+  Matrix u = extended(*U_, component.u);
+  Matrix c = extended(*C_, component.c);
+  // Nothing fails from here on.
+  W_->swap(w);
+  P_->swap(p);
+  T_->swap(t);
+  U_->swap(u);
+  C_->swap(c);
+  ++components_;
+  iterations_ = component.iterations;
+}
+
+void NCPLS::CalculateResiduals() {
+  X_->AddVprimV((*T_)[components_], (*P_)[components_], -1.0f);
+  Y_->AddVprimV((*T_)[components_], (*C_)[components_], -1.0f);
+}
+
+void NCPLS::FlipComponent(int component) {
+  for (Matrix* m : {C_, P_, W_, U_, T_}) m->MultiplyRow(component, -1.0, component);
+}
+
+void NCPLS::ShuffleYResiduals(int* permutation) {
+  if (components_ > 0 || Y_->SizeRows() == 0) {
+    throw NCError(ExceptionMessage::translate("Unable to permutate PLS model."), NCError::Level::kGeneral);
+  }
+  Matrix shuffled(0, Y_->SizeColumns(), kMissing<float>);
+  shuffled.ReserveRows(Y_->SizeRows());
+  for (int i = 1; i <= Y_->SizeRows(); ++i) shuffled.push_back((*Y_)[permutation[i]]);
+  *Y_ = shuffled;
+}
+
+// Weights and coefficients for X as it was given.
+
+Matrix NCPLS::GetWStarPrim() {
+  return GetWStarPrim(*W_, *P_);
+}
+
+Matrix NCPLS::GetWStarPrim(const Matrix& Wprim, const Matrix& Pprim) {
+  Matrix wStar(0, Wprim.SizeColumns(), kMissing<float>);
+  wStar.ReserveRows(Wprim.SizeRows());
+  const auto& kernels = detail::ReductionKernels<float>::Current();
+  const int columns = Wprim.SizeColumns();
+  for (int a = 1; a <= Wprim.SizeRows(); ++a) {
+    Vector row(Wprim[a]);
+    for (int k = 1; k < a; ++k) {
+      const auto mode = detail::GapModeOf(Pprim[k].GetNumMisVal(), Wprim[a].GetNumMisVal());
+      const double d = kernels.pairSums(Pprim[k].begin(), Wprim[a].begin(), columns, mode).product;
+      row.TransformTo_Sub_d_x_Vt(d, wStar[k]);
+    }
+    row.SetNumMisVal(static_cast<int>(std::count(row.begin(), row.end(), kMissing<float>)));
+    wStar.push_back(row);
+  }
+  return wStar;
+}
+
+Matrix NCPLS::GetRegressionCoefficients(int components) {
+  if (components == -1 || components == P_->SizeRows()) return GetRegressionCoefficients(*P_, *W_, *C_);
+  return GetRegressionCoefficients(P_->GetRowSubMatrix(1, components), W_->GetRowSubMatrix(1, components),
+                                   C_->GetRowSubMatrix(1, components));
+}
+
+Matrix NCPLS::GetRegressionCoefficients(const Matrix& Pprim, const Matrix& Wprim, const Matrix& Cprim) {
+  return GetWStarPrim(Wprim, Pprim).MatrixMultiply(Cprim, true, false, true);
+}
+
+}  // namespace voran

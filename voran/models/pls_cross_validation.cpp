@@ -1,0 +1,201 @@
+#include "voran/models/pls_cross_validation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "voran/containers/missing_value.h"
+#include "voran/models/convergence.h"
+#include "voran/models/cv_groups.h"
+#include "voran/models/pls.h"
+#include "voran/models/pls_prediction.h"
+#include "voran/models/q2.h"
+#include "voran/platform/exception_message.h"
+#include "voran/platform/progress.h"
+
+inline namespace voran {
+
+using detail::kMissing;
+using detail::Q2;
+using Groups = NCIntegralVector<int, -99>;
+using Matrix = NCDataMatrix<float>;
+using Vector = NCDataVector<float>;
+
+/// The data of one group's sub-model; rows share their elements with the model's.
+struct PLSCrossValidation::Round {
+  Round(const NCPLS& model, const Groups& rowGroups, int group)
+      : xTrain(0, model.GetXResiduals()->SizeColumns(), kMissing<float>),
+        yTrain(0, model.GetYResiduals()->SizeColumns(), kMissing<float>),
+        xTest(0, model.GetXResiduals()->SizeColumns(), kMissing<float>) {
+    const Matrix& x = *model.GetXResiduals();
+    const Matrix& y = *model.GetYResiduals();
+    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows());
+    for (int i = 1; i <= x.SizeRows(); ++i) {
+      if (rowGroups[i] == group) {
+        xTest.push_back(x[i]);
+        test.push_back(i);
+      } else {
+        xTrain.push_back(x[i]);
+        yTrain.push_back(y[i]);
+        train.push_back(i);
+      }
+    }
+  }
+
+  Matrix xTrain;
+  Matrix yTrain;
+  Matrix xTest;
+  std::vector<int> train;  // rows of the model's data
+  std::vector<int> test;
+};
+
+PLSCrossValidation::PLSCrossValidation(NCPLS* model, int groups, const Groups* rowGroups)
+    : PLSCrossValidation(model, 0.0f, Vector(model->GetYResiduals()->SizeColumns(), 0.0f), groups, rowGroups) {}
+
+PLSCrossValidation::PLSCrossValidation(NCPLS* model, float q2TotCum, const Vector& q2YVarCum, int groups,
+                                       const Groups* rowGroups)
+    : YPredResiduals_(model->GetYResiduals()->SizeRows(), model->GetYResiduals()->SizeColumns(), kMissing<float>),
+      WSet_(0, model->GetXResiduals()->SizeColumns(), kMissing<float>),
+      CSet_(0, model->GetYResiduals()->SizeColumns(), kMissing<float>),
+      PSet_(0, model->GetXResiduals()->SizeColumns(), kMissing<float>),
+      TPred_(model->GetXResiduals()->SizeRows()),
+      TSet_(0, model->GetXResiduals()->SizeRows(), kMissing<float>),
+      Q2YVar_(model->GetYResiduals()->SizeColumns()),
+      Q2YVarCum_(q2YVarCum),
+      SSY_(groups),
+      SSYOriginal_(groups),
+      model_(model),
+      groups_(std::min(groups, model->GetXResiduals()->SizeRows())),
+      Q2TotCum_(q2TotCum),
+      rowGroups_(rowGroups != nullptr ? *rowGroups
+                                      : GetDeafultCVGroupsVector(model->GetXResiduals()->SizeRows(), groups_)) {
+  for (Matrix* set : {&WSet_, &CSet_, &PSet_, &TSet_}) set->ReserveRows(groups_);
+}
+
+PLSCrossValidation::~PLSCrossValidation() = default;
+
+void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationLimit, const Vector& yReference,
+                                       NCProgress* progress, bool silent) {
+  std::optional<NCProgress> own;
+  if (progress == nullptr && !silent) progress = &own.emplace("", 0.0f, 1.0f, false, false, true, "");
+  if (progress != nullptr) progress->SetRange(0.0f, static_cast<float>(groups_));
+  for (Matrix* set : {&WSet_, &CSet_, &PSet_, &TSet_}) set->RemoveRows(1, set->SizeRows());
+  SSYOriginal_ = SSY_;
+  for (int group = 0; group < groups_; ++group) {
+    if (progress != nullptr) {
+      const std::string text = detail::TranslateText("CV round %1% of %2%", "CV = Cross validation");
+      progress->SetText(detail::FillText(text, {group + 1, groups_}).c_str());
+    }
+    LeaveGroupOut(group, *modelWeight, iterationLimit, progress, silent);
+  }
+  UpdateQ2(yReference);
+}
+
+void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int iterationLimit, NCProgress* progress,
+                                       bool silent) {
+  Round round(*model_, rowGroups_, group);
+  if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.yTrain.GetSS()));
+  NCPLS sub(&round.xTrain, &round.yTrain, iterationLimit);
+  if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
+  sub.NextComponent(progress, &modelWeight, silent, false);
+  if (progress != nullptr) progress->PopSubRange();
+  // Of the sub-model's residuals those of Y alone are wanted; X would have to be copied for the others.
+  round.yTrain.TransformToSub_V_x_Vt((*sub.GetTprim())[1], (*sub.GetCprim())[1]);
+  SSY_(group + 1, static_cast<float>(round.yTrain.GetSS()));
+
+  Vector scores(model_->GetXResiduals()->SizeRows());
+  const Vector& fitted = (*sub.GetTprim())[1];
+  for (std::size_t k = 0; k < round.train.size(); ++k) scores(round.train[k], fitted[static_cast<int>(k) + 1]);
+  PredictLeftOut(round, sub, scores);
+  Keep(sub, scores, modelWeight);
+}
+
+void PLSCrossValidation::PredictLeftOut(const Round& round, const NCPLS& sub, Vector& scores) {
+  constexpr float kPracticallyAnyRow = 0.9999f;
+  const Matrix& y = *model_->GetYResiduals();
+  NCPLSPred prediction(&round.xTest, sub.GetWprim(), sub.GetPprim(), sub.GetCprim(), kPracticallyAnyRow);
+  prediction.CalcNextComponent();
+  for (std::size_t k = 0; k < round.test.size(); ++k) {
+    const int from = static_cast<int>(k) + 1;
+    const int i = round.test[k];
+    TPred_(i, (*prediction.GetTPred())[from]);
+    scores(i, (*prediction.GetTPred())[from]);
+    for (int m = 1; m <= y.SizeColumns(); ++m) {
+      const float predicted = (*prediction.GetYPred())[from][m];
+      const bool bothPresent = predicted != kMissing<float> && y[i][m] != kMissing<float>;
+      YPredResiduals_(i, m, bothPresent ? y[i][m] - predicted : y[i][m]);
+    }
+  }
+}
+
+void PLSCrossValidation::Keep(const NCPLS& sub, const Vector& scores, const Vector& modelWeight) {
+  WSet_.push_back((*sub.GetWprim())[1]);
+  CSet_.push_back((*sub.GetCprim())[1]);
+  PSet_.push_back((*sub.GetPprim())[1]);
+  TSet_.push_back(scores);
+  if (!(WSet_.back() * modelWeight < 0.0)) return;
+  for (Matrix* set : {&WSet_, &PSet_, &TSet_, &CSet_}) set->MultiplyRow(set->SizeRows(), -1.0, set->SizeRows());
+}
+
+void PLSCrossValidation::UpdateQ2(const Vector& yReference) {
+  const Matrix& y = *model_->GetYResiduals();
+  double totalPress = 0.0;
+  for (int m = 1; m <= y.SizeColumns(); ++m) {
+    const double press = YPredResiduals_.GetColumnSS(m, 0.0);
+    if (press != detail::kNoValue) totalPress += press;
+    const double ss = y.GetColumnSS(m, 0.0);
+    if (ss < detail::kNoSumOfSquares) {
+      Q2YVar_(m, 0.0f);
+      Q2YVarCum_(m, Q2::CumulativeOfNothing(yReference[m]));
+    } else {
+      Q2YVar_(m, Q2::OfComponent(ss, press));
+      Q2YVarCum_(m, Q2::Cumulative(Q2YVarCum_[m], ss, press));
+    }
+  }
+  const double totalSS = y.GetSS();
+  if (totalSS < detail::kNoSumOfSquares) {
+    Q2Tot_ = 0.0f;
+    Q2TotCum_ = 1.0f;
+  } else {
+    Q2Tot_ = Q2::OfComponent(totalSS, totalPress);
+    Q2TotCum_ = Q2::Cumulative(Q2TotCum_, totalSS, totalPress);
+  }
+}
+
+float PLSCrossValidation::GetQ2Lim() const {
+  constexpr int kManyObservations = 100;
+  return model_->GetXResiduals()->SizeRows() > kManyObservations ? 0.0f : 0.05f;
+}
+
+namespace {
+
+int CountAbove(const Vector& values, int n, float limit) {
+  int count = 0;
+  for (int m = 1; m <= n; ++m) {
+    if (values[m] > limit) ++count;
+  }
+  return count;
+}
+
+/// How many responses must be predicted for a component to count: a fifth of many, the root of few.
+int ResponsesNeeded(int responses) {
+  constexpr int kMany = 25;
+  const double share = responses >= kMany ? responses * 0.2 : std::sqrt(responses);
+  return static_cast<int>(std::lround(static_cast<float>(share)));
+}
+
+}  // namespace
+
+SignificanceE::Significance PLSCrossValidation::GetSignificance(int observations, int xVariables, int yVariables,
+                                                                int components, float r2x, const Vector& r2y, float q2,
+                                                                const Vector& q2y, float q2Limit) {
+  constexpr float kLittleOfX = 0.01f;
+  constexpr float kLittleOfY = 0.03f;
+  if (std::min(xVariables, observations - 3) <= components) return SignificanceE::kN3;
+  if (r2x < kLittleOfX && CountAbove(r2y, yVariables, kLittleOfY) == 0) return SignificanceE::kN4;
+  if (q2 > q2Limit) return SignificanceE::kR1;
+  return CountAbove(q2y, yVariables, q2Limit) < ResponsesNeeded(yVariables) ? SignificanceE::kNS : SignificanceE::kR2;
+}
+
+}  // namespace voran
