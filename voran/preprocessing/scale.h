@@ -27,7 +27,7 @@ inline namespace voran {
 /// target held before is not freed. This is deliberate; the copy constructor makes an independent object.
 ///
 /// Columns are counted from 1 and not checked. A scaling is used by one thread; the kernels use several.
-class VORAN_EXPORT NCScale : public VStreamBase {
+class VORAN_EXPORT NCScale : public StreamWalk<NCScale> {
  public:
   /// What is done to a column with mean m and standard deviation s (with n - 1, n its present values). A stream may
   /// bring other numbers: such a column counts as "None", but keeps the mean and scale that came with it.
@@ -76,26 +76,15 @@ class VORAN_EXPORT NCScale : public VStreamBase {
 
   // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
 
-  /// The identity "NCS", version 2; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
+  /// The identity "NCS", version 2; readers accept no other version. After a failure there are no columns, unless the
+  /// header had been refused.
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// After a failure there are no columns, unless the header had been refused.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<NCScale>;
+
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
  private:
   NCScale(std::unique_ptr<NCDataVector<float>> means, std::unique_ptr<NCDataVector<float>> scales);
@@ -106,7 +95,6 @@ class VORAN_EXPORT NCScale : public VStreamBase {
   void LearnScales(const NCDataMatrix<float>& centred);
   void ReadStreamDirectory(std::istream& stream);
 
-  mutable detail::WalkMark streamed_;
   NCDataVector<float>* means_;
   NCDataVector<float>* scales_;
   Scaling* types_;  ///< at least size_ + 1 elements, of which the first is not used

@@ -19,29 +19,6 @@ enum Entry : unsigned short { kMeans, kScales, kTypes, kEntries };
 
 NCScale::DerivedStreamableData NCScale::MyStreamableData(2, "NCS");
 
-bool NCScale::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-bool NCScale::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-void NCScale::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-bool NCScale::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-bool NCScale::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
 bool NCScale::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, kEntries);
   detail::WriteMember(directory.GetOutput(kMeans), *means_);
@@ -51,8 +28,7 @@ bool NCScale::VStreamableWrite(std::ostream& stream) {
 }
 
 bool NCScale::VStreamableRead(std::istream& stream) {
-  if (!VStreamableReadBases(stream)) return false;
-  if (GetVStreamVersionNumber() != GetMyVStreamVersionNumber()) return false;
+  if (!VStreamableReadBasesOfMyVersion(stream)) return false;
   *means_ = NCDataVector<float>();
   *scales_ = NCDataVector<float>();
   size_ = 0;

@@ -24,7 +24,7 @@ inline namespace voran {
 ///     transform.TransformMatrix(&x);
 ///
 /// A value type. Columns are counted from 1 and not checked.
-class VORAN_EXPORT NCTransform : public VStreamBase {
+class VORAN_EXPORT NCTransform : public StreamWalk<NCTransform> {
  public:
   /// No columns.
   NCTransform() = default;
@@ -57,31 +57,19 @@ class VORAN_EXPORT NCTransform : public VStreamBase {
 
   // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
 
-  /// The identity "NCT", version 2; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
+  /// The identity "NCT", version 2; readers accept no other version. After a failure there are no columns, unless the
+  /// header had been refused.
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// After a failure there are no columns, unless the header had been refused.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<NCTransform>;
+
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
  private:
   bool ReadStreamDirectory(std::istream& stream);
 
-  mutable detail::WalkMark streamed_;
   std::vector<TransformStruct> transforms_;  ///< of which the first, if there is one, is not used
 };
 

@@ -16,29 +16,6 @@ constexpr std::size_t kEntriesOfElement = 2;
 
 NCTransform::DerivedStreamableData NCTransform::MyStreamableData(2, "NCT");
 
-bool NCTransform::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-bool NCTransform::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-void NCTransform::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-bool NCTransform::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-bool NCTransform::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
 bool NCTransform::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, 1);
   std::ostream& entry = directory.GetOutput(0);
@@ -52,8 +29,7 @@ bool NCTransform::VStreamableWrite(std::ostream& stream) {
 }
 
 bool NCTransform::VStreamableRead(std::istream& stream) {
-  if (!VStreamableReadBases(stream)) return false;
-  if (GetVStreamVersionNumber() != GetMyVStreamVersionNumber()) return false;
+  if (!VStreamableReadBasesOfMyVersion(stream)) return false;
   transforms_.clear();
   return ReadStreamDirectory(stream);
 }

@@ -19,7 +19,7 @@ class ConfigurationSection;
 ///
 /// A plain value; the functions are those of TransformE. C1 x + C2 is formed in float, the function in double, and the
 /// result rounded to float. A gap passes unchanged and is no error.
-class VORAN_EXPORT TransformStruct : public VStreamBase {
+class VORAN_EXPORT TransformStruct : public StreamWalk<TransformStruct> {
  public:
   /// Type kNone, all constants -99.
   TransformStruct() = default;
@@ -68,26 +68,14 @@ class VORAN_EXPORT TransformStruct : public VStreamBase {
 
   // Persistence. The walk is explained at VStreamBase, the bytes in docs/file_formats.md.
 
-  /// The identity "TS", version 1; readers accept no other version.
-  struct DerivedStreamableData : VStreamableData {
-    using VStreamableData::VStreamableData;
-  };
+  /// The identity "TS", version 1; readers accept no other version. On failure nothing is changed.
   static DerivedStreamableData MyStreamableData;
 
-  bool VStreamableStartWrite(std::ostream& stream) override;
-  /// On failure nothing is changed.
-  bool VStreamableStartRead(std::istream& stream) override;
-  void VStreamableReset() override;
-  /// The version read last by any object of this class, and the one that is written.
-  short GetVStreamVersionNumber() const { return MyStreamableData.GetVStreamVersionNumber(); }
-  short GetMyVStreamVersionNumber() const { return MyStreamableData.GetMyVStreamVersionNumber(); }
-
  protected:
-  /// What follows the header, and the part of the bases by itself.
+  friend class StreamWalk<TransformStruct>;
+
   bool VStreamableWrite(std::ostream& stream);
   bool VStreamableRead(std::istream& stream);
-  bool VStreamableWriteBases(std::ostream& stream);
-  bool VStreamableReadBases(std::istream& stream);
 
  private:
   bool ReadStreamDirectory(std::istream& stream);
@@ -100,7 +88,6 @@ class VORAN_EXPORT TransformStruct : public VStreamBase {
   std::string LogitText(bool html) const;
   std::string PowerText(bool html) const;
 
-  mutable detail::WalkMark streamed_;
   std::array<float, 4> constants_ = {-99.0f, -99.0f, -99.0f, -99.0f};
   TransformE::Transform transform_ = TransformE::kNone;
 };

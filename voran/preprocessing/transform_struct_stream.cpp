@@ -15,29 +15,6 @@ enum Entry : unsigned short { kTransform, kConstants, kEntries };
 
 TransformStruct::DerivedStreamableData TransformStruct::MyStreamableData(1, "TS");
 
-bool TransformStruct::VStreamableStartWrite(std::ostream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Write(stream) && VStreamableWriteBases(stream) && VStreamableWrite(stream);
-}
-
-bool TransformStruct::VStreamableStartRead(std::istream& stream) {
-  if (streamed_.TestAndSet()) return true;
-  return MyStreamableData.Check(stream) && VStreamableRead(stream);
-}
-
-void TransformStruct::VStreamableReset() {
-  streamed_.Clear();
-  VStreamBase::VStreamableReset();
-}
-
-bool TransformStruct::VStreamableWriteBases(std::ostream& stream) {
-  return VStreamBase::VStreamableStartWrite(stream);
-}
-
-bool TransformStruct::VStreamableReadBases(std::istream& stream) {
-  return VStreamBase::VStreamableStartRead(stream);
-}
-
 bool TransformStruct::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, kEntries);
   const auto type = static_cast<std::int16_t>(transform_);
@@ -47,8 +24,7 @@ bool TransformStruct::VStreamableWrite(std::ostream& stream) {
 }
 
 bool TransformStruct::VStreamableRead(std::istream& stream) {
-  return VStreamableReadBases(stream) && GetVStreamVersionNumber() == GetMyVStreamVersionNumber() &&
-         ReadStreamDirectory(stream);
+  return VStreamableReadBasesOfMyVersion(stream) && ReadStreamDirectory(stream);
 }
 
 bool TransformStruct::ReadStreamDirectory(std::istream& stream) {
