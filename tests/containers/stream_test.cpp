@@ -32,7 +32,6 @@ using stored::Headers;
 using stored::Int;
 
 constexpr std::int64_t kHuge = 0x7FFFFFFF;
-constexpr std::size_t kNoHeaderDamage = std::numeric_limits<std::size_t>::max();
 
 // What two objects must have in common to be the same, and what a failed read leaves.
 

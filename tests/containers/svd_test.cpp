@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <new>
@@ -460,7 +461,7 @@ void RotationsEqualThePlainLoop() {
       {0, 1, T{0.8f}, T{0.6f}}, {1, 2, T{-0.3f}, T{0.9f}}, {2, 3, T{0.1f}, T{-1}},  {0, 2, T{0.7f}, T{0.7f}},
       {0, 3, T{0.2f}, T{0.5f}}, {3, 1, T{0.4f}, T{0.3f}},  {2, 3, T{0.6f}, T{0.1f}}};
   constexpr std::size_t kFrom = 3;
-  for (const std::size_t n : {0, 1, 7, 16, 17, 64, 129, 200, 300}) {
+  for (const std::size_t n : std::initializer_list<std::size_t>{0, 1, 7, 16, 17, 64, 129, 200, 300}) {
     const std::size_t size = kFrom + n + 2;
     Rows<T> expected;
     for (unsigned c = 0; c < 4; ++c) expected.push_back(plain::RandomElements<T>(size, c));

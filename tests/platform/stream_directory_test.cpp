@@ -196,9 +196,9 @@ void ReadEntry(std::istream& entry, const std::string& expected, std::size_t at,
 }
 
 void ReadDirectory(std::istream& stream, const std::string& expected, std::size_t at) {
-  const auto field = [&](std::size_t from, int bytes) {
+  const auto field = [&](std::size_t from, std::size_t bytes) {
     std::uint64_t value = 0;
-    for (int i = bytes; i > 0; --i) value = value << 8U | static_cast<unsigned char>(expected[from + i - 1]);
+    for (std::size_t i = bytes; i > 0; --i) value = value << 8U | static_cast<unsigned char>(expected[from + i - 1]);
     return value;
   };
   InputStreamDirectory directory(stream);
