@@ -175,7 +175,9 @@ TYPED_TEST(Svd, KeepsInRangeWhatIsGradedHugeOrSingular) {
                                       this->OneToNine(),
                                       repeated,
                                       withZeros,
-                                      Diagonal<T>({-2, 5, 0, 3})};
+                                      Diagonal<T>({-2, 5, 0, 3}),
+                                      // a zero inside a bidiagonal, with a whole row to rotate away
+                                      {{1, 2, 0, 0}, {0, 0, 3, 0}, {0, 0, 4, 5}, {0, 0, 0, 6}}};
   for (const auto& rows : cases) this->ExpectDecomposes(*this->Decompose(rows), rows);
 }
 
@@ -237,6 +239,7 @@ TYPED_TEST(Svd, ASingularMatrixHasNoConditionNumberDeterminantOrInverse) {
   const std::vector<Rows<T>> cases = {{{1, 2}, {2, 4}},
                                       this->OneToNine(),
                                       {{1, 2}, {0, 0}},
+                                      {{5, 0, 0}, {0, 1, 2}, {0, 2, 4}},
                                       {{1, 0, 2}, {3, 0, 4}, {5, 0, 7}},
                                       repeated,
                                       RandomRows<T>(3, 4),

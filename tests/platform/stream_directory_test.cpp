@@ -126,6 +126,15 @@ TEST(StreamDirectory, EntryLeftHalfReadFails) {
   EXPECT_TRUE(stream.fail());
 }
 
+// The checksum of an entry does not tell that a directory in it was passed over.
+TEST(StreamDirectory, EntryWithADirectoryLeftUnreadFails) {
+  std::istringstream stream(stored::Directory({Bytes("ab") + stored::Directory({Bytes("inner")})}).All());
+  InputStreamDirectory directory(stream);
+  char own[2];
+  EXPECT_TRUE(directory.GetInput(0)->read(own, 2));
+  EXPECT_FALSE(directory.Close());
+}
+
 // Random trees of entries, pieces and nested directories, most of them larger than the buffer: the bytes are those that
 // the format asks for, and come back.
 class RandomTree {

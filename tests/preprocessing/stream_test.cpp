@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/container_values.h"
+#include "tests/containers/failing_allocation.h"
 #include "tests/platform/stream_bytes.h"
 #include "voran/preprocessing/scale.h"
 #include "voran/preprocessing/transform.h"
@@ -123,7 +124,9 @@ std::vector<Kind> AllKinds() {
 }
 
 void ExpectRefused(const Kind& kind, const std::string& bytes, std::size_t damage, const std::string& what) {
+  const AllocationWatch watch;
   const Outcome outcome = kind.read(bytes);
+  EXPECT_LT(watch.Largest(), 4096U) << kind.name << ", " << what;
   EXPECT_FALSE(outcome.isRead) << kind.name << ", " << what;
   EXPECT_EQ(outcome.spelt, damage < kind.headerBytes ? kind.before : kind.refused) << kind.name << ", " << what;
 }
@@ -194,6 +197,7 @@ TEST(PreprocessingStreams, TransformThatLiesIsRefused) {
   const auto all = [](const stored::Entries& entries) { return (Headers("NCT", 2) + Directory(entries)).All(); };
   ExpectRefused(kinds[2], all({}), kHuge, "no entry");
   ExpectRefused(kinds[2], all({Int(kHuge) + kUnused}), kHuge, "huge count");
+  ExpectRefused(kinds[2], all({Int(1000) + kUnused}), kHuge, "count beyond what is there");
   ExpectRefused(kinds[2], all({Int(-1) + kUnused}), kHuge, "count -1");
   ExpectRefused(kinds[2], all({Int(3) + kUnused + kPower}), kHuge, "one element too few");
   ExpectRefused(kinds[2], all({Int(1) + kUnused + kPower}), kHuge, "one element too many");
@@ -202,18 +206,22 @@ TEST(PreprocessingStreams, TransformThatLiesIsRefused) {
 }
 
 TEST(PreprocessingStreams, TypeThatNobodyKnowsKeepsItsNumbers) {
-  std::istringstream stream(
-      (Headers("NCS", 2) + Directory({VectorBytes({-99, 3}, 1), VectorBytes({2, -99}, 1), Int(9) + Int(-5)})).All());
-  NCScale scale;
-  ASSERT_TRUE(ReadStreamable(stream, scale));
-  EXPECT_EQ(NCScale::GetScaleString(scale.GetScaleType(1)), "None");
-  NCDataMatrix<float> x = Matrix<float>({{1, 2}, {3, 4}});
-  const NCDataMatrix<float> original = x;
-  scale.ScaleMatrix(&x, true);
-  EXPECT_EQ(Spelt(scale), "9 -99 2\n-5 3 -99\n");
-  EXPECT_EQ(::Elements(x), (Rows<float>{{2, -1}, {6, 1}}));
-  EXPECT_EQ(::Elements(original), (Rows<float>{{1, 2}, {3, 4}}));
-
+  for (const float mean : {3.0F, -99.0F}) {
+    const Bytes directory =
+        Directory({VectorBytes({-99, mean}, mean == -99.0F ? 2 : 1), VectorBytes({2, -99}, 1), Int(9) + Int(-5)});
+    std::istringstream stream((Headers("NCS", 2) + directory).All());
+    NCScale scale;
+    ASSERT_TRUE(ReadStreamable(stream, scale));
+    const std::string before = Spelt(scale);
+    EXPECT_EQ(NCScale::GetScaleString(scale.GetScaleType(1)), "None");
+    NCDataMatrix<float> x = Matrix<float>({{1, 2}, {3, 4}});
+    const NCDataMatrix<float> original = x;
+    scale.ScaleMatrix(&x, true);
+    EXPECT_EQ(Spelt(scale), before);
+    const float subtracted = mean == -99.0F ? 0.0F : mean;
+    EXPECT_EQ(::Elements(x), (Rows<float>{{2, 2 - subtracted}, {6, 4 - subtracted}}));
+    EXPECT_EQ(::Elements(original), (Rows<float>{{1, 2}, {3, 4}}));
+  }
   const Outcome outcome = ReadInto<TransformStruct>(TransformBytes(0xFFFE, {1, 2, 3, 4}).All());
   EXPECT_EQ(outcome.spelt, "-2 1 2 3 4");
 }
