@@ -42,7 +42,7 @@ class CsvBody {
     const std::size_t rows = CheckAll(table.source, linesBefore);
     table.x = NCDataMatrix<float>();
     table.x.ReserveRows(static_cast<int>(rows));
-    std::vector<std::vector<std::string>> texts(plan_.CountOf(ColumnRole::kId) + plan_.CountOf(ColumnRole::kClass));
+    std::vector<std::vector<std::string>> texts(plan_.TextColumns().size());
     for (auto& [number, part] : parts_) {
       for (const NCDataVector<float>& row : part.parsed.rows) table.x.push_back(row);
       for (std::size_t k = 0; k < texts.size(); ++k) {
@@ -50,7 +50,8 @@ class CsvBody {
       }
       part = Part();
     }
-    NameRows(table, std::move(texts));
+    KeepTexts(table, std::move(texts));
+    NameColumns(table, plan_);
   }
 
   std::size_t MarkerCells() const {
@@ -118,13 +119,16 @@ class CsvBody {
     return rows;
   }
 
-  void NameRows(Table& table, std::vector<std::vector<std::string>> texts) const {
+  void KeepTexts(Table& table, std::vector<std::vector<std::string>> texts) const {
     std::size_t k = 0;
-    for (std::size_t c = 0; c < plan_.names.size(); ++c) {
+    for (const std::size_t c : plan_.TextColumns()) {
+      std::vector<std::string>& values = texts[k++];
       if (plan_.roles[c] == ColumnRole::kId) {
-        table.rowIds = std::move(texts[k++]);
-      } else if (plan_.roles[c] == ColumnRole::kClass) {
-        table.classes.push_back({plan_.names[c], std::move(texts[k++])});
+        table.rowIds = std::move(values);
+      } else if (plan_.roles[c] == ColumnRole::kCvGroup) {
+        table.cvGroups = {plan_.names[c], std::move(values)};
+      } else {
+        table.classes.push_back({plan_.names[c], std::move(values)});
       }
     }
     table.idName = plan_.id ? plan_.names[*plan_.id] : "row";
@@ -151,8 +155,8 @@ Table ReadCsv(ByteSource& source, std::string begun, const std::string& name, co
   const ColumnPlan plan = PlanColumns(name, head.Names(), head.FirstColumnNamesRows(), options.roles);
   Table table;
   table.source = name;
-  table.variables = plan.NamesOf(ColumnRole::kVariable);
   table.notes.push_back(DescribeDialect(head.Dialect(), plan));
+  NoteUnusedColumns(table, plan, options.roles);
 
   const std::size_t totalBytes = static_cast<std::size_t>(source.TotalSize().value_or(0));
   const std::size_t workers = head.AtEnd() ? 1 : static_cast<std::size_t>(std::max(1, options.control.threads));

@@ -25,12 +25,12 @@ CsvRowParser::CsvRowParser(const CsvDialect& dialect, const ColumnPlan& plan)
       plan_(plan),
       lexer_(dialect.separator),
       numberFormat_(fast_float::chars_format::general, dialect.decimalMark) {
-  numbers_.reserve(plan.CountOf(ColumnRole::kVariable));
+  numbers_.reserve(plan.NumberColumns().size());
 }
 
 CsvRows CsvRowParser::Parse(const char* begin, const char* end) {
   CsvRows result;
-  result.texts.resize(plan_.CountOf(ColumnRole::kId) + plan_.CountOf(ColumnRole::kClass));
+  result.texts.resize(plan_.TextColumns().size());
   const char* p = begin;
   while (p != end) {
     recordLine_ = result.lines;
@@ -54,7 +54,7 @@ bool CsvRowParser::ParseRecord(const char*& p, const char* end, CsvRows& result)
   texts_.clear();
   for (std::size_t c = 0; c < columns; ++c) {
     const char stop = c + 1 == columns ? '\n' : dialect_.separator;
-    if (plan_.roles[c] == ColumnRole::kVariable && PlainCell(p, end, stop, result)) continue;
+    if (HoldsNumbers(plan_.roles[c]) && PlainCell(p, end, stop, result)) continue;
     if (!AnyCell(p, end, c, result)) return false;
   }
   result.rows.emplace_back().CopyZeroBasedVector(numbers_.data(), static_cast<int>(numbers_.size()));
@@ -85,7 +85,7 @@ bool CsvRowParser::AnyCell(const char*& p, const char* end, std::size_t column, 
   std::string_view cell;
   const CellEnd cellEnd = lexer_.Next(p, end, cell);
   if (!CheckQuotes(cellEnd, column, result)) return false;
-  if (plan_.roles[column] == ColumnRole::kVariable) {
+  if (HoldsNumbers(plan_.roles[column])) {
     if (!NumberCell(cell, column, result)) return false;
   } else if (plan_.roles[column] != ColumnRole::kUnused) {
     texts_.emplace_back(cell);

@@ -23,8 +23,8 @@ struct CsvComplaint {
 
 /// The rows of one chunk.
 struct CsvRows {
-  std::vector<NCDataVector<float>> rows;        ///< the variables, gaps as missing elements
-  std::vector<std::vector<std::string>> texts;  ///< the id and class columns, in table order
+  std::vector<NCDataVector<float>> rows;        ///< the columns of numbers, gaps as missing elements
+  std::vector<std::vector<std::string>> texts;  ///< the columns kept as text, in table order
   std::size_t lines = 0;                        ///< how many lines the chunk has
   std::size_t markerCells = 0;                  ///< numbers in the text that equal the marker of missing elements
   std::optional<std::size_t> blankLine;         ///< in a table of one column: a blank line that no row follows yet

@@ -144,22 +144,20 @@ void CheckSize(const ByteSource& source, const std::string& name, const NpyHeade
 Table ReadNpy(ByteSource& source, const std::string& name, const RoleRequest& roles, const ReadControl& control) {
   const NpyHeader header = ReadNpyHeader(source, name);
   CheckSize(source, name, header);
-  if (!roles.id.empty() || !roles.classes.empty()) {
-    throw WrongUse(name + ": a .npy file holds numbers alone; --id and --class are for CSV");
+  if (!roles.id.empty() || !roles.classes.empty() || !roles.cvGroups.empty()) {
+    throw WrongUse(name + ": a .npy file holds numbers alone; --id, --class and --cv-column are for CSV");
   }
   const ColumnPlan plan = PlanColumns(name, NumberedNames(static_cast<std::size_t>(header.columns)), false, roles);
-  std::vector<std::size_t> kept;
-  for (std::size_t c = 0; c < plan.roles.size(); ++c) {
-    if (plan.roles[c] == ColumnRole::kVariable) kept.push_back(c);
-  }
+  const std::vector<std::size_t> kept = plan.NumberColumns();
 
   Table table;
   table.source = name;
-  table.variables = plan.NamesOf(ColumnRole::kVariable);
   table.notes.push_back(
       fmt::format("read as .npy file of {}", header.itemBytes == sizeof(float) ? "float32" : "float64"));
+  NoteUnusedColumns(table, plan, roles);
   NpyBody body(source, name, header, control.progress);
   table.x = header.columnMajor ? body.ReadColumnMajor(kept) : body.ReadRowMajor(kept);
+  NameColumns(table, plan);
   table.idName = "row";
   table.rowIds = NumberedIds(static_cast<std::size_t>(header.rows));
   NoteMarkerCells(table, body.MarkerCells());

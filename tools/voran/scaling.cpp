@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "tools/voran/table.h"
 
@@ -51,25 +52,18 @@ std::vector<ColumnStatistics> Describe(const NCDataMatrix<float>& x) {
   return columns;
 }
 
-// scaled = (value - centre) * weight
-struct Transform {
-  std::size_t column;
-  double centre;
-  double weight;
-};
-
-Transform TransformOf(const ColumnStatistics& column, std::size_t c, Scaling scaling) {
+ColumnScale ScaleOf(const ColumnStatistics& column, Scaling scaling) {
   switch (scaling) {
     case Scaling::kUnitVariance:
-      return {c, column.Mean(), 1.0 / column.Deviation()};
+      return {column.Mean(), 1.0 / column.Deviation()};
     case Scaling::kPareto:
-      return {c, column.Mean(), 1.0 / std::sqrt(column.Deviation())};
+      return {column.Mean(), 1.0 / std::sqrt(column.Deviation())};
     case Scaling::kCentre:
-      return {c, column.Mean(), 1.0};
+      return {column.Mean(), 1.0};
     case Scaling::kNone:
       break;
   }
-  return {c, 0.0, 1.0};
+  return {};
 }
 
 // 1 if the largest scaled value lies within a million of 1, else the power of two next below it.
@@ -85,16 +79,18 @@ float AsPresent(double scaled) {
   return value == kGap ? std::nextafter(value, 0.0f) : value;
 }
 
-NCDataMatrix<float> Apply(NCDataMatrix<float>& x, const std::vector<Transform>& transforms) {
+}  // namespace
+
+NCDataMatrix<float> ApplyScales(NCDataMatrix<float>&& x, const std::vector<std::size_t>& kept,
+                                const std::vector<ColumnScale>& scales) {
   NCDataMatrix<float> result;
   result.ReserveRows(x.SizeRows());
-  std::vector<float> scaled(transforms.size());
+  std::vector<float> scaled(kept.size());
   for (int r = 1; r <= x.SizeRows(); ++r) {
     const float* values = x[r].begin();
-    std::size_t k = 0;
-    for (const Transform& t : transforms) {
-      const float value = values[t.column];
-      scaled[k++] = value == kGap ? kGap : AsPresent((static_cast<double>(value) - t.centre) * t.weight);
+    for (std::size_t k = 0; k < kept.size(); ++k) {
+      const float value = values[kept[k]];
+      scaled[k] = value == kGap ? kGap : AsPresent((static_cast<double>(value) - scales[k].centre) * scales[k].weight);
     }
     // Once the matrix has let go of it, the row is written where it is.
     NCDataVector<float> row = x[r];
@@ -106,12 +102,9 @@ NCDataMatrix<float> Apply(NCDataMatrix<float>& x, const std::vector<Transform>& 
   return result;
 }
 
-}  // namespace
-
 ScaledMatrix ScaleColumns(NCDataMatrix<float>&& x, Scaling scaling) {
   const std::vector<ColumnStatistics> columns = Describe(x);
   ScaledMatrix result;
-  std::vector<Transform> transforms;
   double largest = 0.0;
   for (std::size_t c = 0; c < columns.size(); ++c) {
     const ColumnStatistics& column = columns[c];
@@ -120,15 +113,16 @@ ScaledMatrix ScaleColumns(NCDataMatrix<float>&& x, Scaling scaling) {
     } else if (IsCentred(scaling) && column.least == column.most) {
       result.dropped.push_back({c, "no variance"});
     } else {
-      const Transform t = TransformOf(column, c, scaling);
+      const ColumnScale scale = ScaleOf(column, scaling);
       result.kept.push_back(c);
-      transforms.push_back(t);
-      largest = std::max({largest, (column.most - t.centre) * t.weight, (t.centre - column.least) * t.weight});
+      result.scales.push_back(scale);
+      largest = std::max(
+          {largest, (column.most - scale.centre) * scale.weight, (scale.centre - column.least) * scale.weight});
     }
   }
   result.unit = UnitFor(largest);
-  for (Transform& t : transforms) t.weight /= result.unit;
-  result.x = Apply(x, transforms);
+  for (ColumnScale& scale : result.scales) scale.weight /= result.unit;
+  result.x = ApplyScales(std::move(x), result.kept, result.scales);
   return result;
 }
 

@@ -20,6 +20,12 @@ constexpr bool IsCentred(Scaling scaling) {
   return scaling != Scaling::kNone;
 }
 
+/// How a column is scaled: a value becomes (value - centre) * weight.
+struct ColumnScale {
+  double centre = 0.0;
+  double weight = 1.0;
+};
+
 struct DroppedColumn {
   std::size_t column;       ///< counted from 0
   std::string_view reason;  ///< "no variance" or "all missing"
@@ -33,6 +39,8 @@ struct ScaledMatrix {
   /// squares stay within the range of `float`; scores are to be multiplied by it.
   double unit = 1.0;
   std::vector<std::size_t> kept;  ///< counted from 0
+  /// Of the columns that were kept, `unit` included.
+  std::vector<ColumnScale> scales;
   std::vector<DroppedColumn> dropped;
 };
 
@@ -42,5 +50,9 @@ struct ScaledMatrix {
 ///
 /// Takes the rows out of `x` one by one, so that no second copy of the matrix comes to be; `x` is empty afterwards.
 ScaledMatrix ScaleColumns(NCDataMatrix<float>&& x, Scaling scaling);
+
+/// The columns `kept` (counted from 0, in any order) of `x`, scaled by `scales`. Takes the rows out of `x`, too.
+NCDataMatrix<float> ApplyScales(NCDataMatrix<float>&& x, const std::vector<std::size_t>& kept,
+                                const std::vector<ColumnScale>& scales);
 
 }  // namespace tool

@@ -6,6 +6,51 @@
 
 namespace tool {
 
+namespace {
+
+NCDataVector<float> Picked(const float* values, const std::vector<std::size_t>& columns) {
+  std::vector<float> picked;
+  picked.reserve(columns.size());
+  for (const std::size_t c : columns) picked.push_back(values[c]);
+  NCDataVector<float> row;
+  row.CopyZeroBasedVector(picked.data(), static_cast<int>(picked.size()));
+  return row;
+}
+
+void MoveResponses(Table& table, const ColumnPlan& plan) {
+  std::vector<std::size_t> variables;
+  std::vector<std::size_t> responses;
+  std::size_t k = 0;
+  for (const std::size_t c : plan.NumberColumns()) {
+    (plan.roles[c] == ColumnRole::kResponse ? responses : variables).push_back(k++);
+  }
+  NCDataMatrix<float> x;
+  x.ReserveRows(table.x.SizeRows());
+  table.y.ReserveRows(table.x.SizeRows());
+  for (int r = 1; r <= table.x.SizeRows(); ++r) {
+    const NCDataVector<float> row = table.x[r];
+    table.x(r) = NCDataVector<float>();
+    x.push_back(Picked(row.begin(), variables));
+    table.y.push_back(Picked(row.begin(), responses));
+  }
+  table.x = x;
+}
+
+}  // namespace
+
+void NameColumns(Table& table, const ColumnPlan& plan) {
+  table.variables = plan.NamesOf(ColumnRole::kVariable);
+  table.responses = plan.NamesOf(ColumnRole::kResponse);
+  if (!table.responses.empty()) MoveResponses(table, plan);
+}
+
+void NoteUnusedColumns(Table& table, const ColumnPlan& plan, const RoleRequest& request) {
+  const std::vector<std::string> unused = plan.NamesOf(ColumnRole::kUnused);
+  if (!request.model || unused.empty()) return;
+  table.notes.push_back(fmt::format("{} that the model does not use {} left out: {}", Counted(unused.size(), "column"),
+                                    unused.size() == 1 ? "is" : "are", Enumerated(unused)));
+}
+
 std::vector<std::string> NumberedNames(std::size_t columns) {
   std::vector<std::string> names;
   names.reserve(columns);

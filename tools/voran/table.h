@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,10 +25,13 @@ struct Table {
   std::string source;                  ///< the file as the user named it
   NCDataMatrix<float> x;               ///< rows x variables, gaps as missing elements
   std::vector<std::string> variables;  ///< the names of the columns of `x`
+  NCDataMatrix<float> y;               ///< rows x responses; empty if no column is a response
+  std::vector<std::string> responses;  ///< the names of the columns of `y`
   std::string idName;                  ///< heading of `rowIds`
   std::vector<std::string> rowIds;     ///< one a row; positions from 1 if no column names the rows
   std::vector<TextColumn> classes;
-  std::vector<std::string> notes;  ///< what was recognised and assumed, a sentence each, for the user
+  std::optional<TextColumn> cvGroups;  ///< the group of each row
+  std::vector<std::string> notes;      ///< what was recognised and assumed, a sentence each, for the user
 };
 
 /// More cells than this cannot be counted by the matrix.
@@ -38,6 +42,13 @@ struct ReadControl {
   int threads = 1;
   NCProgress* progress = nullptr;  ///< touched from the calling thread only; false from it means stop
 };
+
+/// Names the columns by `plan`, and moves the responses from `x`, which holds all columns of numbers, to `y`, row by
+/// row: no second copy of the matrix comes to be.
+void NameColumns(Table& table, const ColumnPlan& plan);
+
+/// Adds the note about the columns that a model does not use, if there is a model.
+void NoteUnusedColumns(Table& table, const ColumnPlan& plan, const RoleRequest& request);
 
 /// Names the columns of a table that brings none: x1, x2, ...
 std::vector<std::string> NumberedNames(std::size_t columns);

@@ -143,12 +143,41 @@ class RoleGiver {
     return {given.begin(), given.end()};
   }
 
+  // The one column that `option` may name.
+  std::optional<std::size_t> GiveOne(const std::vector<std::string>& arguments, const std::string& option,
+                                     ColumnRole role) {
+    const auto columns = Give(arguments, option, role);
+    if (columns.size() > 1) throw WrongUse(fmt::format("{}: {} columns are named; give one", option, columns.size()));
+    return columns.empty() ? std::nullopt : std::optional(columns.front());
+  }
+
   bool HasRole(std::size_t column) const { return !givenBy_[column].empty(); }
 
  private:
   ColumnPlan& plan_;
   std::vector<std::string> givenBy_;
 };
+
+// Gives the roles that a model asks for to the columns of its names, unless they have one already.
+void GiveByName(const std::string& source, const ModelColumns& model, ColumnPlan& plan) {
+  std::unordered_map<std::string_view, ColumnRole> wanted;
+  for (const std::string& name : model.variables) wanted.emplace(name, ColumnRole::kVariable);
+  for (const std::string& name : model.responses) wanted.emplace(name, ColumnRole::kResponse);
+  std::set<std::string_view> found;
+  for (std::size_t c = 0; c < plan.names.size(); ++c) {
+    const auto match = wanted.find(plan.names[c]);
+    if (match == wanted.end() || plan.roles[c] == ColumnRole::kId) continue;
+    plan.roles[c] = match->second;
+    found.insert(match->first);
+  }
+  std::vector<std::string> lacking;
+  for (const std::string& name : model.variables) {
+    if (found.count(name) == 0) lacking.push_back(name);
+  }
+  if (lacking.empty()) return;
+  throw BadData(fmt::format("{}: {} that the model needs {} not there: {}", source, Counted(lacking.size(), "column"),
+                            lacking.size() == 1 ? "is" : "are", Enumerated(lacking)));
+}
 
 void RefuseRepeatedNames(const std::string& source, const ColumnPlan& plan) {
   std::unordered_map<std::string_view, std::size_t> seen;
@@ -169,6 +198,22 @@ std::size_t ColumnPlan::CountOf(ColumnRole role) const {
   return static_cast<std::size_t>(std::count(roles.begin(), roles.end(), role));
 }
 
+std::vector<std::size_t> ColumnPlan::NumberColumns() const {
+  std::vector<std::size_t> columns;
+  for (std::size_t c = 0; c < names.size(); ++c) {
+    if (HoldsNumbers(roles[c])) columns.push_back(c);
+  }
+  return columns;
+}
+
+std::vector<std::size_t> ColumnPlan::TextColumns() const {
+  std::vector<std::size_t> columns;
+  for (std::size_t c = 0; c < names.size(); ++c) {
+    if (!HoldsNumbers(roles[c]) && roles[c] != ColumnRole::kUnused) columns.push_back(c);
+  }
+  return columns;
+}
+
 std::vector<std::string> ColumnPlan::NamesOf(ColumnRole role) const {
   std::vector<std::string> named;
   for (std::size_t c = 0; c < names.size(); ++c) {
@@ -181,15 +226,18 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
                        const RoleRequest& request) {
   ColumnPlan plan;
   plan.names = names;
-  plan.roles.assign(names.size(), request.variables.empty() ? ColumnRole::kVariable : ColumnRole::kUnused);
+  const bool allAreVariables = request.variables.empty() && !request.model;
+  plan.roles.assign(names.size(), allAreVariables ? ColumnRole::kVariable : ColumnRole::kUnused);
   RoleGiver giver(plan);
-  const auto ids = giver.Give(request.id, "--id", ColumnRole::kId);
-  if (ids.size() > 1) throw WrongUse(fmt::format("--id: {} columns are named; give one", ids.size()));
-  if (!ids.empty()) plan.id = ids.front();
+  plan.id = giver.GiveOne(request.id, "--id", ColumnRole::kId);
   giver.Give(request.classes, "--class", ColumnRole::kClass);
+  giver.GiveOne(request.cvGroups, "--cv-column", ColumnRole::kCvGroup);
+  giver.Give(request.responses, "--y", ColumnRole::kResponse);
   giver.Give(request.variables, "--x", ColumnRole::kVariable);
   giver.Give(request.unused, "--exclude", ColumnRole::kUnused);
-  if (firstNamesRows && !plan.id && !request.noId && !giver.HasRole(0)) {
+  if (request.model) GiveByName(source, *request.model, plan);
+  const bool firstIsFree = !giver.HasRole(0) && (!request.model || !HoldsNumbers(plan.roles[0]));
+  if (firstNamesRows && !plan.id && !request.noId && firstIsFree) {
     plan.id = 0;
     plan.idAssumed = true;
     plan.roles[0] = ColumnRole::kId;

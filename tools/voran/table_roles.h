@@ -12,7 +12,21 @@ enum class ColumnRole : unsigned char {
   kVariable,  ///< a column of numbers that goes into the matrix
   kId,        ///< names the rows
   kClass,     ///< names the group of each row, kept as text
+  kResponse,  ///< a column of numbers that a model predicts
+  kCvGroup,   ///< says which rows cross-validation leaves out together, kept as text
   kUnused,
+};
+
+/// Whether the cells of such a column are numbers.
+constexpr bool HoldsNumbers(ColumnRole role) {
+  return role == ColumnRole::kVariable || role == ColumnRole::kResponse;
+}
+
+/// The columns that a model was fitted to, by their names. A new table has to have all the variables; responses are
+/// taken where it has them, and what else it has is left out.
+struct ModelColumns {
+  std::vector<std::string> variables;
+  std::vector<std::string> responses;
 };
 
 /// The roles as the user asks for them. Each entry is one argument of an option: a list of items parted by commas.
@@ -25,7 +39,11 @@ struct RoleRequest {
   std::vector<std::string> classes;
   std::vector<std::string> variables;  ///< empty means all that have no other role
   std::vector<std::string> unused;
+  std::vector<std::string> responses;
+  std::vector<std::string> cvGroups;
   bool noId = false;  ///< the first column is a variable like any other
+  /// Roles by the names of a model, in place of all but the id.
+  std::optional<ModelColumns> model;
 };
 
 /// The role of each column of the input.
@@ -36,6 +54,9 @@ struct ColumnPlan {
   bool idAssumed = false;         ///< it was taken without being asked for
 
   std::size_t CountOf(ColumnRole role) const;
+  /// The columns whose cells are numbers, or are kept as text.
+  std::vector<std::size_t> NumberColumns() const;
+  std::vector<std::size_t> TextColumns() const;
   /// The names of the columns that have this role, in order.
   std::vector<std::string> NamesOf(ColumnRole role) const;
 };
@@ -43,7 +64,7 @@ struct ColumnPlan {
 /// Gives each column its role. `firstNamesRows` says that the first column looks as if it named the rows; it does then,
 /// unless the request gives it another role, another column is the id, or `noId` is set.
 /// Throws `Failure`: wrong use for an item that fits no column, fits several, or gives a column a second role; bad data
-/// for two columns of one name among those that are used, and when no variable is left.
+/// for two columns of one name among those that are used, when no variable is left, and when one of a model is missing.
 ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>& names, bool firstNamesRows,
                        const RoleRequest& request);
 
