@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tools/voran/cross_validation.h"
 #include "tools/voran/gap_counts.h"
-#include "tools/voran/scaled_table.h"
+#include "tools/voran/prepared_table.h"
 #include "tools/voran/scaling.h"
 #include "tools/voran/table.h"
 #include "voran/platform/progress.h"
@@ -16,6 +16,8 @@ namespace tool {
 struct PcaSettings {
   /// Nothing means as many as the table has, and five at most.
   std::optional<int> components;
+  bool isAuto = false;  ///< as many as cross-validation finds significant, in place of `components`
+  std::optional<int> cvGroups;  ///< without it, and without `isAuto` or a column of groups, nothing is cross-validated
   Scaling scaling = Scaling::kUnitVariance;
   int iterationLimit = 1000;
 };
@@ -27,23 +29,26 @@ struct PcaComponent {
   std::vector<double> loading;  ///< one a column that was kept; their squares sum to 1
   double r2x = 0.0;             ///< share of the scaled table's sum of squares that this component takes away
   double r2xCumulative = 0.0;
-  std::optional<double> eigenvalue;  ///< variance of the score; nothing where there is no degree of freedom
+  double eigenvalue = 0.0;  ///< variance of the score; a NaN where there is no degree of freedom
+  std::optional<ComponentQ2> q2;
   int iterations = 0;
   bool converged = true;  ///< false if the iteration limit was reached
 };
 
 struct PcaResult {
   std::vector<PcaComponent> components;
-  std::vector<std::string> variables;  ///< the columns that were kept
-  DroppedColumns dropped;
+  ScaledColumns columns;  ///< those that were kept, how they were scaled, and those that were not kept
   GapCounts gaps;  ///< of the table as it was read; but empty rows are those that hold nothing in the kept columns
+  int cvGroups = 0;  ///< 0 without cross-validation
+  ResidualSpread residuals;
   /// Why there are fewer components than were asked for; empty if there are not.
   std::string stopped;
+  std::vector<std::string> notes;  ///< what the user should know of the data, a sentence each
 };
 
 /// Scales the variables of the table and fits components one by one. The matrix is taken out of the table, so that no
 /// second copy of it comes to be. Throws `Failure`: bad data if nothing is left to fit, computation failed if no
-/// component can be computed, cancelled if `progress` says so.
+/// component can be computed (or with `isAuto` none is significant), cancelled if `progress` says so.
 PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress);
 
 }  // namespace tool

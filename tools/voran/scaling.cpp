@@ -73,13 +73,12 @@ double UnitFor(double largest) {
   return std::exp2(std::floor(std::log2(largest)));
 }
 
-// A scaled value that happens to equal the marker would become a gap: it moves by one unit in the last place.
+}  // namespace
+
 float AsPresent(double scaled) {
   const float value = static_cast<float>(scaled);
   return value == kGap ? std::nextafter(value, 0.0f) : value;
 }
-
-}  // namespace
 
 NCDataMatrix<float> ApplyScales(NCDataMatrix<float>&& x, const std::vector<std::size_t>& kept,
                                 const std::vector<ColumnScale>& scales) {

@@ -84,23 +84,23 @@ double RoundingOf(const NCDataVector<float>& w, int rows, int columns) {
 
 SvdResult FitSvd(Table& table, const SvdSettings& settings) {
   RefuseGaps(table);
-  ScaledTable scaled = ScaleTable(table, settings.scaling);
-  const int rows = scaled.matrix.x.SizeRows();
-  const int columns = scaled.matrix.x.SizeColumns();
+  PreparedTable prepared = Prepare({table.source, table.x, table.variables, table.rowIds, {}}, settings.scaling);
+  const int rows = prepared.x.SizeRows();
+  const int columns = prepared.x.SizeColumns();
   // The work grows with the square of the columns, so the longer side goes into the rows.
   const bool isWide = columns > rows;
-  if (isWide) scaled.matrix.x = Transposed(scaled.matrix.x);
-  const std::unique_ptr<const NCSVD<float>> svd(scaled.matrix.x.GetSVD());
+  if (isWide) prepared.x = Transposed(prepared.x);
+  const std::unique_ptr<const NCSVD<float>> svd(prepared.x.GetSVD());
   if (svd->GetStatus() != NCSVD<float>::Ok) {
     throw Failure(ExitCode::kComputationFailed,
                   table.source + ": the singular values did not converge; try --scaling uv");
   }
 
   SvdResult result;
-  result.variables = std::move(scaled.variables);
-  result.dropped = std::move(scaled.dropped);
+  result.variables = std::move(prepared.columns.names);
+  result.dropped = std::move(prepared.columns.dropped);
   const NCDataVector<float>& w = *svd->GetW();
-  const double unit = scaled.matrix.unit;
+  const double unit = prepared.columns.unit;
   for (const float value : w) {
     result.triples.emplace_back();
     result.triples.back().value = unit * static_cast<double>(value);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/voran/scaled_table.h"
+#include "tools/voran/prepared_table.h"
 #include "tools/voran/scaling.h"
 #include "tools/voran/table.h"
 

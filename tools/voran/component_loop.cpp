@@ -1,0 +1,65 @@
+#include "tools/voran/component_loop.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
+#include "voran/platform/nc_error.h"
+
+namespace tool {
+namespace {
+
+// The library's messages may have several lines.
+std::string AsSentence(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
+
+}  // namespace
+
+std::string ComponentLoop::Run(const ComponentRequest& request, const ComponentLimit& limit, NCProgress* progress) {
+  const int count = request.isAuto ? limit.most : std::min(request.asked, limit.most);
+  for (int a = 1; a <= count; ++a) {
+    const std::string stopped = FitNext(a, count, request.isAuto, progress);
+    if (!stopped.empty()) return stopped;
+  }
+  if (!request.isAuto && request.asked <= limit.most) return {};
+  return fmt::format("{} and {} have no more than {}", Counted(limit.rows, "row"), Counted(limit.columns, "column"),
+                     Counted(static_cast<std::size_t>(limit.most), "component"));
+}
+
+std::string ComponentLoop::FitNext(int a, int count, bool isAuto, NCProgress* progress) {
+  const std::string explained = a == 1 ? "" : Exhausted();
+  if (!explained.empty()) {
+    return fmt::format("the first {} {}", a == 2 ? "component explains" : fmt::format("{} components explain", a - 1),
+                       explained);
+  }
+  if (progress != nullptr) {
+    // How many will be significant is not known: each takes half of what is left of the bar.
+    const double begin = isAuto ? 1.0 - std::exp2(1 - a) : static_cast<double>(a - 1) / count;
+    const double end = isAuto ? 1.0 - std::exp2(-a) : static_cast<double>(a) / count;
+    progress->SetText((isAuto ? fmt::format("component {}", a) : fmt::format("component {} of {}", a, count)).c_str());
+    progress->PushSubRange(static_cast<float>(begin), static_cast<float>(end));
+  }
+  try {
+    Fit(a, progress);
+  } catch (const NCError& error) {
+    if (progress != nullptr && progress->IsBreakPressed()) throw Cancelled();
+    if (a == 1) throw Failure(ExitCode::kComputationFailed, AsSentence(error.what()));
+    return AsSentence(error.what());
+  }
+  if (progress != nullptr && !progress->PopSubRange()) throw Cancelled();
+  const std::string insignificance = isAuto ? Insignificance(a) : "";
+  if (!insignificance.empty()) {
+    if (a > 1) return insignificance;
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{}; --components 1 fits it all the same", insignificance));
+  }
+  Accept(a);
+  return {};
+}
+
+}  // namespace tool

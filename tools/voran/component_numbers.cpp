@@ -1,0 +1,51 @@
+#include "tools/voran/component_numbers.h"
+
+#include <cmath>
+#include <cstddef>
+
+#include "tools/voran/table.h"
+
+namespace tool {
+
+double SumOfSquares(const NCDataVector<float>& v) {
+  return v.GetNumMisVal() < v.Size() ? v.GetSS() : 0.0;
+}
+
+double SumOfSquares(const NCDataMatrix<float>& x) {
+  double sum = 0.0;
+  for (const NCDataVector<float>& row : x) sum += SumOfSquares(row);
+  return sum;
+}
+
+std::vector<double> ColumnSumsOfSquares(const NCDataMatrix<float>& x) {
+  std::vector<double> sums(static_cast<std::size_t>(x.SizeColumns()));
+  for (const NCDataVector<float>& row : x) {
+    std::size_t c = 0;
+    for (const float value : row) {
+      const double present = value == kGap ? 0.0 : static_cast<double>(value);
+      sums[c++] += present * present;
+    }
+  }
+  return sums;
+}
+
+std::vector<double> Values(const NCDataVector<float>& v, double factor) {
+  std::vector<double> values;
+  values.reserve(static_cast<std::size_t>(v.Size()));
+  for (const float value : v) values.push_back(value == kGap ? kNoValue : factor * static_cast<double>(value));
+  return values;
+}
+
+double ScoreVariance(const NCDataVector<float>& score, double degreesOfFreedom) {
+  return degreesOfFreedom > 0.0 ? SumOfSquares(score) / degreesOfFreedom : kNoValue;
+}
+
+bool PointsDown(const NCDataVector<float>& v) {
+  float largest = 0.0f;
+  for (const float value : v) {
+    if (value != kGap && std::abs(value) > std::abs(largest)) largest = value;
+  }
+  return largest < 0.0f;
+}
+
+}  // namespace tool

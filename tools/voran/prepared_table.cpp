@@ -1,0 +1,84 @@
+#include "tools/voran/prepared_table.h"
+
+#include <cmath>
+#include <string_view>
+#include <unordered_map>
+
+#include <fmt/format.h>
+
+#include "tools/voran/component_numbers.h"
+#include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
+#include "tools/voran/transform_option.h"
+
+namespace tool {
+namespace {
+
+Failure NothingLeft(const std::string& source, const DroppedColumns& dropped, int rows) {
+  if (rows == 1) {
+    return BadData(source + ": one row has no variance; give more rows, or --scaling none");
+  }
+  const auto& [name, reason] = dropped.front();
+  return BadData(fmt::format("{}: no column is left to model: {} ({}){}", source, name, reason,
+                             dropped.size() > 1 ? " and the others hold nothing either" : ""));
+}
+
+}  // namespace
+
+double PreparedColumns::Original(std::size_t column, double scaled) const {
+  const double unscaled = scaled / scales[column].weight + scales[column].centre;
+  const TransformStruct& transform = transforms[static_cast<int>(column) + 1];
+  if (!transform.ChangesValues() || std::isnan(unscaled)) return unscaled;
+  float value = AsPresent(unscaled);
+  return transform.BackTransformValue(&value) == NCTransformError::kNoError ? static_cast<double>(value) : kNoValue;
+}
+
+PreparedTable Prepare(RawColumns&& raw, Scaling scaling) {
+  PreparedTable result;
+  if (raw.transforms.Size() > 0) result.note = TransformColumns(raw.x, raw.transforms, raw.names, raw.rowIds);
+  const int rows = raw.x.SizeRows();
+  ScaledMatrix scaled = ScaleColumns(std::move(raw.x), scaling);
+  PreparedColumns& columns = result.columns;
+  columns.transforms = NCTransform(static_cast<int>(scaled.kept.size()));
+  for (const std::size_t c : scaled.kept) {
+    columns.names.push_back(raw.names[c]);
+    if (raw.transforms.Size() == 0) continue;
+    columns.transforms[static_cast<int>(columns.names.size())] = raw.transforms[static_cast<int>(c) + 1];
+  }
+  for (const DroppedColumn& d : scaled.dropped) columns.dropped.emplace_back(raw.names[d.column], d.reason);
+  if (columns.names.empty()) throw NothingLeft(raw.source, columns.dropped, rows);
+  columns.scales = std::move(scaled.scales);
+  columns.unit = scaled.unit;
+  result.x = scaled.x;
+  return result;
+}
+
+PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns) {
+  std::unordered_map<std::string_view, std::size_t> places;
+  for (std::size_t c = 0; c < raw.names.size(); ++c) places.emplace(raw.names[c], c);
+  PreparedTable result;
+  result.columns = columns;
+  NCTransform transforms(static_cast<int>(raw.names.size()));
+  std::vector<std::size_t> order;
+  for (const std::string& name : columns.names) {
+    order.push_back(places.at(name));
+    transforms[static_cast<int>(order.back()) + 1] = columns.transforms[static_cast<int>(order.size())];
+  }
+  result.note = TransformColumns(raw.x, transforms, raw.names, raw.rowIds);
+  result.x = ApplyScales(std::move(raw.x), order, columns.scales);
+  return result;
+}
+
+std::string DroppedText(const DroppedColumns& dropped) {
+  std::vector<std::string> items;
+  for (const auto& [name, reason] : dropped) items.push_back(fmt::format("{} ({})", name, reason));
+  return Enumerated(items);
+}
+
+nlohmann::ordered_json DroppedJson(const DroppedColumns& dropped) {
+  auto json = nlohmann::ordered_json::array();
+  for (const auto& [name, reason] : dropped) json.push_back({{"name", name}, {"reason", reason}});
+  return json;
+}
+
+}  // namespace tool

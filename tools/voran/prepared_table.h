@@ -1,0 +1,61 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tools/voran/scaling.h"
+#include "voran/containers/data_matrix.h"
+#include "voran/preprocessing/transform.h"
+
+namespace tool {
+
+/// Names of columns that were left out, each with the reason.
+using DroppedColumns = std::vector<std::pair<std::string, std::string>>;
+
+/// The columns that a model sees, and how their values were made ready for it: a transform, then scaling.
+struct PreparedColumns {
+  std::vector<std::string> names;
+  NCTransform transforms;           ///< one a name
+  std::vector<ColumnScale> scales;  ///< one a name
+  double unit = 1.0;                ///< see ScaledMatrix; scores are to be multiplied by it
+  DroppedColumns dropped;           ///< what the table had besides
+
+  /// What the value of the column before it was prepared, of which `scaled` is the value after; a NaN stays one, and
+  /// comes where the transform has no inverse. `column` counts from 0.
+  double Original(std::size_t column, double scaled) const;
+};
+
+struct PreparedTable {
+  NCDataMatrix<float> x;
+  PreparedColumns columns;
+  std::optional<std::string> note;  ///< what the user should know of the transforms
+};
+
+/// Columns of a table on their way to a model. The matrix is taken out of it row by row, so that no second copy of it
+/// comes to be.
+struct RawColumns {
+  const std::string& source;
+  NCDataMatrix<float>& x;
+  const std::vector<std::string>& names;
+  const std::vector<std::string>& rowIds;
+  NCTransform transforms;  ///< empty, or one a name
+};
+
+/// Transforms and scales the columns, learning the scales from them, and leaves out those that hold nothing. Throws
+/// `Failure` (bad data) if no column is left.
+PreparedTable Prepare(RawColumns&& raw, Scaling scaling);
+
+/// Makes new rows ready for a model that was fitted to `columns`; `raw` has all of them, in any order.
+PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns);
+
+/// "a (no variance), b (all missing)", the first few of them.
+std::string DroppedText(const DroppedColumns& dropped);
+
+/// The array under the key `dropped_columns`.
+nlohmann::ordered_json DroppedJson(const DroppedColumns& dropped);
+
+}  // namespace tool
