@@ -183,7 +183,7 @@ TEST_P(PcaValues, AgreeWithAnEigenvalueDecomposition) {
       EXPECT_LT(LargestGap(component.loading, expected.loadings[a]), tolerance);
       EXPECT_LT(LargestGap(component.score, expected.scores[a]), tolerance);
       const double eigenvalue = expected.variances[a] / (static_cast<double>(x.size()) - 1.0);
-      EXPECT_NEAR(component.eigenvalue.value() / eigenvalue, 1.0, kEigenvalueTolerance);
+      EXPECT_NEAR(component.eigenvalue / eigenvalue, 1.0, kEigenvalueTolerance);
       cumulative += expected.variances[a] / total;
       EXPECT_NEAR(component.r2x, expected.variances[a] / total, kEigenvalueTolerance);
       EXPECT_NEAR(component.r2xCumulative, cumulative, kEigenvalueTolerance);
@@ -262,7 +262,7 @@ TEST(PcaOutcomes, ARowWithoutDataGetsNoScoreAndChangesNothing) {
   ASSERT_EQ(a.components.size(), b.components.size());
   EXPECT_TRUE(std::isnan(a.components[0].score[2]));
   EXPECT_NEAR(a.components[0].score[3], b.components[0].score[2], kVectorTolerance);
-  EXPECT_NEAR(*a.components[0].eigenvalue, *b.components[0].eigenvalue, kEigenvalueTolerance);
+  EXPECT_NEAR(a.components[0].eigenvalue, b.components[0].eigenvalue, kEigenvalueTolerance);
 }
 
 TEST(PcaOutcomes, TheUnitOfTheDataDoesNotMatter) {

@@ -1,5 +1,9 @@
 #include "tools/voran/command_run.h"
 
+#include <cstdio>
+
+#include <fmt/format.h>
+
 #include "tools/voran/terminal.h"
 #include "voran/platform/progress.h"
 
@@ -11,26 +15,41 @@ void RunOptions::AddTo(CLI::App& command) {
   output.AddTo(command);
 }
 
+void RunOptions::AddSaveTo(CLI::App& command) {
+  command.add_option("--save", save, "Keep the model in this file, for voran predict")
+      ->type_name("FILE")
+      ->group("Output");
+}
+
 CommandRun::CommandRun(const RunOptions& options) : options_(options) {
   options.threads.Apply();
   if (!options.output.quiet) NCProgress::SetDisplay(MakeTerminalDisplay());
   if (!options.output.folder.empty()) folder_.emplace(options.output.folder);
+  if (!options.save.empty()) model_.emplace("--save", options.save);
 }
 
 Table CommandRun::ReadTable() const {
   Table table = options_.table.Read();
-  options_.output.Tell(table);
+  Tell(table.source, table.notes);
   return table;
 }
 
+void CommandRun::Tell(const std::string& source, const std::vector<std::string>& sentences) const {
+  if (options_.output.quiet) return;
+  for (const std::string& sentence : sentences) fmt::print(stderr, "{}: {}\n", source, sentence);
+}
+
 void CommandRun::Finish(const std::string& text, const nlohmann::ordered_json& json,
-                        const std::function<void(OutputDirectory&)>& writeTables) {
+                        const std::function<void(OutputDirectory&)>& writeTables,
+                        const std::function<void(std::ostream&)>& writeModel) {
+  if (model_) model_->Write(writeModel);
   if (folder_) {
     writeTables(*folder_);
     folder_->Write("summary.json", [&](std::ostream& out) { out << ToText(json); });
     StopIfInterrupted();
     folder_->Commit();
   }
+  if (model_) model_->Commit();
   WriteToStdout(options_.output.json ? ToText(json) : text);
 }
 

@@ -2,13 +2,16 @@
 
 #include <functional>
 #include <optional>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/common_options.h"
 #include "tools/voran/output_directory.h"
+#include "tools/voran/output_file.h"
 #include "tools/voran/table.h"
 
 namespace tool {
@@ -18,8 +21,10 @@ struct RunOptions {
   TableOptions table;
   ThreadOptions threads;
   OutputOptions output;
+  std::string save;  ///< where the model goes; empty means nowhere
 
   void AddTo(CLI::App& command);
+  void AddSaveTo(CLI::App& command);
 };
 
 /// One run of a command, from the table to the results.
@@ -31,14 +36,19 @@ class CommandRun {
   /// Reads the table and tells what was recognised. Throws `Failure`.
   Table ReadTable() const;
 
-  /// Writes the files, `json` as summary.json behind those that `writeTables` writes, and prints `text` or `json`.
-  /// Throws `Failure`, and then no file is written.
+  /// Tells the user sentences about a table or file, unless he wants quiet.
+  void Tell(const std::string& source, const std::vector<std::string>& sentences) const;
+
+  /// Writes the files, `json` as summary.json behind those that `writeTables` writes, and prints `text` or `json`. With
+  /// `--save`, `writeModel` writes the model. Throws `Failure`, and then no file is written.
   void Finish(const std::string& text, const nlohmann::ordered_json& json,
-              const std::function<void(OutputDirectory&)>& writeTables);
+              const std::function<void(OutputDirectory&)>& writeTables,
+              const std::function<void(std::ostream&)>& writeModel = nullptr);
 
  private:
   const RunOptions& options_;
   std::optional<OutputDirectory> folder_;
+  std::optional<OutputFile> model_;
 };
 
 /// The keys that every summary begins with.

@@ -1,10 +1,12 @@
 #include "tools/voran/common_options.h"
 
-#include <cstdio>
 #include <map>
 
 #include <fmt/format.h>
 
+#include "tools/voran/cross_validation.h"
+#include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
 #include "tools/voran/table_reader.h"
 #include "tools/voran/terminal.h"
 #include "voran/platform/threading_control.h"
@@ -16,7 +18,10 @@ using NCMultiThreading::ThreadingControl;
 
 constexpr const char* kTableGroup = "Table";
 constexpr const char* kOutputGroup = "Output";
+constexpr const char* kCvGroup = "Cross-validation";
 constexpr int kMostThreads = 1024;
+constexpr int kMostCvGroups = 1000000;
+constexpr int kMostComponents = 1000000;
 
 const std::map<std::string, Scaling> kScalings = {{"uv", Scaling::kUnitVariance},
                                                   {"pareto", Scaling::kPareto},
@@ -43,13 +48,37 @@ int ReadingThreads() {
 }  // namespace
 
 void TableOptions::AddTo(CLI::App& command) {
+  AddSource(command);
+  AddList(command, "--class", roles_.classes, "Columns of group names, kept out of the model");
+  AddList(command, "--x", roles_.variables, "Use these columns alone");
+  AddList(command, "--exclude", roles_.unused, "Leave these columns out");
+  AddDialect(command);
+}
+
+void TableOptions::AddToPredict(CLI::App& command) {
+  AddSource(command);
+  AddDialect(command);
+}
+
+void TableOptions::AddResponses(CLI::App& command) {
+  AddList(command, "--y", roles_.responses, "The columns to predict")->required();
+}
+
+void TableOptions::AddCvColumn(CLI::App& command, CLI::Option* groups) {
+  AddList(command, "--cv-column", roles_.cvGroups, "The column that names the group of each row")
+      ->type_name("COLUMN")
+      ->excludes(groups)
+      ->group(kCvGroup);
+}
+
+void TableOptions::AddSource(CLI::App& command) {
   command.add_option("TABLE", path_, "CSV, TSV or .npy file; - is standard input")->required()->option_text(" ");
   AddList(command, "--id", roles_.id, "The column that names the rows");
   command.add_flag("--no-id", roles_.noId, "Do not take the first column for the names of the rows")
       ->group(kTableGroup);
-  AddList(command, "--class", roles_.classes, "Columns of group names, kept out of the model");
-  AddList(command, "--x", roles_.variables, "Use these columns alone");
-  AddList(command, "--exclude", roles_.unused, "Leave these columns out");
+}
+
+void TableOptions::AddDialect(CLI::App& command) {
   AddChoice(command, "--separator", separator_, {"auto", "comma", "semicolon", "tab"}, "What stands between cells");
   AddChoice(command, "--decimal", decimalMark_, {"auto", "point", "comma"}, "The decimal mark");
   AddChoice(command, "--header", header_, {"auto", "yes", "no"}, "Whether the first row holds names");
@@ -81,11 +110,6 @@ void OutputOptions::AddTo(CLI::App& command) {
   command.add_flag("--quiet", quiet, "No remarks and no progress on standard error")->group(kOutputGroup);
 }
 
-void OutputOptions::Tell(const Table& table) const {
-  if (quiet) return;
-  for (const std::string& note : table.notes) fmt::print(stderr, "{}: {}\n", table.source, note);
-}
-
 void ThreadOptions::AddTo(CLI::App& command) {
   command.add_option("--threads", threads_, "Threads to use; without it, one for each processor")
       ->type_name("N")
@@ -97,15 +121,46 @@ void ThreadOptions::Apply() const {
   ThreadingControl::SetThreadingIsOn(ThreadingControl::GetNumberOfProcessors() > 1);
 }
 
-void AddScaling(CLI::App& command, Scaling& scaling) {
+void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option) {
   command
       .add_option_function<std::string>(
-          "--scaling", [&scaling](const std::string& name) { scaling = kScalings.at(name); },
+          option, [&scaling](const std::string& name) { scaling = kScalings.at(name); },
           "uv: centre, divide by the standard deviation; pareto: centre, divide by its square root; center: centre "
           "alone; none")
       ->check(CLI::IsMember({"uv", "pareto", "center", "none"}).description(""))
       ->default_str(ScalingName(scaling))
       ->type_name("uv|pareto|center|none");
+}
+
+void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help) {
+  command
+      .add_option_function<std::string>(
+          "--components",
+          [&count, &isAuto](const std::string& text) {
+            isAuto = text == "auto";
+            count = isAuto ? std::nullopt : WholeNumber<int>(text);
+            if (!isAuto && (!count || *count < 1 || *count > kMostComponents)) {
+              throw WrongUse(fmt::format("--components: {} is neither a number of components nor auto", Quoted(text)));
+            }
+          },
+          help)
+      ->type_name("N|auto");
+}
+
+CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups) {
+  return command
+      .add_option("--cv-groups", groups,
+                  fmt::format("Leave out the rows in so many groups in turn ({})", kDefaultCvGroups))
+      ->type_name("G")
+      ->check(CLI::Range(2, kMostCvGroups))
+      ->group(kCvGroup);
+}
+
+void AddIterationLimit(CLI::App& command, int& limit) {
+  command.add_option("--max-iterations", limit, "Rounds that a component may take")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1000000000))
+      ->capture_default_str();
 }
 
 std::string ScalingName(Scaling scaling) {

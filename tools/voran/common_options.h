@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -18,7 +19,14 @@ namespace tool {
 /// Which table, how it is written, and what its columns are used for.
 class TableOptions {
  public:
+  /// All that a command needs which takes the roles of the columns from the user.
   void AddTo(CLI::App& command);
+  /// The same without the roles, but for the id: those are the model's that SetModel() names.
+  void AddToPredict(CLI::App& command);
+  void AddResponses(CLI::App& command);
+  void AddCvColumn(CLI::App& command, CLI::Option* groups);
+
+  void SetModel(ModelColumns columns) { roles_.model = std::move(columns); }
 
   /// Reads the table, with progress, on the threads that `ThreadOptions` left set. Throws `Failure`.
   Table Read() const;
@@ -26,6 +34,8 @@ class TableOptions {
   const std::string& Path() const { return path_; }
 
  private:
+  void AddSource(CLI::App& command);
+  void AddDialect(CLI::App& command);
   CsvOptions Resolve() const;
 
   std::string path_;
@@ -42,8 +52,6 @@ struct OutputOptions {
   bool quiet = false;
 
   void AddTo(CLI::App& command);
-  /// Tells the user on standard error what was recognised and assumed, unless he wants quiet.
-  void Tell(const Table& table) const;
 };
 
 /// How many threads to use.
@@ -57,8 +65,14 @@ class ThreadOptions {
   std::optional<int> threads_;
 };
 
-/// `--scaling`; what `scaling` holds before is the default.
-void AddScaling(CLI::App& command, Scaling& scaling);
+/// `--scaling`, or another `name`; what `scaling` holds before is the default.
+void AddScaling(CLI::App& command, Scaling& scaling, const std::string& name = "--scaling");
+/// `--components N|auto`; the default stays where the option is not given.
+void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help);
+/// `--cv-groups`.
+CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups);
+/// `--max-iterations`.
+void AddIterationLimit(CLI::App& command, int& limit);
 
 /// "uv", "pareto", "center" or "none", as in the option.
 std::string ScalingName(Scaling scaling);

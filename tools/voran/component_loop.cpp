@@ -55,8 +55,7 @@ std::string ComponentLoop::FitNext(int a, int count, bool isAuto, NCProgress* pr
   const std::string insignificance = isAuto ? Insignificance(a) : "";
   if (!insignificance.empty()) {
     if (a > 1) return insignificance;
-    throw Failure(ExitCode::kComputationFailed,
-                  fmt::format("{}; --components 1 fits it all the same", insignificance));
+    throw Failure(ExitCode::kComputationFailed, fmt::format("{}; --components 1 fits it all the same", insignificance));
   }
   Accept(a);
   return {};

@@ -26,8 +26,8 @@ class ComponentLoop {
   virtual ~ComponentLoop() = default;
 
   /// Returns why there are fewer components than were asked for, or why no more are significant; empty if there is
-  /// nothing to say. Throws `Failure`: computation failed if there is no first component, cancelled if `progress`, which
-  /// may be null, says so.
+  /// nothing to say. Throws `Failure`: computation failed if there is no first component, cancelled if `progress`,
+  /// which may be null, says so.
   std::string Run(const ComponentRequest& request, const ComponentLimit& limit, NCProgress* progress);
 
  protected:

@@ -51,8 +51,8 @@ CvGroups MakeCvGroups(const Table& table, int wanted, int most) {
 }
 
 std::string InsignificanceText(int component, const ComponentQ2& q2) {
-  const std::string head = fmt::format("component {} is not significant ({})", component,
-                                       SignificanceE::GetSignificance(q2.verdict));
+  const std::string head =
+      fmt::format("component {} is not significant ({})", component, SignificanceE::GetSignificance(q2.verdict));
   switch (q2.verdict) {
     case SignificanceE::kN3:
       return head + ": the table is too small for it";

@@ -4,8 +4,10 @@
 
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
+#include "tools/voran/model_file.h"
 #include "tools/voran/pca_fit.h"
 #include "tools/voran/pca_report.h"
+#include "tools/voran/transform_option.h"
 #include "voran/platform/progress.h"
 
 namespace tool {
@@ -13,18 +15,38 @@ namespace {
 
 struct PcaOptions {
   RunOptions run;
+  TransformOption transform;
   PcaSettings settings;
 };
+
+SavedModel ModelOf(const PcaReport& report) {
+  SavedModel model;
+  model.kind = "pca";
+  model.x = report.result.columns;
+  model.W = report.result.P;
+  model.P = report.result.P;
+  model.C = NCDataMatrix<float>(report.result.P.SizeRows(), 0, 0.0f);
+  model.spread = report.result.spread;
+  model.summary = PcaJson(report);
+  return model;
+}
 
 void RunPca(const PcaOptions& options) {
   CommandRun run(options.run);
   Table table = run.ReadTable();
+  PcaSettings settings = options.settings;
+  if (options.transform.IsGiven()) {
+    settings.transforms = options.transform.Resolve(table.variables, table.variables.size());
+  }
   const PcaResult result = [&] {
     NCProgress progress("PCA", 0.0f, 1.0f, false, false, true, "");
-    return FitPca(table, options.settings, &progress);
+    return FitPca(table, settings, &progress);
   }();
-  const PcaReport report = {table, options.settings, result};
-  run.Finish(PcaText(report), PcaJson(report), [&](OutputDirectory& folder) { WritePcaTables(report, folder); });
+  run.Tell(table.source, result.notes);
+  const PcaReport report = {table, settings, result};
+  run.Finish(
+      PcaText(report), PcaJson(report), [&](OutputDirectory& folder) { WritePcaTables(report, folder); },
+      [&](std::ostream& out) { WriteModel(out, ModelOf(report)); });
 }
 
 }  // namespace
@@ -32,14 +54,13 @@ void RunPca(const PcaOptions& options) {
 void AddPcaCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("pca", "Principal component analysis");
   auto options = std::make_shared<PcaOptions>();
-  command->add_option("--components", options->settings.components, "How many components (without it, 5 at most)")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1000000));
+  AddComponents(*command, options->settings.components, options->settings.isAuto,
+                "How many components (without it, 5 at most); auto: as many as cross-validation finds significant");
   AddScaling(*command, options->settings.scaling);
-  command->add_option("--max-iterations", options->settings.iterationLimit, "Rounds that a component may take")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1000000000))
-      ->capture_default_str();
+  options->transform.AddTo(*command);
+  AddIterationLimit(*command, options->settings.iterationLimit);
+  options->run.table.AddCvColumn(*command, AddCvGroups(*command, options->settings.cvGroups));
+  options->run.AddSaveTo(*command);
   options->run.AddTo(*command);
   command->footer(R"(COLUMNS is a list of names, positions from 1, or ranges: class,3,nm900..nm1100. A range of numbers
 (900..1100) takes the columns whose name holds a number in it, or else these positions; #3 and
@@ -49,6 +70,7 @@ empty, or if it holds texts that are all different.
 Examples:
   voran pca wine.csv --class class
   voran pca spectra.csv --x 900..1700 --scaling center --components 3 --out results
+  voran pca wine.csv --class class --components auto --save wine.model
   zcat big.csv.gz | voran pca - --json --quiet)");
   command->callback([options] { RunPca(*options); });
 }

@@ -2,122 +2,108 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <memory>
 #include <utility>
 
-#include <fmt/format.h>
-
+#include "tools/voran/component_loop.h"
+#include "tools/voran/component_numbers.h"
 #include "tools/voran/failure.h"
-#include "tools/voran/number_text.h"
 #include "voran/models/pca.h"
-#include "voran/platform/nc_error.h"
+#include "voran/models/pca_cross_validation.h"
 
 namespace tool {
 namespace {
 
 constexpr int kDefaultComponents = 5;
 
-// Where less than this share of the sum of squares is left, it is the rounding of the numbers themselves (a float
-// carries 24 bits, the square of whose last is 4e-15).
-constexpr double kRoundingShare = 1e-12;
+// How much of a component's time its own fit takes, about, beside its cross-validation.
+constexpr float kFitShare = 0.1f;
 
-constexpr double kNoValue = std::numeric_limits<double>::quiet_NaN();
-
-double SumOfSquares(const NCDataMatrix<float>& x) {
-  double sum = 0.0;
-  for (const NCDataVector<float>& row : x) {
-    if (row.GetNumMisVal() < row.Size()) sum += row.GetSS();
-  }
-  return sum;
-}
-
-std::vector<double> Values(const NCDataVector<float>& v, double factor) {
-  std::vector<double> values;
-  values.reserve(static_cast<std::size_t>(v.Size()));
-  for (const float value : v) values.push_back(value == kGap ? kNoValue : factor * static_cast<double>(value));
-  return values;
-}
-
-// -1 if the loading of largest magnitude is negative.
-double SignOf(const NCDataVector<float>& loading) {
-  float largest = 0.0f;
-  for (const float p : loading) {
-    if (p != kGap && std::abs(p) > std::abs(largest)) largest = p;
-  }
-  return largest < 0.0f ? -1.0 : 1.0;
-}
-
-class PcaRun {
+class PcaRun : private ComponentLoop {
  public:
-  PcaRun(ScaledMatrix&& scaled, const PcaSettings& settings, std::size_t rowsWithData)
+  PcaRun(PreparedTable&& prepared, const PcaSettings& settings, std::size_t rowsWithData, PcaResult& result)
       : settings_(settings),
-        unit_(scaled.unit),
+        unit_(prepared.columns.unit),
         rows_(rowsWithData),
         degreesOfFreedom_(static_cast<double>(rowsWithData) - (IsCentred(settings.scaling) ? 1.0 : 0.0)),
-        columns_(scaled.kept.size()),
-        model_(std::make_unique<NCPCA>(&scaled.x, settings.iterationLimit)),
-        total_(SumOfSquares(scaled.x)),
-        left_(total_) {
+        columns_(prepared.columns.names.size()),
+        model_(std::make_unique<NCPCA>(&prepared.x, settings.iterationLimit)),
+        total_(SumOfSquares(prepared.x)),
+        left_(total_),
+        result_(result) {
     // The model now holds the only handle on the rows, and deflates them where they are.
-    scaled.x = NCDataMatrix<float>();
+    prepared.x = NCDataMatrix<float>();
   }
 
   bool HasData() const { return total_ > 0.0; }
 
-  void FitAll(PcaResult& result, NCProgress* progress) {
+  void CrossValidateBy(const CvGroups& groups) {
+    for (const double ss : ColumnSumsOfSquares(*model_->GetResiduals())) {
+      columnReference_.push_back(static_cast<float>(ss));
+    }
+    crossValidation_ = std::make_unique<PCACrossValidation>(model_.get(), groups.count, groups.OfRow(), nullptr);
+    result_.cvGroups = groups.count;
+  }
+
+  void FitAll(NCProgress* progress) {
     const int most = static_cast<int>(std::min(degreesOfFreedom_, static_cast<double>(columns_)));
     const int asked = settings_.components.value_or(std::min(kDefaultComponents, most));
-    const int count = std::min(asked, most);
-    for (int a = 1; a <= count && result.stopped.empty(); ++a) FitNext(result, a, count, progress);
-    if (result.stopped.empty() && count < asked) {
-      result.stopped = fmt::format("{} and {} have no more than {}", Counted(rows_, "row"), Counted(columns_, "column"),
-                                   Counted(static_cast<std::size_t>(most), "component"));
-    }
+    result_.stopped = Run({asked, settings_.isAuto}, {rows_, columns_, most}, progress);
+    const int components = static_cast<int>(result_.components.size());
+    result_.spread.residual = unit_ * PooledResidual(*model_->GetResiduals(), components, degreesOfFreedom_);
   }
 
  private:
-  void FitNext(PcaResult& result, int a, int count, NCProgress* progress) {
-    if (left_ <= kRoundingShare * total_) {
-      result.stopped = a == 2 ? "the first component explains the whole table"
-                              : fmt::format("the first {} components explain the whole table", a - 1);
-      return;
-    }
-    if (progress != nullptr) {
-      progress->SetText(fmt::format("component {} of {}", a, count).c_str());
-      progress->PushSubRange(static_cast<float>(a - 1) / static_cast<float>(count),
-                             static_cast<float>(a) / static_cast<float>(count));
-    }
-    try {
+  std::string Exhausted() const override { return left_ <= kRoundingShare * total_ ? "the whole table" : ""; }
+
+  void Fit(int a, NCProgress* progress) override {
+    if (!crossValidation_) {
       model_->NextComponent(progress, nullptr, 0, nullptr);
-    } catch (const NCError& error) {
-      if (progress != nullptr && progress->IsBreakPressed()) throw Cancelled();
-      if (a == 1) throw Failure(ExitCode::kComputationFailed, error.what());
-      result.stopped = error.what();
       return;
     }
-    model_->CalculateResiduals();
-    if (progress != nullptr && !progress->PopSubRange()) throw Cancelled();
-    result.components.push_back(Describe(a));
+    if (progress != nullptr) progress->PushSubRange(0.0f, kFitShare);
+    model_->NextComponent(progress, nullptr, 0, nullptr);
+    if (progress != nullptr) {
+      progress->PopSubRange();
+      progress->PushSubRange(kFitShare, 1.0f);
+    }
+    crossValidation_->NextComponent(columnReference_, progress);
+    if (progress != nullptr) progress->PopSubRange();
+    DescribeQ2(a);
   }
 
-  PcaComponent Describe(int a) {
+  void DescribeQ2(int a) {
+    newest_.q2 = crossValidation_->GetQ2Tot();
+    newest_.q2Cumulative = crossValidation_->GetQ2TotCum();
+    newest_.limit = crossValidation_->GetQ2Lim(a, IsCentred(settings_.scaling));
+    newest_.verdict = newest_.q2 > newest_.limit ? SignificanceE::kR1 : SignificanceE::kNS;
+    newest_.q2OfColumns = Values(*crossValidation_->GetQ2XVar(), 1.0);
+    newest_.q2OfColumnsCumulative = Values(*crossValidation_->GetQ2XVarCum(), 1.0);
+  }
+
+  std::string Insignificance(int a) const override {
+    return SignificanceE::IsSignificant(newest_.verdict) ? "" : InsignificanceText(a, newest_);
+  }
+
+  void Accept(int a) override {
+    model_->CalculateResiduals();
     const NCDataVector<float>& loading = (*model_->GetPprim())[a];
-    const double sign = SignOf(loading);
+    const NCDataVector<float>& score = (*model_->GetTprim())[a];
+    const double sign = PointsDown(loading) ? -1.0 : 1.0;
     PcaComponent component;
     component.loading = Values(loading, sign);
-    component.score = Values((*model_->GetTprim())[a], sign * unit_);
+    component.score = Values(score, sign * unit_);
     const double before = std::exchange(left_, SumOfSquares(*model_->GetResiduals()));
     component.r2x = (before - left_) / total_;
     component.r2xCumulative = (total_ - left_) / total_;
-    if (degreesOfFreedom_ > 0.0) {
-      double squares = 0.0;
-      for (const double t : component.score) squares += std::isnan(t) ? 0.0 : t * t;
-      component.eigenvalue = squares / degreesOfFreedom_;
-    }
+    component.eigenvalue = unit_ * unit_ * ScoreVariance(score, degreesOfFreedom_);
+    if (crossValidation_) component.q2 = newest_;
     component.iterations = model_->GetIterations();
     component.converged = component.iterations < settings_.iterationLimit || rows_ == 1;
-    return component;
+    result_.spread.scoreVariances.push_back(component.eigenvalue);
+    result_.components.push_back(std::move(component));
+    result_.P.push_back(loading);
+    result_.P.MultiplyRow(a, sign, a);
   }
 
   const PcaSettings& settings_;
@@ -128,6 +114,10 @@ class PcaRun {
   const std::unique_ptr<NCPCA> model_;
   const double total_;
   double left_;
+  NCDataVector<float> columnReference_;
+  std::unique_ptr<PCACrossValidation> crossValidation_;
+  ComponentQ2 newest_;
+  PcaResult& result_;
 };
 
 }  // namespace
@@ -135,13 +125,21 @@ class PcaRun {
 PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress) {
   PcaResult result;
   result.gaps = CountGaps(table.x);
-  ScaledTable scaled = ScaleTable(table, settings.scaling);
-  result.variables = std::move(scaled.variables);
-  result.dropped = std::move(scaled.dropped);
-  result.gaps.emptyRows = EmptyRows(scaled.matrix.x, table.rowIds);
-  PcaRun run(std::move(scaled.matrix), settings, table.rowIds.size() - result.gaps.emptyRows.size());
+  PreparedTable prepared =
+      Prepare({table.source, table.x, table.variables, table.rowIds, settings.transforms}, settings.scaling);
+  RefuseNothingLeft(table.source, prepared);
+  if (prepared.note) result.notes.push_back(*prepared.note);
+  result.columns = prepared.columns;
+  result.gaps.emptyRows = EmptyRows(prepared.x, table.rowIds);
+  const int most = std::min(prepared.x.SizeRows(), prepared.x.SizeColumns());
+  PcaRun run(std::move(prepared), settings, table.rowIds.size() - result.gaps.emptyRows.size(), result);
   if (!run.HasData()) throw BadData(table.source + ": every value is zero, so there is nothing to model");
-  run.FitAll(result, progress);
+  if (settings.isAuto || settings.cvGroups || table.cvGroups) {
+    const CvGroups groups = MakeCvGroups(table, settings.cvGroups.value_or(kDefaultCvGroups), most);
+    if (!groups.note.empty()) result.notes.push_back(groups.note);
+    run.CrossValidateBy(groups);
+  }
+  run.FitAll(progress);
   return result;
 }
 

@@ -12,19 +12,6 @@
 #include "tools/voran/transform_option.h"
 
 namespace tool {
-namespace {
-
-Failure NothingLeft(const std::string& source, const DroppedColumns& dropped, int rows) {
-  if (rows == 1) {
-    return BadData(source + ": one row has no variance; give more rows, or --scaling none");
-  }
-  const auto& [name, reason] = dropped.front();
-  return BadData(fmt::format("{}: no column is left to model: {} ({}){}", source, name, reason,
-                             dropped.size() > 1 ? " and the others hold nothing either" : ""));
-}
-
-}  // namespace
-
 double PreparedColumns::Original(std::size_t column, double scaled) const {
   const double unscaled = scaled / scales[column].weight + scales[column].centre;
   const TransformStruct& transform = transforms[static_cast<int>(column) + 1];
@@ -36,7 +23,6 @@ double PreparedColumns::Original(std::size_t column, double scaled) const {
 PreparedTable Prepare(RawColumns&& raw, Scaling scaling) {
   PreparedTable result;
   if (raw.transforms.Size() > 0) result.note = TransformColumns(raw.x, raw.transforms, raw.names, raw.rowIds);
-  const int rows = raw.x.SizeRows();
   ScaledMatrix scaled = ScaleColumns(std::move(raw.x), scaling);
   PreparedColumns& columns = result.columns;
   columns.transforms = NCTransform(static_cast<int>(scaled.kept.size()));
@@ -46,11 +32,21 @@ PreparedTable Prepare(RawColumns&& raw, Scaling scaling) {
     columns.transforms[static_cast<int>(columns.names.size())] = raw.transforms[static_cast<int>(c) + 1];
   }
   for (const DroppedColumn& d : scaled.dropped) columns.dropped.emplace_back(raw.names[d.column], d.reason);
-  if (columns.names.empty()) throw NothingLeft(raw.source, columns.dropped, rows);
   columns.scales = std::move(scaled.scales);
   columns.unit = scaled.unit;
   result.x = scaled.x;
   return result;
+}
+
+void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared) {
+  if (!prepared.columns.names.empty()) return;
+  if (prepared.x.SizeRows() == 1) {
+    throw BadData(source + ": one row has no variance; give more rows, or --scaling none");
+  }
+  const DroppedColumns& dropped = prepared.columns.dropped;
+  const auto& [name, reason] = dropped.front();
+  throw BadData(fmt::format("{}: no column is left to model: {} ({}){}", source, name, reason,
+                            dropped.size() > 1 ? " and the others hold nothing either" : ""));
 }
 
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns) {

@@ -45,9 +45,11 @@ struct RawColumns {
   NCTransform transforms;  ///< empty, or one a name
 };
 
-/// Transforms and scales the columns, learning the scales from them, and leaves out those that hold nothing. Throws
-/// `Failure` (bad data) if no column is left.
+/// Transforms and scales the columns, learning the scales from them, and leaves out those that hold nothing.
 PreparedTable Prepare(RawColumns&& raw, Scaling scaling);
+
+/// Throws `Failure` (bad data) if no column is left.
+void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared);
 
 /// Makes new rows ready for a model that was fitted to `columns`; `raw` has all of them, in any order.
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns);

@@ -128,6 +128,12 @@ NCTransform TransformOption::Resolve(const std::vector<std::string>& names, std:
   return transform;
 }
 
+NCTransform PartOf(const NCTransform& transform, int first, int count) {
+  NCTransform part(count);
+  for (int c = 1; c <= count; ++c) part[c] = transform[first + c - 1];
+  return part;
+}
+
 // The matrix.
 
 namespace {

@@ -37,6 +37,9 @@ class TransformOption {
   std::vector<Argument> arguments_;
 };
 
+/// Those of `count` columns from `first` (counted from 1) on.
+NCTransform PartOf(const NCTransform& transform, int first, int count);
+
 /// Puts the columns of `x` through their functions, or with `back` through the inverses, where they are: no second copy
 /// of the matrix comes to be, unless its rows are shared. A gap stays one.
 ///

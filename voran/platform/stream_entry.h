@@ -2,6 +2,7 @@
 
 #include <istream>
 
+#include "voran/export.h"
 #include "voran/platform/stream_directory.h"
 #include "voran/platform/streamable.h"
 
@@ -11,10 +12,10 @@ namespace detail {
 // For readers that give up by VrStreamError, and turn it into a false result in one place.
 
 /// Entry i; throws "ReadFromStreamDir failed." if there is none.
-std::istream& RequiredEntry(InputStreamDirectory& directory, unsigned short i);
+VORAN_EXPORT std::istream& RequiredEntry(InputStreamDirectory& directory, unsigned short i);
 
 /// Throws "Error when reading from stream." unless `isGood`.
-void RequireRead(bool isGood);
+VORAN_EXPORT void RequireRead(bool isGood);
 
 /// The single value of four bytes that makes up entry i.
 int ReadIntEntry(InputStreamDirectory& directory, unsigned short i);

@@ -1,0 +1,168 @@
+#include "tools/voran/model_file.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <fstream>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "tools/voran/component_figures.h"
+#include "tools/voran/component_numbers.h"
+#include "tools/voran/failure.h"
+#include "voran/platform/exception.h"
+#include "voran/platform/stream_directory.h"
+#include "voran/platform/stream_entry.h"
+#include "voran/platform/stream_values.h"
+
+namespace tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// The entries of the directory.
+enum Entry : unsigned short { kHead, kNames, kYNames, kTransforms, kYTransforms, kW, kP, kC, kEntries };
+
+// Names are kept byte by byte; JSON takes UTF-8 alone.
+
+void WriteNames(const std::vector<std::string>& names, std::ostream& stream) {
+  const auto count = static_cast<std::int32_t>(names.size());
+  WriteFourBytes(&count, 1, stream);
+  for (const std::string& name : names) WriteBinaryString(name, stream);
+}
+
+std::vector<std::string> ReadNames(std::istream& stream) {
+  std::int32_t count = 0;
+  detail::RequireRead(ReadFourBytes(&count, 1, stream) && count >= 0);
+  std::vector<std::string> names;
+  for (std::int32_t i = 0; i < count; ++i) detail::RequireRead(ReadBinaryString(names.emplace_back(), stream));
+  return names;
+}
+
+Json ToJson(const PreparedColumns& columns) {
+  Json centres = Json::array();
+  Json weights = Json::array();
+  for (const ColumnScale& scale : columns.scales) {
+    centres.push_back(scale.centre);
+    weights.push_back(scale.weight);
+  }
+  return {{"centres", std::move(centres)},
+          {"weights", std::move(weights)},
+          {"unit", columns.unit},
+          {"dropped", DroppedJson(columns.dropped)}};
+}
+
+// All of these throw a JSON exception for what is not as ToJson() makes it.
+
+PreparedColumns ColumnsFrom(const Json& json, std::vector<std::string> names) {
+  PreparedColumns columns;
+  columns.names = std::move(names);
+  const auto centres = json.at("centres").get<std::vector<double>>();
+  const auto weights = json.at("weights").get<std::vector<double>>();
+  detail::RequireRead(centres.size() == columns.names.size() && weights.size() == columns.names.size());
+  for (std::size_t k = 0; k < centres.size(); ++k) columns.scales.push_back({centres[k], weights[k]});
+  json.at("unit").get_to(columns.unit);
+  for (const Json& dropped : json.at("dropped")) {
+    columns.dropped.emplace_back(dropped.at("name").get<std::string>(), dropped.at("reason").get<std::string>());
+  }
+  return columns;
+}
+
+double NumberFrom(const Json& json) {
+  return json.is_null() ? kNoValue : json.get<double>();
+}
+
+Json ToJson(const ModelSpread& spread) {
+  Json variances = Json::array();
+  for (const double variance : spread.scoreVariances) variances.push_back(NumberOrNull(variance));
+  return {{"residual", NumberOrNull(spread.residual)}, {"score_variances", std::move(variances)}};
+}
+
+ModelSpread SpreadFrom(const Json& json) {
+  ModelSpread spread;
+  spread.residual = NumberFrom(json.at("residual"));
+  for (const Json& variance : json.at("score_variances")) spread.scoreVariances.push_back(NumberFrom(variance));
+  return spread;
+}
+
+bool FitTogether(const SavedModel& m) {
+  const auto hasShape = [](const NCDataMatrix<float>& matrix, std::size_t rows, std::size_t columns) {
+    return matrix.SizeRows() == static_cast<int>(rows) && matrix.SizeColumns() == static_cast<int>(columns);
+  };
+  const std::size_t components = m.spread.scoreVariances.size();
+  return (m.kind == "pca" || m.kind == "pls") && components > 0 && m.x.names.size() > 0 &&
+         (m.kind == "pls") == !m.y.names.empty() && m.x.transforms.Size() == static_cast<int>(m.x.names.size()) &&
+         m.y.transforms.Size() == static_cast<int>(m.y.names.size()) && hasShape(m.W, components, m.x.names.size()) &&
+         hasShape(m.P, components, m.x.names.size()) && hasShape(m.C, components, m.y.names.size());
+}
+
+}  // namespace
+
+SavedModel::DerivedStreamableData SavedModel::MyStreamableData(1, "voran model");
+
+bool SavedModel::VStreamableWrite(std::ostream& stream) {
+  OutputStreamDirectory directory(stream, kEntries);
+  const Json head = {
+      {"kind", kind}, {"x", ToJson(x)}, {"y", ToJson(y)}, {"spread", ToJson(spread)}, {"summary", summary}};
+  WriteBinaryString(head.dump(-1, ' ', false, Json::error_handler_t::replace), directory.GetOutput(kHead));
+  WriteNames(x.names, directory.GetOutput(kNames));
+  WriteNames(y.names, directory.GetOutput(kYNames));
+  detail::WriteMember(directory.GetOutput(kTransforms), x.transforms);
+  detail::WriteMember(directory.GetOutput(kYTransforms), y.transforms);
+  detail::WriteMember(directory.GetOutput(kW), W);
+  detail::WriteMember(directory.GetOutput(kP), P);
+  detail::WriteMember(directory.GetOutput(kC), C);
+  return directory.Close() && stream.good();
+}
+
+bool SavedModel::VStreamableRead(std::istream& stream) try {
+  if (!VStreamableReadBasesOfMyVersion(stream)) return false;
+  InputStreamDirectory directory(stream);
+  SavedModel read;
+  std::string text;
+  detail::RequireRead(ReadBinaryString(text, detail::RequiredEntry(directory, kHead)));
+  const Json head = Json::parse(text);
+  head.at("kind").get_to(read.kind);
+  read.x = ColumnsFrom(head.at("x"), ReadNames(detail::RequiredEntry(directory, kNames)));
+  read.y = ColumnsFrom(head.at("y"), ReadNames(detail::RequiredEntry(directory, kYNames)));
+  read.spread = SpreadFrom(head.at("spread"));
+  read.summary = head.at("summary");
+  detail::ReadObjectEntry(directory, kTransforms, read.x.transforms);
+  detail::ReadObjectEntry(directory, kYTransforms, read.y.transforms);
+  detail::ReadObjectEntry(directory, kW, read.W);
+  detail::ReadObjectEntry(directory, kP, read.P);
+  detail::ReadObjectEntry(directory, kC, read.C);
+  detail::RequireRead(directory.Close() && stream.good() && FitTogether(read));
+  *this = std::move(read);
+  return true;
+} catch (const VrStreamError&) {
+  return false;
+} catch (const Json::exception&) {
+  return false;
+}
+
+void WriteModel(std::ostream& out, const SavedModel& model) {
+  if (!WriteStreamable(out, model)) out.setstate(std::ios::failbit);
+}
+
+SavedModel ReadModel(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    throw WrongUse(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
+  }
+  if (!SavedModel::MyStreamableData.Check(in)) {
+    throw BadData(path + ": is no model that --save has written, or it is cut off or damaged at its beginning");
+  }
+  if (SavedModel::MyStreamableData.GetVStreamVersionNumber() !=
+      SavedModel::MyStreamableData.GetMyVStreamVersionNumber()) {
+    throw BadData(path + ": was written by another version of voran; fit the model again");
+  }
+  in.seekg(0);
+  SavedModel model;
+  if (!ReadStreamable(in, model)) throw BadData(path + ": is cut off or damaged; fit the model again");
+  return model;
+}
+
+}  // namespace tool

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+/// Adds `voran pls`.
+void AddPlsCommand(CLI::App& program);
+
+}  // namespace tool
