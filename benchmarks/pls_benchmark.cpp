@@ -7,6 +7,7 @@
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
 #include "voran/models/pls_prediction.h"
+#include "voran/models/row_prediction.h"
 
 namespace {
 
@@ -86,24 +87,56 @@ BENCHMARK(CrossValidatePls)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 
-/// Prediction of new rows by all components: arguments rows, columns, components.
-void PredictPls(benchmark::State& state) {
-  const XY fitted = MadeXY(300, static_cast<int>(state.range(1)), 1);
-  NCPLS pls(&fitted.x, &fitted.y, 200);
-  Fit(pls, static_cast<int>(state.range(2)));
-  const Matrix fresh = MadeMatrix(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
+/// A model of three responses and new rows for it: arguments rows, columns, components, gaps in per cent.
+struct Prediction {
+  explicit Prediction(const benchmark::State& state)
+      : fitted(MadeXY(300, static_cast<int>(state.range(1)), 3)),
+        fresh(MadeMatrix(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)),
+                         static_cast<double>(state.range(3)) / 100.0)),
+        pls(&fitted.x, &fitted.y, 200) {
+    Fit(pls, static_cast<int>(state.range(2)));
+  }
+
+  XY fitted;
+  Matrix fresh;
+  NCPLS pls;
+};
+
+/// One object for the whole, which deflates a copy of the data component by component.
+void PredictByComponents(benchmark::State& state) {
+  const Prediction given(state);
   for (auto _ : state) {
-    NCPLSPred prediction(&fresh, pls.GetWprim(), pls.GetPprim(), pls.GetCprim(), 0.5f);
+    NCPLSPred prediction(&given.fresh, given.pls.GetWprim(), given.pls.GetPprim(), given.pls.GetCprim(), 0.5f);
     while (prediction.GetCompComputed() < prediction.GetMaxComp()) prediction.CalcNextComponent();
     benchmark::DoNotOptimize(prediction.GetYPred());
   }
 }
 
-BENCHMARK(PredictPls)
-    ->ArgNames({"rows", "columns", "components"})
-    ->Args({200000, 500, 10})
-    ->UseRealTime()
-    ->Unit(benchmark::kMillisecond);
+/// Scores of all components, Y and the residual sum of squares of every row.
+void PredictAllByRows(benchmark::State& state) {
+  const Prediction given(state);
+  const detail::ComponentMatrices model{*given.pls.GetWprim(), *given.pls.GetPprim(), *given.pls.GetCprim()};
+  for (auto _ : state) benchmark::DoNotOptimize(detail::PredictRows(given.fresh, model, 0.5f, nullptr));
+}
+
+/// Y alone, of rows without gaps.
+void PredictYByCoefficients(benchmark::State& state) {
+  Prediction given(state);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(given.fresh.MatrixMultiply(given.pls.GetRegressionCoefficients(-1), false, false, false));
+  }
+}
+
+void PredictionArgs(benchmark::internal::Benchmark* b) {
+  b->ArgNames({"rows", "columns", "components", "gaps"})
+      ->Args({200000, 500, 10, 0})
+      ->UseRealTime()
+      ->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK(PredictByComponents)->Apply(PredictionArgs);
+BENCHMARK(PredictAllByRows)->Apply(PredictionArgs)->Args({200000, 500, 10, 5});
+BENCHMARK(PredictYByCoefficients)->Apply(PredictionArgs);
 
 }  // namespace
 

@@ -240,21 +240,22 @@ void NipalsPass<T>::FinishColumns(const NCDataVector<T>& v, Floor floor, const N
 // Row regressions.
 
 template <typename T>
-typename NipalsPass<T>::RowRegression NipalsPass<T>::Regression(const NCDataVector<T>& p, Floor floor) const {
-  const bool hasGaps = p.GetNumMisVal() != 0;
-  const double allSquares = ReductionKernels<T>::Current().sumOfSquares(p.begin(), numColumns_, hasGaps);
-  return {p.begin(), allSquares, hasGaps, hasGaps, !hasGaps && allSquares >= kTinySumOfSquares, floor};
-}
+NipalsPass<T>::RowRegression::RowRegression(const NCDataVector<T>& vector, Floor floorOfAll)
+    : p(vector.begin()),
+      n(vector.Size()),
+      allSquares(ReductionKernels<T>::Current().sumOfSquares(p, n, vector.GetNumMisVal() != 0)),
+      pHasGaps(vector.GetNumMisVal() != 0),
+      pHasOwnGaps(pHasGaps),
+      isPlain(!pHasGaps && allSquares >= kTinySumOfSquares),
+      floor(floorOfAll) {}
 
 template <typename T>
-double NipalsPass<T>::RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const {
-  PairSums sums{product, regression.allSquares, regression.allSquares};
-  if (HasGaps(row)) sums.pairedSquares = pairedSquares;
-  const GapMode mode = GapModeOf(regression.pHasOwnGaps ? 1 : 0, HasGaps(row) ? 1 : 0);
-  const bool anyPair =
-      sums.pairedSquares != 0.0 || AnyPair(regression.p, rows_[static_cast<std::size_t>(row)], numColumns_);
+double NipalsPass<T>::RowRegression::Slope(const T* row, bool rowHasGaps, double product, double pairedSquares) const {
+  PairSums sums{product, rowHasGaps ? pairedSquares : allSquares, allSquares};
+  const GapMode mode = GapModeOf(pHasOwnGaps ? 1 : 0, rowHasGaps ? 1 : 0);
+  const bool anyPair = sums.pairedSquares != 0.0 || AnyPair(p, row, n);
   sums = GuardedSums(sums, anyPair, mode);
-  return regression.floor == Floor::kNone ? Slope(sums) : FixSlope(sums);
+  return floor == Floor::kNone ? detail::Slope(sums) : FixSlope(sums);
 }
 
 template <typename T>
@@ -265,7 +266,7 @@ int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& re
   kernels_.rowProducts(&rows_[static_cast<std::size_t>(firstRow)], count, regression.p, numColumns_, ahead, products);
   int missing = 0;
   for (int i = 0; i < count; ++i) {
-    t[firstRow + i] = static_cast<T>(Slope({products[i], regression.allSquares, regression.allSquares}));
+    t[firstRow + i] = static_cast<T>(detail::Slope({products[i], regression.allSquares, regression.allSquares}));
     missing += t[firstRow + i] == kMissing<T> ? 1 : 0;
   }
   return missing;
@@ -293,7 +294,8 @@ int NipalsPass<T>::RegressGroupWithGaps(int firstRow, int count, const RowRegres
   }
   int missing = 0;
   for (int i = 0; i < count; ++i) {
-    t[firstRow + i] = static_cast<T>(RowSlope(firstRow + i, regression, products[i], pairedSquares[i]));
+    t[firstRow + i] = static_cast<T>(regression.Slope(rows_[static_cast<std::size_t>(firstRow + i)],
+                                                      HasGaps(firstRow + i), products[i], pairedSquares[i]));
     missing += t[firstRow + i] == kMissing<T> ? 1 : 0;
   }
   return missing;
@@ -304,7 +306,7 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
                                 Floor floor, NCDataVector<T>& t) {
   NCDataVector<T> marked(p);
   if (groups != nullptr) marked = WithoutGroup(p, *groups, excludeValue);
-  RowRegression regression = Regression(marked, floor);
+  RowRegression regression(marked, floor);
   regression.pHasOwnGaps = p.GetNumMisVal() != 0;
   if (numRows_ == 0) return;
   T* const scores = t.GetWritableVector() + 1;
@@ -322,7 +324,7 @@ template <typename T>
 void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVector<T>& t) {
   ReserveSums();
   if (numRows_ == 0) return;
-  const RowRegression regression = Regression(p, Floor::kThirdOfAll);
+  const RowRegression regression(p, Floor::kThirdOfAll);
   T* const scores = t.GetWritableVector() + 1;
   const ColumnTask task{scores, true, Weight::kSquare, 0, numColumns_, true};
   const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {

@@ -35,6 +35,22 @@ class NipalsPass {
   /// The floor under a denominator whose pairs are partly missing.
   enum class Floor { kNone, kThirdOfAll };
 
+  /// The regression of rows on one p, which it points to.
+  struct RowRegression {
+    RowRegression(const NCDataVector<T>& p, Floor floor);
+
+    /// The slope of a row from the sums that NipalsKernels form; `pairedSquares` only of a row with gaps.
+    double Slope(const T* row, bool rowHasGaps, double product, double pairedSquares) const;
+
+    const T* p;
+    int n;
+    double allSquares;
+    bool pHasGaps;
+    bool pHasOwnGaps;  ///< not on account of an excluded group
+    bool isPlain;      ///< the slope of a row without gaps is product / allSquares
+    Floor floor;
+  };
+
   /// t[i] = regression of row i on p. Columns of the excluded group play no part if `groups` is not null. A score that
   /// is the marker counts as missing. t has as many elements as the matrix has rows and comes out unshared.
   void RegressRows(const NCDataVector<T>& p, const NCIntegralVector<int, -99>* groups, int excludeValue, Floor floor,
@@ -75,15 +91,6 @@ class NipalsPass {
   /// Rows whose scores are formed together and then added together are a group; never more than this.
   static constexpr int kMostInGroup = 32;
 
-  struct RowRegression {
-    const T* p;
-    double allSquares;
-    bool pHasGaps;
-    bool pHasOwnGaps;  // not on account of an excluded group
-    bool isPlain;      // the slope of a row without gaps is product / allSquares
-    Floor floor;
-  };
-
   static int GroupOf(int columns);
   static std::size_t Index(int column) { return static_cast<std::size_t>(column - 1); }
   int FirstRow(int block) const { return block * blocks_.rowsPerBlock; }
@@ -112,8 +119,6 @@ class NipalsPass {
   /// Writes the scores of a group of rows to t and returns how many are missing.
   int RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
   int RegressGroupWithGaps(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
-  double RowSlope(int row, const RowRegression& regression, double product, double pairedSquares) const;
-  RowRegression Regression(const NCDataVector<T>& p, Floor floor) const;
   void Combine(int firstColumn, int columns);
 
   const NCDataMatrix<T>& matrix_;

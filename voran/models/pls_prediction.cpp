@@ -4,6 +4,7 @@
 
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
+#include "voran/models/row_prediction.h"
 
 inline namespace voran {
 
@@ -18,10 +19,7 @@ NCPLSResiduals::NCPLSResiduals(Matrix* X, const Matrix& Wprim, const Matrix& Ppr
 
 void NCPLSResiduals::CalcNextComponent() {
   using Pass = detail::NipalsPass<float>;
-  const int columns = X_->SizeColumns();
-  int allowed = columns - computed_ - 1;
-  const float limit = static_cast<float>(columns) * maxMissingFraction_;
-  if (static_cast<float>(allowed) > limit) allowed = static_cast<int>(limit);
+  const int allowed = detail::GapsAllowed(X_->SizeColumns(), computed_, maxMissingFraction_);
   ++computed_;
   Pass(*X_).RegressRows(Wprim_[computed_], nullptr, 0, Pass::Floor::kThirdOfAll, *this);
   for (int i = 1; i <= X_->SizeRows(); ++i) {

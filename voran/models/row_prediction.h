@@ -23,6 +23,14 @@ struct RowPredictions {
   NCDataVector<double> residualSS;  ///< one per observation, of its present values after the last component
 };
 
+/// Up to how many gaps a row gets a score of a component, of which `before` have been taken: so that more elements are
+/// present than components were taken, and the share of the gaps is at most `maxMissingFraction`.
+inline int GapsAllowed(int columns, int before, float maxMissingFraction) {
+  const int allowed = columns - before - 1;
+  const float limit = static_cast<float>(columns) * maxMissingFraction;
+  return static_cast<float>(allowed) > limit ? static_cast<int>(limit) : allowed;
+}
+
 /// Applies all components to new observations: block by block of rows, so that a block stays in the processor's cache
 /// from the first component to the last. The numbers are those of NCPLSPred, called once per component on the whole;
 /// X stays as it is, and nothing of its size is allocated.

@@ -1,0 +1,262 @@
+#include "voran/models/row_prediction.h"
+
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/containers/failing_allocation.h"
+#include "tests/models/model_samples.h"
+#include "voran/containers/simd_target.h"
+#include "voran/models/pls.h"
+#include "voran/models/pls_prediction.h"
+#include "voran/platform/nc_error.h"
+#include "voran/platform/progress.h"
+#include "voran/platform/threading_control.h"
+
+namespace {
+
+using detail::PredictRows;
+using detail::RowPredictions;
+using NCMultiThreading::ThreadingControl;
+using samples::FloatMatrix;
+using samples::FloatVector;
+using samples::kGap;
+using samples::WithGaps;
+
+constexpr float kAnyRow = 0.9999f;
+
+FloatMatrix Random(int rows, int columns, unsigned seed) {
+  std::mt19937 generator(seed);
+  std::normal_distribution<float> normal;
+  FloatMatrix m(rows, columns, 0.0f);
+  for (int i = 1; i <= rows; ++i) {
+    for (int j = 1; j <= columns; ++j) m(i, j, normal(generator));
+  }
+  return m;
+}
+
+/// Not from a fit: what prediction makes of the numbers does not depend on where they come from.
+struct Model {
+  Model(int components, int columns, int responses, float size = 0.2f)
+      : w(Random(components, columns, 11)), p(Random(components, columns, 12)), c(Random(components, responses, 13)) {
+    for (int a = 1; a <= components; ++a) p.MultiplyRow(a, static_cast<double>(size), a);
+  }
+
+  operator detail::ComponentMatrices() const { return {w, p, c}; }
+
+  FloatMatrix w;
+  FloatMatrix p;
+  FloatMatrix c;
+};
+
+template <class Matrix>
+void ExpectSame(const Matrix& m, const Matrix& expected) {
+  ASSERT_EQ(m.SizeRows(), expected.SizeRows());
+  ASSERT_EQ(m.SizeColumns(), expected.SizeColumns());
+  EXPECT_TRUE(m == expected);
+  EXPECT_EQ(m.GetNumMisVal(), expected.GetNumMisVal());
+  for (int j = 1; j <= m.SizeColumns(); ++j) EXPECT_EQ(m.GetColumnMisVal(j), expected.GetColumnMisVal(j)) << j;
+  for (int i = 1; i <= m.SizeRows(); ++i) EXPECT_EQ(m[i].GetNumMisVal(), expected[i].GetNumMisVal()) << i;
+}
+
+/// Component after component, of all rows.
+void ExpectNumbersOfNCPLSPred(const FloatMatrix& x, const Model& model, float maxMissing) {
+  const FloatMatrix before(x);
+  const RowPredictions predicted = PredictRows(x, model, maxMissing, nullptr);
+  NCPLSPred expected(x, model.w, model.p, model.c, maxMissing);
+  FloatMatrix scores(0, x.SizeRows(), kGap);
+  for (int a = 1; a <= model.p.SizeRows(); ++a) {
+    expected.CalcNextComponent();
+    scores.push_back(*expected.GetTPred());
+  }
+  ExpectSame(predicted.TPrim, scores);
+  ExpectSame(predicted.Y, *expected.GetYPred());
+  ASSERT_EQ(predicted.residualSS.Size(), x.SizeRows());
+  int empty = 0;
+  for (int i = 1; i <= x.SizeRows(); ++i) {
+    const double ss = (*expected.GetXResiduals())[i].GetSS();
+    EXPECT_EQ(predicted.residualSS[i], ss) << "row " << i;
+    empty += ss == -99.0 ? 1 : 0;
+  }
+  EXPECT_EQ(predicted.residualSS.GetNumMisVal(), empty);
+  EXPECT_TRUE(x == before) << "X stays as it is";
+}
+
+class RowPrediction : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    NCProgress::SetDisplay(nullptr);
+    ThreadingControl::Reset();
+    SimdTarget::Set(best_);
+  }
+
+ private:
+  std::string best_ = SimdTarget::GetName();
+};
+
+TEST_F(RowPrediction, GivesTheBitsOfComponentByComponent) {
+  struct {
+    int rows, columns, components, responses;
+  } const shapes[] = {{40, 9, 3, 2},  {3, 1, 1, 1}, {100, 17, 4, 0}, {7, 3000, 2, 3}, {600, 128, 5, 1},
+                      {33, 64, 0, 2}, {0, 5, 2, 2}, {5, 4, 6, 1},    {4, 0, 0, 1},    {1, 50, 12, 20}};
+  for (const auto& shape : shapes) {
+    SCOPED_TRACE(::testing::Message() << shape.rows << " x " << shape.columns << ", " << shape.components
+                                      << " components, " << shape.responses << " responses");
+    const FloatMatrix x = Random(shape.rows, shape.columns, 5);
+    const Model model(shape.components, shape.columns, shape.responses);
+    ExpectNumbersOfNCPLSPred(x, model, kAnyRow);
+    ExpectNumbersOfNCPLSPred(WithGaps(x, 6), model, kAnyRow);
+  }
+}
+
+/// Rows of every number of gaps, among complete ones; also where a row loses its score after some components.
+TEST_F(RowPrediction, RefusesTheSameRows) {
+  constexpr int kColumns = 10;
+  FloatMatrix x = Random(60, kColumns, 5);
+  for (int i = 2; i <= x.SizeRows(); i += 2) {
+    for (int j = 1; j <= i % (kColumns + 1); ++j) x(i, j, kGap);
+  }
+  const Model model(4, kColumns, 2);
+  for (const float maxMissing : {kAnyRow, 1.0f, 0.5f, 0.1f, 0.09f, 0.0f, -1.0f}) {
+    SCOPED_TRACE(maxMissing);
+    ExpectNumbersOfNCPLSPred(x, model, maxMissing);
+  }
+  const RowPredictions half = PredictRows(x, model, 0.5f, nullptr);
+  for (int i = 2; i <= x.SizeRows(); i += 2) {
+    EXPECT_EQ(half.Y[i].GetNumMisVal(), x[i].GetNumMisVal() > 5 ? 2 : 0) << "row " << i;
+  }
+}
+
+TEST_F(RowPrediction, TakesModelsWithGapsInAnyMatrix) {
+  const FloatMatrix x = Random(50, 20, 5);
+  for (int gapsIn = 0; gapsIn < 4; ++gapsIn) {
+    SCOPED_TRACE(gapsIn);
+    Model model(4, 20, 3);
+    if (gapsIn == 0) model.w(2, 7, kGap);
+    if (gapsIn == 1) model.p(2, 7, kGap);
+    if (gapsIn == 2) model.c(2, 1, kGap);
+    if (gapsIn == 3) model = Model(4, 20, 3), model.p(1, 7, kGap), model.w(3, 7, kGap), model.w(3, 8, kGap);
+    ExpectNumbersOfNCPLSPred(x, model, kAnyRow);
+    ExpectNumbersOfNCPLSPred(WithGaps(x, 6), model, kAnyRow);
+  }
+}
+
+/// A score that comes out as the marker is a missing one; weights of nothing give scores that are no numbers.
+TEST_F(RowPrediction, TakesTheMarkerAndNaNsForWhatTheyAre) {
+  const FloatMatrix x = Random(40, 16, 5);
+  Model model(3, 16, 2);
+  for (int j = 1; j <= 16; ++j) model.w(2, j, j == 3 ? 1.0f : 0.0f);
+  for (int a : {1, 2}) {
+    for (int j = 1; j <= 16; ++j) model.p(a, j, j == 4 ? 1.0f : 0.0f);
+  }
+  FloatMatrix withMarker(x);
+  withMarker(7).GetWritableVector()[3] = 2.0f * kGap;
+  model.w(2, 3, 2.0f);
+  ExpectNumbersOfNCPLSPred(withMarker, model, kAnyRow);
+  const RowPredictions predicted = PredictRows(withMarker, model, kAnyRow, nullptr);
+  EXPECT_EQ(predicted.TPrim.GetNumMisVal(), 2);
+  EXPECT_EQ(predicted.Y.GetNumMisVal(), 2);
+
+  for (int j = 1; j <= 16; ++j) model.w(2, j, 0.0f);
+  const RowPredictions undefined = PredictRows(x, model, kAnyRow, nullptr);
+  EXPECT_EQ(undefined.Y.GetNumMisVal(), 0);
+  for (int i = 1; i <= x.SizeRows(); ++i) {
+    EXPECT_EQ(undefined.TPrim[1][i] == undefined.TPrim[1][i], true);
+    EXPECT_NE(undefined.TPrim[2][i], undefined.TPrim[2][i]);
+    EXPECT_NE(undefined.Y[i][1], undefined.Y[i][1]);
+  }
+}
+
+TEST_F(RowPrediction, GivesTheSameBitsOnAnyNumberOfThreadsAndAnyInstructions) {
+  const FloatMatrix x = WithGaps(Random(900, 300, 5), 6);
+  const FloatMatrix complete = Random(900, 301, 5);
+  const Model model(5, 300, 2);
+  const Model wider(5, 301, 2);
+  ThreadingControl::SetNumberOfProcessors(1);
+  const RowPredictions gaps = PredictRows(x, model, kAnyRow, nullptr);
+  const RowPredictions none = PredictRows(complete, wider, kAnyRow, nullptr);
+  const auto expectThese = [&] {
+    const RowPredictions gapsNow = PredictRows(x, model, kAnyRow, nullptr);
+    const RowPredictions noneNow = PredictRows(complete, wider, kAnyRow, nullptr);
+    EXPECT_TRUE(gapsNow.TPrim == gaps.TPrim && gapsNow.Y == gaps.Y && gapsNow.residualSS == gaps.residualSS);
+    EXPECT_TRUE(noneNow.TPrim == none.TPrim && noneNow.Y == none.Y && noneNow.residualSS == none.residualSS);
+  };
+  for (const int threads : {2, 3, 7}) {
+    SCOPED_TRACE(threads);
+    ThreadingControl::SetNumberOfProcessors(threads);
+    expectThese();
+  }
+  for (const std::string& target : SimdTarget::GetAvailable()) {
+    SCOPED_TRACE(target);
+    SimdTarget::Set(target);
+    expectThese();
+  }
+}
+
+/// Large enough for several looks at the progress object.
+TEST_F(RowPrediction, ShowsProgressAndStopsAtAnyLook) {
+  const FloatMatrix x = Random(2500, 400, 5);
+  const Model model(60, 400, 1, 0.0f);
+  const auto recording = std::make_shared<samples::RecordingDisplay>();
+  NCProgress::SetDisplay(recording);
+  {
+    NCProgress progress("", -1.0f, 0.0f, false, false, true, "");
+    PredictRows(x, model, kAnyRow, &progress);
+  }
+  EXPECT_GE(recording->fractions.size(), 3U);
+  EXPECT_EQ(recording->fractions.front(), 0.0);
+  EXPECT_EQ(recording->fractions.back(), 1.0);
+
+  bool done = false;
+  int stops = 0;
+  for (int k = 1; !done; ++k) {
+    ASSERT_LT(k, 50);
+    NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(k));
+    try {
+      NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+      PredictRows(x, model, kAnyRow, &progress);
+      done = true;
+    } catch (const NCError& error) {
+      ++stops;
+      EXPECT_EQ(error.GetLevel(), NCError::Level::kCancel);
+      EXPECT_STREQ(error.what(), "Prediction aborted.");
+    }
+  }
+  EXPECT_GE(stops, 3);
+}
+
+TEST_F(RowPrediction, AFailedAllocationGoesOutAsSuch) {
+  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
+  const FloatMatrix x = WithGaps(Random(300, 300, 5), 6);
+  const Model model(3, 300, 2);
+  ThreadingControl::SetNumberOfProcessors(2);
+  int failures = 0;
+  for (bool done = false; !done; ++failures) {
+    ASSERT_LT(failures, 5000);
+    try {
+      const FailingAllocation failing(failures + 1);
+      PredictRows(x, model, 0.02f, nullptr);
+      done = true;
+    } catch (const std::bad_alloc&) {
+    }
+  }
+  EXPECT_GT(failures, 300);
+}
+
+/// Less than a matrix of the size of X is taken at a time.
+TEST_F(RowPrediction, TakesNoMatrixOfTheSizeOfX) {
+  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation is watched in this build";
+  const FloatMatrix x = Random(2000, 500, 5);
+  const Model model(3, 500, 1);
+  ThreadingControl::SetNumberOfProcessors(2);
+  const AllocationWatch watch;
+  PredictRows(x, model, kAnyRow, nullptr);
+  EXPECT_LT(AllocationWatch::Largest(), std::size_t{300000});
+}
+
+}  // namespace
