@@ -160,7 +160,7 @@ Table ReadNpy(ByteSource& source, const std::string& name, const RoleRequest& ro
       fmt::format("read as .npy file of {}", header.itemBytes == sizeof(float) ? "float32" : "float64"));
   NpyBody body(source, name, header, control.progress);
   table.x = header.columnMajor ? body.ReadColumnMajor(kept) : body.ReadRowMajor(kept);
-  table.idName = "row";
+  table.idName = "id";
   table.rowIds = NumberedIds(static_cast<std::size_t>(header.rows));
   NoteMarkerCells(table, body.MarkerCells());
   return table;
