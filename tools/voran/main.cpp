@@ -10,6 +10,7 @@
 #include "tools/voran/pca_command.h"
 #include "tools/voran/svd_command.h"
 #include "tools/voran/terminal.h"
+#include "tools/voran/transform_command.h"
 #include "voran/version.h"
 
 namespace {
@@ -50,6 +51,7 @@ int main(int argc, char** argv) {
     tool::AddPcaCommand(program);
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
+    tool::AddTransformCommand(program);
     return Parse(program, argc, argv);
   } catch (const tool::Failure& failure) {
     return Say(failure.Code(), failure.what());
