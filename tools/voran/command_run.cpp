@@ -15,6 +15,12 @@ void RunOptions::AddTo(CLI::App& command) {
   output.AddTo(command);
 }
 
+void RunOptions::AddToPredict(CLI::App& command) {
+  threads.AddTo(command);
+  table.AddToPredict(command);
+  output.AddTo(command);
+}
+
 void RunOptions::AddSaveTo(CLI::App& command) {
   command.add_option("--save", save, "Keep the model in this file, for voran predict")
       ->type_name("FILE")

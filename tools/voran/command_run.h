@@ -24,6 +24,7 @@ struct RunOptions {
   std::string save;  ///< where the model goes; empty means nowhere
 
   void AddTo(CLI::App& command);
+  void AddToPredict(CLI::App& command);
   void AddSaveTo(CLI::App& command);
 };
 

@@ -131,7 +131,7 @@ class CsvBody {
         table.classes.push_back({plan_.names[c], std::move(values)});
       }
     }
-    table.idName = plan_.id ? plan_.names[*plan_.id] : "row";
+    table.idName = plan_.id ? plan_.names[*plan_.id] : "id";
     if (!plan_.id) table.rowIds = NumberedIds(static_cast<std::size_t>(table.x.SizeRows()));
   }
 

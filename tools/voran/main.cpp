@@ -8,8 +8,11 @@
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/pca_command.h"
+#include "tools/voran/pls_command.h"
+#include "tools/voran/predict_command.h"
 #include "tools/voran/svd_command.h"
 #include "tools/voran/terminal.h"
+#include "tools/voran/transform_command.h"
 #include "voran/version.h"
 
 namespace {
@@ -48,8 +51,11 @@ int main(int argc, char** argv) {
     program.require_subcommand(1);
     program.footer("voran COMMAND --help tells the options of a command.");
     tool::AddPcaCommand(program);
+    tool::AddPlsCommand(program);
+    tool::AddPredictCommand(program);
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
+    tool::AddTransformCommand(program);
     return Parse(program, argc, argv);
   } catch (const tool::Failure& failure) {
     return Say(failure.Code(), failure.what());

@@ -158,7 +158,7 @@ Table ReadNpy(ByteSource& source, const std::string& name, const RoleRequest& ro
   NpyBody body(source, name, header, control.progress);
   table.x = header.columnMajor ? body.ReadColumnMajor(kept) : body.ReadRowMajor(kept);
   NameColumns(table, plan);
-  table.idName = "row";
+  table.idName = "id";
   table.rowIds = NumberedIds(static_cast<std::size_t>(header.rows));
   NoteMarkerCells(table, body.MarkerCells());
   return table;

@@ -18,6 +18,7 @@ namespace tool {
 namespace {
 
 constexpr const char* kOption = "--transform";
+constexpr std::size_t kNameWidth = 16;
 
 // What may be written behind the name of a function.
 struct Form {
@@ -84,7 +85,7 @@ TransformStruct ParseFunction(std::string_view function, const std::string& argu
   for (std::size_t i = 1; i <= given; ++i) {
     const auto number = WholeNumber<float>(parts[i]);
     if (!number || !std::isfinite(*number)) {
-      throw WrongUse(fmt::format("{}: in {}, {} is not a number with a decimal point; write {}", kOption,
+      throw WrongUse(fmt::format("{}: in {}, {} is not a number with a decimal point, or too large; write {}", kOption,
                                  Quoted(argument), Quoted(parts[i]), form.text));
     }
     transform.SetConstant(static_cast<int>(i), *number);
@@ -112,6 +113,7 @@ void TransformOption::AddTo(CLI::App& command) {
 TransformOption::Argument TransformOption::Parse(const std::string& argument) {
   const auto equals = argument.rfind('=');
   if (equals == std::string::npos) return {std::nullopt, ParseFunction(argument, argument)};
+  if (equals == 0) throw WrongUse(fmt::format("{}: in {}, no column stands before the =", kOption, Quoted(argument)));
   return {argument.substr(0, equals), ParseFunction(std::string_view(argument).substr(equals + 1), argument)};
 }
 
@@ -169,7 +171,7 @@ class Failures {
     if (values_ == 0) return std::nullopt;
     std::vector<std::string> columns;
     for (std::size_t c = 0; c < names.size(); ++c) {
-      if (failsInColumn_[c]) columns.push_back(names[c]);
+      if (failsInColumn_[c]) columns.push_back(ShortName(names[c], kNameWidth));
     }
     std::vector<std::string> ids;
     for (const int row : rows_) ids.push_back(rowIds[static_cast<std::size_t>(row) - 1]);

@@ -24,9 +24,10 @@ bool TransformStruct::operator<(const TransformStruct& other) const {
 
 namespace {
 
-bool IsSound(double y) {
-  const int kind = std::fpclassify(y);
-  return kind == FP_NORMAL || kind == FP_ZERO;
+/// Neither a NaN nor denormal, and no larger than `largest`. Comparisons, since a table has a value in every cell.
+bool IsSound(double y, double largest = std::numeric_limits<double>::max()) {
+  const double size = std::abs(y);
+  return (size >= std::numeric_limits<double>::min() && size <= largest) || size == 0.0;
 }
 
 NCTransformError::Error Fail(float* value) {
@@ -36,17 +37,12 @@ NCTransformError::Error Fail(float* value) {
 
 /// Stores a sound number that a float can hold.
 NCTransformError::Error Store(double y, float* value) {
-  constexpr double kLargest = std::numeric_limits<float>::max();
-  if (!IsSound(y) || std::abs(y) > kLargest) return Fail(value);
+  if (!IsSound(y, std::numeric_limits<float>::max())) return Fail(value);
   *value = static_cast<float>(y);
   return NCTransformError::kNoError;
 }
 
 }  // namespace
-
-float TransformStruct::LinearTerm(float x) const {
-  return x * constants_[1] + constants_[2];
-}
 
 double TransformStruct::InverseLinearTerm(double y) const {
   return (y - static_cast<double>(constants_[2])) / static_cast<double>(constants_[1]);
@@ -54,12 +50,13 @@ double TransformStruct::InverseLinearTerm(double y) const {
 
 NCTransformError::Error TransformStruct::TransformValue(float* value) const {
   if (*value == kMissing<float>) return NCTransformError::kNoError;
-  const auto linear = static_cast<double>(LinearTerm(*value));
+  const float linearTerm = LinearTerm(*value);
+  const auto linear = static_cast<double>(linearTerm);
   switch (transform_) {
     case TransformE::kNone:
       break;
     case TransformE::kLinear:
-      *value = LinearTerm(*value);
+      *value = linearTerm;
       break;
     case TransformE::kLog:
       return Store(std::log10(linear), value);

@@ -80,7 +80,7 @@ class VORAN_EXPORT TransformStruct : public StreamWalk<TransformStruct> {
  private:
   bool ReadStreamDirectory(std::istream& stream);
   /// C1 x + C2, and the x that gives y.
-  float LinearTerm(float x) const;
+  float LinearTerm(float x) const { return x * constants_[1] + constants_[2]; }
   double InverseLinearTerm(double y) const;
   NCTransformError::Error BackFromLinearTerm(double y, float* value) const;
   /// "x" with C1 and C2, as in "2*x + 3".

@@ -1,0 +1,59 @@
+#include "tools/voran/predict_command.h"
+
+#include <memory>
+#include <string>
+
+#include "tools/voran/command_run.h"
+#include "tools/voran/model_file.h"
+#include "tools/voran/prediction.h"
+#include "tools/voran/prediction_report.h"
+#include "voran/platform/progress.h"
+
+namespace tool {
+namespace {
+
+struct PredictOptions {
+  std::string model;
+  RunOptions run;
+  double maxMissing = 0.5;
+};
+
+void RunPredict(PredictOptions& options) {
+  CommandRun run(options.run);
+  const SavedModel model = ReadModel(options.model);
+  options.run.table.SetModel({model.x.names, model.y.names});
+  Table table = run.ReadTable();
+  const Prediction prediction = [&] {
+    NCProgress progress("prediction", 0.0f, 1.0f, false, false, true, "");
+    return Predict(table, model, options.maxMissing, &progress);
+  }();
+  run.Tell(table.source, prediction.notes);
+  const PredictionReport report = {table, options.model, model, options.maxMissing, prediction};
+  run.Finish(PredictionText(report), PredictionJson(report),
+             [&](OutputDirectory& folder) { WritePredictionTables(report, folder); });
+}
+
+}  // namespace
+
+void AddPredictCommand(CLI::App& program) {
+  CLI::App* command = program.add_subcommand("predict", "Apply a saved model to the rows of another table");
+  auto options = std::make_shared<PredictOptions>();
+  command->add_option("MODEL", options->model, "What --save of voran pls or voran pca has written")
+      ->required()
+      ->option_text(" ");
+  command->add_option("--max-missing", options->maxMissing, "Largest share of a row's values that may be missing")
+      ->type_name("SHARE")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
+  options->run.AddToPredict(*command);
+  command->footer(
+      R"(Columns are matched by name, in any order; what the model does not use is left out. If the table has the
+responses themselves, the errors of the predictions are told.
+
+Examples:
+  voran predict octane.model new.csv
+  voran predict octane.model new.csv --out results --json)");
+  command->callback([options] { RunPredict(*options); });
+}
+
+}  // namespace tool

@@ -1,0 +1,93 @@
+#include "tools/voran/prediction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "tools/voran/component_numbers.h"
+#include "tools/voran/failure.h"
+#include "tools/voran/terminal.h"
+#include "voran/models/row_prediction.h"
+#include "voran/platform/nc_error.h"
+
+namespace tool {
+namespace {
+
+using Matrix = NCDataMatrix<float>;
+
+detail::RowPredictions PredictScaled(const Matrix& x, const SavedModel& model, double maxMissing,
+                                     NCProgress* progress) {
+  try {
+    return detail::PredictRows(x, {model.W, model.P, model.C}, static_cast<float>(maxMissing), progress);
+  } catch (const NCError&) {
+    StopIfInterrupted();
+    throw;
+  }
+}
+
+// Scores and distances of row i, counted from 1.
+void AddRow(int i, const NCDataVector<float>& row, const detail::RowPredictions& rows, const SavedModel& model,
+            Prediction& prediction) {
+  std::vector<double> scores;
+  for (int a = 1; a <= rows.TPrim.SizeRows(); ++a) {
+    const float score = rows.TPrim[a][i];
+    scores.push_back(score == kGap ? kNoValue : model.x.unit * static_cast<double>(score));
+    prediction.scores[static_cast<std::size_t>(a) - 1].push_back(scores.back());
+  }
+  const bool isRefused = std::any_of(scores.begin(), scores.end(), [](double t) { return std::isnan(t); });
+  const int present = row.Size() - row.GetNumMisVal();
+  const double residual =
+      isRefused ? kNoValue : model.x.unit * RowResidual(rows.residualSS[i], present, rows.TPrim.SizeRows());
+  prediction.residual.push_back(residual);
+  prediction.distance.push_back(model.spread.residual > 0.0 ? residual / model.spread.residual : kNoValue);
+  prediction.t2.push_back(model.spread.T2(scores));
+  for (std::size_t m = 0; m < prediction.responses.size(); ++m) {
+    const float y = rows.Y[i][static_cast<int>(m) + 1];
+    const bool hasValue = !isRefused && y != kGap;
+    prediction.responses[m].values.push_back(hasValue ? model.y.Original(m, static_cast<double>(y)) : kNoValue);
+  }
+}
+
+// Holds the predictions of response m against what the table says of it.
+void Compare(const Table& table, const std::string& name, PredictedResponse& response) {
+  const auto place = std::find(table.responses.begin(), table.responses.end(), name);
+  if (place == table.responses.end()) return;
+  const int column = static_cast<int>(place - table.responses.begin()) + 1;
+  double sum = 0.0;
+  for (int i = 1; i <= table.y.SizeRows(); ++i) {
+    const float y = table.y[i][column];
+    const double predicted = response.values[static_cast<std::size_t>(i) - 1];
+    if (y == kGap || std::isnan(predicted)) continue;
+    sum += (static_cast<double>(y) - predicted) * (static_cast<double>(y) - predicted);
+    ++response.observed;
+  }
+  if (response.observed > 0) response.rmsep = std::sqrt(sum / static_cast<double>(response.observed));
+}
+
+}  // namespace
+
+Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCProgress* progress) {
+  Prediction prediction;
+  PreparedTable prepared = PrepareLike({table.source, table.x, table.variables, table.rowIds, {}}, model.x);
+  if (prepared.note) prediction.notes.push_back(*prepared.note);
+  prediction.gaps = CountGaps(prepared.x);
+  const detail::RowPredictions rows = PredictScaled(prepared.x, model, maxMissing, progress);
+  prediction.scores.resize(static_cast<std::size_t>(rows.TPrim.SizeRows()));
+  prediction.responses.resize(model.y.names.size());
+  for (int i = 1; i <= prepared.x.SizeRows(); ++i) {
+    AddRow(i, prepared.x[i], rows, model, prediction);
+    if (std::isnan(prediction.scores.back().back())) {
+      prediction.refused.push_back(table.rowIds[static_cast<std::size_t>(i) - 1]);
+    }
+  }
+  if (prediction.refused.size() == table.rowIds.size()) {
+    throw BadData(fmt::format("{}: no row can be predicted: each has more gaps than --max-missing {} allows",
+                              table.source, maxMissing));
+  }
+  for (std::size_t m = 0; m < model.y.names.size(); ++m) Compare(table, model.y.names[m], prediction.responses[m]);
+  return prediction;
+}
+
+}  // namespace tool

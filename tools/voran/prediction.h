@@ -1,0 +1,39 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/voran/gap_counts.h"
+#include "tools/voran/model_file.h"
+#include "tools/voran/table.h"
+#include "voran/platform/progress.h"
+
+namespace tool {
+
+/// What a model says of a response of a new table, in its original unit; a NaN where it cannot be had.
+struct PredictedResponse {
+  std::vector<double> values;  ///< one a row
+  /// Root mean square error of prediction, over the `observed` rows in which the table has the response itself.
+  std::optional<double> rmsep;
+  std::size_t observed = 0;
+};
+
+/// New rows under a model; one element a row, a NaN where it cannot be had.
+struct Prediction {
+  std::vector<PredictedResponse> responses;  ///< those of the model, in their order
+  std::vector<std::vector<double>> scores;   ///< one a component
+  std::vector<double> residual;              ///< standard deviation of the row's residuals
+  std::vector<double> distance;              ///< that, by the pooled one of the rows of the fit
+  std::vector<double> t2;
+  GapCounts gaps;                    ///< over the columns of the model
+  std::vector<std::string> refused;  ///< ids of the rows that hold too little
+  std::vector<std::string> notes;    ///< what the user should know of the data, a sentence each
+};
+
+/// Applies the model to the rows of the table, of which no more than the share `maxMissing` of the model's columns may
+/// be missing. The matrix is taken out of the table. Throws `Failure`: bad data if no row can be predicted, cancelled
+/// if `progress` says so.
+Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCProgress* progress);
+
+}  // namespace tool

@@ -1,0 +1,162 @@
+#include "tools/voran/prediction_report.h"
+
+#include <algorithm>
+#include <span>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "tools/voran/command_run.h"
+#include "tools/voran/component_figures.h"
+#include "tools/voran/csv_writer.h"
+#include "tools/voran/number_text.h"
+#include "tools/voran/text_table.h"
+
+namespace tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kRowsShown = 20;
+constexpr std::size_t kColumnsShown = 6;
+constexpr std::size_t kLongestName = 20;
+
+// A column of numbers, one a row, under its heading.
+struct Column {
+  std::string heading;
+  const std::vector<double>& values;
+};
+
+std::vector<Column> ScoreColumns(const Prediction& prediction) {
+  std::vector<Column> columns;
+  for (const auto& score : prediction.scores) columns.push_back({fmt::format("t{}", columns.size() + 1), score});
+  return columns;
+}
+
+std::vector<Column> ResponseColumns(const PredictionReport& report) {
+  std::vector<Column> columns;
+  for (std::size_t m = 0; m < report.prediction.responses.size(); ++m) {
+    columns.push_back({report.model.y.names[m], report.prediction.responses[m].values});
+  }
+  return columns;
+}
+
+std::vector<Column> DistanceColumns(const Prediction& prediction) {
+  return {{"residual_sd", prediction.residual}, {"distance", prediction.distance}, {"t2", prediction.t2}};
+}
+
+void WriteColumns(std::ostream& out, const Table& table, const std::vector<Column>& columns) {
+  CsvWriter writer(out);
+  writer.Text(table.idName);
+  for (const Column& column : columns) writer.Text(column.heading);
+  writer.EndRow();
+  for (std::size_t i = 0; i < table.rowIds.size(); ++i) {
+    writer.Text(table.rowIds[i]);
+    for (const Column& column : columns) writer.Number(column.values[i]);
+    writer.EndRow();
+  }
+}
+
+std::string RowLines(const PredictionReport& report) {
+  const Prediction& prediction = report.prediction;
+  std::vector<Column> columns = report.model.y.names.empty() ? ScoreColumns(prediction) : ResponseColumns(report);
+  const std::size_t hidden = columns.size() > kColumnsShown ? columns.size() - kColumnsShown : 0;
+  for (std::size_t k = 0; k < hidden; ++k) columns.pop_back();
+  columns.push_back({"distance", prediction.distance});
+  columns.push_back({"T2", prediction.t2});
+
+  std::vector<std::string> headings = {ShortName(report.table.idName, kLongestName)};
+  for (const Column& column : columns) headings.push_back(ShortName(column.heading, kLongestName));
+  TextTable table(headings);
+  const std::size_t rows = report.table.rowIds.size();
+  for (std::size_t i = 0; i < std::min(rows, kRowsShown); ++i) {
+    std::vector<std::string> cells = {ShortName(report.table.rowIds[i], kLongestName)};
+    for (const Column& column : columns) cells.push_back(ShortNumber(column.values[i]));
+    table.Row(std::move(cells));
+  }
+  std::string text = table.Text();
+  if (rows > kRowsShown) text += fmt::format("  and {} more\n", Counted(rows - kRowsShown, "row"));
+  if (hidden > 0) text += fmt::format("  and {} more\n", Counted(hidden, "column"));
+  if (rows > kRowsShown || hidden > 0) text += "  --out writes them all\n";
+  return text;
+}
+
+std::string ErrorLines(const PredictionReport& report) {
+  TextTable table({"response", "observed rows", "RMSEP"});
+  bool any = false;
+  for (std::size_t m = 0; m < report.prediction.responses.size(); ++m) {
+    const PredictedResponse& response = report.prediction.responses[m];
+    if (!response.rmsep) continue;
+    table.Row({ShortName(report.model.y.names[m], kLongestName), std::to_string(response.observed),
+               ShortNumber(*response.rmsep)});
+    any = true;
+  }
+  return any ? "\n" + table.Text() : "";
+}
+
+Json RowJson(const PredictionReport& report, std::size_t i) {
+  const Prediction& prediction = report.prediction;
+  Json scores = Json::array();
+  for (const auto& score : prediction.scores) scores.push_back(NumberOrNull(AsWritten(score[i])));
+  Json row = {{"id", report.table.rowIds[i]}};
+  if (!prediction.responses.empty()) {
+    row["predicted"] = Json::array();
+    for (const PredictedResponse& response : prediction.responses) {
+      row["predicted"].push_back(NumberOrNull(AsWritten(response.values[i])));
+    }
+  }
+  row["scores"] = std::move(scores);
+  for (const Column& column : DistanceColumns(prediction)) {
+    row[column.heading] = NumberOrNull(AsWritten(column.values[i]));
+  }
+  return row;
+}
+
+}  // namespace
+
+std::string PredictionText(const PredictionReport& report) {
+  const Prediction& prediction = report.prediction;
+  std::string text = fmt::format("Prediction of {} by {} ({} of {}): {}, {}\n", report.table.source, report.modelPath,
+                                 report.model.kind == "pls" ? "PLS" : "PCA",
+                                 fmt::format("{} and {}", Counted(prediction.scores.size(), "component"),
+                                             Counted(report.model.x.names.size(), "column")),
+                                 Counted(report.table.rowIds.size(), "row"), GapText(prediction.gaps));
+  if (!prediction.refused.empty()) {
+    text += fmt::format("  rows with more gaps than --max-missing {} allows, which get nothing: {}\n",
+                        report.maxMissing, Enumerated(prediction.refused));
+  }
+  return text + "\n" + RowLines(report) + ErrorLines(report);
+}
+
+Json PredictionJson(const PredictionReport& report) {
+  const Prediction& prediction = report.prediction;
+  Json json = JsonHead("predict", report.table);
+  json["model"] = report.modelPath;
+  json["kind"] = report.model.kind;
+  json["columns"] = report.model.x.names.size();
+  json["components"] = prediction.scores.size();
+  json["max_missing"] = report.maxMissing;
+  json["missing"] = GapJson(prediction.gaps);
+  json["refused_rows"] = prediction.refused;
+  json["responses"] = Json::array();
+  for (std::size_t m = 0; m < prediction.responses.size(); ++m) {
+    const PredictedResponse& response = prediction.responses[m];
+    json["responses"].push_back({{"name", report.model.y.names[m]},
+                                 {"observed_rows", response.observed},
+                                 {"rmsep", response.rmsep ? Json(*response.rmsep) : Json()}});
+  }
+  json["predictions"] = Json::array();
+  for (std::size_t i = 0; i < report.table.rowIds.size(); ++i) json["predictions"].push_back(RowJson(report, i));
+  return json;
+}
+
+void WritePredictionTables(const PredictionReport& report, OutputDirectory& folder) {
+  const auto write = [&](const char* name, const std::vector<Column>& columns) {
+    folder.Write(name, [&](std::ostream& out) { WriteColumns(out, report.table, columns); });
+  };
+  if (!report.model.y.names.empty()) write("predictions.csv", ResponseColumns(report));
+  write("scores.csv", ScoreColumns(report.prediction));
+  write("distances.csv", DistanceColumns(report.prediction));
+}
+
+}  // namespace tool

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tool {
+
+/// Adds `voran transform` to the program. Parsing the command line runs it, and throws what it throws.
+void AddTransformCommand(CLI::App& program);
+
+}  // namespace tool
