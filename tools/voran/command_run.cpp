@@ -2,7 +2,9 @@
 
 #include <cstdio>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/terminal.h"
 #include "voran/platform/progress.h"

@@ -6,13 +6,16 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "tools/voran/common_options.h"
 #include "tools/voran/output_directory.h"
 #include "tools/voran/output_file.h"
 #include "tools/voran/table.h"
+
+namespace CLI {
+class App;
+}
 
 namespace tool {
 

@@ -2,7 +2,9 @@
 
 #include <map>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/cross_validation.h"
 #include "tools/voran/failure.h"

@@ -5,11 +5,14 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "tools/voran/csv_reader.h"
 #include "tools/voran/scaling.h"
 #include "tools/voran/table.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace tool {
 

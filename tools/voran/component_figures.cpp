@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/csv_writer.h"
 #include "tools/voran/text_table.h"

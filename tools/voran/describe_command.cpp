@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include "tools/voran/column_summary.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/describe_report.h"

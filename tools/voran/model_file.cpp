@@ -8,7 +8,9 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
+#include "tools/voran/command_run.h"
 #include "tools/voran/component_figures.h"
 #include "tools/voran/component_numbers.h"
 #include "tools/voran/failure.h"
@@ -105,7 +107,7 @@ SavedModel::DerivedStreamableData SavedModel::MyStreamableData(1, "voran model")
 bool SavedModel::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, kEntries);
   const Json head = {
-      {"kind", kind}, {"x", ToJson(x)}, {"y", ToJson(y)}, {"spread", ToJson(spread)}, {"summary", summary}};
+      {"kind", kind}, {"x", ToJson(x)}, {"y", ToJson(y)}, {"spread", ToJson(spread)}, {"summary", Json::parse(summary)}};
   WriteBinaryString(head.dump(-1, ' ', false, Json::error_handler_t::replace), directory.GetOutput(kHead));
   WriteNames(x.names, directory.GetOutput(kNames));
   WriteNames(y.names, directory.GetOutput(kYNames));
@@ -128,7 +130,7 @@ bool SavedModel::VStreamableRead(std::istream& stream) try {
   read.x = ColumnsFrom(head.at("x"), ReadNames(detail::RequiredEntry(directory, kNames)));
   read.y = ColumnsFrom(head.at("y"), ReadNames(detail::RequiredEntry(directory, kYNames)));
   read.spread = SpreadFrom(head.at("spread"));
-  read.summary = head.at("summary");
+  read.summary = ToText(head.at("summary"));
   detail::ReadObjectEntry(directory, kTransforms, read.x.transforms);
   detail::ReadObjectEntry(directory, kYTransforms, read.y.transforms);
   detail::ReadObjectEntry(directory, kW, read.W);

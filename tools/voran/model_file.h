@@ -4,8 +4,6 @@
 #include <ostream>
 #include <string>
 
-#include <nlohmann/json.hpp>
-
 #include "tools/voran/model_spread.h"
 #include "tools/voran/prepared_table.h"
 #include "voran/containers/data_matrix.h"
@@ -23,7 +21,7 @@ class SavedModel : public StreamWalk<SavedModel> {
   NCDataMatrix<float> P;  ///< components x variables
   NCDataMatrix<float> C;  ///< components x responses
   ModelSpread spread;
-  nlohmann::ordered_json summary;  ///< of the fit, as its command gave it
+  std::string summary;  ///< of the fit, the JSON text that its command gave
 
   /// The identity "voran model", version 1; readers accept no other version.
   static DerivedStreamableData MyStreamableData;

@@ -2,6 +2,9 @@
 
 #include <memory>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/model_file.h"
@@ -27,7 +30,7 @@ SavedModel ModelOf(const PcaReport& report) {
   model.P = report.result.P;
   model.C = NCDataMatrix<float>(report.result.P.SizeRows(), 0, 0.0f);
   model.spread = report.result.spread;
-  model.summary = PcaJson(report);
+  model.summary = ToText(PcaJson(report));
   return model;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/command_run.h"
 #include "tools/voran/csv_writer.h"

@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/failure.h"
@@ -35,7 +38,7 @@ SavedModel ModelOf(const PlsReport& report) {
   model.P = report.result.P;
   model.C = report.result.C;
   model.spread = report.result.spread;
-  model.summary = PlsJson(report);
+  model.summary = ToText(PlsJson(report));
   return model;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/command_run.h"
 #include "tools/voran/csv_writer.h"

@@ -3,6 +3,9 @@
 #include <memory>
 #include <string>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include "tools/voran/command_run.h"
 #include "tools/voran/model_file.h"
 #include "tools/voran/prediction.h"

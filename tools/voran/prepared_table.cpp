@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/component_numbers.h"
 #include "tools/voran/failure.h"

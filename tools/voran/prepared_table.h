@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include "tools/voran/scaling.h"
 #include "voran/containers/data_matrix.h"

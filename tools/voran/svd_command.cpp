@@ -2,6 +2,9 @@
 
 #include <memory>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include "tools/voran/command_run.h"
 #include "tools/voran/svd_fit.h"
 #include "tools/voran/svd_report.h"

@@ -2,6 +2,9 @@
 
 #include <memory>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
 #include "tools/voran/command_run.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/transform_report.h"

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string_view>
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "tools/voran/failure.h"

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
 #include "voran/containers/data_matrix.h"
 #include "voran/preprocessing/transform.h"
+
+namespace CLI {
+class App;
+}
 
 namespace tool {
 

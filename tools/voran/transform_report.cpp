@@ -4,6 +4,7 @@
 #include <limits>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "tools/voran/command_run.h"
 #include "tools/voran/csv_writer.h"
