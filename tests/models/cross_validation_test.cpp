@@ -11,6 +11,7 @@
 
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
+#include "tests/platform/catalogue.h"
 #include "voran/models/component_validator.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/pca_cross_validation.h"
@@ -32,6 +33,7 @@ using samples::ToMatrix;
 using samples::ToPlain;
 using samples::WithGaps;
 using samples::XY;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using Groups = NCIntegralVector<int, -99>;
 using Plain = std::vector<double>;
@@ -251,6 +253,15 @@ TEST_F(CrossValidation, OfPcaShowsItsRoundsAndCanBeCancelledAtAnyPoll) {
                                           "CV round 2 of 2 (rows)", "CV round 2 of 2 (columns)"));
   EXPECT_TRUE(std::is_sorted(display->fractions.begin(), display->fractions.end()));
   EXPECT_EQ(display->fractions.back(), 1.0);
+  {
+    const std::string context = "CV = Cross validation";
+    const WithCatalogue translated(
+        {InContext(context, "CV round %1% of %2% (rows)"), InContext(context, "CV round %1% of %2% (columns)")});
+    display->texts.clear();
+    PCACrossValidation(&model, 2, nullptr, nullptr).NextComponent(reference, nullptr);
+    EXPECT_THAT(display->texts, Contains(context + ": CV round 1 of 2 (rows)"));
+    EXPECT_EQ(display->texts.back(), context + ": CV round 2 of 2 (columns)");
+  }
 
   int cancelled = 0;
   for (bool done = false; !done; ++cancelled) {
@@ -495,6 +506,13 @@ TEST_F(CrossValidation, OfPlsShowsItsRoundsUnlessSilent) {
     } else {
       EXPECT_THAT(display->texts, ElementsAre("", "CV round 1 of 2", "CV round 2 of 2"));
     }
+  }
+  {
+    const WithCatalogue translated({InContext("CV = Cross validation", "CV round %1% of %2%")});
+    const auto display = std::make_shared<samples::RecordingDisplay>();
+    NCProgress::SetDisplay(display);
+    PLSCrossValidation(&model, 1, nullptr).NextComponent(&weight, 200, {1.0f, 1.0f}, nullptr, false);
+    EXPECT_EQ(display->texts.back(), "CV = Cross validation: CV round 1 of 1");
   }
   NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(1));
   PLSCrossValidation cv(&model, 2, nullptr);

@@ -13,6 +13,7 @@
 #include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
+#include "tests/platform/catalogue.h"
 #include "voran/containers/simd_target.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
@@ -434,6 +435,24 @@ TEST_F(Pls, ACancelAtAnyPollLeavesTheModelAsItWas) {
         NCProgress::SetDisplay(nullptr);
       }
     }
+  }
+}
+
+TEST_F(Pls, WhatItShowsAndThrowsIsTranslated) {
+  const WithCatalogue translated(
+      {InContext("Calculation of", "PLS component aborted."), {"PLS Component %1%", "PLS-Komponente %1%"}});
+  const XY data = Related(20, 6, 2, 8);
+  NCPLS pls(&data.x, &data.y, 100);
+  const auto display = std::make_shared<samples::RecordingDisplay>();
+  NCProgress::SetDisplay(display);
+  pls.NextComponent(nullptr, nullptr, false, false);
+  EXPECT_EQ(display->text, "PLS-Komponente 1");
+  NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(1));
+  try {
+    pls.NextComponent(nullptr, nullptr, false, true);
+    ADD_FAILURE() << "was not stopped";
+  } catch (const NCError& error) {
+    EXPECT_STREQ(error.what(), "Calculation of: PLS component aborted.");
   }
 }
 
