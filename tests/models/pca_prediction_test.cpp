@@ -117,6 +117,15 @@ TEST_F(PcaPrediction, ARowWithGapsIsRegressedOnTheLoadings) {
   }
 }
 
+/// A second component would take up what is left of the first variables; beside the third there is nothing to gain.
+TEST_F(PcaPrediction, ARowFarFromTheLoadingsIsEstimatedInFewerSteps) {
+  const FloatMatrix loadings = ToMatrix({{0.6, 0.8, 0.0, 0.0}, {0.8, -0.5, 0.0, 0.0}});
+  const FloatVector row = {1.0f, 0.2f, 1000.0f, kGap};
+  FloatVector t(2);
+  ScoreEstimator(loadings, kLimit).GetT(t, row);
+  ExpectNear(t, PlainScores(loadings, row), kTolerance);
+}
+
 TEST_F(PcaPrediction, TooManyGapsGiveNoScores) {
   struct {
     int gaps;

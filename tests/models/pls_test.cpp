@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
@@ -157,6 +158,17 @@ TEST_F(Pls, TheComponentsKeepTheirIdentities) {
   expectOrthogonal(*pls.GetTprim(), "scores");
   expectOrthogonal(*pls.GetWprim(), "weights");
   for (const FloatVector& w : *pls.GetWprim()) EXPECT_NEAR(w.GetSS(), 1.0, 1e-6);
+}
+
+/// By hand: the second weights lose d = 4 * 0.5 + 1 * 0.25 + 2 * 1 times the first.
+TEST_F(Pls, AVariableWithoutAWeightHasNoCoefficient) {
+  const FloatMatrix w = ToMatrix({{kGap, 1.0, 0.0}, {0.5, 0.25, 1.0}});
+  const FloatMatrix p = ToMatrix({{4.0, 1.0, 2.0}, {1.0, 1.0, 1.0}});
+  const FloatMatrix c = ToMatrix({{2.0}, {4.0}});
+  const FloatMatrix wStar = NCPLS::GetWStarPrim(w, p);
+  EXPECT_TRUE(wStar == ToMatrix({{kGap, 1.0, 0.0}, {kGap, -4.0, 1.0}}));
+  ExpectRightCounts(wStar);
+  EXPECT_TRUE(NCPLS::GetRegressionCoefficients(p, w, c) == ToMatrix({{kGap}, {-14.0}, {4.0}}));
 }
 
 /// One component in its single steps, each through the public interface of the matrix.
