@@ -9,8 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
+#include "tests/platform/catalogue.h"
 #include "voran/models/component_validator.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/pca_cross_validation.h"
@@ -32,6 +34,7 @@ using samples::ToMatrix;
 using samples::ToPlain;
 using samples::WithGaps;
 using samples::XY;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using Groups = NCIntegralVector<int, -99>;
 using Plain = std::vector<double>;
@@ -157,6 +160,7 @@ TEST_F(CrossValidation, OfPcaEqualsPlainRefits) {
       ExpectNear(*cv.GetPSet(), expected.p, kTolerance);
       ExpectNear(*cv.GetTSet(), expected.t, kTolerance);
       ExpectNear(*cv.GetXPredResiduals(), expected.residuals, kTolerance * 10.0);
+      ExpectRightCounts(*cv.GetXPredResiduals());
       cumulative.Expect(expected.q2, *cv.GetQ2XVar(), *cv.GetQ2XVarCum(), cv.GetQ2Tot(), cv.GetQ2TotCum());
       model.CalculateResiduals();
     }
@@ -251,6 +255,15 @@ TEST_F(CrossValidation, OfPcaShowsItsRoundsAndCanBeCancelledAtAnyPoll) {
                                           "CV round 2 of 2 (rows)", "CV round 2 of 2 (columns)"));
   EXPECT_TRUE(std::is_sorted(display->fractions.begin(), display->fractions.end()));
   EXPECT_EQ(display->fractions.back(), 1.0);
+  {
+    const std::string context = "CV = Cross validation";
+    const WithCatalogue translated(
+        {InContext(context, "CV round %1% of %2% (rows)"), InContext(context, "CV round %1% of %2% (columns)")});
+    display->texts.clear();
+    PCACrossValidation(&model, 2, nullptr, nullptr).NextComponent(reference, nullptr);
+    EXPECT_THAT(display->texts, Contains(context + ": CV round 1 of 2 (rows)"));
+    EXPECT_EQ(display->texts.back(), context + ": CV round 2 of 2 (columns)");
+  }
 
   int cancelled = 0;
   for (bool done = false; !done; ++cancelled) {
@@ -287,7 +300,7 @@ TEST_F(CrossValidation, AValidatorAllowsComponentsWhileEnoughIsLeft) {
     validator.Done();
     EXPECT_EQ(model.GetComponents(), components);
   }
-  for (const float nothing : {0.0f, kGap}) {
+  for (const float nothing : {0.0f, 1e-17f, kGap}) {
     const FloatMatrix empty(3, 2, nothing);
     NCPCA model(&empty, 50);
     EXPECT_FALSE(PCA_SS_ComponentValidator(&model, 0.001f).IsValid());
@@ -364,6 +377,7 @@ TEST_F(CrossValidation, OfPlsEqualsPlainRefits) {
       if (gaps) {
         data = {WithGaps(data.x, 5), WithGaps(data.y, 6)};
         for (int j = 1; j <= 11; ++j) data.x(7, j, kGap);
+        for (int j = 1; j <= 9; ++j) data.x(12, j, kGap);  // is predicted all the same
       }
       for (const Groups* given : {static_cast<const Groups*>(nullptr), static_cast<const Groups*>(&uneven)}) {
         const int groups = given == nullptr ? 7 : 3;
@@ -383,6 +397,7 @@ TEST_F(CrossValidation, OfPlsEqualsPlainRefits) {
           ExpectNear(*cv.GetTSet(), expected.t, kTolerance);
           ExpectNear(*cv.GetTPred(), expected.tPred, kTolerance);
           ExpectNear(*cv.GetYPredResiduals(), expected.residuals, kTolerance * 10.0);
+          ExpectRightCounts(*cv.GetYPredResiduals());
           ExpectNear(*cv.GetSSY(), expected.ssAfter, kTolerance);
           if (a == 1) {
             ExpectNear(*cv.GetSSYOriginal(), expected.ssBefore, kTolerance);
@@ -472,6 +487,15 @@ TEST_F(CrossValidation, OfPlsTakesGroupsAndEmptyResponsesAsTheyAre) {
     EXPECT_EQ((*cv.GetQ2YVar())[2], 0.0f);
     EXPECT_EQ((*cv.GetQ2YVarCum())[2], c.cumulative);
   }
+  XY unknown = data;
+  unknown.y.SetColumn(2, kGap);
+  NCPLS other(&unknown.x, &unknown.y, 200);
+  other.NextComponent(nullptr, nullptr, true, true);
+  PLSCrossValidation withoutSecond(&other, 4, nullptr);
+  withoutSecond.NextComponent(&other.GetWprim()->back(), 200, {1.0f, 1.0f}, nullptr, true);
+  EXPECT_EQ((*withoutSecond.GetQ2YVar())[2], 0.0f);
+  EXPECT_EQ(withoutSecond.GetQ2Tot(), (*withoutSecond.GetQ2YVar())[1]) << "a response without data adds nothing";
+
   const Groups first(12, 0);
   PLSCrossValidation emptyGroup(&model, 2, &first);
   emptyGroup.NextComponent(&weight, 200, {1.0f, 1.0f}, nullptr, true);
@@ -494,7 +518,16 @@ TEST_F(CrossValidation, OfPlsShowsItsRoundsUnlessSilent) {
       EXPECT_TRUE(display->texts.empty());
     } else {
       EXPECT_THAT(display->texts, ElementsAre("", "CV round 1 of 2", "CV round 2 of 2"));
+      EXPECT_TRUE(std::is_sorted(display->fractions.begin(), display->fractions.end()));
+      EXPECT_EQ(display->fractions.back(), 1.0);
     }
+  }
+  {
+    const WithCatalogue translated({InContext("CV = Cross validation", "CV round %1% of %2%")});
+    const auto display = std::make_shared<samples::RecordingDisplay>();
+    NCProgress::SetDisplay(display);
+    PLSCrossValidation(&model, 1, nullptr).NextComponent(&weight, 200, {1.0f, 1.0f}, nullptr, false);
+    EXPECT_EQ(display->texts.back(), "CV = Cross validation: CV round 1 of 1");
   }
   NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(1));
   PLSCrossValidation cv(&model, 2, nullptr);

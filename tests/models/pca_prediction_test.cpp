@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "voran/models/score_estimator.h"
@@ -115,6 +117,15 @@ TEST_F(PcaPrediction, ARowWithGapsIsRegressedOnTheLoadings) {
   }
 }
 
+/// A second component would take up what is left of the first variables; beside the third there is nothing to gain.
+TEST_F(PcaPrediction, ARowFarFromTheLoadingsIsEstimatedInFewerSteps) {
+  const FloatMatrix loadings = ToMatrix({{0.6, 0.8, 0.0, 0.0}, {0.8, -0.5, 0.0, 0.0}});
+  const FloatVector row = {1.0f, 0.2f, 1000.0f, kGap};
+  FloatVector t(2);
+  ScoreEstimator(loadings, kLimit).GetT(t, row);
+  ExpectNear(t, PlainScores(loadings, row), kTolerance);
+}
+
 TEST_F(PcaPrediction, TooManyGapsGiveNoScores) {
   struct {
     int gaps;
@@ -171,6 +182,27 @@ TEST_F(PcaPrediction, TheSameBitsAtAnyThreadCount) {
   ThreadingControl::SetThreadingIsOn(true);
   const NCPCAPred prediction(&x, pca.GetPprim(), kLimit, 0.5f);
   EXPECT_TRUE(*prediction.GetTPredPrim() == *expected.GetTPredPrim());
+}
+
+/// Also in a row that the calling thread works on beside others: an exception must not leave their parallel region.
+TEST_F(PcaPrediction, AFailedAllocationInAnyRowIsTold) {
+  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
+  const FloatMatrix x = WithGaps(ToMatrix(ThreeComponents(3000, 40, 5)), 6);
+  NCPCA pca(&x, 100);
+  Fit(pca, 2);
+  ThreadingControl::SetNumberOfProcessors(3);
+  ThreadingControl::SetThreadingIsOn(true);
+  int failures = 0;
+  for (int k = 1; k < 1000000; k *= 8) {
+    try {
+      const FailingAllocation failing(k);
+      const NCPCAPred prediction(&x, pca.GetPprim(), kLimit, 0.5f);
+      break;
+    } catch (const std::bad_alloc&) {
+      ++failures;
+    }
+  }
+  EXPECT_GT(failures, 4);
 }
 
 }  // namespace

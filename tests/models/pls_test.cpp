@@ -10,9 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
+#include "tests/platform/catalogue.h"
 #include "voran/containers/simd_target.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
@@ -156,6 +158,17 @@ TEST_F(Pls, TheComponentsKeepTheirIdentities) {
   expectOrthogonal(*pls.GetTprim(), "scores");
   expectOrthogonal(*pls.GetWprim(), "weights");
   for (const FloatVector& w : *pls.GetWprim()) EXPECT_NEAR(w.GetSS(), 1.0, 1e-6);
+}
+
+/// By hand: the second weights lose d = 4 * 0.5 + 1 * 0.25 + 2 * 1 times the first.
+TEST_F(Pls, AVariableWithoutAWeightHasNoCoefficient) {
+  const FloatMatrix w = ToMatrix({{kGap, 1.0, 0.0}, {0.5, 0.25, 1.0}});
+  const FloatMatrix p = ToMatrix({{4.0, 1.0, 2.0}, {1.0, 1.0, 1.0}});
+  const FloatMatrix c = ToMatrix({{2.0}, {4.0}});
+  const FloatMatrix wStar = NCPLS::GetWStarPrim(w, p);
+  EXPECT_TRUE(wStar == ToMatrix({{kGap, 1.0, 0.0}, {kGap, -4.0, 1.0}}));
+  ExpectRightCounts(wStar);
+  EXPECT_TRUE(NCPLS::GetRegressionCoefficients(p, w, c) == ToMatrix({{kGap}, {-14.0}, {4.0}}));
 }
 
 /// One component in its single steps, each through the public interface of the matrix.
@@ -434,6 +447,24 @@ TEST_F(Pls, ACancelAtAnyPollLeavesTheModelAsItWas) {
         NCProgress::SetDisplay(nullptr);
       }
     }
+  }
+}
+
+TEST_F(Pls, WhatItShowsAndThrowsIsTranslated) {
+  const WithCatalogue translated(
+      {InContext("Calculation of", "PLS component aborted."), {"PLS Component %1%", "PLS-Komponente %1%"}});
+  const XY data = Related(20, 6, 2, 8);
+  NCPLS pls(&data.x, &data.y, 100);
+  const auto display = std::make_shared<samples::RecordingDisplay>();
+  NCProgress::SetDisplay(display);
+  pls.NextComponent(nullptr, nullptr, false, false);
+  EXPECT_EQ(display->text, "PLS-Komponente 1");
+  NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(1));
+  try {
+    pls.NextComponent(nullptr, nullptr, false, true);
+    ADD_FAILURE() << "was not stopped";
+  } catch (const NCError& error) {
+    EXPECT_STREQ(error.what(), "Calculation of: PLS component aborted.");
   }
 }
 

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/container_values.h"
+#include "tests/platform/catalogue.h"
 #include "voran/preprocessing/scale_error.h"
 
 namespace {
@@ -185,6 +186,35 @@ TEST(Scale, TypesAreNamed) {
   const std::vector<std::string> names = {"None", "None", "Center", "Pareto", "Unit variance", "None"};
   for (std::size_t i = 0; i < names.size(); ++i) {
     EXPECT_EQ(NCScale::GetScaleString(static_cast<NCScale::Scaling>(i)), names[i]) << i;
+  }
+  const std::string context = "Scale type";
+  const WithCatalogue translated({InContext(context, "None"), InContext(context, "Center"),
+                                  InContext(context, "Pareto"), InContext(context, "Unit variance")});
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    EXPECT_EQ(NCScale::GetScaleString(static_cast<NCScale::Scaling>(i)), context + ": " + names[i]) << i;
+  }
+}
+
+/// An ordinary value may be as far below its mean as the marker is below zero: it stays a value, in every kind of row.
+TEST(Scale, ADifferenceThatIsTheMarkerIsNoGap) {
+  const Rows<float> rows = {{1, kGap, 1}, {199, 5, 199}, {100, 7, 100}};
+  const auto unit = static_cast<float>(1.0 / 99.0);
+  for (const bool newModel : {true, false}) {
+    NCDataMatrix<float> x = Matrix(rows);
+    const NCDataMatrix<float> original = x;
+    NCScale scale = ScaleOf({NCScale::kUnitVariance, NCScale::kCenter, NCScale::kCenter});
+    scale.ScaleMatrix(&x, true);
+    if (!newModel) {
+      x = original;
+      scale.ScaleMatrix(&x, false);
+    }
+    EXPECT_FLOAT_EQ(scale.GetScales()[1], unit);
+    EXPECT_FLOAT_EQ(x[1][1], -1.0F);
+    EXPECT_NE(x[1][3], kGap);
+    EXPECT_FLOAT_EQ(x[1][3], -99.0F);
+    EXPECT_EQ(x[1][2], kGap);
+    ExpectRightCounts(x);
+    EXPECT_EQ(Elements(original), rows);
   }
 }
 

@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/container_values.h"
+#include "tests/platform/catalogue.h"
 #include "tests/platform/stream_bytes.h"
 #include "voran/platform/configuration_section.h"
 
@@ -259,6 +260,9 @@ TEST(Transform, FirstHundredErrorsAreListed) {
   EXPECT_EQ(many.GetErrorMessage().GetText(), head + fifty);
   many.AddError(1, 1, kFailed, true);
   EXPECT_EQ(many.GetErrorMessage().GetText(), head + fifty + "\n(1 more errors)\n");
+  const std::string context = "At the end of a list of errors. {1} is the number of errors that we don't list";
+  const WithCatalogue translated({{context + "\4\n({1} more errors)\n", "und {1} mehr"}});
+  EXPECT_EQ(many.GetErrorMessage().GetText(), head + fifty + "und 1 mehr");
 }
 
 // Texts.
@@ -268,6 +272,21 @@ TEST(Transform, TypesHaveNamesAndFormulas) {
                                           "Logit", "Exponential", "Power",  "None"};
   for (std::size_t i = 0; i < names.size(); ++i) {
     EXPECT_EQ(NCTransform::GetTransformString(static_cast<TransformE::Transform>(i)), names[i]) << i;
+  }
+  const std::vector<std::string> contexts = {"No transform",
+                                             "No transform",
+                                             "Linear transform",
+                                             "Logarithmic transform",
+                                             "Negative Logarithmic transform",
+                                             "Logit transform",
+                                             "Exponential transform",
+                                             "Power transform",
+                                             "No transform"};
+  Texts texts;
+  for (std::size_t i = 0; i < names.size(); ++i) texts.insert(InContext(contexts[i], names[i]));
+  const WithCatalogue translated(texts);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    EXPECT_EQ(TransformE::GetTransformName(static_cast<TransformE::Transform>(i)), contexts[i] + ": " + names[i]) << i;
   }
   EXPECT_EQ(TransformE::FormulaStrings[0], nullptr);
   const std::vector<std::string> formulas = {

@@ -143,6 +143,7 @@ void PLSCrossValidation::UpdateQ2(const Vector& yReference) {
   double totalPress = 0.0;
   for (int m = 1; m <= y.SizeColumns(); ++m) {
     const double press = YPredResiduals_.GetColumnSS(m, 0.0);
+    // Without any value it stays out of the total, and deliberately stands as -99 in what follows for the response.
     if (press != detail::kNoValue) totalPress += press;
     const double ss = y.GetColumnSS(m, 0.0);
     if (ss < detail::kNoSumOfSquares) {

@@ -18,6 +18,7 @@ Matrix Transposed(Matrix m) {
 }
 
 /// Fits components until the row supports no more. A component that cannot be had ends it too: what stands, stands.
+/// What is left of the loadings is deliberately measured against the row's own sum of squares.
 void FitWhatIsSupported(NCPLS& pls, int maxComponents, double sumOfSquares) {
   constexpr float kSteepCoefficient = 2.0f;
   constexpr double kLittleLeft = 1e-5;

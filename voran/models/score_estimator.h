@@ -23,6 +23,7 @@ class VORAN_EXPORT ScoreEstimator {
   void GetT(NCDataVector<float>& t, const NCDataVector<float>& x) const;
 
  private:
+  // Deliberately spelt so.
   void EstimateWhitoutMisVal(NCDataVector<float>& t, const NCDataVector<float>& x) const;
   void EstimateWhitMisVal(NCDataVector<float>& t, const NCDataVector<float>& x) const;
 

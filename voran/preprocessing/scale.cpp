@@ -117,22 +117,51 @@ bool HasValues(const NCDataVector<float>& v) {
   return std::any_of(v.begin(), v.end(), [](float x) { return x != kMissing<float>; });
 }
 
-/// `v`, with missing elements behind it for the columns that it does not reach.
-NCDataVector<float> OfWidth(int columns, const NCDataVector<float>& v) {
-  NCDataVector<float> padded = v;
-  if (v.Size() < columns) padded.Resize(columns, kMissing<float>);
-  return padded;
+/// `v` for a matrix of so many columns, with `neutral` where it has nothing.
+NCDataVector<float> Filled(int columns, const NCDataVector<float>& v, float neutral) {
+  NCDataVector<float> filled(columns, neutral);
+  for (int j = 1; j <= v.Size(); ++j) {
+    if (v[j] != kMissing<float>) filled(j, v[j]);
+  }
+  return filled;
+}
+
+bool FallsOnTheMarker(float x, float mean) {
+  const float centred = x - mean;
+  return (centred == kMissing<float>)&(x != kMissing<float>);  // no short cut: rows are looked through in this way
+}
+
+/// A value that lies exactly 99 below its mean is not to become a gap: it becomes the number beside the marker.
+void CenterRow(NCDataVector<float>& row, const NCDataVector<float>& means) {
+  constexpr float kBesideTheMarker = -99.00001f;
+  const int gaps = row.GetNumMisVal();
+  int falling = 0;
+  for (int j = 1; j <= row.Size(); ++j) falling += FallsOnTheMarker(row[j], means[j]) ? 1 : 0;
+  if (falling == 0) {
+    row -= means;
+    return;
+  }
+  std::vector<int> columns;
+  for (int j = 1; j <= row.Size(); ++j) {
+    if (FallsOnTheMarker(row[j], means[j])) columns.push_back(j);
+  }
+  row -= means;
+  for (const int j : columns) row(j, kBesideTheMarker);
+  row.SetNumMisVal(gaps);
 }
 
 // A pass that would change nothing is not made.
 
 void Center(NCDataMatrix<float>& matrix, const NCDataVector<float>& means) {
-  if (HasValues(means)) matrix.TransformToDotSubRowVector(OfWidth(matrix.SizeColumns(), means));
+  if (!HasValues(means)) return;
+  const NCDataVector<float> terms = Filled(matrix.SizeColumns(), means, 0.0f);
+  matrix.ForceUnlink();
+  for (int i = 1; i <= matrix.SizeRows(); ++i) CenterRow(matrix(i), terms);
 }
 
 void Multiply(NCDataMatrix<float>& matrix, const NCDataVector<float>& scales) {
   if (!HasValues(scales)) return;
-  NCDataVector<float> factors = OfWidth(matrix.SizeColumns(), scales);
+  NCDataVector<float> factors = Filled(matrix.SizeColumns(), scales, 1.0f);
   matrix.ForceUnlink();  // which may not have been done yet, if nothing was subtracted
   matrix.TransformToColumnScaled(factors);
 }

@@ -19,9 +19,10 @@ inline namespace voran {
 ///     scale.ScaleMatrix(&x, true);      // learns from x, and scales it
 ///     scale.ScaleMatrix(&fresh, false);
 ///
-/// A value becomes (value - mean) * scale, each step rounded to float; a gap stays a gap. A mean or scale that is
-/// missing changes nothing: until a column is learnt, it is left as it is. Results are turned back into the units of
-/// the data by the caller, from GetMeans() and GetScales().
+/// A value becomes (value - mean) * scale, each step rounded to float; a gap stays a gap, and a value that lies exactly
+/// 99 below its mean does not become one: it counts as -99.00001. A mean or scale that is missing changes nothing:
+/// until a column is learnt, it is left as it is. Results are turned back into the units of the data by the caller,
+/// from GetMeans() and GetScales().
 ///
 /// Assignment copies pointers: both objects then hold the same vectors, only one of them may be destroyed, and what the
 /// target held before is not freed. This is deliberate; the copy constructor makes an independent object.

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "voran/platform/stream_directory.h"
