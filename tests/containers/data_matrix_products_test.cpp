@@ -121,10 +121,10 @@ class MatrixProducts : public ::testing::Test {
   struct Shape {
     std::size_t rows, terms, columns;
   };
-  /// Nothing, one, around tiles, blocks and stretches of terms.
+  /// Nothing, one, around tiles, blocks and stretches of terms; few columns beside many rows.
   static std::vector<Shape> Shapes() {
-    return {{0, 3, 2}, {3, 0, 2}, {3, 2, 0},   {1, 1, 1},   {1, 9, 1},     {4, 5, 8},   {5, 4, 9},
-            {3, 2, 7}, {8, 1, 4}, {2, 64, 17}, {7, 65, 16}, {129, 3, 130}, {6, 513, 33}};
+    return {{0, 3, 2}, {3, 0, 2},   {3, 2, 0},   {1, 1, 1},     {1, 9, 1},    {4, 5, 8},  {5, 4, 9},   {3, 2, 7},
+            {8, 1, 4}, {2, 64, 17}, {7, 65, 16}, {129, 3, 130}, {6, 513, 33}, {20, 9, 5}, {137, 70, 3}};
   }
 
  private:
@@ -147,6 +147,29 @@ TYPED_TEST(MatrixProducts, EqualTheTripleLoopWithEverySetOfInstructions) {
       }
     }
   }
+}
+
+TYPED_TEST(MatrixProducts, EqualTheTripleLoopOnAnyNumberOfThreads) {
+  using T = TypeParam;
+  const typename TestFixture::Shape shapes[] = {{1000, 1100, 4}, {5, 1100, 900}, {400, 70, 260}};
+  for (const auto& shape : shapes) {
+    for (const double gaps : {0.0, 0.5}) {
+      const Table<T> a(shape.rows, shape.terms, 1, gaps);
+      const Table<T> b(shape.terms, shape.columns, 2, gaps);
+      const auto expected = PlainProduct(a, b, true);
+      const NCDataMatrix<T> left = a.ToMatrix();
+      const NCDataMatrix<T> right = b.ToMatrix();
+      for (const int threads : {1, 2, 3, 7}) {
+        SCOPED_TRACE(threads);
+        ThreadingControl::SetNumberOfProcessors(threads);
+        ExpectSame(left * right, expected);
+      }
+    }
+  }
+  const Table<T> table(300, 40, 3, 0.0);
+  const NCDataMatrix<T> m = table.ToMatrix();
+  ThreadingControl::SetNumberOfProcessors(3);
+  ExpectSame(m.MatrixMultiply(m, false, true, true), PlainProduct(table, table.Transposed(), true));
 }
 
 TYPED_TEST(MatrixProducts, AGapHidesAnInfinityAndANaN) {

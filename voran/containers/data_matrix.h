@@ -230,8 +230,8 @@ class VORAN_EXPORT NCDataMatrix : public StreamWalk<NCDataMatrix<T>, detail::Vir
   // Products and element-wise operators. Sizes are the caller's care; an operator's operands have the same size.
   //
   // An element of a product of matrices is one sum over its terms in their order, so that A B and A (B')' have the same
-  // bits, with gaps or without. These products work on the calling thread, with scratch memory of some 400 KiB and, for
-  // operands with gaps, a bit for each of their elements. A result may be, or share with, an operand.
+  // bits, with gaps or without. These products take scratch memory of some 400 KiB for each thread and, for operands
+  // with gaps, a bit for each of their elements. A result may be, or share with, an operand.
 
   /// A B, A'B, AB' or A'B', with A this matrix. Sums run over pairs present; a cell without any pair is missing in A B
   /// and, with `keepMissing`, in the others, where it is 0 otherwise. The Impl form writes to a matrix of the right

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
 
 inline namespace voran {
 namespace detail {
@@ -49,19 +50,32 @@ void MatrixProduct<T>::Operand::FindPresence(const ProductKernels<T>& kernels) {
   }
 }
 
+/// Few lines are better met one by one than by a vector of them.
+template <typename T>
+bool MatrixProduct<T>::IsMirrored(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right,
+                                  bool transposeRight) {
+  const int leftLines = transposeLeft ? left.SizeColumns() : left.SizeRows();
+  const int rightLines = transposeRight ? right.SizeRows() : right.SizeColumns();
+  return rightLines < kProductPadding && rightLines < leftLines;
+}
+
 template <typename T>
 MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right,
                                 bool transposeRight)
     : kernels_(ProductKernels<T>::Current()),
-      left_(left, !transposeLeft),
-      right_(right, transposeRight),
+      isMirrored_(IsMirrored(left, transposeLeft, right, transposeRight)),
+      left_(isMirrored_ ? Operand(right, transposeRight) : Operand(left, !transposeLeft)),
+      right_(isMirrored_ ? Operand(left, !transposeLeft) : Operand(right, transposeRight)),
       isSymmetric_(left.begin() == right.begin() && left_.areRows == right_.areRows),
       hasGaps_(left.GetNumMisVal() != 0 || right.GetNumMisVal() != 0) {
   assert(left_.terms == right_.terms);
   const auto terms = static_cast<std::size_t>(std::min(left_.terms, kProductTerms<T>));
-  packedLeft_.resize(PaddedLines(left_.lines) * terms);
-  packedRight_.resize(PaddedLines(right_.lines) * terms);
-  sums_.resize(PaddedLines(left_.lines) * kProductBlock);
+  scratch_.resize(static_cast<std::size_t>(CountThreads()));
+  for (Scratch& scratch : scratch_) {
+    scratch.left.resize(PaddedLines(left_.lines) * terms);
+    scratch.right.resize(PaddedLines(right_.lines) * terms);
+    scratch.sums.resize(PaddedLines(left_.lines) * kProductBlock);
+  }
   if (hasGaps_) {
     words_ = (left_.terms + kBits - 1) / kBits;
     left_.FindPresence(kernels_);
@@ -70,41 +84,73 @@ MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft,
 }
 
 template <typename T>
-void MatrixProduct<T>::WriteTo(T* const* rows) {
-  for (int i = 0; i < SizeRows(); i += kProductBlock) {
-    const int numRows = std::min(kProductBlock, SizeRows() - i);
-    for (int j = isSymmetric_ ? i : 0; j < SizeColumns(); j += kProductBlock) {
-      const int numColumns = std::min(kProductBlock, SizeColumns() - j);
-      SumBlock(i, numRows, j, numColumns);
-      WriteBlock(i, numRows, j, numColumns, rows);
-    }
+int MatrixProduct<T>::CountThreads() const {
+  constexpr double kLeastForAThread = 1 << 19;
+  const int blocks = (std::max(left_.lines, right_.lines) + kProductBlock - 1) / kProductBlock;
+  const double products = static_cast<double>(left_.lines) * right_.lines * left_.terms;
+  const auto worthwhile = static_cast<int>(std::min(products / kLeastForAThread, 1024.0));
+  return std::max(1, std::min({blocks, worthwhile, ParallelWidth()}));
+}
+
+template <typename T>
+template <class Work>
+void MatrixProduct<T>::ForBlocks(int share, int lines, const Work& work) const {
+  const int shares = static_cast<int>(scratch_.size());
+  for (int first = share * kProductBlock; first < lines; first += shares * kProductBlock) {
+    work(first, std::min(kProductBlock, lines - first));
   }
+}
+
+/// Threads share the blocks of the longer side in turn, as those of a symmetric product do not cost the same.
+template <typename T>
+void MatrixProduct<T>::WriteTo(T* const* rows) {
+  const bool sharesRight = right_.lines > left_.lines;
+  const int threads = static_cast<int>(scratch_.size());
+  ParallelFor(threads, threads, [&](int share) {
+    Scratch& scratch = scratch_[static_cast<std::size_t>(share)];
+    ForBlocks(share, sharesRight ? right_.lines : left_.lines, [&](int shared, int sharedLines) {
+      const int otherLines = sharesRight ? left_.lines : right_.lines;
+      for (int other = isSymmetric_ ? shared : 0; other < otherLines; other += kProductBlock) {
+        Block block{shared, sharedLines, other, std::min(kProductBlock, otherLines - other)};
+        if (sharesRight) block = {block.firstRight, block.rightLines, block.firstLeft, block.leftLines};
+        SumBlock(block, scratch);
+        WriteBlock(block, scratch, rows);
+      }
+    });
+  });
 }
 
 /// A gap counts as 0 where everything present is finite: its products are zeros, and no sum moves. Where an infinity or
 /// a NaN would make them NaNs, each pair is tested.
 template <typename T>
-void MatrixProduct<T>::SumBlock(int firstRow, int numRows, int firstColumn, int numColumns) {
+void MatrixProduct<T>::SumBlock(const Block& block, Scratch& scratch) const {
   const bool zeroGaps = hasGaps_ && left_.isFinite && right_.isFinite;
   const auto add = hasGaps_ && !zeroGaps ? kernels_.addPairs : kernels_.addProducts;
-  std::fill(sums_.begin(), sums_.end(), 0.0);
+  T* const left = scratch.left.data();
+  T* const right = scratch.right.data();
+  std::fill(scratch.sums.begin(), scratch.sums.end(), 0.0);
   for (int k = 0; k < left_.terms; k += kProductTerms<T>) {
     const int terms = std::min(kProductTerms<T>, left_.terms - k);
-    kernels_.packLeft(left_.Lines(), firstRow, numRows, k, terms, zeroGaps, packedLeft_.data());
-    kernels_.packRight(right_.Lines(), firstColumn, numColumns, k, terms, zeroGaps, packedRight_.data());
-    add(packedLeft_.data(), numRows, packedRight_.data(), numColumns, terms, sums_.data());
+    kernels_.packLeft(left_.Lines(), block.firstLeft, block.leftLines, k, terms, zeroGaps, left);
+    kernels_.packRight(right_.Lines(), block.firstRight, block.rightLines, k, terms, zeroGaps, right);
+    add(left, block.leftLines, right, block.rightLines, terms, scratch.sums.data());
   }
 }
 
 /// Of a symmetric product only the blocks on and above the diagonal are formed; the others are their mirror images.
 template <typename T>
-void MatrixProduct<T>::WriteBlock(int firstRow, int numRows, int firstColumn, int numColumns, T* const* rows) const {
-  const bool mirrors = isSymmetric_ && firstRow != firstColumn;
-  for (int i = 0; i < numRows; ++i) {
-    const double* const sums = sums_.data() + i * kProductBlock;
-    T* const out = rows[firstRow + i] + firstColumn;
-    for (int j = 0; j < numColumns; ++j) out[j] = static_cast<T>(sums[j]);
-    for (int j = 0; mirrors && j < numColumns; ++j) rows[firstColumn + j][firstRow + i] = out[j];
+void MatrixProduct<T>::WriteBlock(const Block& block, const Scratch& scratch, T* const* rows) const {
+  const bool writesAsItIs = !isMirrored_;
+  const bool writesMirrored = isMirrored_ || (isSymmetric_ && block.firstLeft != block.firstRight);
+  for (int i = 0; i < block.leftLines; ++i) {
+    const double* const sums = scratch.sums.data() + i * kProductBlock;
+    const int line = block.firstLeft + i;
+    for (int j = 0; writesAsItIs && j < block.rightLines; ++j) {
+      rows[line][block.firstRight + j] = static_cast<T>(sums[j]);
+    }
+    for (int j = 0; writesMirrored && j < block.rightLines; ++j) {
+      rows[block.firstRight + j][line] = static_cast<T>(sums[j]);
+    }
   }
 }
 

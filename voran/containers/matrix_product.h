@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "voran/containers/data_matrix.h"
@@ -18,8 +19,8 @@ class MatrixProduct {
   /// Allocates all that the product needs.
   MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right, bool transposeRight);
 
-  int SizeRows() const { return left_.lines; }
-  int SizeColumns() const { return right_.lines; }
+  int SizeRows() const { return isMirrored_ ? right_.lines : left_.lines; }
+  int SizeColumns() const { return isMirrored_ ? left_.lines : right_.lines; }
   bool HasGaps() const { return hasGaps_; }
 
   /// Writes every sum, rounded; `rows` holds the first element of each row. A sum over no pair is 0.
@@ -27,6 +28,7 @@ class MatrixProduct {
 
   /// Whether element (i, j), from 0, has a pair. Only if HasGaps().
   bool HasPair(int i, int j) const {
+    if (isMirrored_) std::swap(i, j);
     for (int word = 0; word < words_; ++word) {
       if ((left_.Presence(word, i) & right_.Presence(word, j)) != 0) return true;
     }
@@ -53,18 +55,38 @@ class MatrixProduct {
     bool isFinite = true;
   };
 
-  void SumBlock(int firstRow, int numRows, int firstColumn, int numColumns);
-  void WriteBlock(int firstRow, int numRows, int firstColumn, int numColumns, T* const* rows) const;
+  /// A block of lines of the left and of the right operand, from 0.
+  struct Block {
+    int firstLeft;
+    int leftLines;
+    int firstRight;
+    int rightLines;
+  };
+
+  /// What one thread works with.
+  struct Scratch {
+    std::vector<T> left;
+    std::vector<T> right;
+    std::vector<double> sums;
+  };
+
+  static bool IsMirrored(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right,
+                         bool transposeRight);
+  int CountThreads() const;
+  /// Calls work(first, count) for every block of lines, of which there are `lines`, that thread `share` is to do.
+  template <class Work>
+  void ForBlocks(int share, int lines, const Work& work) const;
+  void SumBlock(const Block& block, Scratch& scratch) const;
+  void WriteBlock(const Block& block, const Scratch& scratch, T* const* rows) const;
 
   const ProductKernels<T>& kernels_;
+  bool isMirrored_;  ///< the operands have changed places, and the product is written with rows for columns
   Operand left_;
   Operand right_;
   bool isSymmetric_;
   bool hasGaps_;
   int words_ = 0;
-  std::vector<T> packedLeft_;
-  std::vector<T> packedRight_;
-  std::vector<double> sums_;
+  std::vector<Scratch> scratch_;  // by thread
 };
 
 extern template class MatrixProduct<float>;

@@ -24,24 +24,73 @@ namespace {
 
 /// The sums of a tile stay in registers over all terms of a block: 4 x 2 vectors of doubles, and room for operands.
 constexpr int kTileVectors = 2;
-constexpr int kTileLeft = 4;
+constexpr int kTileLeft = 4;  // AddBlock() counts on it
 constexpr int kTileRight = kTileVectors * kLanes;
 static_assert(kProductPadding % kTileLeft == 0 && kProductPadding % kTileRight == 0);
 static_assert(kProductBlock % kProductPadding == 0);
 
+#if HWY_TARGET == HWY_SCALAR
+template <typename T>
+constexpr int kSquare = 1;
+
+template <typename T>
+HWY_INLINE void TurnSquare(const T* const* rows, int firstTerm, T* out, int /*stride*/) {
+  *out = rows[0][firstTerm];
+}
+#else
+/// Terms and lines that are turned together: those of 16 bytes.
+template <typename T>
+constexpr int kSquare = static_cast<int>(16 / sizeof(T));
+
+/// out[k * stride + l] = rows[l][k] for k and l below kSquare.
+template <typename T>
+HWY_INLINE void TurnSquare(const T* const* rows, int firstTerm, T* out, int stride) {
+  const hn::CappedTag<T, kSquare<T>> d;
+  const auto a = hn::LoadU(d, rows[0] + firstTerm);
+  const auto b = hn::LoadU(d, rows[1] + firstTerm);
+  if constexpr (kSquare<T> == 2) {
+    hn::StoreU(hn::InterleaveLower(d, a, b), d, out);
+    hn::StoreU(hn::InterleaveUpper(d, a, b), d, out + stride);
+  } else {
+    const auto c = hn::LoadU(d, rows[2] + firstTerm);
+    const auto e = hn::LoadU(d, rows[3] + firstTerm);
+    const auto acLow = hn::InterleaveLower(d, a, c);
+    const auto beLow = hn::InterleaveLower(d, b, e);
+    const auto acHigh = hn::InterleaveUpper(d, a, c);
+    const auto beHigh = hn::InterleaveUpper(d, b, e);
+    hn::StoreU(hn::InterleaveLower(d, acLow, beLow), d, out);
+    hn::StoreU(hn::InterleaveUpper(d, acLow, beLow), d, out + stride);
+    hn::StoreU(hn::InterleaveLower(d, acHigh, beHigh), d, out + 2 * stride);
+    hn::StoreU(hn::InterleaveUpper(d, acHigh, beHigh), d, out + 3 * stride);
+  }
+}
+
+#endif
+
+/// Writes a whole panel of lines that are rows side by side, term by term; meanwhile `ahead` rows behind them are
+/// fetched.
+template <int Width, typename T>
+HWY_INLINE void TurnPanel(const T* const* lines, int firstTerm, int terms, int ahead, T* panel) {
+  static_assert(Width % kSquare<T> == 0);
+  const T* rows[Width];
+  for (int l = 0; l < Width; ++l) rows[l] = lines[l];
+  int k = 0;
+  for (; k + kSquare<T> <= terms; k += kSquare<T>) {
+    if (k % kAccumulators == 0) Fetch(lines + Width, ahead, static_cast<std::size_t>(firstTerm + k));
+    for (int l = 0; l < Width; l += kSquare<T>) TurnSquare(rows + l, firstTerm + k, panel + k * Width + l, Width);
+  }
+  for (; k < terms; ++k) {
+    for (int l = 0; l < Width; ++l) panel[k * Width + l] = rows[l][firstTerm + k];
+  }
+}
+
 /// Writes `used` lines side by side, term by term. For a whole panel `used` is a constant.
 template <int Width, typename T, class Count>
 HWY_INLINE void PackPanel(const ProductLines<T>& from, int firstLine, Count used, int firstTerm, int terms, T* panel) {
-  if (from.areRows) {
-    const T* rows[Width];
-    for (int l = 0; l < used; ++l) rows[l] = from.rows[firstLine + l] + firstTerm;
-    for (int k = 0; k < terms; ++k) {
-      for (int l = 0; l < used; ++l) panel[k * Width + l] = rows[l][k];
-    }
-  } else {
-    for (int k = 0; k < terms; ++k) {
-      const T* const row = from.rows[firstTerm + k] + firstLine;
-      for (int l = 0; l < used; ++l) panel[k * Width + l] = row[l];
+  for (int k = 0; k < terms; ++k) {
+    for (int l = 0; l < used; ++l) {
+      panel[k * Width + l] =
+          from.areRows ? from.rows[firstLine + l][firstTerm + k] : from.rows[firstTerm + k][firstLine + l];
     }
   }
 }
@@ -52,7 +101,10 @@ void Pack(const ProductLines<T>& from, int firstLine, int lines, int firstTerm, 
   for (int line = 0; line < lines; line += Width) {
     T* const panel = packed + line * terms;
     const int size = Width * terms;
-    if (lines - line >= Width) {
+    const int ahead = std::clamp(lines - line - Width, 0, Width);
+    if (lines - line >= Width && from.areRows) {
+      TurnPanel<Width>(from.rows + firstLine + line, firstTerm, terms, ahead, panel);
+    } else if (lines - line >= Width) {
       PackPanel<Width>(from, firstLine + line, std::integral_constant<int, Width>(), firstTerm, terms, panel);
     } else {
       PackPanel<Width>(from, firstLine + line, lines - line, firstTerm, terms, panel);
@@ -61,18 +113,19 @@ void Pack(const ProductLines<T>& from, int firstLine, int lines, int firstTerm, 
   }
 }
 
-template <bool TestGaps, typename T>
+/// `Left` lines of a left panel with a right panel.
+template <bool TestGaps, int Left, typename T>
 HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right, int terms, double* HWY_RESTRICT sums) {
   const Narrow<T> narrow;
   [[maybe_unused]] const auto marker = hn::Set(narrow, kMissing<T>);
-  WideVec sum[kTileLeft][kTileVectors];
-  for (int l = 0; l < kTileLeft; ++l) {
+  WideVec sum[Left][kTileVectors];
+  for (int l = 0; l < Left; ++l) {
     for (int v = 0; v < kTileVectors; ++v) sum[l][v] = hn::LoadU(Wide(), sums + l * kProductBlock + v * kLanes);
   }
   for (int k = 0; k < terms; ++k, left += kTileLeft, right += kTileRight) {
     NarrowVec<T> b[kTileVectors];
     for (int v = 0; v < kTileVectors; ++v) b[v] = hn::LoadU(narrow, right + v * kLanes);
-    for (int l = 0; l < kTileLeft; ++l) {
+    for (int l = 0; l < Left; ++l) {
       const auto a = hn::Set(narrow, left[l]);
       for (int v = 0; v < kTileVectors; ++v) {
         auto product = hn::Mul(a, b[v]);
@@ -83,7 +136,7 @@ HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right,
       }
     }
   }
-  for (int l = 0; l < kTileLeft; ++l) {
+  for (int l = 0; l < Left; ++l) {
     for (int v = 0; v < kTileVectors; ++v) hn::StoreU(sum[l][v], Wide(), sums + l * kProductBlock + v * kLanes);
   }
 }
@@ -92,9 +145,15 @@ HWY_INLINE void AddTile(const T* HWY_RESTRICT left, const T* HWY_RESTRICT right,
 template <bool TestGaps, typename T>
 void AddBlock(const T* left, int leftLines, const T* right, int rightLines, int terms, double* sums) {
   for (int j = 0; j < rightLines; j += kTileRight) {
-    for (int i = 0; i < leftLines; i += kTileLeft) {
-      AddTile<TestGaps>(left + i * terms, right + j * terms, terms, sums + i * kProductBlock + j);
+    const T* const panel = right + j * terms;
+    int i = 0;
+    for (; i + kTileLeft <= leftLines; i += kTileLeft) {
+      AddTile<TestGaps, kTileLeft>(left + i * terms, panel, terms, sums + i * kProductBlock + j);
     }
+    double* const rest = sums + i * kProductBlock + j;
+    if (leftLines - i == 3) AddTile<TestGaps, 3>(left + i * terms, panel, terms, rest);
+    if (leftLines - i == 2) AddTile<TestGaps, 2>(left + i * terms, panel, terms, rest);
+    if (leftLines - i == 1) AddTile<TestGaps, 1>(left + i * terms, panel, terms, rest);
   }
 }
 
