@@ -1,5 +1,6 @@
 #include "tools/voran/pls_report.h"
 
+#include <algorithm>
 #include <functional>
 #include <span>
 #include <vector>
@@ -36,6 +37,24 @@ std::string ResponseLines(const PlsResult& result) {
     table.Row(std::move(cells));
   }
   return table.Text();
+}
+
+// Q2 of each response and component; nothing where there is no more to say than above.
+std::string ResponseQ2Lines(const PlsResult& result) {
+  constexpr std::size_t kMostShown = 10;
+  if (result.cvGroups == 0 || result.responses.size() < 2) return {};
+  const std::size_t shown = std::min(result.components.size(), kMostShown);
+  std::vector<std::string> headings = {"Q2 by component"};
+  for (std::size_t a = 1; a <= shown; ++a) headings.push_back(std::to_string(a));
+  TextTable table(headings);
+  for (std::size_t m = 0; m < result.responses.size(); ++m) {
+    std::vector<std::string> cells = {ShortName(result.y.names[m], kLongestName)};
+    for (std::size_t a = 0; a < shown; ++a) {
+      cells.push_back(fmt::format("{:.4f}", result.components[a].q2->q2OfColumns[m]));
+    }
+    table.Row(std::move(cells));
+  }
+  return "\n" + table.Text();
 }
 
 Json ResponseJson(const PlsResult& result) {
@@ -131,7 +150,7 @@ std::string PlsText(const PlsReport& report) {
   if (!result.stopped.empty()) {
     text += fmt::format("  no more than {}: {}\n", Counted(result.components.size(), "component"), result.stopped);
   }
-  return text + "\n" + ResponseLines(result);
+  return text + "\n" + ResponseLines(result) + ResponseQ2Lines(result);
 }
 
 Json PlsJson(const PlsReport& report) {

@@ -19,7 +19,7 @@ class NCProgress;
 /// For every group of observations a sub-model of one component is fitted to the others, on the residuals that the
 /// model fitted its component to, and predicts the group. One object serves one model; call order for each component:
 ///
-///     model.NextComponent(...);  cv.NextComponent(model.GetWprim()->back(), ...);  model.CalculateResiduals();
+///     model.NextComponent(...);  cv.NextComponent(&model.GetWprim()->back(), ...);  model.CalculateResiduals();
 ///
 /// The sets and residuals describe the newest component, the cumulative values all so far. All Q2 are fractions. Copies
 /// point to the same model. One thread drives it. Nothing of it goes into a stream.
