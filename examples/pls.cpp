@@ -4,7 +4,8 @@
 #include <voran/voran.h>
 
 // Partial least squares: what three exercises (chin-ups, sit-ups, jumps) tell of the waist of a man, in inches. The
-// model is fitted to seventeen men, cross-validated, kept in a stream, read back, and applied to three others.
+// model is fitted to seventeen men, cross-validated, kept in a stream, read back, and applied to three others. The
+// measurements are those of A. C. Linnerud, as M. Tenenhaus gives them (La regression PLS, 1998).
 
 namespace {
 
