@@ -7,14 +7,11 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "tools/voran/failure.h"
+#include "tests/tools/value_samples.h"
 #include "tools/voran/pca_fit.h"
-#include "tools/voran/table_reader.h"
 
 namespace tool {
 namespace {
-
-using Square = std::vector<std::vector<double>>;
 
 // Largest difference allowed, relative to the largest element of the vector.
 constexpr double kVectorTolerance = 1e-4;
@@ -26,13 +23,13 @@ constexpr double kEigenvalueTolerance = 1e-6;
 
 struct Eigen {
   std::vector<double> values;  // falling
-  Square vectors;              // vectors[k] belongs to values[k]
+  Rows vectors;                // vectors[k] belongs to values[k]
 };
 
 // Cyclic Jacobi rotations: slow, and right to the last digits.
-Eigen EigenOf(Square a) {
+Eigen EigenOf(Rows a) {
   const std::size_t n = a.size();
-  Square v(n, std::vector<double>(n, 0.0));
+  Rows v(n, std::vector<double>(n, 0.0));
   for (std::size_t i = 0; i < n; ++i) v[i][i] = 1.0;
   for (int sweep = 0; sweep < 30; ++sweep) {
     for (std::size_t p = 0; p < n; ++p) {
@@ -64,37 +61,20 @@ Eigen EigenOf(Square a) {
   return sorted;
 }
 
-// The complete table in double, centred, and divided by the standard deviation if asked.
-Square Prepared(const NCDataMatrix<float>& x, bool toUnitVariance) {
-  Square rows;
-  for (const NCDataVector<float>& row : x) rows.emplace_back(row.begin(), row.end());
-  const double n = static_cast<double>(rows.size());
-  for (std::size_t c = 0; c < rows[0].size(); ++c) {
-    double sum = 0.0;
-    double squares = 0.0;
-    for (const auto& row : rows) sum += row[c];
-    for (auto& row : rows) row[c] -= sum / n;
-    for (const auto& row : rows) squares += row[c] * row[c];
-    if (!toUnitVariance) continue;
-    for (auto& row : rows) row[c] /= std::sqrt(squares / (n - 1.0));
-  }
-  return rows;
-}
-
 // Scores and loadings by the eigenvectors of X'X or XX', whichever is smaller.
 struct Decomposition {
   std::vector<double> variances;
   std::vector<double> ratios;  // of the next variance to this one
-  Square scores;
-  Square loadings;
+  Rows scores;
+  Rows loadings;
 };
 
 double Dot(const std::vector<double>& a, const std::vector<double>& b) {
   return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
 }
 
-Square Transposed(const Square& x) {
-  Square t(x[0].size(), std::vector<double>(x.size()));
+Rows Transposed(const Rows& x) {
+  Rows t(x[0].size(), std::vector<double>(x.size()));
   for (std::size_t i = 0; i < x.size(); ++i) {
     for (std::size_t j = 0; j < x[i].size(); ++j) t[j][i] = x[i][j];
   }
@@ -102,7 +82,7 @@ Square Transposed(const Square& x) {
 }
 
 // x v, to unit length.
-std::vector<double> UnitProduct(const Square& x, const std::vector<double>& v) {
+std::vector<double> UnitProduct(const Rows& x, const std::vector<double>& v) {
   std::vector<double> product;
   for (const auto& row : x) product.push_back(Dot(row, v));
   const double length = std::sqrt(Dot(product, product));
@@ -110,11 +90,11 @@ std::vector<double> UnitProduct(const Square& x, const std::vector<double>& v) {
   return product;
 }
 
-Decomposition Decompose(const Square& x, std::size_t components) {
-  const Square xt = Transposed(x);
+Decomposition Decompose(const Rows& x, std::size_t components) {
+  const Rows xt = Transposed(x);
   const bool isTall = x.size() > xt.size();
-  const Square& factors = isTall ? xt : x;
-  Square products(factors.size());
+  const Rows& factors = isTall ? xt : x;
+  Rows products(factors.size());
   for (std::size_t i = 0; i < factors.size(); ++i) {
     for (const auto& other : factors) products[i].push_back(Dot(factors[i], other));
   }
@@ -136,22 +116,6 @@ Decomposition Decompose(const Square& x, std::size_t components) {
   return d;
 }
 
-double LargestGap(const std::vector<double>& got, const std::vector<double>& expected) {
-  double gap = got.size() == expected.size() ? 0.0 : HUGE_VAL;
-  double largest = 0.0;
-  for (std::size_t i = 0; i < std::min(got.size(), expected.size()); ++i) {
-    gap = std::max(gap, std::abs(got[i] - expected[i]));
-    largest = std::max(largest, std::abs(expected[i]));
-  }
-  return gap / largest;
-}
-
-Table ReadData(const std::string& name, const std::vector<std::string>& classes) {
-  CsvOptions options;
-  options.roles.classes = classes;
-  return ReadTable(fmt::format("{}/{}.csv", VORAN_DATA, name), options, nullptr);
-}
-
 struct DataSet {
   const char* name;
   std::vector<std::string> classes;
@@ -162,8 +126,10 @@ class PcaValues : public ::testing::TestWithParam<DataSet> {};
 
 TEST_P(PcaValues, AgreeWithAnEigenvalueDecomposition) {
   for (const Scaling scaling : {Scaling::kUnitVariance, Scaling::kCentre}) {
-    Table table = ReadData(GetParam().name, GetParam().classes);
-    const Square x = Prepared(table.x, scaling == Scaling::kUnitVariance);
+    RoleRequest roles;
+    roles.classes = GetParam().classes;
+    Table table = ReadData(GetParam().name, roles);
+    const Rows x = Prepared(table.x, scaling == Scaling::kUnitVariance).rows;
     const Decomposition expected = Decompose(x, static_cast<std::size_t>(GetParam().components));
     double total = 0.0;
     for (const auto& row : x) total += Dot(row, row);
@@ -198,7 +164,9 @@ INSTANTIATE_TEST_SUITE_P(Data, PcaValues,
                          [](const auto& set) { return set.param.name; });
 
 TEST(PcaGaps, ResidualsAccountForR2X) {
-  Table table = ReadData("metabolites", {"class_hours"});
+  RoleRequest roles;
+  roles.classes = {"class_hours"};
+  Table table = ReadData("metabolites", roles);
   PcaSettings settings;
   settings.components = 4;
   const PcaResult result = FitPca(table, settings, nullptr);
@@ -207,7 +175,7 @@ TEST(PcaGaps, ResidualsAccountForR2X) {
   EXPECT_TRUE(result.gaps.emptyRows.empty());
 
   // X - TP' over the present cells, from the scores and loadings that the user sees.
-  const Table again = ReadData("metabolites", {"class_hours"});
+  const Table again = ReadData("metabolites", roles);
   const ScaledMatrix scaled = ScaleColumns(NCDataMatrix<float>(again.x), settings.scaling);
   double total = 0.0;
   double left = 0.0;
@@ -224,11 +192,6 @@ TEST(PcaGaps, ResidualsAccountForR2X) {
     }
   }
   EXPECT_NEAR(result.components.back().r2xCumulative, 1.0 - left / total, kEigenvalueTolerance);
-}
-
-Table TableOf(const std::string& text) {
-  const auto source = SourceFromMemory(text);
-  return ReadTable(*source, "t.csv", {});
 }
 
 TEST(PcaOutcomes, ComponentsEndWhereTheTableEnds) {

@@ -54,9 +54,9 @@ void CommandRun::Finish(const std::string& text, const nlohmann::ordered_json& j
   if (folder_) {
     writeTables(*folder_);
     folder_->Write("summary.json", [&](std::ostream& out) { out << ToText(json); });
-    StopIfInterrupted();
-    folder_->Commit();
   }
+  StopIfInterrupted();
+  if (folder_) folder_->Commit();
   if (model_) model_->Commit();
   WriteToStdout(options_.output.json ? ToText(json) : text);
 }

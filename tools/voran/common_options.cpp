@@ -66,8 +66,8 @@ void TableOptions::AddResponses(CLI::App& command) {
   AddList(command, "--y", roles_.responses, "The columns to predict")->required();
 }
 
-void TableOptions::AddCvColumn(CLI::App& command, CLI::Option* groups) {
-  AddList(command, "--cv-column", roles_.cvGroups, "The column that names the group of each row")
+CLI::Option* TableOptions::AddCvColumn(CLI::App& command, CLI::Option* groups) {
+  return AddList(command, "--cv-column", roles_.cvGroups, "The column that names the group of each row")
       ->type_name("COLUMN")
       ->excludes(groups)
       ->group(kCvGroup);
@@ -123,12 +123,10 @@ void ThreadOptions::Apply() const {
   ThreadingControl::SetThreadingIsOn(ThreadingControl::GetNumberOfProcessors() > 1);
 }
 
-void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option) {
+void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option, const std::string& help) {
   command
       .add_option_function<std::string>(
-          option, [&scaling](const std::string& name) { scaling = kScalings.at(name); },
-          "uv: centre, divide by the standard deviation; pareto: centre, divide by its square root; center: centre "
-          "alone; none")
+          option, [&scaling](const std::string& name) { scaling = kScalings.at(name); }, help)
       ->check(CLI::IsMember({"uv", "pareto", "center", "none"}).description(""))
       ->default_str(ScalingName(scaling))
       ->type_name("uv|pareto|center|none");

@@ -27,7 +27,7 @@ class TableOptions {
   /// The same without the roles, but for the id: those are the model's that SetModel() names.
   void AddToPredict(CLI::App& command);
   void AddResponses(CLI::App& command);
-  void AddCvColumn(CLI::App& command, CLI::Option* groups);
+  CLI::Option* AddCvColumn(CLI::App& command, CLI::Option* groups);
 
   void SetModel(ModelColumns columns) { roles_.model = std::move(columns); }
 
@@ -68,8 +68,11 @@ class ThreadOptions {
   std::optional<int> threads_;
 };
 
-/// `--scaling`, or another `name`; what `scaling` holds before is the default.
-void AddScaling(CLI::App& command, Scaling& scaling, const std::string& name = "--scaling");
+/// `--scaling`, or another `option`; what `scaling` holds before is the default.
+void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option = "--scaling",
+                const std::string& help =
+                    "uv: centre, divide by the standard deviation; pareto: centre, divide by its "
+                    "square root; center: centre alone; none");
 /// `--components N|auto`; the default stays where the option is not given.
 void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help);
 /// `--cv-groups`.

@@ -14,11 +14,11 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string Share(double value) {
-  return std::isnan(value) ? "-" : fmt::format("{:.4f}", value);
-}
-
 }  // namespace
+
+std::string ShareText(double share) {
+  return std::isnan(share) ? "-" : fmt::format("{:.4f}", share);
+}
 
 std::string ComponentText(const std::vector<ComponentFigures>& components) {
   const bool hasResponses = !components.empty() && components.front().r2y.has_value();
@@ -29,11 +29,11 @@ std::string ComponentText(const std::vector<ComponentFigures>& components) {
   headings.insert(headings.end(), {"eigenvalue", "iterations"});
   TextTable table(headings);
   for (const ComponentFigures& c : components) {
-    std::vector<std::string> cells = {fmt::format("{}", &c - &components.front() + 1), Share(c.r2x),
-                                      Share(c.r2xCumulative)};
-    if (hasResponses) cells.insert(cells.end(), {Share(*c.r2y), Share(*c.r2yCumulative)});
+    std::vector<std::string> cells = {fmt::format("{}", &c - &components.front() + 1), ShareText(c.r2x),
+                                      ShareText(c.r2xCumulative)};
+    if (hasResponses) cells.insert(cells.end(), {ShareText(*c.r2y), ShareText(*c.r2yCumulative)});
     if (isCrossValidated) {
-      cells.insert(cells.end(), {Share(c.q2->q2), Share(c.q2->q2Cumulative), Share(c.q2->limit),
+      cells.insert(cells.end(), {ShareText(c.q2->q2), ShareText(c.q2->q2Cumulative), ShareText(c.q2->limit),
                                  SignificanceE::GetSignificance(c.q2->verdict)});
     }
     cells.push_back(std::isnan(c.eigenvalue) ? "-" : fmt::format("{:#.5g}", c.eigenvalue));

@@ -34,6 +34,9 @@ nlohmann::ordered_json ComponentJson(const std::vector<ComponentFigures>& compon
 void WriteQ2(std::ostream& out, const std::string& heading, const std::vector<std::string>& names,
              const std::vector<ComponentFigures>& components);
 
+/// For a table on the terminal: four decimals; "-" for a NaN.
+std::string ShareText(double share);
+
 /// A number, or null for a NaN.
 nlohmann::ordered_json NumberOrNull(double value);
 

@@ -143,6 +143,7 @@ bool CsvRowParser::Complain(CsvRows& result, std::size_t line, std::string what)
 }
 
 std::string CsvRowParser::NotANumber(std::string_view cell, std::size_t column) const {
+  if (plan_.isForModel) return Quoted(cell) + " is not a number, which the model wants here; NA marks a gap";
   const std::string argument = AsArgument(plan_.names[column], column);
   const std::string id = column == 0 ? fmt::format("--id {} if the column names the rows, ", argument) : "";
   return fmt::format("{} is not a number; add {}--class {} if it names groups, or --exclude {}", Quoted(cell), id,

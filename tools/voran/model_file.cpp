@@ -152,7 +152,7 @@ void WriteModel(std::ostream& out, const SavedModel& model) {
 SavedModel ReadModel(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) {
-    throw WrongUse(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
+    throw BadData(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
   }
   if (!SavedModel::MyStreamableData.Check(in)) {
     throw BadData(path + ": is no model that --save has written, or it is cut off or damaged at its beginning");

@@ -34,7 +34,7 @@ class SavedModel : public StreamWalk<SavedModel> {
 
 void WriteModel(std::ostream& out, const SavedModel& model);
 
-/// Throws `Failure`: wrong use if the file cannot be opened, bad data if it holds no model, or a damaged one.
+/// Throws `Failure`: bad data if the file cannot be opened, holds no model, or a damaged one.
 SavedModel ReadModel(const std::string& path);
 
 }  // namespace tool

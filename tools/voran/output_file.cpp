@@ -30,6 +30,9 @@ OutputFile::OutputFile(const std::string& option, const std::string& path) : pat
   std::error_code error;
   if (path.empty()) throw WrongUse(option + ": the name of the file is empty");
   if (fs::is_directory(path_, error)) throw WrongUse(fmt::format("{}: {} is a folder; give a file", option, path));
+  if (fs::exists(path_, error) && !fs::is_regular_file(path_, error)) {
+    throw WrongUse(fmt::format("{}: {} is a device or a pipe, which cannot be replaced; give a file", option, path));
+  }
   std::string pattern = (path_.parent_path() / ".voran-XXXXXX").string();
   const int file = mkstemp(pattern.data());
   if (file < 0) {

@@ -81,19 +81,21 @@ void AddPlsCommand(CLI::App& program) {
   AddComponents(*command, options->settings.components, options->isAuto,
                 "How many components; auto (the default): as many as cross-validation finds significant");
   AddScaling(*command, options->settings.scaling);
-  AddScaling(*command, options->settings.yScaling, "--y-scaling");
+  AddScaling(*command, options->settings.yScaling, "--y-scaling", "The same of the responses");
   options->transform.AddTo(*command);
   AddIterationLimit(*command, options->settings.iterationLimit);
   CLI::Option* groups = AddCvGroups(*command, options->cvGroups);
-  options->run.table.AddCvColumn(*command, groups);
+  CLI::Option* column = options->run.table.AddCvColumn(*command, groups);
   command->add_flag("--no-cv", options->isNotCrossValidated, "No cross-validation; needs --components N")
       ->excludes(groups)
+      ->excludes(column)
       ->group("Cross-validation");
   options->run.AddSaveTo(*command);
   options->run.AddTo(*command);
   command->footer(
       R"(COLUMNS is a list of names, positions from 1, or ranges: octane,3,nm900..nm1100; see voran pca --help.
-All columns that have no other use are the variables.
+All columns that have no other use are the variables. --transform means the variables unless it names columns, and
+the responses may be among those; voran transform --help lists the functions.
 
 Examples:
   voran pls gasoline.csv --y octane

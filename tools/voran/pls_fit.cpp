@@ -12,6 +12,7 @@
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/transform_option.h"
+#include "voran/models/cv_groups.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
 
@@ -58,7 +59,10 @@ class PlsRun : private ComponentLoop {
   bool HasData() const { return total_.x > 0.0; }
 
   void CrossValidateBy(const CvGroups& groups) {
-    crossValidation_ = std::make_unique<PLSCrossValidation>(model_.get(), groups.count, groups.OfRow());
+    cvGroups_ =
+        groups.ofRow ? *groups.ofRow : GetDeafultCVGroupsVector(model_->GetXResiduals()->SizeRows(), groups.count);
+    crossValidation_ = std::make_unique<PLSCrossValidation>(model_.get(), groups.count, &cvGroups_);
+    cvPredicted_.assign(total_.y.size(), std::vector<double>(static_cast<std::size_t>(cvGroups_.Size())));
     result_.cvGroups = groups.count;
   }
 
@@ -72,9 +76,9 @@ class PlsRun : private ComponentLoop {
     result_.C = model_->GetCprim()->GetRowSubMatrix(1, components);
   }
 
-  /// While they were left out, with all components that were taken: observations x responses, scaled; missing where y
-  /// is or where there was no score. Nothing without cross-validation.
-  const std::optional<Matrix>& CvResiduals() const { return cvResiduals_; }
+  /// What the rows were predicted to be, the share of each component while they were left out of it: responses x
+  /// observations, scaled; a NaN where there was no score. Nothing without cross-validation.
+  const std::vector<std::vector<double>>& CvPredicted() const { return cvPredicted_; }
 
  private:
   // Deflated X and Y after the newest component.
@@ -151,14 +155,22 @@ class PlsRun : private ComponentLoop {
     result_.spread.residual = left_.spread;
     result_.spread.scoreVariances.push_back(newest_.eigenvalue);
     result_.components.push_back(newest_);
-    if (crossValidation_) KeepCvResiduals();
+    if (crossValidation_) AddCvPrediction();
   }
 
-  void KeepCvResiduals() {
-    cvResiduals_ = *crossValidation_->GetYPredResiduals();
-    const Vector& scores = *crossValidation_->GetTPred();
-    for (int i = 1; i <= scores.Size(); ++i) {
-      if (scores[i] == kGap) (*cvResiduals_)(i).SetAllValues(kGap);
+  // The class's own prediction errors are those of the newest component alone: the components before it have seen all
+  // rows.
+  void AddCvPrediction() {
+    for (int i = 1; i <= cvGroups_.Size(); ++i) {
+      const int round = cvGroups_[i] + 1;
+      const float t = (*crossValidation_->GetTSet())[round][i];
+      const Vector& c = (*crossValidation_->GetCSet())[round];
+      for (std::size_t m = 0; m < cvPredicted_.size(); ++m) {
+        const float weight = c[static_cast<int>(m) + 1];
+        const bool isKnown = t != kGap && weight != kGap;
+        cvPredicted_[m][static_cast<std::size_t>(i) - 1] +=
+            isKnown ? static_cast<double>(t) * static_cast<double>(weight) : kNoValue;
+      }
     }
   }
 
@@ -169,10 +181,11 @@ class PlsRun : private ComponentLoop {
   Remainder left_;
   const Vector reference_;
   const std::unique_ptr<NCPLS> model_;
+  NCIntegralVector<int, -99> cvGroups_;
   std::unique_ptr<PLSCrossValidation> crossValidation_;
+  std::vector<std::vector<double>> cvPredicted_;
   PlsComponent newest_;
   Remainder newestLeft_;
-  std::optional<Matrix> cvResiduals_;
   PlsResult& result_;
 };
 
@@ -183,11 +196,11 @@ double RootMeanSquare(double sum, double degreesOfFreedom) {
 /// What comes out for each response in its original unit.
 class ResponseFits {
  public:
-  /// `raw` is Y as it was read, `scaled` as the model got it.
-  ResponseFits(const Matrix& raw, const Matrix& scaled, PlsResult& result)
-      : raw_(raw), scaled_(scaled), result_(result), responses_(result.y.names.size()) {}
+  /// `raw` is Y as it was read.
+  ResponseFits(const Matrix& raw, PlsResult& result) : raw_(raw), result_(result), responses_(result.y.names.size()) {}
 
-  void AddAll(const std::optional<Matrix>& cvResiduals, bool isCentred) {
+  /// `cvPredicted` is responses x observations, scaled; empty without cross-validation.
+  void AddAll(const std::vector<std::vector<double>>& cvPredicted, bool isCentred) {
     result_.responses.resize(responses_);
     AddCoefficients();
     for (std::size_t m = 0; m < responses_; ++m) {
@@ -195,10 +208,8 @@ class ResponseFits {
       for (int i = 1; i <= raw_.SizeRows(); ++i) fit.fitted.push_back(result_.y.Original(m, Fitted(i, m)));
       const double used = static_cast<double>(result_.components.size()) + (isCentred ? 1.0 : 0.0);
       fit.rmsee = Error(fit.fitted, m, used);
-      if (!cvResiduals) continue;
-      for (int i = 1; i <= raw_.SizeRows(); ++i) {
-        fit.predictedCv.push_back(result_.y.Original(m, PredictedCv(*cvResiduals, i, m)));
-      }
+      if (cvPredicted.empty()) continue;
+      for (const double scaled : cvPredicted[m]) fit.predictedCv.push_back(result_.y.Original(m, scaled));
       fit.rmsecv = Error(fit.predictedCv, m, 0.0);
     }
   }
@@ -228,12 +239,6 @@ class ResponseFits {
     return sum / result_.y.unit;
   }
 
-  double PredictedCv(const Matrix& residuals, int i, std::size_t m) const {
-    const int column = static_cast<int>(m) + 1;
-    if (scaled_[i][column] == kGap || residuals[i][column] == kGap) return kNoValue;
-    return static_cast<double>(scaled_[i][column]) - static_cast<double>(residuals[i][column]);
-  }
-
   double Error(const std::vector<double>& values, std::size_t m, double used) const {
     double sum = 0.0;
     double present = 0.0;
@@ -248,10 +253,16 @@ class ResponseFits {
   }
 
   const Matrix& raw_;
-  const Matrix& scaled_;
   PlsResult& result_;
   const std::size_t responses_;
 };
+
+// A row that holds nothing of X takes no part: neither in the scaling of Y, nor in what there is to explain of it.
+void BlankResponsesWithoutX(const Matrix& x, Matrix& y) {
+  for (int i = 1; i <= x.SizeRows(); ++i) {
+    if (x[i].GetNumMisVal() == x[i].Size()) y.SetRow(i, kGap);
+  }
+}
 
 void RefuseEmptyResponses(const std::string& source, const PreparedColumns& y) {
   if (y.dropped.empty()) return;
@@ -266,23 +277,24 @@ PlsResult FitPls(Table& table, const PlsSettings& settings, NCProgress* progress
   PlsResult result;
   result.gaps = CountGaps(table.x);
   result.yGaps = CountGaps(table.y);
-  const Matrix rawY = table.y;
   const int variables = settings.transforms.Size() == 0 ? 0 : static_cast<int>(table.variables.size());
   const int responses = settings.transforms.Size() - variables;
-  PreparedTable y = Prepare(
-      {table.source, table.y, table.responses, table.rowIds, PartOf(settings.transforms, variables + 1, responses)},
-      settings.yScaling);
-  RefuseEmptyResponses(table.source, y.columns);
   PreparedTable x =
       Prepare({table.source, table.x, table.variables, table.rowIds, PartOf(settings.transforms, 1, variables)},
               settings.scaling);
   RefuseNothingLeft(table.source, x);
+  result.gaps.emptyRows = EmptyRows(x.x, table.rowIds);
+  BlankResponsesWithoutX(x.x, table.y);
+  const Matrix rawY = table.y;
+  PreparedTable y = Prepare(
+      {table.source, table.y, table.responses, table.rowIds, PartOf(settings.transforms, variables + 1, responses)},
+      settings.yScaling);
+  RefuseEmptyResponses(table.source, y.columns);
   for (const PreparedTable* part : {&x, &y}) {
     if (part->note) result.notes.push_back(*part->note);
   }
   result.x = x.columns;
   result.y = y.columns;
-  result.gaps.emptyRows = EmptyRows(x.x, table.rowIds);
 
   PlsRun run(x.x, y.x, settings, table.rowIds.size() - result.gaps.emptyRows.size(), result);
   if (!run.HasData()) throw BadData(table.source + ": every value of X is zero, so there is nothing to model");
@@ -292,7 +304,7 @@ PlsResult FitPls(Table& table, const PlsSettings& settings, NCProgress* progress
     run.CrossValidateBy(groups);
   }
   run.FitAll(progress);
-  ResponseFits(rawY, y.x, result).AddAll(run.CvResiduals(), IsCentred(settings.yScaling));
+  ResponseFits(rawY, result).AddAll(run.CvPredicted(), IsCentred(settings.yScaling));
   return result;
 }
 

@@ -45,9 +45,10 @@ struct ResponseFit {
   double intercept = 0.0;
   std::vector<double> coefficients;  ///< one a column of X that was kept, for the values before scaling
   std::vector<double> fitted;        ///< one a row
-  std::vector<double> predictedCv;   ///< one a row, each while it was left out; empty without cross-validation
+  /// One a row, the share of each component predicted while the row was left out of it; empty without cross-validation.
+  std::vector<double> predictedCv;
   double rmsee = 0.0;                ///< root mean square error of estimation, of n - A - 1 degrees of freedom
-  double rmsecv = 0.0;               ///< root mean square error of cross-validation
+  double rmsecv = 0.0;               ///< root mean square error of `predictedCv`
 };
 
 struct PlsResult {

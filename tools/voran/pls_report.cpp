@@ -30,8 +30,8 @@ std::string ResponseLines(const PlsResult& result) {
   const PlsComponent& last = result.components.back();
   for (std::size_t m = 0; m < result.responses.size(); ++m) {
     std::vector<std::string> cells = {ShortName(result.y.names[m], kLongestName),
-                                      fmt::format("{:.4f}", last.r2yOfResponsesCumulative[m])};
-    if (isCrossValidated) cells.push_back(fmt::format("{:.4f}", last.q2->q2OfColumnsCumulative[m]));
+                                      ShareText(last.r2yOfResponsesCumulative[m])};
+    if (isCrossValidated) cells.push_back(ShareText(last.q2->q2OfColumnsCumulative[m]));
     cells.push_back(ShortNumber(result.responses[m].rmsee));
     if (isCrossValidated) cells.push_back(ShortNumber(result.responses[m].rmsecv));
     table.Row(std::move(cells));

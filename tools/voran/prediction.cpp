@@ -8,6 +8,7 @@
 
 #include "tools/voran/component_numbers.h"
 #include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
 #include "tools/voran/terminal.h"
 #include "voran/models/row_prediction.h"
 #include "voran/platform/nc_error.h"
@@ -68,6 +69,10 @@ void Compare(const Table& table, const std::string& name, PredictedResponse& res
 
 }  // namespace
 
+std::string LeastText(double maxMissing, std::size_t components) {
+  return fmt::format("--max-missing {}, and {} at least", maxMissing, Counted(components, "value"));
+}
+
 Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCProgress* progress) {
   Prediction prediction;
   PreparedTable prepared = PrepareLike({table.source, table.x, table.variables, table.rowIds, {}}, model.x);
@@ -83,8 +88,8 @@ Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCP
     }
   }
   if (prediction.refused.size() == table.rowIds.size()) {
-    throw BadData(fmt::format("{}: no row can be predicted: each has more gaps than --max-missing {} allows",
-                              table.source, maxMissing));
+    throw BadData(fmt::format("{}: no row can be predicted: each holds too little ({})", table.source,
+                              LeastText(maxMissing, prediction.scores.size())));
   }
   for (std::size_t m = 0; m < model.y.names.size(); ++m) Compare(table, model.y.names[m], prediction.responses[m]);
   return prediction;

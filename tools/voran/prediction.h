@@ -27,13 +27,16 @@ struct Prediction {
   std::vector<double> distance;              ///< that, by the pooled one of the rows of the fit
   std::vector<double> t2;
   GapCounts gaps;                    ///< over the columns of the model
-  std::vector<std::string> refused;  ///< ids of the rows that hold too little
+  std::vector<std::string> refused;  ///< ids of the rows that hold too little for all components
   std::vector<std::string> notes;    ///< what the user should know of the data, a sentence each
 };
 
+/// What a row has to hold: "--max-missing 0.5, and 3 values at least".
+std::string LeastText(double maxMissing, std::size_t components);
+
 /// Applies the model to the rows of the table, of which no more than the share `maxMissing` of the model's columns may
-/// be missing. The matrix is taken out of the table. Throws `Failure`: bad data if no row can be predicted, cancelled
-/// if `progress` says so.
+/// be missing, and which need a value for each component. The matrix is taken out of the table. Throws `Failure`: bad
+/// data if no row can be predicted, cancelled if `progress` says so.
 Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCProgress* progress);
 
 }  // namespace tool

@@ -123,8 +123,8 @@ std::string PredictionText(const PredictionReport& report) {
                                              Counted(report.model.x.names.size(), "column")),
                                  Counted(report.table.rowIds.size(), "row"), GapText(prediction.gaps));
   if (!prediction.refused.empty()) {
-    text += fmt::format("  rows with more gaps than --max-missing {} allows, which get nothing: {}\n",
-                        report.maxMissing, Enumerated(prediction.refused));
+    text += fmt::format("  rows that hold too little, which are not predicted ({}): {}\n",
+                        LeastText(report.maxMissing, prediction.scores.size()), Enumerated(prediction.refused));
   }
   return text + "\n" + RowLines(report) + ErrorLines(report);
 }

@@ -184,11 +184,10 @@ void RefuseRepeatedNames(const std::string& source, const ColumnPlan& plan) {
   for (std::size_t c = 0; c < plan.names.size(); ++c) {
     if (plan.roles[c] == ColumnRole::kUnused) continue;
     const auto [first, isNew] = seen.emplace(plan.names[c], c);
-    if (!isNew) {
-      throw BadData(
-          fmt::format("{}: columns {} and {} are both named {}; rename one, or leave one out with --exclude #{}",
-                      source, first->second + 1, c + 1, Quoted(plan.names[c]), c + 1));
-    }
+    if (isNew) continue;
+    const std::string remedy = plan.isForModel ? "" : fmt::format(", or leave one out with --exclude #{}", c + 1);
+    throw BadData(fmt::format("{}: columns {} and {} are both named {}; rename one{}", source, first->second + 1, c + 1,
+                              Quoted(plan.names[c]), remedy));
   }
 }
 
@@ -226,6 +225,7 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
                        const RoleRequest& request) {
   ColumnPlan plan;
   plan.names = names;
+  plan.isForModel = request.model.has_value();
   const bool allAreVariables = request.variables.empty() && !request.model;
   plan.roles.assign(names.size(), allAreVariables ? ColumnRole::kVariable : ColumnRole::kUnused);
   RoleGiver giver(plan);

@@ -52,6 +52,7 @@ struct ColumnPlan {
   std::vector<ColumnRole> roles;
   std::optional<std::size_t> id;  ///< the column that names the rows
   bool idAssumed = false;         ///< it was taken without being asked for
+  bool isForModel = false;        ///< the roles are those of a model, and the user can give no others
 
   std::size_t CountOf(ColumnRole role) const;
   /// The columns whose cells are numbers, or are kept as text.
