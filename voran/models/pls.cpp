@@ -9,6 +9,7 @@
 #include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
+#include "voran/containers/parallel.h"
 #include "voran/models/convergence.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
@@ -139,6 +140,7 @@ NCPLS::~NCPLS() {
 // The components.
 
 void NCPLS::NextComponent(NCProgress* progress, const Vector* start, bool silent, bool interactive) {
+  const detail::StaySingleIfSmall team(X_->SizeRows(), X_->SizeColumns());
   Component component(*X_, *Y_);
   Iterate(progress, start, silent, interactive, component);
   Append(component);
@@ -225,6 +227,7 @@ void NCPLS::Append(const Component& component) {
 }
 
 void NCPLS::CalculateResiduals() {
+  const detail::StaySingleIfSmall team(X_->SizeRows(), X_->SizeColumns());
   X_->AddVprimV((*T_)[components_], (*P_)[components_], -1.0f);
   Y_->AddVprimV((*T_)[components_], (*C_)[components_], -1.0f);
 }
