@@ -27,8 +27,30 @@ struct RowBlocks {
   int count;
 };
 
+/// While it lives, work on matrices that the calling thread does stays on that thread, if `rows` x `columns` cells are
+/// too few: for an iteration of many short regions, each of which would have to wait for every thread to be given a
+/// processor. That is a few microseconds on a machine that does nothing else, and many milliseconds on a busy one.
+class StaySingleIfSmall {
+ public:
+  StaySingleIfSmall(int rows, int columns) : wasSingle_(isSingle_) {
+    constexpr long kLeastCells = 1 << 19;
+    isSingle_ = isSingle_ || static_cast<long>(rows) * columns < kLeastCells;
+  }
+  ~StaySingleIfSmall() { isSingle_ = wasSingle_; }
+  StaySingleIfSmall(const StaySingleIfSmall&) = delete;
+  StaySingleIfSmall& operator=(const StaySingleIfSmall&) = delete;
+
+  static bool IsSingle() { return isSingle_; }
+
+ private:
+  static inline thread_local bool isSingle_ = false;
+
+  bool wasSingle_;
+};
+
 /// How many threads a parallel region over the rows of a matrix gets: never more than it has blocks.
 inline int ThreadsForMatrix(int rows, int columns) {
+  if (StaySingleIfSmall::IsSingle()) return 1;
   return std::max(1, std::min(RowBlocks(rows, columns).count, ParallelWidth()));
 }
 

@@ -3,13 +3,17 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
+#include "voran/containers/parallel.h"
 #include "voran/models/convergence.h"
+#include "voran/models/pls_rounds.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 
@@ -25,9 +29,11 @@ namespace {
   throw NCError(ExceptionMessage::translate("PLS component aborted.", "Calculation of"), level);
 }
 
+}  // namespace
+
 /// Shows the iteration as a bar that runs from the first round's convergence value down to 0, on the caller's progress
 /// object or on one of its own; a single response is there at once. Silent, it leaves the object alone until the end.
-class PlsProgress {
+class NCPLS::PlsProgress {
  public:
   PlsProgress(NCProgress* given, int component, bool silent, bool interactive)
       : progress_(given), component_(component), silent_(silent), interactive_(interactive) {}
@@ -61,11 +67,37 @@ class PlsProgress {
   std::optional<NCProgress> own_;
 };
 
+namespace {
+
 /// Whether X and Y have next to nothing in common, by g = |u| |w| / |X| with w before it is brought to unit length.
-bool HasNoCorrelation(const Vector& u, const Vector& w, double xNorm) {
+bool IsNoCorrelation(double g, int variables) {
   constexpr double kLeast = 1e-6;
-  const double g = std::sqrt(u.GetSS()) * std::sqrt(w.GetSS()) / xNorm;
-  return !std::isnormal(g) || kLeast / std::sqrt(w.Size()) > g;
+  return !std::isnormal(g) || kLeast / std::sqrt(variables) > g;
+}
+
+bool HasNoCorrelation(const Vector& u, const Vector& w, double xNorm) {
+  return IsNoCorrelation(std::sqrt(u.GetSS()) * std::sqrt(w.GetSS()) / xNorm, w.Size());
+}
+
+/// The shares of the responses in u where it is one of them.
+std::vector<double> SharesOfColumn(const Matrix& Y, const Vector& u) {
+  std::vector<double> shares(static_cast<std::size_t>(Y.SizeColumns()));
+  for (int m = 1; m <= Y.SizeColumns(); ++m) {
+    int i = 1;
+    while (i <= u.Size() && Y[i][m] == u[i]) ++i;
+    if (i <= u.Size()) continue;
+    shares[static_cast<std::size_t>(m - 1)] = 1.0;
+    break;
+  }
+  return shares;
+}
+
+/// The shares of the responses in Yc / c'c.
+std::vector<double> SharesOfWeights(const Vector& c) {
+  std::vector<double> shares(c.begin(), c.end());
+  const double ss = std::inner_product(shares.begin(), shares.end(), shares.begin(), 0.0);
+  for (double& share : shares) share /= ss;
+  return shares;
 }
 
 std::unique_ptr<Matrix> CopyOf(const Matrix* m) {
@@ -139,23 +171,62 @@ NCPLS::~NCPLS() {
 // The components.
 
 void NCPLS::NextComponent(NCProgress* progress, const Vector* start, bool silent, bool interactive) {
+  const detail::StaySingleIfSmall team(X_->SizeRows(), X_->SizeColumns());
   Component component(*X_, *Y_);
-  Iterate(progress, start, silent, interactive, component);
+  PlsProgress report(progress, components_ + 1, silent, interactive);
+  if (!IterateOnResponses(start, interactive, report, component)) Iterate(start, interactive, report, component);
   Append(component);
 }
 
+bool NCPLS::IsStartedBy(const Vector* start) const {
+  return start != nullptr && Y_->SizeColumns() != 1;
+}
+
+Vector NCPLS::StartWeights(const Vector& start) const {
+  return Y_->SpecialNipalsRegressColumnsFix(X_->SpecialNipalsRegressRowsFix(start));
+}
+
 void NCPLS::StartScore(const Vector* start, Vector& u) const {
-  if (start != nullptr && Y_->SizeColumns() != 1) {
-    const Vector t0 = X_->SpecialNipalsRegressRowsFix(*start);
-    const Vector c0 = Y_->SpecialNipalsRegressColumnsFix(t0);
-    Y_->SpecialNipalsRegressRowsFixImpl(c0, nullptr, 0, u);
+  if (IsStartedBy(start)) {
+    Y_->SpecialNipalsRegressRowsFixImpl(StartWeights(*start), nullptr, 0, u);
   } else {
     Y_->GetNIPALSStartColumnImpl(&u);
   }
 }
 
-void NCPLS::Iterate(NCProgress* progress, const Vector* start, bool silent, bool interactive,
-                    Component& component) const {
+/// A round of several responses does not need X itself where nothing is missing. False if X has to be read in every
+/// round, or where a round leads to nothing.
+bool NCPLS::IterateOnResponses(const Vector* start, bool interactive, PlsProgress& report, Component& component) const {
+  if (!detail::PlsRounds::IsWorthwhile(*X_, *Y_, iterationLimit_)) return false;
+  auto& [w, t, c, u, p, iterations] = component;
+  std::vector<double> shares;
+  if (IsStartedBy(start)) {
+    shares = SharesOfWeights(StartWeights(*start));
+  } else {
+    StartScore(start, u);
+    shares = SharesOfColumn(*Y_, u);
+  }
+  detail::PlsRounds rounds(*X_, *Y_, std::move(shares));
+  double value;
+  do {
+    if (!rounds.IsRegular() || (interactive && IsNoCorrelation(rounds.Correlation(), w.Size()))) {
+      iterations = 0;
+      return false;
+    }
+    value = detail::ConvergenceValue(rounds.Next());
+    report.Report(++iterations, value);
+  } while (value > 0.0 && iterations < iterationLimit_);
+  report.End();
+  rounds.GetWeights(w);
+  detail::NipalsPass<float> pass(*X_);
+  pass.RegressRowsAndSumColumns(w, t);
+  pass.FinishColumns(t, detail::NipalsPass<float>::Floor::kThirdOfAll, nullptr, 0, false, p);
+  c = Y_->SpecialNipalsRegressColumnsFix(t);
+  Y_->SpecialNipalsRegressRowsFixImpl(c, nullptr, 0, u);
+  return true;
+}
+
+void NCPLS::Iterate(const Vector* start, bool interactive, PlsProgress& report, Component& component) const {
   using Pass = detail::NipalsPass<float>;
   constexpr auto kFloor = Pass::Floor::kThirdOfAll;
   const bool isSingleResponse = Y_->SizeColumns() <= 1;
@@ -164,7 +235,6 @@ void NCPLS::Iterate(NCProgress* progress, const Vector* start, bool silent, bool
   Vector uOld(u.Size());
   Pass xPass(*X_);
   Pass yPass(*Y_);
-  PlsProgress report(progress, components_ + 1, silent, interactive);
   detail::ConvergenceRate rate;
 
   StartScore(start, u);
@@ -225,6 +295,7 @@ void NCPLS::Append(const Component& component) {
 }
 
 void NCPLS::CalculateResiduals() {
+  const detail::StaySingleIfSmall team(X_->SizeRows(), X_->SizeColumns());
   X_->AddVprimV((*T_)[components_], (*P_)[components_], -1.0f);
   Y_->AddVprimV((*T_)[components_], (*C_)[components_], -1.0f);
 }

@@ -62,7 +62,8 @@ class VORAN_EXPORT NCPLS : public StreamWalk<NCPLS> {
   /// zero..."), of level 2 if the user breaks off during the iteration and of level 0 if at its end ("PLS component
   /// aborted."), and std::bad_alloc. The model is then as it was before.
   ///
-  /// Cost: two readings of X for each round, one less for the last, and one more if `interactive`.
+  /// Cost: two readings of X for each round, one less for the last, and one more if `interactive`. With two to eight
+  /// responses and no gaps, three readings in all, or four with `start`, whatever the number of rounds.
   void NextComponent(NCProgress* progress, const NCDataVector<float>* start, bool silent, bool interactive);
 
   /// Subtracts the newest component from X and Y: to be called once after each NextComponent, which nothing checks.
@@ -120,13 +121,17 @@ class VORAN_EXPORT NCPLS : public StreamWalk<NCPLS> {
 
  private:
   using MatrixPointer = std::unique_ptr<NCDataMatrix<float>>;
+  class PlsProgress;
   struct Component;
 
   NCPLS(MatrixPointer X, MatrixPointer Y, int iterationLimit);
   NCPLS(MatrixPointer X, MatrixPointer Y, MatrixPointer C, MatrixPointer P, MatrixPointer W, MatrixPointer U,
         MatrixPointer T, int iterationLimit);
-  void Iterate(NCProgress* progress, const NCDataVector<float>* start, bool silent, bool interactive,
-               Component& component) const;
+  bool IterateOnResponses(const NCDataVector<float>* start, bool interactive, PlsProgress& report,
+                          Component& component) const;
+  void Iterate(const NCDataVector<float>* start, bool interactive, PlsProgress& report, Component& component) const;
+  bool IsStartedBy(const NCDataVector<float>* start) const;
+  NCDataVector<float> StartWeights(const NCDataVector<float>& start) const;
   void StartScore(const NCDataVector<float>* start, NCDataVector<float>& u) const;
   void Append(const Component& component);
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
 #include "voran/models/convergence.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/pls.h"
@@ -77,6 +78,7 @@ PLSCrossValidation::~PLSCrossValidation() = default;
 
 void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationLimit, const Vector& yReference,
                                        NCProgress* progress, bool silent) {
+  const detail::StaySingleIfSmall team(model_->GetXResiduals()->SizeRows(), model_->GetXResiduals()->SizeColumns());
   std::optional<NCProgress> own;
   if (progress == nullptr && !silent) progress = &own.emplace("", 0.0f, 1.0f, false, false, true, "");
   if (progress != nullptr) progress->SetRange(0.0f, static_cast<float>(groups_));

@@ -1,0 +1,209 @@
+#include "voran/models/pls_rounds.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <numeric>
+#include <utility>
+
+#include "voran/containers/kernels/nipals.h"
+#include "voran/containers/kernels/reductions.h"
+#include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
+
+inline namespace voran {
+namespace detail {
+
+namespace {
+
+using Matrix = NCDataMatrix<float>;
+
+constexpr int kMostResponses = 8;
+constexpr int kMostInGroup = 32;
+
+/// As many rows as stay in the nearest cache while each response in turn is met with them.
+int RowsInGroup(int columns) {
+  constexpr int kNearestCache = 32768 / sizeof(float);
+  constexpr int kLeastInGroup = 8;
+  return std::clamp(kNearestCache / std::max(columns, 1), kLeastInGroup, kMostInGroup);
+}
+
+/// Calls work(block, first, count, ahead) for the groups of rows of every block, from 0, in parallel over the blocks.
+template <class Work>
+void ForGroups(const Matrix& X, const std::vector<const float*>& rows, const Work& work) {
+  const RowBlocks blocks(X.SizeRows(), X.SizeColumns());
+  const int inGroup = RowsInGroup(X.SizeColumns());
+  ParallelFor(blocks.count, ThreadsForMatrix(X.SizeRows(), X.SizeColumns()), [&](int block) {
+    const int end = std::min((block + 1) * blocks.rowsPerBlock, X.SizeRows());
+    for (int i = block * blocks.rowsPerBlock; i < end; i += inGroup) {
+      const int count = std::min(inGroup, end - i);
+      const RowsAhead<float> ahead{rows.data() + i + count, std::min(inGroup, X.SizeRows() - i - count)};
+      work(static_cast<std::size_t>(block), i, count, ahead);
+    }
+  });
+}
+
+std::vector<const float*> RowsOf(const Matrix& X) {
+  std::vector<const float*> rows;
+  rows.reserve(static_cast<std::size_t>(X.SizeRows()));
+  for (const NCDataVector<float>& row : X) rows.push_back(row.begin());
+  return rows;
+}
+
+std::vector<std::vector<float>> ColumnsOf(const Matrix& Y) {
+  std::vector<std::vector<float>> columns(static_cast<std::size_t>(Y.SizeColumns()));
+  for (auto& column : columns) column.reserve(static_cast<std::size_t>(Y.SizeRows()));
+  for (const NCDataVector<float>& row : Y) {
+    for (std::size_t m = 0; m < columns.size(); ++m) columns[m].push_back(row.begin()[m]);
+  }
+  return columns;
+}
+
+template <class T, class U>
+double Dot(const T& a, const U& b) {
+  return std::inner_product(a.begin(), a.end(), b.begin(), 0.0, std::plus<>(),
+                            [](auto x, auto y) { return static_cast<double>(x) * static_cast<double>(y); });
+}
+
+}  // namespace
+
+PlsRounds::Vector PlsRounds::Square::Times(const Vector& v) const {
+  Vector result(size_);
+  for (std::size_t i = 0; i < size_; ++i) {
+    for (std::size_t j = 0; j < size_; ++j) result[i] += (*this)(i, j) * v[j];
+  }
+  return result;
+}
+
+double PlsRounds::Square::Form(const Vector& v) const {
+  return Dot(v, Times(v));
+}
+
+void PlsRounds::Square::Add(const Square& other) {
+  std::transform(elements_.begin(), elements_.end(), other.elements_.begin(), elements_.begin(), std::plus<>());
+}
+
+bool PlsRounds::IsWorthwhile(const Matrix& X, const Matrix& Y, int iterationLimit) {
+  constexpr int kScratchShare = 4;  // of the rows of X, in rows of doubles for each response and block
+  const int responses = Y.SizeColumns();
+  const bool isComplete = X.GetNumMisVal() == 0 && Y.GetNumMisVal() == 0;
+  if (!isComplete || responses < 2 || responses > kMostResponses || iterationLimit <= responses) return false;
+  return RowBlocks(X.SizeRows(), X.SizeColumns()).count * responses * kScratchShare <= X.SizeRows();
+}
+
+PlsRounds::PlsRounds(const Matrix& X, const Matrix& Y, Vector shares)
+    : responses_(shares.size()),
+      S_(responses_, Vector(static_cast<std::size_t>(X.SizeColumns()))),
+      norms_(responses_),
+      ofS_(responses_),
+      ofY_(responses_),
+      ofScores_(responses_),
+      shares_(std::move(shares)),
+      started_(shares_) {
+  ReadForProducts(X, Y);
+  for (std::size_t m = 0; m < responses_; ++m) {
+    for (std::size_t n = 0; n < responses_; ++n) ofS_(m, n) = Dot(S_[m], S_[n]);
+    norms_[m] = std::sqrt(ofS_(m, m));
+  }
+  ReadForScores(X);
+}
+
+void PlsRounds::ReadForProducts(const Matrix& X, const Matrix& Y) {
+  const auto& nipals = NipalsKernels<float>::Current();
+  const auto& reductions = ReductionKernels<float>::Current();
+  const int columns = X.SizeColumns();
+  const std::vector<const float*> rows = RowsOf(X);
+  const std::vector<std::vector<float>> y = ColumnsOf(Y);
+  const auto blocks = static_cast<std::size_t>(RowBlocks(X.SizeRows(), columns).count);
+  std::vector<std::vector<Vector>> products(blocks, S_);
+  Vector squares(blocks);
+  ForGroups(X, rows, [&](std::size_t block, int first, int count, RowsAhead<float> ahead) {
+    for (std::size_t m = 0; m < responses_; ++m) {
+      nipals.addRows(rows.data() + first, y[m].data() + first, count, 0, columns, ahead, products[block][m].data());
+      ahead.count = 0;  // once for the group
+    }
+    for (int i = first; i < first + count; ++i) {
+      squares[block] += reductions.sumOfSquares(rows[static_cast<std::size_t>(i)], columns, false);
+    }
+  });
+  squaresOfX_ = std::accumulate(squares.begin(), squares.end(), 0.0);
+  for (const std::vector<Vector>& ofBlock : products) {
+    for (std::size_t m = 0; m < responses_; ++m) {
+      std::transform(S_[m].begin(), S_[m].end(), ofBlock[m].begin(), S_[m].begin(), std::plus<>());
+    }
+  }
+  for (std::size_t m = 0; m < responses_; ++m) {
+    for (std::size_t n = 0; n < responses_; ++n) ofY_(m, n) = Dot(y[m], y[n]);
+  }
+}
+
+/// The scores themselves are not kept.
+void PlsRounds::ReadForScores(const Matrix& X) {
+  const auto& nipals = NipalsKernels<float>::Current();
+  const int columns = X.SizeColumns();
+  const std::vector<const float*> rows = RowsOf(X);
+  std::vector<std::vector<float>> units(responses_, std::vector<float>(static_cast<std::size_t>(columns)));
+  for (std::size_t m = 0; m < responses_; ++m) {
+    const double norm = norms_[m] > 0.0 ? norms_[m] : 1.0;
+    std::transform(S_[m].begin(), S_[m].end(), units[m].begin(),
+                   [norm](double s) { return static_cast<float>(s / norm); });
+  }
+  std::vector<Square> sums(static_cast<std::size_t>(RowBlocks(X.SizeRows(), columns).count), ofScores_);
+  ForGroups(X, rows, [&](std::size_t block, int first, int count, RowsAhead<float> ahead) {
+    double scores[kMostResponses][kMostInGroup];
+    for (std::size_t m = 0; m < responses_; ++m) {
+      nipals.rowProducts(rows.data() + first, count, units[m].data(), columns, ahead, scores[m]);
+      ahead.count = 0;
+    }
+    for (std::size_t m = 0; m < responses_; ++m) {
+      for (std::size_t n = 0; n < responses_; ++n) {
+        sums[block](m, n) = std::inner_product(scores[m], scores[m] + count, scores[n], sums[block](m, n));
+      }
+    }
+  });
+  for (const Square& ofBlock : sums) ofScores_.Add(ofBlock);
+}
+
+bool PlsRounds::IsRegular() const {
+  return std::isnormal(ofY_.Form(shares_)) && ofY_.Form(shares_) > kTinySumOfSquares &&
+         std::isnormal(ofS_.Form(shares_)) && ofS_.Form(shares_) > 0.0;
+}
+
+/// With w = Sa / u'u.
+double PlsRounds::Correlation() const {
+  return std::sqrt(ofS_.Form(shares_) / ofY_.Form(shares_) / squaresOfX_);
+}
+
+/// Of w = Sa / |Sa|, Y't = S'w = S'Sa / |Sa|, and t't is the form of the scores of the unit columns.
+double PlsRounds::Next() {
+  const double squareOfSa = ofS_.Form(shares_);
+  Vector ofUnits(responses_);
+  for (std::size_t m = 0; m < responses_; ++m) ofUnits[m] = norms_[m] * shares_[m];
+  const double tt = ofScores_.Form(ofUnits) / squareOfSa;
+  Vector c = ofS_.Times(shares_);
+  for (double& element : c) element /= std::sqrt(squareOfSa) * tt;
+  const double cc = Dot(c, c);
+  started_ = shares_;
+  Vector change(responses_);
+  for (std::size_t m = 0; m < responses_; ++m) {
+    shares_[m] = c[m] / cc;
+    change[m] = shares_[m] - started_[m];
+  }
+  return ofY_.Form(change) / ofY_.Form(shares_);
+}
+
+void PlsRounds::GetWeights(NCDataVector<float>& w) const {
+  const double norm = std::sqrt(ofS_.Form(started_));
+  Vector weights(S_[0].size());
+  for (std::size_t m = 0; m < responses_; ++m) {
+    std::transform(S_[m].begin(), S_[m].end(), weights.begin(), weights.begin(),
+                   [share = started_[m] / norm](double s, double sum) { return sum + share * s; });
+  }
+  float* const elements = w.GetWritableVector() + 1;
+  std::transform(weights.begin(), weights.end(), elements, [](double x) { return static_cast<float>(x); });
+  w.SetNumMisVal(0);
+  w.Normalise();
+}
+
+}  // namespace detail
+}  // namespace voran
