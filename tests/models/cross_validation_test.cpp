@@ -430,7 +430,7 @@ TEST_F(CrossValidation, OfPlsLeavesOutWhatItSays) {
 }
 
 /// The sets follow the sign of the model's weight; the score of a left-out row and its residual do not.
-/// Of a small X the rounds run side by side, of a large one each of them uses the threads.
+/// A small X stays on one thread, of a large one every step uses them all.
 TEST_F(CrossValidation, OfPlsGivesTheSameBitsOnAnyNumberOfThreads) {
   for (const std::size_t columns : {4500U, 9000U}) {
     const XY data = Related(60, columns, 2, 3);

@@ -54,13 +54,6 @@ inline int ThreadsForMatrix(int rows, int columns) {
   return std::max(1, std::min(RowBlocks(rows, columns).count, ParallelWidth()));
 }
 
-/// How many threads a region gets for `tasks` independent pieces of work on small matrices of rows x columns cells.
-inline int ThreadsForSmall(int rows, int columns, int tasks) {
-  constexpr double kLeastCells = 1 << 18;
-  const double worthwhile = static_cast<double>(rows) * columns * tasks / kLeastCells;
-  return std::max(1, std::min({tasks, ParallelWidth(), static_cast<int>(std::min(worthwhile, 1024.0))}));
-}
-
 /// While it lives, parallel regions that the calling thread opens have the width that they ask for. With OpenMP's
 /// dynamic adjustment on, a runtime may hand out fewer threads by the load of the last quarter of an hour, its own
 /// included.

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -25,15 +23,7 @@ using Groups = NCIntegralVector<int, -99>;
 using Matrix = NCDataMatrix<float>;
 using Vector = NCDataVector<float>;
 
-namespace {
-
-/// Rounds between two signs of life; of a small X they take some milliseconds.
-constexpr int kRoundsTogether = 32;
-
-}  // namespace
-
-/// One group left out: the data of its sub-model, whose rows share their elements with the model's, and what comes of
-/// it.
+/// The data of one group's sub-model; rows share their elements with the model's.
 struct PLSCrossValidation::Round {
   Round(const NCPLS& model, const Groups& rowGroups, int group)
       : xTrain(0, model.GetXResiduals()->SizeColumns(), kMissing<float>),
@@ -41,7 +31,9 @@ struct PLSCrossValidation::Round {
         xTest(0, model.GetXResiduals()->SizeColumns(), kMissing<float>) {
     const Matrix& x = *model.GetXResiduals();
     const Matrix& y = *model.GetYResiduals();
-    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows());
+    const auto left = static_cast<int>(std::count(rowGroups.begin(), rowGroups.end(), group));
+    xTest.ReserveRows(left);
+    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows() - left);
     for (int i = 1; i <= x.SizeRows(); ++i) {
       if (rowGroups[i] == group) {
         xTest.push_back(x[i]);
@@ -54,28 +46,11 @@ struct PLSCrossValidation::Round {
     }
   }
 
-  /// Fits the sub-model and predicts the rows that it was not given. Rounds do not depend on one another.
-  void Run(const Vector& modelWeight, int iterationLimit, NCProgress* progress, bool silent) {
-    constexpr float kPracticallyAnyRow = 0.9999f;
-    ssBefore = yTrain.GetSS();
-    sub.emplace(&xTrain, &yTrain, iterationLimit);
-    sub->NextComponent(progress, &modelWeight, silent, false);
-    // Of the sub-model's residuals those of Y alone are wanted; X would have to be copied for the others.
-    yTrain.TransformToSub_V_x_Vt((*sub->GetTprim())[1], (*sub->GetCprim())[1]);
-    ssAfter = yTrain.GetSS();
-    prediction.emplace(&xTest, sub->GetWprim(), sub->GetPprim(), sub->GetCprim(), kPracticallyAnyRow);
-    prediction->CalcNextComponent();
-  }
-
   Matrix xTrain;
   Matrix yTrain;
   Matrix xTest;
   std::vector<int> train;  // rows of the model's data
   std::vector<int> test;
-  double ssBefore = 0.0;  // of the sub-model's Y
-  double ssAfter = 0.0;
-  std::optional<NCPLS> sub;
-  std::optional<NCPLSPred> prediction;
 };
 
 PLSCrossValidation::PLSCrossValidation(NCPLS* model, int groups, const Groups* rowGroups)
@@ -105,84 +80,60 @@ PLSCrossValidation::~PLSCrossValidation() = default;
 
 void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationLimit, const Vector& yReference,
                                        NCProgress* progress, bool silent) {
+  const detail::StaySingleIfSmall team(model_->GetXResiduals()->SizeRows(), model_->GetXResiduals()->SizeColumns());
   std::optional<NCProgress> own;
   if (progress == nullptr && !silent) progress = &own.emplace("", 0.0f, 1.0f, false, false, true, "");
   if (progress != nullptr) progress->SetRange(0.0f, static_cast<float>(groups_));
   for (Matrix* set : {&WSet_, &CSet_, &PSet_, &TSet_}) set->RemoveRows(1, set->SizeRows());
   SSYOriginal_ = SSY_;
-  const Matrix& x = *model_->GetXResiduals();
-  const detail::StaySingleIfSmall team(x.SizeRows(), x.SizeColumns());
-  const int together = detail::StaySingleIfSmall::IsSingle() ? kRoundsTogether : 1;
-  for (int first = 0; first < groups_; first += together) {
-    std::vector<std::unique_ptr<Round>> rounds(static_cast<std::size_t>(std::min(together, groups_ - first)));
-    if (together > 1) RunTogether(first, *modelWeight, iterationLimit, rounds);
-    for (std::size_t k = 0; k < rounds.size(); ++k) {
-      const int group = first + static_cast<int>(k);
-      if (progress != nullptr) {
-        const std::string text = detail::TranslateText("CV round %1% of %2%", "CV = Cross validation");
-        progress->SetText(detail::FillText(text, {group + 1, groups_}).c_str());
-        progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
-      }
-      if (together == 1) {
-        rounds[k] = std::make_unique<Round>(*model_, rowGroups_, group);
-        rounds[k]->Run(*modelWeight, iterationLimit, progress, silent);
-      }
-      if (progress != nullptr) progress->PopSubRange();
-      Keep(*rounds[k], group, *modelWeight);
+  for (int group = 0; group < groups_; ++group) {
+    if (progress != nullptr) {
+      const std::string text = detail::TranslateText("CV round %1% of %2%", "CV = Cross validation");
+      progress->SetText(detail::FillText(text, {group + 1, groups_}).c_str());
     }
+    LeaveGroupOut(group, *modelWeight, iterationLimit, progress, silent);
   }
   UpdateQ2(yReference);
 }
 
-/// Where X is too small for several threads, a thread each does a round: the same numbers.
-void PLSCrossValidation::RunTogether(int firstGroup, const Vector& modelWeight, int iterationLimit,
-                                     std::vector<std::unique_ptr<Round>>& rounds) const {
-  const int rows = model_->GetXResiduals()->SizeRows();
-  const int columns = model_->GetXResiduals()->SizeColumns();
-  const auto count = static_cast<int>(rounds.size());
-  const int threads = detail::ThreadsForSmall(rows, columns, count);
-  std::vector<std::exception_ptr> failures(rounds.size());
-  detail::ParallelFor(count, threads, [&](int k) {
-    const detail::StaySingleIfSmall team(rows, columns);
-    const auto index = static_cast<std::size_t>(k);
-    try {
-      rounds[index] = std::make_unique<Round>(*model_, rowGroups_, firstGroup + k);
-      rounds[index]->Run(modelWeight, iterationLimit, nullptr, true);
-    } catch (...) {  // must not leave a parallel region
-      failures[index] = std::current_exception();
-    }
-  });
-  for (const std::exception_ptr& failure : failures) {
-    if (failure) std::rethrow_exception(failure);
-  }
-}
+void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int iterationLimit, NCProgress* progress,
+                                       bool silent) {
+  Round round(*model_, rowGroups_, group);
+  if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.yTrain.GetSS()));
+  NCPLS sub(&round.xTrain, &round.yTrain, iterationLimit);
+  if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
+  sub.NextComponent(progress, &modelWeight, silent, false);
+  if (progress != nullptr) progress->PopSubRange();
+  // Of the sub-model's residuals those of Y alone are wanted; X would have to be copied for the others.
+  round.yTrain.TransformToSub_V_x_Vt((*sub.GetTprim())[1], (*sub.GetCprim())[1]);
+  SSY_(group + 1, static_cast<float>(round.yTrain.GetSS()));
 
-void PLSCrossValidation::Keep(const Round& round, int group, const Vector& modelWeight) {
-  if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.ssBefore));
-  SSY_(group + 1, static_cast<float>(round.ssAfter));
   Vector scores(model_->GetXResiduals()->SizeRows());
-  const Vector& fitted = (*round.sub->GetTprim())[1];
+  const Vector& fitted = (*sub.GetTprim())[1];
   for (std::size_t k = 0; k < round.train.size(); ++k) scores(round.train[k], fitted[static_cast<int>(k) + 1]);
-  KeepLeftOut(round, scores);
-  KeepSets(*round.sub, scores, modelWeight);
+  PredictLeftOut(round, sub, scores);
+  Keep(sub, scores, modelWeight);
 }
 
-void PLSCrossValidation::KeepLeftOut(const Round& round, Vector& scores) {
+void PLSCrossValidation::PredictLeftOut(const Round& round, const NCPLS& sub, Vector& scores) {
+  constexpr float kPracticallyAnyRow = 0.9999f;
   const Matrix& y = *model_->GetYResiduals();
+  NCPLSPred prediction(&round.xTest, sub.GetWprim(), sub.GetPprim(), sub.GetCprim(), kPracticallyAnyRow);
+  prediction.CalcNextComponent();
   for (std::size_t k = 0; k < round.test.size(); ++k) {
     const int from = static_cast<int>(k) + 1;
     const int i = round.test[k];
-    TPred_(i, (*round.prediction->GetTPred())[from]);
-    scores(i, (*round.prediction->GetTPred())[from]);
+    TPred_(i, (*prediction.GetTPred())[from]);
+    scores(i, (*prediction.GetTPred())[from]);
     for (int m = 1; m <= y.SizeColumns(); ++m) {
-      const float predicted = (*round.prediction->GetYPred())[from][m];
+      const float predicted = (*prediction.GetYPred())[from][m];
       const bool bothPresent = predicted != kMissing<float> && y[i][m] != kMissing<float>;
       YPredResiduals_(i, m, bothPresent ? y[i][m] - predicted : y[i][m]);
     }
   }
 }
 
-void PLSCrossValidation::KeepSets(const NCPLS& sub, const Vector& scores, const Vector& modelWeight) {
+void PLSCrossValidation::Keep(const NCPLS& sub, const Vector& scores, const Vector& modelWeight) {
   WSet_.push_back((*sub.GetWprim())[1]);
   CSet_.push_back((*sub.GetCprim())[1]);
   PSet_.push_back((*sub.GetPprim())[1]);

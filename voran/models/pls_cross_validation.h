@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <vector>
 
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
@@ -76,11 +74,10 @@ class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
  private:
   struct Round;
 
-  void RunTogether(int firstGroup, const NCDataVector<float>& modelWeight, int iterationLimit,
-                   std::vector<std::unique_ptr<Round>>& rounds) const;
-  void Keep(const Round& round, int group, const NCDataVector<float>& modelWeight);
-  void KeepLeftOut(const Round& round, NCDataVector<float>& scores);
-  void KeepSets(const NCPLS& sub, const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
+  void LeaveGroupOut(int group, const NCDataVector<float>& modelWeight, int iterationLimit, NCProgress* progress,
+                     bool silent);
+  void PredictLeftOut(const Round& round, const NCPLS& sub, NCDataVector<float>& scores);
+  void Keep(const NCPLS& sub, const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
   void UpdateQ2(const NCDataVector<float>& yReference);
 
   NCDataMatrix<float> YPredResiduals_;
