@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <new>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/container_values.h"
+#include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "tests/platform/catalogue.h"
@@ -19,6 +21,7 @@
 #include "voran/models/pls_cross_validation.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
+#include "voran/platform/threading_control.h"
 
 namespace {
 
@@ -94,7 +97,10 @@ TEST(CvGroups, NeighboursFallIntoDifferentGroups) {
 
 class CrossValidation : public ::testing::Test {
  protected:
-  void TearDown() override { NCProgress::SetDisplay(nullptr); }
+  void TearDown() override {
+    NCProgress::SetDisplay(nullptr);
+    NCMultiThreading::ThreadingControl::Reset();
+  }
 };
 
 // PCA.
@@ -439,6 +445,53 @@ TEST_F(CrossValidation, OfPlsLeavesOutWhatItSays) {
 }
 
 /// The sets follow the sign of the model's weight; the score of a left-out row and its residual do not.
+/// A small X stays on one thread, of a large one every step uses them all.
+TEST_F(CrossValidation, OfPlsGivesTheSameBitsOnAnyNumberOfThreads) {
+  for (const std::size_t columns : {4500U, 9000U}) {
+    const XY data = Related(60, columns, 2, 3);
+    NCPLS model(&data.x, &data.y, 200);
+    model.NextComponent(nullptr, nullptr, true, true);
+    const auto validate = [&model](int threads) {
+      NCMultiThreading::ThreadingControl::SetThreadingIsOn(false);
+      NCMultiThreading::ThreadingControl::SetNumberOfProcessors(threads);
+      NCMultiThreading::ThreadingControl::SetThreadingIsOn(true);
+      PLSCrossValidation cv(&model, 7, nullptr);
+      cv.NextComponent(&model.GetWprim()->back(), 200, {1.0f, 1.0f}, nullptr, true);
+      return cv;
+    };
+    const PLSCrossValidation expected = validate(1);
+    for (const int threads : {2, 3, 7}) {
+      SCOPED_TRACE(::testing::Message() << columns << " variables, " << threads << " threads");
+      const PLSCrossValidation cv = validate(threads);
+      EXPECT_TRUE(*cv.GetWSet() == *expected.GetWSet());
+      EXPECT_TRUE(*cv.GetPSet() == *expected.GetPSet());
+      EXPECT_TRUE(*cv.GetTSet() == *expected.GetTSet());
+      EXPECT_TRUE(*cv.GetYPredResiduals() == *expected.GetYPredResiduals());
+      EXPECT_TRUE(*cv.GetSSY() == *expected.GetSSY());
+      EXPECT_EQ(cv.GetQ2Tot(), expected.GetQ2Tot());
+    }
+  }
+}
+
+TEST_F(CrossValidation, OfPlsLetsAFailedAllocationOut) {
+  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
+  const XY data = Related(60, 3000, 2, 3);
+  NCPLS model(&data.x, &data.y, 200);
+  model.NextComponent(nullptr, nullptr, true, true);
+  NCMultiThreading::ThreadingControl::SetNumberOfProcessors(2);
+  int failures = 0;
+  for (int k = 1; k < 4000; k += 131) {
+    PLSCrossValidation cv(&model, 7, nullptr);
+    try {
+      const FailingAllocation failing(k);
+      cv.NextComponent(&model.GetWprim()->back(), 200, {1.0f, 1.0f}, nullptr, true);
+    } catch (const std::bad_alloc&) {
+      ++failures;
+    }
+  }
+  EXPECT_GT(failures, 3);
+}
+
 TEST_F(CrossValidation, OfPlsTurnsTheSetsToTheModel) {
   const XY data = Related(20, 8, 1, 3);
   NCPLS model(&data.x, &data.y, 200);

@@ -237,7 +237,7 @@ TEST_F(Pls, EqualsTheSingleSteps) {
 }
 
 TEST_F(Pls, TheSameBitsAtAnyThreadCountAndOnAnyTarget) {
-  XY data = Related(900, 80, 3, 2);
+  XY data = Related(7000, 80, 3, 2);  // enough for several threads
   for (const bool gaps : {false, true}) {
     if (gaps) data.x = WithGaps(data.x, 3);
     const auto fit = [&data] {

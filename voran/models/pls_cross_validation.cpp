@@ -31,7 +31,9 @@ struct PLSCrossValidation::Round {
         xTest(0, model.GetXResiduals()->SizeColumns(), kMissing<float>) {
     const Matrix& x = *model.GetXResiduals();
     const Matrix& y = *model.GetYResiduals();
-    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows());
+    const auto left = static_cast<int>(std::count(rowGroups.begin(), rowGroups.end(), group));
+    xTest.ReserveRows(left);
+    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows() - left);
     for (int i = 1; i <= x.SizeRows(); ++i) {
       if (rowGroups[i] == group) {
         xTest.push_back(x[i]);
