@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cmath>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,34 @@ namespace fs = std::filesystem;
 inline std::string ContentOf(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
+}
+
+using TextCells = std::vector<std::vector<std::string>>;
+using Cells = std::vector<std::vector<double>>;
+
+/// The cells of a CSV file in which none is quoted, its header among them.
+inline TextCells CellsOf(const fs::path& file) {
+  TextCells cells;
+  std::ifstream in(file);
+  for (std::string line; std::getline(in, line);) {
+    cells.emplace_back();
+    std::istringstream parts(line + ',');
+    for (std::string cell; std::getline(parts, cell, ',');) cells.back().push_back(cell);
+  }
+  return cells;
+}
+
+/// The numbers of such a file, behind its header and its first column; a NaN for an empty cell.
+inline Cells Numbers(const fs::path& file) {
+  Cells numbers;
+  const TextCells cells = CellsOf(file);
+  for (std::size_t i = 1; i < cells.size(); ++i) {
+    numbers.emplace_back();
+    for (std::size_t c = 1; c < cells[i].size(); ++c) {
+      numbers.back().push_back(cells[i][c].empty() ? std::nan("") : std::stod(cells[i][c]));
+    }
+  }
+  return numbers;
 }
 
 struct Outcome {
@@ -40,6 +70,13 @@ class Program : public ::testing::Test {
   fs::path Path(const std::string& name) const { return folder_ / name; }
   void Put(const std::string& name, const std::string& text) const {
     std::ofstream(Path(name), std::ios::binary) << text;
+  }
+  void Put(const std::string& name, const TextCells& cells) const {
+    std::ofstream out(Path(name), std::ios::binary);
+    for (const auto& row : cells) {
+      for (std::size_t c = 0; c < row.size(); ++c) out << (c == 0 ? "" : ",") << row[c];
+      out << '\n';
+    }
   }
 
   pid_t Start(const std::vector<std::string>& arguments, const std::string& input = "/dev/null",
@@ -70,6 +107,24 @@ class Program : public ::testing::Test {
 
   Outcome Run(const std::vector<std::string>& arguments) const { return Finish(Start(arguments)); }
 
+  /// Runs quietly, and expects no trouble.
+  void Done(std::vector<std::string> arguments) const {
+    arguments.emplace_back("--quiet");
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+  }
+
+  /// Expects one sentence on standard error that holds `says`, and nothing on standard output.
+  void ExpectRefusal(std::vector<std::string> arguments, int code, const std::string& says) const {
+    arguments.emplace_back("--quiet");
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.code, code) << says;
+    EXPECT_EQ(outcome.err.rfind("voran: ", 0), 0u) << outcome.err;
+    EXPECT_NE(outcome.err.find(says), std::string::npos) << outcome.err << "should say: " << says;
+    EXPECT_EQ(outcome.err.find('\n') + 1, outcome.err.size()) << outcome.err;
+    EXPECT_EQ(outcome.out, "") << says;
+  }
+
   std::vector<std::string> Files() const {
     std::vector<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(folder_)) {
@@ -82,6 +137,10 @@ class Program : public ::testing::Test {
   fs::path folder_;
 };
 
-inline const std::string kWine = std::string(VORAN_DATA) + "/wine.csv";
+inline std::string DataFile(const std::string& name) {
+  return std::string(VORAN_DATA) + "/" + name + ".csv";
+}
+
+inline const std::string kWine = DataFile("wine");
 
 }  // namespace program

@@ -1,6 +1,4 @@
 #include <cmath>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,7 +12,6 @@ namespace program {
 namespace {
 
 using nlohmann::json;
-using Cells = std::vector<std::vector<double>>;
 
 // Relative to the largest element: a few roundings of a float.
 constexpr double kTolerance = 2e-6;
@@ -27,23 +24,6 @@ class Svd : public Program {
     const Outcome outcome = Run(arguments);
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     return json::parse(outcome.out);
-  }
-
-  /// The numbers of a CSV file without quoted cells, behind its header and its first column.
-  static Cells Numbers(const fs::path& file) {
-    Cells cells;
-    std::ifstream in(file);
-    std::string line;
-    std::getline(in, line);
-    while (std::getline(in, line)) {
-      std::istringstream parts(line);
-      cells.emplace_back();
-      std::string cell;
-      for (std::size_t c = 0; std::getline(parts, cell, ','); ++c) {
-        if (c > 0) cells.back().push_back(std::stod(cell));
-      }
-    }
-    return cells;
   }
 
   static double Dot(const Cells& vectors, std::size_t a, std::size_t b) {

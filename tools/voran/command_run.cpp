@@ -24,9 +24,7 @@ void RunOptions::AddToPredict(CLI::App& command) {
 }
 
 void RunOptions::AddSaveTo(CLI::App& command) {
-  command.add_option("--save", save, "Keep the model in this file, for voran predict")
-      ->type_name("FILE")
-      ->group("Output");
+  AddPath(command, "--save", save, "FILE", "Keep the model in this file, for voran predict");
 }
 
 CommandRun::CommandRun(const RunOptions& options) : options_(options) {

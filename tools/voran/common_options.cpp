@@ -104,10 +104,16 @@ Table TableOptions::Read() const {
   return ReadTable(path_, options, &Interrupted());
 }
 
-void OutputOptions::AddTo(CLI::App& command) {
-  command.add_option("--out", folder, "Write the results to this folder as well")
-      ->type_name("DIR")
+void AddPath(CLI::App& command, const std::string& option, std::string& path, const std::string& type,
+             const std::string& help) {
+  command.add_option(option, path, help)
+      ->type_name(type)
+      ->check([](const std::string& name) { return name.empty() ? "the name is empty" : ""; }, "")
       ->group(kOutputGroup);
+}
+
+void OutputOptions::AddTo(CLI::App& command) {
+  AddPath(command, "--out", folder, "DIR", "Write the results to this folder as well");
   command.add_flag("--json", json, "Print the summary as one JSON object")->group(kOutputGroup);
   command.add_flag("--quiet", quiet, "No remarks and no progress on standard error")->group(kOutputGroup);
 }

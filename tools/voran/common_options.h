@@ -57,6 +57,10 @@ struct OutputOptions {
   void AddTo(CLI::App& command);
 };
 
+/// An option that names where output goes; an empty name is wrong use.
+void AddPath(CLI::App& command, const std::string& option, std::string& path, const std::string& type,
+             const std::string& help);
+
 /// How many threads to use.
 class ThreadOptions {
  public:

@@ -122,7 +122,7 @@ std::string Enumerated(const std::vector<std::string>& items) {
   const std::span shown = std::span(items).first(std::min(items.size(), kShown));
   std::string list = fmt::format("{}", fmt::join(shown, ", "));
   if (items.size() > shown.size()) list += fmt::format(" and {} more", items.size() - shown.size());
-  return list;
+  return ShortName(list, list.size());
 }
 
 }  // namespace tool

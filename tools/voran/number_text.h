@@ -55,7 +55,7 @@ std::string Quoted(std::string_view text);
 /// "1 row", "2 rows".
 std::string Counted(std::size_t count, std::string_view noun);
 
-/// "a, b, c", the first eight of them: "... and 3 more".
+/// "a, b, c", the first eight of them: "... and 3 more"; control characters become blanks.
 std::string Enumerated(const std::vector<std::string>& items);
 
 }  // namespace tool

@@ -15,7 +15,6 @@ namespace tool {
 namespace fs = std::filesystem;
 
 OutputDirectory::OutputDirectory(const std::string& path) : path_(path) {
-  if (path.empty()) throw WrongUse("--out: the name of the folder is empty");
   MakeFolders();
   std::string pattern = (path_ / ".voran-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) {

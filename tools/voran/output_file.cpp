@@ -28,7 +28,6 @@ void SetUsualPermissions(int file) {
 
 OutputFile::OutputFile(const std::string& option, const std::string& path) : path_(path) {
   std::error_code error;
-  if (path.empty()) throw WrongUse(option + ": the name of the file is empty");
   if (fs::is_directory(path_, error)) throw WrongUse(fmt::format("{}: {} is a folder; give a file", option, path));
   if (fs::exists(path_, error) && !fs::is_regular_file(path_, error)) {
     throw WrongUse(fmt::format("{}: {} is a device or a pipe, which cannot be replaced; give a file", option, path));
