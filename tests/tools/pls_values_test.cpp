@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -166,6 +167,7 @@ struct DataSet {
     roles.classes = classes;
     return roles;
   }
+  friend std::ostream& operator<<(std::ostream& out, const DataSet& set) { return out << set.name; }
 };
 
 class PlsValues : public ::testing::TestWithParam<DataSet> {

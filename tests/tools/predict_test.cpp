@@ -58,7 +58,7 @@ const std::vector<Arguments> kFits = {
     {"pls", DataFile("gasoline"), "--y", "octane", "--scaling", "center", "--components", "3"},
     {"pls", DataFile("gasoline"), "--y", "octane", "--scaling", "none", "--y-scaling", "none", "--components", "2"},
     {"pls", DataFile("linnerud"), "--y", "y_weight..y_pulse", "--scaling", "pareto", "--components", "2"},
-    {"pls", DataFile("linnerud"), "--y", "y_waist", "--transform", "log,1,1", "--transform", "x_jumps=power,1,0,0.5",
+    {"pls", DataFile("linnerud"), "--y", "y_waist", "--transform", "log,1,1", "--transform", "x_chins=power,1,0,0.5",
      "--transform", "y_waist=power,1,0,-1", "--components", "1"},
     {"pls", DataFile("metabolites"), "--y", "#3..#5", "--class", "class_hours", "--components", "4"},
     {"pca", DataFile("wine"), "--class", "class", "--transform", "log", "--components", "3"},

@@ -47,8 +47,8 @@ struct ResponseFit {
   std::vector<double> fitted;        ///< one a row
   /// One a row, the share of each component predicted while the row was left out of it; empty without cross-validation.
   std::vector<double> predictedCv;
-  double rmsee = 0.0;                ///< root mean square error of estimation, of n - A - 1 degrees of freedom
-  double rmsecv = 0.0;               ///< root mean square error of `predictedCv`
+  double rmsee = 0.0;   ///< root mean square error of estimation, of n - A - 1 degrees of freedom
+  double rmsecv = 0.0;  ///< root mean square error of `predictedCv`
 };
 
 struct PlsResult {
