@@ -106,8 +106,11 @@ SavedModel::DerivedStreamableData SavedModel::MyStreamableData(1, "voran model")
 
 bool SavedModel::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, kEntries);
-  const Json head = {
-      {"kind", kind}, {"x", ToJson(x)}, {"y", ToJson(y)}, {"spread", ToJson(spread)}, {"summary", Json::parse(summary)}};
+  const Json head = {{"kind", kind},
+                     {"x", ToJson(x)},
+                     {"y", ToJson(y)},
+                     {"spread", ToJson(spread)},
+                     {"summary", Json::parse(summary)}};
   WriteBinaryString(head.dump(-1, ' ', false, Json::error_handler_t::replace), directory.GetOutput(kHead));
   WriteNames(x.names, directory.GetOutput(kNames));
   WriteNames(y.names, directory.GetOutput(kYNames));

@@ -23,6 +23,8 @@ std::string PcaText(const PcaReport& report) {
       Counted(result.columns.names.size(), "column"), ScalingName(report.settings.scaling), GapText(result.gaps));
   if (result.cvGroups > 0)
     text += fmt::format("  cross-validated in {} groups of rows and of columns\n", result.cvGroups);
+  const std::string transforms = TransformsText(result.columns);
+  if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
   if (!result.columns.dropped.empty()) {
     text += fmt::format("  columns left out: {}\n", DroppedText(result.columns.dropped));
   }
@@ -41,6 +43,7 @@ Json PcaJson(const PcaReport& report) {
   Json json = JsonHead("pca", report.table);
   json["columns"] = result.columns.names.size();
   json["scaling"] = ScalingName(report.settings.scaling);
+  json["transforms"] = TransformsJson(result.columns);
   json["missing"] = GapJson(result.gaps);
   json["dropped_columns"] = DroppedJson(result.columns.dropped);
   json["iteration_limit"] = report.settings.iterationLimit;

@@ -142,6 +142,10 @@ std::string PlsText(const PlsReport& report) {
                                  ScalingName(report.settings.scaling), GapText(result.gaps));
   if (result.yGaps.cells > 0) text += fmt::format("  responses: {}\n", GapText(result.yGaps));
   if (result.cvGroups > 0) text += fmt::format("  cross-validated in {} groups of rows\n", result.cvGroups);
+  for (const PreparedColumns* part : {&result.x, &result.y}) {
+    const std::string transforms = TransformsText(*part);
+    if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
+  }
   if (!result.x.dropped.empty()) text += fmt::format("  columns left out: {}\n", DroppedText(result.x.dropped));
   if (!result.gaps.emptyRows.empty()) {
     text += fmt::format("  rows without data, which get no score: {}\n", Enumerated(result.gaps.emptyRows));
@@ -159,6 +163,8 @@ Json PlsJson(const PlsReport& report) {
   json["columns"] = result.x.names.size();
   json["scaling"] = ScalingName(report.settings.scaling);
   json["y_scaling"] = ScalingName(report.settings.yScaling);
+  json["transforms"] = TransformsJson(result.x);
+  json["y_transforms"] = TransformsJson(result.y);
   json["missing"] = GapJson(result.gaps);
   json["y_missing_cells"] = result.yGaps.cells;
   json["dropped_columns"] = DroppedJson(result.x.dropped);

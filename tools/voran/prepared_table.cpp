@@ -11,6 +11,7 @@
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/transform_option.h"
+#include "tools/voran/transform_text.h"
 
 namespace tool {
 double PreparedColumns::Original(std::size_t column, double scaled) const {
@@ -64,6 +65,35 @@ PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns) {
   result.note = TransformColumns(raw.x, transforms, raw.names, raw.rowIds);
   result.x = ApplyScales(std::move(raw.x), order, columns.scales);
   return result;
+}
+
+namespace {
+
+// Calls use(name, transform) for the columns that are put through a function.
+template <typename Use>
+void ForEachTransformed(const PreparedColumns& columns, Use use) {
+  for (std::size_t c = 0; c < columns.names.size(); ++c) {
+    const TransformStruct& transform = columns.transforms[static_cast<int>(c) + 1];
+    if (transform.ChangesValues()) use(columns.names[c], transform);
+  }
+}
+
+}  // namespace
+
+std::string TransformsText(const PreparedColumns& columns) {
+  std::vector<std::string> items;
+  ForEachTransformed(columns, [&](const std::string& name, const TransformStruct& transform) {
+    items.push_back(fmt::format("{}: {}", name, Formula(transform)));
+  });
+  return Enumerated(items);
+}
+
+nlohmann::ordered_json TransformsJson(const PreparedColumns& columns) {
+  auto json = nlohmann::ordered_json::array();
+  ForEachTransformed(columns, [&](const std::string& name, const TransformStruct& transform) {
+    json.push_back({{"name", name}, {"formula", Formula(transform)}});
+  });
+  return json;
 }
 
 std::string DroppedText(const DroppedColumns& dropped) {

@@ -54,6 +54,12 @@ void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared)
 /// Makes new rows ready for a model that was fitted to `columns`; `raw` has all of them, in any order.
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns);
 
+/// "a: log10(x), b: log10(x)", the first few of them; empty if there are none.
+std::string TransformsText(const PreparedColumns& columns);
+
+/// The array under the key `transforms`.
+nlohmann::ordered_json TransformsJson(const PreparedColumns& columns);
+
 /// "a (no variance), b (all missing)", the first few of them.
 std::string DroppedText(const DroppedColumns& dropped);
 
