@@ -158,7 +158,9 @@ SavedModel ReadModel(const std::string& path) {
     throw BadData(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
   }
   if (!SavedModel::MyStreamableData.Check(in)) {
-    throw BadData(path + ": is no model that --save has written, or it is cut off or damaged at its beginning");
+    throw BadData(path +
+                  ": is no model, or it is damaged at its beginning; give a file that --save of voran pls or voran pca "
+                  "has written");
   }
   if (SavedModel::MyStreamableData.GetVStreamVersionNumber() !=
       SavedModel::MyStreamableData.GetMyVStreamVersionNumber()) {
