@@ -9,6 +9,7 @@
 #include "voran/containers/parallel.h"
 #include "voran/models/convergence.h"
 #include "voran/models/cv_groups.h"
+#include "voran/models/group_products.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_prediction.h"
 #include "voran/models/q2.h"
@@ -86,23 +87,31 @@ void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationL
   if (progress != nullptr) progress->SetRange(0.0f, static_cast<float>(groups_));
   for (Matrix* set : {&WSet_, &CSet_, &PSet_, &TSet_}) set->RemoveRows(1, set->SizeRows());
   SSYOriginal_ = SSY_;
+  std::optional<detail::GroupProducts> products;
+  if (detail::GroupProducts::IsWorthwhile(*model_->GetXResiduals(), *model_->GetYResiduals(), groups_)) {
+    products.emplace(*model_->GetXResiduals(), *model_->GetYResiduals(), rowGroups_, groups_);
+  }
   for (int group = 0; group < groups_; ++group) {
     if (progress != nullptr) {
       const std::string text = detail::TranslateText("CV round %1% of %2%", "CV = Cross validation");
       progress->SetText(detail::FillText(text, {group + 1, groups_}).c_str());
     }
-    LeaveGroupOut(group, *modelWeight, iterationLimit, progress, silent);
+    LeaveGroupOut(group, products ? &*products : nullptr, *modelWeight, iterationLimit, progress, silent);
   }
   UpdateQ2(yReference);
 }
 
-void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int iterationLimit, NCProgress* progress,
-                                       bool silent) {
+void PLSCrossValidation::LeaveGroupOut(int group, const detail::GroupProducts* products, const Vector& modelWeight,
+                                       int iterationLimit, NCProgress* progress, bool silent) {
   Round round(*model_, rowGroups_, group);
   if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.yTrain.GetSS()));
   NCPLS sub(&round.xTrain, &round.yTrain, iterationLimit);
   if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
-  sub.NextComponent(progress, &modelWeight, silent, false);
+  if (products != nullptr && products->HasWeights(group)) {
+    sub.NextComponentFrom(products->Weights(group), progress, silent);
+  } else {
+    sub.NextComponent(progress, &modelWeight, silent, false);
+  }
   if (progress != nullptr) progress->PopSubRange();
   // Of the sub-model's residuals those of Y alone are wanted; X would have to be copied for the others.
   round.yTrain.TransformToSub_V_x_Vt((*sub.GetTprim())[1], (*sub.GetCprim())[1]);

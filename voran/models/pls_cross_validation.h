@@ -14,6 +14,10 @@ inline namespace voran {
 class NCPLS;
 class NCProgress;
 
+namespace detail {
+class GroupProducts;
+}
+
 /// How well the newest component of a PLS model predicts Y for observations that were left out.
 ///
 /// For every group of observations a sub-model of one component is fitted to the others, on the residuals that the
@@ -74,8 +78,8 @@ class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
  private:
   struct Round;
 
-  void LeaveGroupOut(int group, const NCDataVector<float>& modelWeight, int iterationLimit, NCProgress* progress,
-                     bool silent);
+  void LeaveGroupOut(int group, const detail::GroupProducts* products, const NCDataVector<float>& modelWeight,
+                     int iterationLimit, NCProgress* progress, bool silent);
   void PredictLeftOut(const Round& round, const NCPLS& sub, NCDataVector<float>& scores);
   void Keep(const NCPLS& sub, const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
   void UpdateQ2(const NCDataVector<float>& yReference);
