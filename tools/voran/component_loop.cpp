@@ -29,7 +29,7 @@ std::string AsSentence(std::string text) {
 std::string ComponentLoop::Run(const ComponentRequest& request, const ComponentLimit& limit, NCProgress* progress) {
   const int count = request.isAuto ? limit.most : std::min(request.asked, limit.most);
   for (int a = 1; a <= count; ++a) {
-    const std::string stopped = FitNext(a, count, request.isAuto, limit.source, progress);
+    std::string stopped = FitNext(a, count, request.isAuto, limit.source, progress);
     if (!stopped.empty()) return stopped;
   }
   if (!request.isAuto && request.asked <= limit.most) return {};
@@ -58,7 +58,7 @@ std::string ComponentLoop::FitNext(int a, int count, bool isAuto, const std::str
     return AsSentence(error.what());
   }
   if (progress != nullptr && !progress->PopSubRange()) throw Cancelled();
-  const std::string insignificance = isAuto ? Insignificance(a) : "";
+  std::string insignificance = isAuto ? Insignificance(a) : "";
   if (!insignificance.empty()) {
     if (a > 1) return insignificance;
     throw Failure(ExitCode::kComputationFailed,

@@ -94,7 +94,7 @@ bool FitTogether(const SavedModel& m) {
     return matrix.SizeRows() == static_cast<int>(rows) && matrix.SizeColumns() == static_cast<int>(columns);
   };
   const std::size_t components = m.spread.scoreVariances.size();
-  return (m.kind == "pca" || m.kind == "pls") && components > 0 && m.x.names.size() > 0 &&
+  return (m.kind == "pca" || m.kind == "pls") && components > 0 && !m.x.names.empty() &&
          (m.kind == "pls") == !m.y.names.empty() && m.x.transforms.Size() == static_cast<int>(m.x.names.size()) &&
          m.y.transforms.Size() == static_cast<int>(m.y.names.size()) && hasShape(m.W, components, m.x.names.size()) &&
          hasShape(m.P, components, m.x.names.size()) && hasShape(m.C, components, m.y.names.size());
