@@ -218,28 +218,12 @@ bool NCPLS::IterateOnResponses(const Vector* start, bool interactive, PlsProgres
   } while (value > 0.0 && iterations < iterationLimit_);
   report.End();
   rounds.GetWeights(w);
-  FinishFromWeights(component);
-  return true;
-}
-
-void NCPLS::FinishFromWeights(Component& component) const {
-  auto& [w, t, c, u, p, iterations] = component;
   detail::NipalsPass<float> pass(*X_);
   pass.RegressRowsAndSumColumns(w, t);
   pass.FinishColumns(t, detail::NipalsPass<float>::Floor::kThirdOfAll, nullptr, 0, false, p);
   c = Y_->SpecialNipalsRegressColumnsFix(t);
   Y_->SpecialNipalsRegressRowsFixImpl(c, nullptr, 0, u);
-}
-
-void NCPLS::NextComponentFrom(const Vector& w, NCProgress* progress, bool silent) {
-  const detail::StaySingleIfSmall team(X_->SizeRows(), X_->SizeColumns());
-  Component component(*X_, *Y_);
-  component.w = w;
-  component.w.Normalise();
-  component.iterations = 1;
-  PlsProgress(progress, components_ + 1, silent, false).Report(1, 0.0);
-  FinishFromWeights(component);
-  Append(component);
+  return true;
 }
 
 void NCPLS::Iterate(const Vector* start, bool interactive, PlsProgress& report, Component& component) const {

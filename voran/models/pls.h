@@ -123,11 +123,6 @@ class VORAN_EXPORT NCPLS : public StreamWalk<NCPLS> {
   using MatrixPointer = std::unique_ptr<NCDataMatrix<float>>;
   class PlsProgress;
   struct Component;
-  friend class PLSCrossValidation;
-
-  /// As NextComponent, not interactive, for a single response and no gaps: `w` is the regression of the columns of X on
-  /// it, which the caller has.
-  void NextComponentFrom(const NCDataVector<float>& w, NCProgress* progress, bool silent);
 
   NCPLS(MatrixPointer X, MatrixPointer Y, int iterationLimit);
   NCPLS(MatrixPointer X, MatrixPointer Y, MatrixPointer C, MatrixPointer P, MatrixPointer W, MatrixPointer U,
@@ -135,8 +130,6 @@ class VORAN_EXPORT NCPLS : public StreamWalk<NCPLS> {
   bool IterateOnResponses(const NCDataVector<float>* start, bool interactive, PlsProgress& report,
                           Component& component) const;
   void Iterate(const NCDataVector<float>* start, bool interactive, PlsProgress& report, Component& component) const;
-  /// Scores, loadings and Y weights of the last round, in one reading of a complete X, from its weights.
-  void FinishFromWeights(Component& component) const;
   bool IsStartedBy(const NCDataVector<float>* start) const;
   NCDataVector<float> StartWeights(const NCDataVector<float>& start) const;
   void StartScore(const NCDataVector<float>* start, NCDataVector<float>& u) const;

@@ -15,7 +15,7 @@ class NCPLS;
 class NCProgress;
 
 namespace detail {
-class GroupProducts;
+struct LeftOutFit;
 }
 
 /// How well the newest component of a PLS model predicts Y for observations that were left out.
@@ -78,10 +78,12 @@ class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
  private:
   struct Round;
 
-  void LeaveGroupOut(int group, const detail::GroupProducts* products, const NCDataVector<float>& modelWeight,
-                     int iterationLimit, NCProgress* progress, bool silent);
+  void LeaveGroupOut(int group, const NCDataVector<float>& modelWeight, int iterationLimit, NCProgress* progress,
+                     bool silent);
   void PredictLeftOut(const Round& round, const NCPLS& sub, NCDataVector<float>& scores);
-  void Keep(const NCPLS& sub, const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
+  void TakeLeftOut(int group, const detail::LeftOutFit& fit, const NCDataVector<float>& modelWeight);
+  void Keep(const NCDataVector<float>& w, const NCDataVector<float>& p, const NCDataVector<float>& c,
+            const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
   void UpdateQ2(const NCDataVector<float>& yReference);
 
   NCDataMatrix<float> YPredResiduals_;
