@@ -458,7 +458,7 @@ TEST_F(CrossValidation, OfPlsLetsASubModelBeEmpty) {
   cv.NextComponent(&model.GetWprim()->back(), 200, {1.0f}, nullptr, true);
   EXPECT_EQ((*cv.GetYPredResiduals())[3][1], 1.0f);
   EXPECT_EQ((*cv.GetYPredResiduals())[13][1], 1.0f);
-  EXPECT_EQ((*cv.GetCSet())[4].GetSS(), 0.0);
+  EXPECT_EQ((*cv.GetCSet())[4][1], kGap);
   EXPECT_GT((*cv.GetCSet())[1].GetSS(), 0.0);
 }
 
