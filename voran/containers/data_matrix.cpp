@@ -128,7 +128,7 @@ T** NCDataMatrix<T>::GetMatrixAsPointerPointer(NCDataMatrix& m, bool borrow) {
   pointers[0] = nullptr;
   for (int i = 1; i <= m.numRows_; ++i) {
     pointers[i] = m.rows_[i].data_;
-    if (!borrow) m.rows_[i].data_ = nullptr;
+    if (!borrow) m.rows_[i].TakeBuffer(nullptr, 0);
   }
   if (!borrow) m.swap(empty);
   return pointers;
