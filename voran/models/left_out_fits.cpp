@@ -35,6 +35,19 @@ bool HoldsMarker(const Vector& v) {
 
 }  // namespace
 
+/// Some rows of X, and their responses.
+struct LeftOutFits::Rows {
+  void Add(const float* row, float response) {
+    elements.push_back(row);
+    y.push_back(response);
+    squares += static_cast<double>(response) * static_cast<double>(response);
+  }
+
+  std::vector<const float*> elements;
+  std::vector<float> y;
+  double squares = 0.0;
+};
+
 /// What one sub-model needs, allocated before threads begin.
 struct LeftOutFits::Work {
   Work(int omitted, int rows, int columns)
@@ -44,8 +57,9 @@ struct LeftOutFits::Work {
         fit{Vector(columns, 0.0f), Vector(rows, 0.0f), Vector(columns, 0.0f)} {}
 
   int group;
-  std::vector<float> factors;  // of the rows in the sums, 0 where a row is left out
-  std::vector<double> sums;    // one a column
+  std::vector<float> factors;  // the scores, 0 where a row is left out
+  std::vector<double> sums;    // of the loadings
+  double squares = 0.0;        // of the responses
   double weightSquares = 0.0;  // next to 1
   bool isRegular = false;
   LeftOutFit fit;
@@ -66,11 +80,9 @@ std::vector<LeftOutFit> LeftOutFits::Fit(int first, int count) const {
   works.reserve(static_cast<std::size_t>(count));
   for (int group = first; group < first + count; ++group) works.emplace_back(group, X_.SizeRows(), X_.SizeColumns());
   const int threads = std::min(count, ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns()));
+  FitWeights(works, threads);
   ParallelFor(threads, threads, [&](int share) {
-    Work* const begin = works.data() + count * share / threads;
-    Work* const end = works.data() + count * (share + 1) / threads;
-    FitWeights(begin, end);
-    FitScoresAndLoadings(begin, end);
+    FitScoresAndLoadings(works.data() + count * share / threads, works.data() + count * (share + 1) / threads);
   });
   std::vector<LeftOutFit> fits;
   for (Work& work : works) {
@@ -80,35 +92,50 @@ std::vector<LeftOutFit> LeftOutFits::Fit(int first, int count) const {
   return fits;
 }
 
-/// The regressions of the columns of X on y, brought to unit length.
-void LeftOutFits::FitWeights(Work* first, Work* last) const {
+/// The regressions of the columns of X on y, brought to unit length. The sums of a sub-model are those of the rows that
+/// none of them leaves out and of the other groups: not those of all rows less its own, which would leave rounding.
+void LeftOutFits::FitWeights(std::vector<Work>& works, int threads) const {
+  constexpr int kTile = 256;  // columns
   const auto& kernels = NipalsKernels<float>::Current();
   const int columns = X_.SizeColumns();
-  for (Work* work = first; work != last; ++work) {
-    for (std::size_t i = 0; i < y_.size(); ++i) {
-      work->factors[i] = rowGroups_[static_cast<int>(i) + 1] == work->group ? 0.0f : y_[i];
-    }
+  const auto count = static_cast<int>(works.size());
+  std::vector<Rows> parts(works.size() + 1);  // of each group, and of the rows that are never left out
+  for (std::size_t i = 0; i < y_.size(); ++i) {
+    const int g = rowGroups_[static_cast<int>(i) + 1] - works.front().group;
+    parts[static_cast<std::size_t>(g >= 0 && g < count ? g : count)].Add(rows_[i], y_[i]);
   }
-  ForRowGroups(rows_, columns, 0, X_.SizeRows(), [&](int row, int count, RowsAhead<float> ahead) {
-    for (Work* work = first; work != last; ++work) {
-      kernels.addRows(rows_.data() + row, work->factors.data() + row, count, 0, columns, ahead, work->sums.data());
-      ahead.count = 0;  // once for the group
+  for (int g = 0; g < count; ++g) {
+    Work& work = works[static_cast<std::size_t>(g)];
+    for (int h = 0; h <= count; ++h) work.squares += h == g ? 0.0 : parts[static_cast<std::size_t>(h)].squares;
+  }
+  ParallelFor((columns + kTile - 1) / kTile, threads, [&](int tile) {
+    const int first = tile * kTile;
+    const int size = std::min(kTile, columns - first);
+    double sums[kMostTogether + 1][kTile] = {};
+    for (int h = 0; h <= count; ++h) {
+      const Rows& part = parts[static_cast<std::size_t>(h)];
+      kernels.addRows(part.elements.data(), part.y.data(), static_cast<int>(part.y.size()), first, size, {}, sums[h]);
+    }
+    for (int g = 0; g < count; ++g) {
+      double total[kTile] = {};
+      for (int h = 0; h <= count; ++h) {
+        for (int j = 0; h != g && j < size; ++j) total[j] += sums[h][j];
+      }
+      const double squares = works[static_cast<std::size_t>(g)].squares;
+      float* const w = works[static_cast<std::size_t>(g)].fit.w.GetWritableVector() + 1 + first;
+      std::transform(total, total + size, w, [squares](double sum) { return static_cast<float>(sum / squares); });
     }
   });
-  for (Work* work = first; work != last; ++work) {
-    double squares = 0.0;
-    for (const float y : work->factors) squares += static_cast<double>(y) * static_cast<double>(y);
-    Divide(work->sums, squares, work->fit.w);
-    work->isRegular = IsRegular(squares) && IsRegular(work->fit.w.GetSS());
-    work->fit.w.Normalise();
-    work->weightSquares = work->fit.w.GetSS();
+  for (Work& work : works) {
+    work.isRegular = IsRegular(work.squares) && IsRegular(work.fit.w.GetSS());
+    work.fit.w.Normalise();
+    work.weightSquares = work.fit.w.GetSS();
   }
 }
 
 void LeftOutFits::FitScoresAndLoadings(Work* first, Work* last) const {
   const auto& kernels = NipalsKernels<float>::Current();
   const int columns = X_.SizeColumns();
-  for (Work* work = first; work != last; ++work) std::fill(work->sums.begin(), work->sums.end(), 0.0);
   ForRowGroups(rows_, columns, 0, X_.SizeRows(), [&](int row, int count, RowsAhead<float> ahead) {
     double products[kMostRowsInGroup];
     for (Work* work = first; work != last; ++work) {

@@ -18,9 +18,9 @@ struct LeftOutFit {
 };
 
 /// The components of several sub-models of a cross-validation, of one response and data without gaps, in two readings
-/// of X for all of them: one for w = X'y, one for t = Xw and p = X't. A row that a sub-model leaves out has the
-/// factor 0 in its sums, so that it plays no part in them. The numbers are those of NCPLS, to the rounding of sums of
-/// doubles; the same bits at any number of threads.
+/// of X for all of them: one for w = X'y, one for t = Xw and p = X't. A row that a sub-model leaves out plays no part
+/// in its sums. The numbers are those of NCPLS, to the rounding of sums of doubles; the same bits at any number of
+/// threads.
 class LeftOutFits {
  public:
   /// How many sub-models are worth fitting together; scratch memory is a few rows and columns of X for each.
@@ -36,9 +36,10 @@ class LeftOutFits {
   std::vector<LeftOutFit> Fit(int first, int count) const;
 
  private:
+  struct Rows;
   struct Work;
 
-  void FitWeights(Work* first, Work* last) const;
+  void FitWeights(std::vector<Work>& works, int threads) const;
   void FitScoresAndLoadings(Work* first, Work* last) const;
 
   const NCDataMatrix<float>& X_;
