@@ -2,6 +2,11 @@
 
 // Everything that the library offers, for programs that would rather not choose.
 
+#include "voran/cluster/cluster_allocation_error.h"
+#include "voran/cluster/cluster_distance_calculator.h"
+#include "voran/cluster/distance_memory.h"
+#include "voran/cluster/single_linkage_distance_calculator.h"
+#include "voran/cluster/ward_distance_calculator.h"
 #include "voran/containers/bool_vector.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"

@@ -21,7 +21,8 @@ class VORAN_EXPORT ClusterDistanceCalculator {
   ClusterDistanceCalculator& operator=(const ClusterDistanceCalculator&) = default;
   virtual ~ClusterDistanceCalculator() = default;
 
-  /// Forms the distances of all pairs of rows. `progress` may be null; a break throws NCError, as does a lack of memory.
+  /// Forms the distances of all pairs of rows. `progress` may be null; a break throws NCError, as does a lack of
+  /// memory.
   virtual void Init(const NCDataMatrix<float>& data, NCProgress* progress) = 0;
 
   /// Joins the two nearest clusters, whose positions come out in `first` and `second`, and returns the height. The

@@ -1,0 +1,212 @@
+#include "voran/cluster/pair_sort.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "voran/platform/nc_error.h"
+
+inline namespace voran {
+namespace DendroGram {
+namespace detail {
+namespace {
+
+constexpr std::size_t kInsertionMost = 32;
+constexpr std::size_t kMedianOfThreeMost = 41;
+constexpr unsigned kStepsPerPoll = 1024;
+
+void ThrowOnBreak(NCProgress* progress) {
+  if (progress != nullptr && progress->IsBreakPressed()) {
+    throw NCError(ExceptionMessage::translate("Cluster analysis aborted."), NCError::Level::kGeneral);
+  }
+}
+
+/// Asks for a break once in so many steps: often enough to be noticed at once, seldom enough to cost nothing.
+class BreakPoll {
+ public:
+  explicit BreakPoll(NCProgress* progress) : progress_(progress) {}
+  void operator()() {
+    if (++steps_ % kStepsPerPoll == 0) ThrowOnBreak(progress_);
+  }
+
+ private:
+  NCProgress* progress_;
+  unsigned steps_ = 0;
+};
+
+bool IsBefore(const DistanceAndIndex& a, const DistanceAndIndex& b) {
+  return a.distance > b.distance;
+}
+
+void SortThree(DistanceAndIndex& a, DistanceAndIndex& b, DistanceAndIndex& c) {
+  if (IsBefore(b, a)) std::swap(a, b);
+  if (!IsBefore(c, b)) return;
+  std::swap(b, c);
+  if (IsBefore(b, a)) std::swap(a, b);
+}
+
+void PreparePivot(DistanceAndIndex* first, std::size_t n) {
+  DistanceAndIndex* const mid = first + n / 2;
+  DistanceAndIndex* const last = first + n - 1;
+  if (n <= kMedianOfThreeMost) {
+    SortThree(*first, *mid, *last);
+    return;
+  }
+  const std::size_t s = n / 8;
+  SortThree(*first, first[s], first[2 * s]);
+  SortThree(*(mid - s), *mid, mid[s]);
+  SortThree(*(last - 2 * s), *(last - s), *last);
+  SortThree(first[s], *mid, *(last - s));
+}
+
+/// The block of elements equal to the pivot, and how far the two sides have been scanned: the elements in between are
+/// where they belong.
+class Partition {
+ public:
+  Partition(DistanceAndIndex* first, std::size_t n)
+      : first_(first),
+        last_(first + n),
+        blockBegin_(first + n / 2),
+        blockEnd_(blockBegin_ + 1),
+        pivot_(blockBegin_->distance) {
+    while (blockBegin_ > first_ && IsPivot(blockBegin_[-1])) --blockBegin_;
+    while (blockEnd_ < last_ && IsPivot(*blockEnd_)) ++blockEnd_;
+    right_ = blockEnd_;
+    left_ = blockBegin_;
+  }
+
+  void Run(BreakPoll& poll) {
+    for (;; poll()) {
+      ScanRight();
+      ScanLeft();
+      if (left_ != first_ && right_ != last_) {
+        std::swap(*right_++, *--left_);
+      } else if (right_ != last_) {
+        MoveBlockUp();
+      } else if (left_ != first_) {
+        MoveBlockDown();
+      } else {
+        return;
+      }
+    }
+  }
+
+  const DistanceAndIndex* BlockBegin() const { return blockBegin_; }
+  const DistanceAndIndex* BlockEnd() const { return blockEnd_; }
+
+ private:
+  bool BelongsLeft(const DistanceAndIndex& x) const { return x.distance > pivot_; }
+  bool BelongsRight(const DistanceAndIndex& x) const { return pivot_ > x.distance; }
+  bool IsPivot(const DistanceAndIndex& x) const { return !BelongsLeft(x) && !BelongsRight(x); }
+
+  void ScanRight() {
+    for (; right_ < last_ && !BelongsLeft(*right_); ++right_) {
+      if (!BelongsRight(*right_)) std::swap(*blockEnd_++, *right_);
+    }
+  }
+  void ScanLeft() {
+    for (; left_ > first_ && !BelongsRight(left_[-1]); --left_) {
+      if (!BelongsLeft(left_[-1])) std::swap(*--blockBegin_, left_[-1]);
+    }
+  }
+  /// The element at right_ belongs on the left, where all places are taken: it gets the first of the block, which gets
+  /// that of the first element behind it, which goes to right_.
+  void MoveBlockUp() {
+    if (blockEnd_ != right_) std::swap(*blockBegin_, *blockEnd_);
+    ++blockEnd_;
+    std::swap(*blockBegin_++, *right_++);
+  }
+  void MoveBlockDown() {
+    std::swap(*--left_, *--blockBegin_);
+    std::swap(*blockBegin_, *--blockEnd_);
+  }
+
+  DistanceAndIndex* first_;
+  DistanceAndIndex* last_;
+  DistanceAndIndex* blockBegin_;
+  DistanceAndIndex* blockEnd_;
+  float pivot_;
+  DistanceAndIndex* left_;   ///< from here to the block everything belongs on the left
+  DistanceAndIndex* right_;  ///< from the block to here everything belongs on the right
+};
+
+void InsertionSort(DistanceAndIndex* first, std::size_t n) {
+  for (std::size_t i = 1; i < n; ++i) {
+    const DistanceAndIndex x = first[i];
+    std::size_t k = i;
+    for (; k > 0 && IsBefore(x, first[k - 1]); --k) first[k] = first[k - 1];
+    first[k] = x;
+  }
+}
+
+/// Puts x into the heap of n elements whose element `hole` is free.
+void FillHole(DistanceAndIndex* heap, std::size_t n, std::size_t hole, const DistanceAndIndex& x) {
+  const std::size_t top = hole;
+  while (2 * hole + 2 < n) {
+    const std::size_t right = 2 * hole + 2;
+    const std::size_t child = IsBefore(heap[right], heap[right - 1]) ? right - 1 : right;
+    heap[hole] = heap[child];
+    hole = child;
+  }
+  if (2 * hole + 2 == n) {
+    heap[hole] = heap[n - 1];
+    hole = n - 1;
+  }
+  for (; hole > top && IsBefore(heap[(hole - 1) / 2], x); hole = (hole - 1) / 2) heap[hole] = heap[(hole - 1) / 2];
+  heap[hole] = x;
+}
+
+void HeapSort(DistanceAndIndex* first, std::size_t n, BreakPoll& poll) {
+  for (std::size_t i = n / 2; i-- > 0; poll()) FillHole(first, n, i, DistanceAndIndex(first[i]));
+  for (std::size_t size = n; --size > 0; poll()) {
+    const DistanceAndIndex x = first[size];
+    first[size] = first[0];
+    FillHole(first, size, 0, x);
+  }
+}
+
+}  // namespace
+
+PairSort::PairSort(std::size_t size, NCProgress* progress) : progress_(progress) {
+  if (size > 1) pending_.push_back({0, size, size});
+}
+
+void PairSort::Step(PairList& pairs) {
+  ThrowOnBreak(progress_);
+  const Range range = pending_.back();
+  const std::size_t n = range.end - range.begin;
+  DistanceAndIndex* const first = pairs.data() + range.begin;
+  BreakPoll poll(progress_);
+  if (n <= kInsertionMost) {
+    InsertionSort(first, n);
+  } else if (range.budget == 0) {
+    HeapSort(first, n, poll);
+  } else {
+    PreparePivot(first, n);
+    Partition partition(first, n);
+    partition.Run(poll);
+    const std::size_t budget = range.budget / 2 + range.budget / 4;
+    const auto blockBegin = static_cast<std::size_t>(partition.BlockBegin() - pairs.data());
+    const auto blockEnd = static_cast<std::size_t>(partition.BlockEnd() - pairs.data());
+    pending_.pop_back();
+    if (blockBegin > range.begin) pending_.push_back({range.begin, blockBegin, budget});
+    if (blockEnd < range.end) pending_.push_back({blockEnd, range.end, budget});
+    return;
+  }
+  pending_.pop_back();
+}
+
+void PairSort::ReachLast(PairList& pairs) {
+  while (!IsReached(pairs.size())) Step(pairs);
+}
+
+void PairSort::Finish(PairList& pairs) {
+  while (!pending_.empty()) Step(pairs);
+}
+
+void SortPairs(PairList& pairs, NCProgress* progress) {
+  PairSort(pairs.size(), progress).Finish(pairs);
+}
+
+}  // namespace detail
+}  // namespace DendroGram
+}  // namespace voran

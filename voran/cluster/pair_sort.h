@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "voran/cluster/distance_and_index.h"
+#include "voran/platform/progress.h"
+
+inline namespace voran {
+namespace DendroGram {
+namespace detail {
+
+/// Sorts a list of pairs by descending distance, from its end, no further than it is asked to.
+///
+/// The order in which equal distances come to stand is part of the results of a clustering, so the steps are fixed.
+/// Only distances are compared, and only by `>`. A range of n elements, at first the whole list with a budget of n:
+///
+///  1. n <= 32: stable insertion sort.
+///  2. Otherwise, with no budget left: heap sort, with a heap whose top is the smallest distance. The hole that taking
+///     an element leaves goes down to a leaf, to the right child unless the left one is smaller; the element that is to
+///     fill it climbs from there.
+///  3. Otherwise the pivot is the element at first + n/2 after a median of three of (first, first + n/2, last); from 42
+///     elements on, with s = n/8, after those of (first, first + s, first + 2s), (mid - s, mid, mid + s), (last - 2s,
+///     last - s, last) and (first + s, mid, last - s). Each puts its three elements in order where they stand: the
+///     second before the first, then the third before the second, and in that case the second before the first again.
+///  4. The block of elements equal to the pivot grows from it in both directions. The right side is scanned upward to
+///     the first element that belongs on the left, then the left side downward to the first that belongs on the
+///     right; elements equal to the pivot are swapped to the edge of the block. The two are swapped. With one side used
+///     up, the block moves by one place towards the other, to let the element found there pass.
+///  5. What lies before the block and what lies behind it is sorted in the same way, each with a budget of b/2 + b/4
+///     (rounded down each) of the range's own b.
+///
+/// The two parts have nothing to do with one another: which of them is sorted first, or not at all, does not show in
+/// the other. This is what lets the sort be broken off and resumed.
+///
+/// With a NaN among the distances the order is unspecified, but every element is kept.
+class PairSort {
+ public:
+  PairSort() = default;
+  /// Of a list of `size` elements, none of which is in its place yet. A break of `progress`, if not null, throws
+  /// NCError out of the functions below.
+  explicit PairSort(std::size_t size, NCProgress* progress = nullptr);
+
+  /// Whether the last of `size` elements is in its place.
+  bool IsReached(std::size_t size) const { return pending_.empty() || pending_.back().end < size; }
+  /// Sorts until the last element of the list is in its place. Elements behind may have been taken away.
+  void ReachLast(PairList& pairs);
+  /// Sorts what remains.
+  void Finish(PairList& pairs);
+
+  /// Where the last unsorted range of the list begins, if any element is unsorted. The elements from there on may be
+  /// taken away from the list, all of them, without sorting them.
+  std::size_t LastRangeBegin() const { return pending_.back().begin; }
+  void ForgetLastRange() { pending_.pop_back(); }
+  /// One step of the sort on the last unsorted range.
+  void Step(PairList& pairs);
+
+ private:
+  struct Range {
+    std::size_t begin;
+    std::size_t end;
+    std::size_t budget;
+  };
+
+  std::vector<Range> pending_;  ///< from front to end; all elements that are in none are in their places
+  NCProgress* progress_ = nullptr;
+};
+
+/// Sorts everything, as described above.
+void SortPairs(PairList& pairs, NCProgress* progress);
+
+}  // namespace detail
+}  // namespace DendroGram
+}  // namespace voran
