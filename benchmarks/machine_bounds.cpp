@@ -77,6 +77,45 @@ double ProductsInCache(float* storage, double* sums, int repeats) {
   return total + sums[0];
 }
 
+/// Four elements against 32 lanes of 64 columns, `repeats` times.
+double SquaresInCache(const float* storage, long repeats) {
+  constexpr std::size_t kColumns = 64;
+  const hn::CappedTag<float, 16> d;
+  const std::size_t lanes = hn::Lanes(d);
+  auto total = hn::Zero(d);
+  for (long repeat = 0; repeat < repeats; ++repeat) {
+    for (std::size_t j = 0; j < 32; j += 2 * lanes) {
+      auto a0 = total;
+      auto a1 = total;
+      auto a2 = total;
+      auto a3 = total;
+      auto b0 = total;
+      auto b1 = total;
+      auto b2 = total;
+      auto b3 = total;
+      for (std::size_t k = 0; k < kColumns; ++k) {
+        const auto a = hn::LoadU(d, storage + 32 * k + j);
+        const auto b = hn::LoadU(d, storage + 32 * k + j + lanes);
+        const auto add = [&](auto& sum, auto x, std::size_t row) HWY_ATTR {
+          const auto difference = hn::Sub(x, hn::Set(d, storage[row * kColumns + k]));
+          sum = hn::Add(sum, hn::Mul(difference, difference));
+        };
+        add(a0, a, 0);
+        add(a1, a, 1);
+        add(a2, a, 2);
+        add(a3, a, 3);
+        add(b0, b, 0);
+        add(b1, b, 1);
+        add(b2, b, 2);
+        add(b3, b, 3);
+      }
+      const auto sum = hn::Add(hn::Add(hn::Add(a0, a1), hn::Add(a2, a3)), hn::Add(hn::Add(b0, b1), hn::Add(b2, b3)));
+      total = hn::Mul(sum, hn::Set(d, 1e-30f));
+    }
+  }
+  return static_cast<double>(hn::GetLane(hn::SumOfLanes(d, total)));
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace bounds
 HWY_AFTER_NAMESPACE();
@@ -87,6 +126,7 @@ namespace bounds {
 
 HWY_EXPORT(SumOfRow);
 HWY_EXPORT(ProductsInCache);
+HWY_EXPORT(SquaresInCache);
 
 double ReadOnce(const NCDataMatrix<float>& x, int threads) {
   std::vector<double> sums(static_cast<std::size_t>(threads) * 16);
@@ -112,6 +152,22 @@ double FormProducts(long cells, int threads) {
     for (std::size_t i = 0; i < 5 * 1024; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
     totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] =
         HWY_DYNAMIC_DISPATCH(ProductsInCache)(storage, sums, repeats);
+  }
+  double total = 0.0;
+  for (const double sum : totals) total += sum;
+  return total;
+}
+
+double SumSquaredDifferences(long terms, int threads) {
+  constexpr long kTermsPerRepeat = 4 * 32 * 64;
+  const long repeats = terms / kTermsPerRepeat / threads;
+  std::vector<double> totals(static_cast<std::size_t>(threads) * 16);
+#pragma omp parallel num_threads(threads)
+  {
+    alignas(64) static thread_local float storage[64 * 32 + 16];
+    for (std::size_t i = 0; i < 64 * 32 + 16; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
+    totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] =
+        HWY_DYNAMIC_DISPATCH(SquaresInCache)(storage, repeats);
   }
   double total = 0.0;
   for (const double sum : totals) total += sum;

@@ -84,24 +84,6 @@ class Threads {
   boost::thread_group group_;
 };
 
-void FillOnThreads(const DistanceRows& rows, PairList& pairs, PairFunction pairFunction, Finish finish) {
-  using Worker = InitDistancesThreadClass<DistanceAndIndex*>;
-  std::vector<int> bounds;
-  DivideRowsAmongThreads(NCMultiThreading::ThreadingControl::GetNumberOfProcessors(), rows.SizeRows(), bounds);
-  FirstError error;
-  {
-    Threads threads;
-    int first = 1;
-    for (const int bound : bounds) {
-      DistanceAndIndex* const output = pairs.data() + PositionOfRow(rows.SizeRows(), first);
-      Worker worker(output, &rows, first, bound - 1, pairFunction, finish);
-      threads.Start([worker, &error]() mutable { error.Catch(worker); });
-      first = bound;
-    }
-  }
-  error.Rethrow();
-}
-
 void SetText(NCProgress* progress, const std::string& text) {
   if (progress != nullptr) progress->SetText(text.c_str());
 }
@@ -135,6 +117,24 @@ void DivideRowsAmongThreads(int T, int N, std::vector<int>& bounds) {
   bounds.push_back(N);
 }
 
+void FillOnThreads(const DistanceRows& rows, PairList& pairs, int threads, PairFunction pairFunction, Finish finish) {
+  using Worker = InitDistancesThreadClass<DistanceAndIndex*>;
+  std::vector<int> bounds;
+  DivideRowsAmongThreads(threads, rows.SizeRows(), bounds);
+  FirstError error;
+  {
+    Threads group;
+    int first = 1;
+    for (const int bound : bounds) {
+      DistanceAndIndex* const output = pairs.data() + PositionOfRow(rows.SizeRows(), first);
+      Worker worker(output, &rows, first, bound - 1, pairFunction, finish);
+      group.Start([worker, &error]() mutable { error.Catch(worker); });
+      first = bound;
+    }
+  }
+  error.Rethrow();
+}
+
 PairSort ComputeDistances(const NCDataMatrix<float>& data, NCProgress* progress, PairList& pairs,
                           PairFunction pairFunction, Finish finish) {
   const int rows = data.SizeRows();
@@ -146,7 +146,8 @@ PairSort ComputeDistances(const NCDataMatrix<float>& data, NCProgress* progress,
   const std::string calculating = voran::detail::TranslateText("Calculating %1% distances");
   SetText(progress, boost::str(boost::format(calculating) % NumberOfPairs(rows)));
   SetValue(progress, 1.0f);
-  FillOnThreads(DistanceRows(data), pairs, pairFunction, finish);
+  FillOnThreads(DistanceRows(data), pairs, NCMultiThreading::ThreadingControl::GetNumberOfProcessors(), pairFunction,
+                finish);
   SetValue(progress, 2.0f);
   SetText(progress, voran::detail::TranslateText("Sorting"));
   PairSort sort(pairs.size(), progress);

@@ -61,6 +61,9 @@ class InitDistancesThreadClass {
   Finish finish_;
 };
 
+/// Fills `pairs`, which has room for all, with the distances in the order of the rows, on so many threads.
+void FillOnThreads(const DistanceRows& rows, PairList& pairs, int threads, PairFunction pairFunction, Finish finish);
+
 /// Fills `pairs` with the distances of all pairs of rows, on NCMultiThreading::ThreadingControl's number of threads,
 /// and returns the sort by descending distance, with the smallest distances in their places at the end.
 ///

@@ -1,0 +1,145 @@
+#include "voran/cluster/pair_sort.h"
+
+#include <cstddef>
+#include <functional>
+#include <numeric>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/cluster/plain_cluster.h"
+#include "voran/platform/nc_error.h"
+
+namespace {
+
+using plain::Pairs;
+using voran::DendroGram::DistanceAndIndex;
+using voran::DendroGram::detail::PairList;
+using voran::DendroGram::detail::PairSort;
+
+/// Each pair is known by its place at the start, so that equal distances can be told apart.
+Pairs Numbered(const std::vector<float>& distances) {
+  Pairs pairs;
+  for (const float d : distances) pairs.push_back({d, static_cast<int>(pairs.size()) + 1, 0});
+  return pairs;
+}
+
+std::vector<float> Made(std::size_t n, const std::function<float(std::size_t)>& value) {
+  std::vector<float> distances(n);
+  for (std::size_t i = 0; i < n; ++i) distances[i] = value(i);
+  return distances;
+}
+
+/// Distances that make every pivot one of the largest of its range: elements get their values when a comparison asks
+/// for them, the candidate for a pivot a small one (M. D. McIlroy, A Killer Adversary for Quicksort, 1999).
+std::vector<float> Adversarial(std::size_t n) {
+  struct State {
+    std::vector<std::size_t> rank;
+    std::size_t unset;
+    std::size_t settled = 0;
+    std::size_t candidate = 0;
+  };
+  State state{std::vector<std::size_t>(n, n), n};
+  std::vector<std::size_t> items(n);
+  std::iota(items.begin(), items.end(), std::size_t{0});
+  const auto isBefore = [&state](std::size_t a, std::size_t b) {
+    auto& rank = state.rank;
+    if (rank[a] == state.unset && rank[b] == state.unset) rank[a == state.candidate ? a : b] = state.settled++;
+    if (rank[a] == state.unset) state.candidate = a;
+    if (rank[b] == state.unset) state.candidate = b;
+    return rank[a] < rank[b];
+  };
+  plain::Sort<std::size_t, decltype(isBefore)>(isBefore).Run(items.data(), items.data() + n);
+  return Made(n, [&](std::size_t i) { return static_cast<float>(2 * n - state.rank[i]); });
+}
+
+std::vector<std::pair<std::string, std::vector<float>>> Cases() {
+  std::mt19937 generator(7);
+  const auto random = [&](unsigned levels) {
+    return [&generator, levels](std::size_t) { return static_cast<float>(generator() % levels); };
+  };
+  std::vector<std::pair<std::string, std::vector<float>>> cases;
+  for (const std::size_t n : {0u, 1u, 2, 31, 32, 33, 34, 40, 41, 42, 43, 100, 3000}) {
+    const std::string size = ", " + std::to_string(n);
+    cases.emplace_back("random" + size, Made(n, random(1U << 24)));
+    cases.emplace_back("a few ties" + size, Made(n, random(200)));
+    cases.emplace_back("three values" + size, Made(n, random(3)));
+    cases.emplace_back("all equal" + size, Made(n, [](std::size_t) { return 1.0f; }));
+    cases.emplace_back("ascending" + size, Made(n, [](std::size_t i) { return static_cast<float>(i / 2); }));
+    cases.emplace_back("descending" + size, Made(n, [n](std::size_t i) { return static_cast<float>((n - i) / 3); }));
+  }
+  cases.emplace_back("adversarial", Adversarial(3000));
+  std::vector<float> tied = Adversarial(3000);
+  for (float& d : tied) d = static_cast<float>(static_cast<int>(d) / 2);
+  cases.emplace_back("adversarial with ties", tied);
+  return cases;
+}
+
+bool Same(const DistanceAndIndex& a, const DistanceAndIndex& b) {
+  return a.distance == b.distance && a.first == b.first;
+}
+
+TEST(PairSort, WhatWasReachedStandsAsTheWholeSortLeavesIt) {
+  for (const auto& [name, distances] : Cases()) {
+    Pairs expected = Numbered(distances);
+    plain::SortPairs(expected);
+    const Pairs pairs = Numbered(distances);
+    PairList list(pairs.begin(), pairs.end());
+    PairSort sort(list.size());
+    while (!list.empty()) {
+      sort.ReachLast(list);
+      ASSERT_TRUE(Same(list.back(), expected[list.size() - 1])) << name << " at " << list.size() - 1;
+      list.pop_back();
+    }
+  }
+}
+
+TEST(PairSort, FinishesFromAnyPoint) {
+  for (const auto& [name, distances] : Cases()) {
+    Pairs expected = Numbered(distances);
+    plain::SortPairs(expected);
+    const Pairs pairs = Numbered(distances);
+    PairList list(pairs.begin(), pairs.end());
+    PairSort sort(list.size());
+    sort.ReachLast(list);
+    sort.Finish(list);
+    EXPECT_TRUE(std::equal(list.begin(), list.end(), expected.begin(), expected.end(), Same)) << name;
+  }
+}
+
+TEST(PairSort, AdversaryReachesTheHeapSort) {
+  Pairs pairs = Numbered(Adversarial(3000));
+  plain::Sort<DistanceAndIndex, bool (*)(const DistanceAndIndex&, const DistanceAndIndex&)> sort(plain::IsBefore);
+  sort.Run(pairs.data(), pairs.data() + pairs.size());
+  EXPECT_GT(sort.NumHeapSorts(), 0);
+}
+
+TEST(PairSort, SortsOnlyWhatIsAskedFor) {
+  std::mt19937 generator(7);
+  const Pairs pairs = Numbered(Made(100000, [&](std::size_t) { return static_cast<float>(generator() % (1U << 24)); }));
+  PairList list(pairs.begin(), pairs.end());
+  PairSort sort(list.size());
+  sort.ReachLast(list);
+  EXPECT_FALSE(std::is_sorted(list.begin(), list.begin() + 50000, plain::IsBefore));
+}
+
+TEST(PairSort, BreakIsSeenWhereverTheSortGoesOn) {
+  const auto distances = Made(5000, [](std::size_t i) { return static_cast<float>(i * 7919 % 5003); });
+  const Pairs pairs = Numbered(distances);
+  PairList list(pairs.begin(), pairs.end());
+  NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+  PairSort sort(list.size(), &progress);
+  sort.ReachLast(list);
+  progress.RequestCancel();
+  try {
+    sort.Finish(list);
+    FAIL() << "no break";
+  } catch (const NCError& error) {
+    EXPECT_STREQ(error.what(), "Cluster analysis aborted.");
+    EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+  }
+}
+
+}  // namespace
