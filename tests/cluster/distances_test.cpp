@@ -74,8 +74,8 @@ class Distances : public ::testing::TestWithParam<std::string> {
 };
 
 TEST_P(Distances, AreThePlainOnesBitForBit) {
-  for (const std::size_t n : {2u, 3u, 31, 32, 33, 37, 70}) {
-    for (const std::size_t columns : {1u, 7u, 20u}) {
+  for (const std::size_t n : std::vector<std::size_t>{2, 3, 31, 32, 33, 37, 70}) {
+    for (const std::size_t columns : std::vector<std::size_t>{1, 7, 20}) {
       for (const double gapShare : {0.0, 0.2}) {
         SCOPED_TRACE(std::to_string(n) + " x " + std::to_string(columns));
         const plain::Rows rows = plain::MadeRows(n, columns, 0, gapShare, static_cast<unsigned>(n));

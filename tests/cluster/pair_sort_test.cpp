@@ -61,7 +61,7 @@ std::vector<std::pair<std::string, std::vector<float>>> Cases() {
     return [&generator, levels](std::size_t) { return static_cast<float>(generator() % levels); };
   };
   std::vector<std::pair<std::string, std::vector<float>>> cases;
-  for (const std::size_t n : {0u, 1u, 2, 31, 32, 33, 34, 40, 41, 42, 43, 100, 3000}) {
+  for (const std::size_t n : std::vector<std::size_t>{0, 1, 2, 31, 32, 33, 34, 40, 41, 42, 43, 100, 3000}) {
     const std::string size = ", " + std::to_string(n);
     cases.emplace_back("random" + size, Made(n, random(1U << 24)));
     cases.emplace_back("a few ties" + size, Made(n, random(200)));
