@@ -148,7 +148,7 @@ TEST_P(Ward, SmallOnesToo) {
 /// Enough pairs that blocks of the list are split and emptied.
 TEST_P(Ward, LargeOnesToo) {
   for (const unsigned levels : {0u, 6u}) {
-    const plain::Rows rows = plain::MadeRows(900, 4, levels, 0.0, 13);
+    const plain::Rows rows = plain::MadeRows(450, 4, levels, 0.0, 13);
     WardDistanceCalculator calculator(GetParam());
     EXPECT_TRUE(SameMerges(Merges(calculator, rows), Plain(rows))) << levels;
   }

@@ -1,6 +1,8 @@
 #include "voran/cluster/pair_sort.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <utility>
 
 #include "voran/platform/nc_error.h"
@@ -12,7 +14,8 @@ namespace {
 
 constexpr std::size_t kInsertionMost = 32;
 constexpr std::size_t kMedianOfThreeMost = 41;
-constexpr unsigned kStepsPerPoll = 1024;
+constexpr std::ptrdiff_t kChunk = 64;
+constexpr unsigned kStepsPerPoll = 256;
 
 void ThrowOnBreak(NCProgress* progress) {
   if (progress != nullptr && progress->IsBreakPressed()) {
@@ -58,8 +61,29 @@ void PreparePivot(DistanceAndIndex* first, std::size_t n) {
   SortThree(first[s], *mid, *(last - s));
 }
 
+/// Elements of one side that belong on the other, found but not yet swapped.
+struct Misplaced {
+  DistanceAndIndex* base = nullptr;
+  std::array<std::uint8_t, kChunk> offsets{};
+  std::size_t next = 0;
+  std::size_t count = 0;
+
+  bool IsEmpty() const { return next == count; }
+  DistanceAndIndex& Front() const { return base[offsets[next]]; }
+  void Set(DistanceAndIndex* only) {
+    base = only;
+    offsets[0] = 0;
+    next = 0;
+    count = 1;
+  }
+};
+
 /// The block of elements equal to the pivot, and how far the two sides have been scanned: the elements in between are
-/// where they belong.
+/// where they belong, but for those that `rightward_` and `leftward_` hold.
+///
+/// Whether an element is misplaced cannot be predicted, so a chunk without elements equal to the pivot is scanned
+/// without branches. That changes no step: the k-th misplaced element of one side is swapped with the k-th of the other
+/// either way, and all swaps of a side are done before an element equal to the pivot moves there.
 class Partition {
  public:
   Partition(DistanceAndIndex* first, std::size_t n)
@@ -75,19 +99,19 @@ class Partition {
   }
 
   void Run(BreakPoll& poll) {
-    for (;; poll()) {
-      ScanRight();
-      ScanLeft();
-      if (left_ != first_ && right_ != last_) {
-        std::swap(*right_++, *--left_);
-      } else if (right_ != last_) {
-        MoveBlockUp();
-      } else if (left_ != first_) {
-        MoveBlockDown();
-      } else {
-        return;
+    while (FindOnRight() && FindOnLeft()) {
+      poll();
+      while (!leftward_.IsEmpty() && !rightward_.IsEmpty()) {
+        std::swap(leftward_.Front(), rightward_.Front());
+        ++leftward_.next;
+        ++rightward_.next;
       }
     }
+    FindOnLeft();
+    if (!leftward_.IsEmpty()) right_ = &leftward_.Front();
+    if (!rightward_.IsEmpty()) left_ = &rightward_.Front() + 1;
+    for (; right_ < last_; ScanRight(), poll()) MoveBlockUp();
+    for (; left_ > first_; ScanLeft(), poll()) MoveBlockDown();
   }
 
   const DistanceAndIndex* BlockBegin() const { return blockBegin_; }
@@ -97,6 +121,48 @@ class Partition {
   bool BelongsLeft(const DistanceAndIndex& x) const { return x.distance > pivot_; }
   bool BelongsRight(const DistanceAndIndex& x) const { return pivot_ > x.distance; }
   bool IsPivot(const DistanceAndIndex& x) const { return !BelongsLeft(x) && !BelongsRight(x); }
+
+  /// Whether the right side has an element that belongs on the left.
+  bool FindOnRight() {
+    while (leftward_.IsEmpty() && right_ < last_) {
+      if (last_ - right_ >= kChunk && ScanChunk(right_, leftward_, [this](auto& x) { return BelongsLeft(x); })) {
+        right_ += kChunk;
+      } else {
+        ScanRight();
+        if (right_ < last_) leftward_.Set(right_++);
+      }
+    }
+    return !leftward_.IsEmpty();
+  }
+  bool FindOnLeft() {
+    while (rightward_.IsEmpty() && left_ > first_) {
+      if (left_ - first_ >= kChunk &&
+          ScanChunk(left_ - kChunk, rightward_, [this](auto& x) { return BelongsRight(x); })) {
+        left_ -= kChunk;
+        std::reverse(rightward_.offsets.begin(), rightward_.offsets.begin() + rightward_.count);
+      } else {
+        ScanLeft();
+        if (left_ > first_) rightward_.Set(--left_);
+      }
+    }
+    return !rightward_.IsEmpty();
+  }
+
+  /// False, and nothing found, if the chunk holds an element equal to the pivot.
+  template <class IsMisplaced>
+  bool ScanChunk(DistanceAndIndex* chunk, Misplaced& found, IsMisplaced isMisplaced) const {
+    std::size_t count = 0;
+    bool hasPivot = false;
+    for (std::size_t k = 0; k < kChunk; ++k) {
+      found.offsets[count] = static_cast<std::uint8_t>(k);
+      count += static_cast<std::size_t>(isMisplaced(chunk[k]));
+      hasPivot |= IsPivot(chunk[k]);
+    }
+    found.base = chunk;
+    found.next = 0;
+    found.count = hasPivot ? 0 : count;
+    return !hasPivot;
+  }
 
   void ScanRight() {
     for (; right_ < last_ && !BelongsLeft(*right_); ++right_) {
@@ -125,8 +191,10 @@ class Partition {
   DistanceAndIndex* blockBegin_;
   DistanceAndIndex* blockEnd_;
   float pivot_;
-  DistanceAndIndex* left_;   ///< from here to the block everything belongs on the left
-  DistanceAndIndex* right_;  ///< from the block to here everything belongs on the right
+  DistanceAndIndex* left_;   ///< from here to the block everything has been scanned
+  DistanceAndIndex* right_;  ///< from the block to here everything has been scanned
+  Misplaced leftward_;       ///< of the right side, upward
+  Misplaced rightward_;      ///< of the left side, downward
 };
 
 void InsertionSort(DistanceAndIndex* first, std::size_t n) {
