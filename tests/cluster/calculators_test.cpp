@@ -14,6 +14,7 @@
 #include "tests/cluster/plain_cluster.h"
 #include "voran/cluster/single_linkage_distance_calculator.h"
 #include "voran/cluster/ward_distance_calculator.h"
+#include "voran/platform/nc_error.h"
 
 namespace {
 
@@ -246,6 +247,22 @@ TEST(WardTree, FirstMergeWithGapsIsScaledUpToAllColumns) {
   WardDistanceCalculator calculator(DistanceType::kErrorSumOfSquares);
   const std::vector<Merge> merges = Merges(calculator, {{1.0f, plain::kGap}, {3.0f, 9.0f}});
   EXPECT_EQ(merges[0], (Merge{0, 1, 4.0f}));  // (1 - 3)^2 / 2, twice
+}
+
+TEST(Calculators, BreakIsSeenWhereSortingGoesOn) {
+  const NCDataMatrix<float> data = plain::ToMatrix(plain::MadeRows(400, 3, 0, 0.0, 16));
+  SingleLinkageDistanceCalculator single;
+  WardDistanceCalculator ward(DistanceType::kErrorSumOfSquares);
+  for (ClusterDistanceCalculator* const calculator :
+       {static_cast<ClusterDistanceCalculator*>(&single), static_cast<ClusterDistanceCalculator*>(&ward)}) {
+    NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+    calculator->Init(data, &progress);
+    progress.RequestCancel();
+    const auto mergeAll = [&] {
+      for (int merge = 1; merge < data.SizeRows(); ++merge) Next(*calculator);
+    };
+    EXPECT_THROW(mergeAll(), NCError) << calculator->GetId();
+  }
 }
 
 TEST(Calculators, IdsNameStrategyAndType) {

@@ -1,6 +1,6 @@
 #include <cmath>
 #include <cstdint>
-#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -105,6 +105,15 @@ TEST(ComputeDistances, SameAtAnyNumberOfThreads) {
     ThreadingControl::SetNumberOfProcessors(threads);
     EXPECT_TRUE(SamePairs(Computed(rows, PairFunction::kSquaredDifference, Finish::kSquareRoot), expected)) << threads;
   }
+}
+
+TEST(ComputeDistances, GoInOrderToAnyOutput) {
+  const plain::Rows rows = plain::MadeRows(71, 5, 0, 0.1, 4);
+  const DistanceRows prepared(plain::ToMatrix(rows));
+  PairList pairs;
+  InitDistancesThreadClass(std::back_inserter(pairs), &prepared, 1, 71, PairFunction::kSquaredDifference,
+                           Finish::kSquareRoot)();
+  EXPECT_TRUE(SamePairs(pairs, plain::AllPairs(rows, false, true)));
 }
 
 TEST(ComputeDistances, RowsWithoutACommonColumnAreNaNApart) {

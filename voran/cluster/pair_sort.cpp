@@ -238,12 +238,11 @@ PairSort::PairSort(std::size_t size, NCProgress* progress) : progress_(progress)
   if (size > 1) pending_.push_back({0, size, size});
 }
 
-void PairSort::Step(PairList& pairs) {
-  ThrowOnBreak(progress_);
-  const Range range = pending_.back();
+SortStep SortOneStep(PairList& pairs, const SortRange& range, NCProgress* progress) {
+  ThrowOnBreak(progress);
   const std::size_t n = range.end - range.begin;
   DistanceAndIndex* const first = pairs.data() + range.begin;
-  BreakPoll poll(progress_);
+  BreakPoll poll(progress);
   if (n <= kInsertionMost) {
     InsertionSort(first, n);
   } else if (range.budget == 0) {
@@ -252,15 +251,18 @@ void PairSort::Step(PairList& pairs) {
     PreparePivot(first, n);
     Partition partition(first, n);
     partition.Run(poll);
-    const std::size_t budget = range.budget / 2 + range.budget / 4;
-    const auto blockBegin = static_cast<std::size_t>(partition.BlockBegin() - pairs.data());
-    const auto blockEnd = static_cast<std::size_t>(partition.BlockEnd() - pairs.data());
-    pending_.pop_back();
-    if (blockBegin > range.begin) pending_.push_back({range.begin, blockBegin, budget});
-    if (blockEnd < range.end) pending_.push_back({blockEnd, range.end, budget});
-    return;
+    return {static_cast<std::size_t>(partition.BlockBegin() - pairs.data()),
+            static_cast<std::size_t>(partition.BlockEnd() - pairs.data()), range.budget / 2 + range.budget / 4};
   }
+  return {range.begin, range.end, 0};
+}
+
+void PairSort::Step(PairList& pairs) {
+  const SortRange range = pending_.back();
+  const SortStep done = SortOneStep(pairs, range, progress_);
   pending_.pop_back();
+  if (done.begin > range.begin) pending_.push_back({range.begin, done.begin, done.budget});
+  if (done.end < range.end) pending_.push_back({done.end, range.end, done.budget});
 }
 
 void PairSort::ReachLast(PairList& pairs) {

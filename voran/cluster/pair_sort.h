@@ -10,6 +10,24 @@ inline namespace voran {
 namespace DendroGram {
 namespace detail {
 
+/// Elements begin..end - 1 of a list, to be sorted with a budget.
+struct SortRange {
+  std::size_t begin;
+  std::size_t end;
+  std::size_t budget;
+};
+
+/// What a step of the sort leaves: elements begin..end - 1 are in their places, what stands before and behind them in
+/// the range is to be sorted with `budget`.
+struct SortStep {
+  std::size_t begin;
+  std::size_t end;
+  std::size_t budget;
+};
+
+/// One step, 1, 2 or 3 and 4, of the sort that PairSort describes.
+SortStep SortOneStep(PairList& pairs, const SortRange& range, NCProgress* progress);
+
 /// Sorts a list of pairs by descending distance, from its end, no further than it is asked to.
 ///
 /// The order in which equal distances come to stand is part of the results of a clustering, so the steps are fixed.
@@ -48,6 +66,9 @@ class PairSort {
   /// Sorts what remains.
   void Finish(PairList& pairs);
 
+  /// The ranges that are not sorted yet, from front to end, for somebody else to go on with.
+  const std::vector<SortRange>& GetPending() const { return pending_; }
+
   /// Where the last unsorted range of the list begins, if any element is unsorted. The elements from there on may be
   /// taken away from the list, all of them, without sorting them.
   std::size_t LastRangeBegin() const { return pending_.back().begin; }
@@ -56,13 +77,7 @@ class PairSort {
   void Step(PairList& pairs);
 
  private:
-  struct Range {
-    std::size_t begin;
-    std::size_t end;
-    std::size_t budget;
-  };
-
-  std::vector<Range> pending_;  ///< from front to end; all elements that are in none are in their places
+  std::vector<SortRange> pending_;  ///< from front to end; all elements that are in none are in their places
   NCProgress* progress_ = nullptr;
 };
 

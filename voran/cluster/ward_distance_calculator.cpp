@@ -17,13 +17,13 @@ WardDistanceCalculator::WardDistanceCalculator(DistanceType distanceType) : dist
 
 void WardDistanceCalculator::Init(const NCDataMatrix<float>& data, NCProgress* progress) {
   detail::PairList pairs;
+  detail::PairSort sort;
   if (distanceType_ == DistanceType::kErrorSumOfSquares || distanceType_ == DistanceType::kSquareRoot) {
     const bool isRoot = distanceType_ == DistanceType::kSquareRoot;
-    detail::ComputeDistances(data, progress, pairs, detail::PairFunction::kHalfSquaredDifference,
-                             isRoot ? detail::Finish::kSquareRoot : detail::Finish::kIdentity)
-        .Finish(pairs);
+    sort = detail::ComputeDistances(data, progress, pairs, detail::PairFunction::kHalfSquaredDifference,
+                                    isRoot ? detail::Finish::kSquareRoot : detail::Finish::kIdentity);
   }
-  pairs_ = detail::WardPairList(std::move(pairs), data.SizeRows());
+  pairs_ = detail::WardPairList(std::move(pairs), sort, progress, data.SizeRows());
   clusters_ = detail::ClusterSums(data);
   positions_.resize(static_cast<std::size_t>(data.SizeRows()));
   std::iota(positions_.begin(), positions_.end(), 0);

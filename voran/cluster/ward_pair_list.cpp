@@ -14,32 +14,34 @@ constexpr std::size_t kPairsOfBlock = 256;
 constexpr std::size_t kBlocksOfGroup = 256;
 constexpr int kNever = std::numeric_limits<int>::max();
 constexpr float kNothing = -std::numeric_limits<float>::infinity();
+constexpr float kUnknown = std::numeric_limits<float>::infinity();
 
 /// A search stops at a NaN, so it bounds nothing.
 float BoundWith(float bound, float distance) {
-  if (std::isnan(distance)) return std::numeric_limits<float>::infinity();
+  if (std::isnan(distance)) return kUnknown;
   return std::max(bound, distance);
-}
-
-/// Moves the second half of what two neighbours hold from `left` to `right`.
-template <typename T>
-void MoveHalf(std::vector<T>& left, std::vector<T>& right) {
-  const auto middle = left.begin() + static_cast<std::ptrdiff_t>(left.size() / 2);
-  right.assign(std::make_move_iterator(middle), std::make_move_iterator(left.end()));
-  left.erase(middle, left.end());
 }
 
 }  // namespace
 
-WardPairList::WardPairList(PairList pairs, int rows)
-    : initial_(std::move(pairs)), lastMerge_(static_cast<std::size_t>(rows)) {
-  for (std::size_t begin = 0; begin < initial_.size(); begin += kPairsOfBlock) {
-    if (groups_.empty() || groups_.back().blocks.size() == kBlocksOfGroup) groups_.push_back({kNothing, {}});
-    Block block{kNothing, begin, std::min(initial_.size(), begin + kPairsOfBlock)};
-    for (std::size_t k = block.begin; k < block.end; ++k) block.bound = BoundWith(block.bound, initial_[k].distance);
-    Group& group = groups_.back();
-    group.bound = std::max(group.bound, block.bound);
-    group.blocks.push_back(std::move(block));
+WardPairList::WardPairList(PairList pairs, const PairSort& sort, NCProgress* progress, int rows)
+    : initial_(std::move(pairs)), lastMerge_(static_cast<std::size_t>(rows)), progress_(progress) {
+  Group all{kUnknown, {}};
+  std::size_t sorted = 0;
+  for (const SortRange& range : sort.GetPending()) {
+    AddSorted(sorted, range.begin, all.blocks);
+    all.blocks.push_back({Kind::kUnsorted, kUnknown, range});
+    sorted = range.end;
+  }
+  AddSorted(sorted, initial_.size(), all.blocks);
+  groups_.push_back(std::move(all));
+  SplitGroup(0);
+}
+
+void WardPairList::AddSorted(std::size_t begin, std::size_t end, std::vector<Block>& blocks) const {
+  for (; begin < end; begin += kPairsOfBlock) {
+    const SortRange range{begin, std::min(end, begin + kPairsOfBlock), 0};
+    blocks.push_back({Kind::kSorted, BoundWith(kNothing, initial_[begin].distance), range});
   }
 }
 
@@ -51,12 +53,12 @@ WardPairList::State WardPairList::StateOf(const Pair& pair) const {
 }
 
 std::size_t WardPairList::SizeOf(const Block& block) {
-  return block.isOwn ? block.own.size() : block.end - block.begin;
+  return block.kind == Kind::kOwn ? block.own.size() : block.initial.end - block.initial.begin;
 }
 
 WardPairList::Pair WardPairList::PairAt(const Block& block, std::size_t k) const {
-  if (block.isOwn) return block.own[k];
-  const DistanceAndIndex& pair = initial_[block.begin + k];
+  if (block.kind == Kind::kOwn) return block.own[k];
+  const DistanceAndIndex& pair = initial_[block.initial.begin + k];
   return {pair.distance, pair.first, pair.second, 0};
 }
 
@@ -67,6 +69,9 @@ bool WardPairList::FindLast(Pair& pair) {
       groups_.pop_back();
     } else if (SizeOf(blocks.back()) == 0) {
       blocks.pop_back();
+    } else if (blocks.back().kind == Kind::kUnsorted) {
+      LowerBound(blocks.back());
+      if (SizeOf(blocks.back()) != 0) SortBlock(groups_.size() - 1, blocks.size() - 1);
     } else {
       pair = PairAt(blocks.back(), SizeOf(blocks.back()) - 1);
       if (StateOf(pair) != State::kGone) return true;
@@ -78,10 +83,10 @@ bool WardPairList::FindLast(Pair& pair) {
 
 void WardPairList::RemoveLast() {
   Block& block = groups_.back().blocks.back();
-  if (block.isOwn) {
+  if (block.kind == Kind::kOwn) {
     block.own.pop_back();
   } else {
-    --block.end;
+    --block.initial.end;
   }
 }
 
@@ -95,7 +100,7 @@ std::vector<WardPairList::Pair> WardPairList::TakeStaleTail() {
 void WardPairList::Append(const Pair& pair) {
   if (groups_.empty()) groups_.push_back({kNothing, {}});
   Group& group = groups_.back();
-  if (group.blocks.empty()) group.blocks.push_back({kNothing});
+  if (group.blocks.empty()) group.blocks.push_back({Kind::kOwn, kNothing});
   InsertAt(groups_.size() - 1, group.blocks.size() - 1, SizeOf(group.blocks.back()), pair);
 }
 
@@ -105,6 +110,13 @@ void WardPairList::Insert(const Pair& pair) {
     std::vector<Block>& blocks = groups_[g].blocks;
     float bound = kNothing;
     for (std::size_t b = blocks.size(); b-- > 0;) {
+      if (blocks[b].kind == Kind::kUnsorted && !(blocks[b].bound < pair.distance)) {
+        LowerBound(blocks[b]);
+        if (!(blocks[b].bound < pair.distance)) {
+          SortBlock(g, b);
+          return Insert(pair);
+        }
+      }
       if (!(blocks[b].bound < pair.distance)) {
         const std::size_t place = PlaceIn(blocks[b], pair.distance);
         if (place != kNowhere) return InsertAt(g, b, place, pair);
@@ -128,25 +140,47 @@ std::size_t WardPairList::PlaceIn(const Block& block, float distance) const {
 }
 
 void WardPairList::LowerBound(Block& block) {
-  if (block.isOwn) {
-    std::erase_if(block.own, [this](const Pair& pair) { return StateOf(pair) == State::kGone; });
-  }
+  const auto isGone = [this](const Pair& pair) { return StateOf(pair) == State::kGone; };
+  if (block.kind == Kind::kOwn) std::erase_if(block.own, isGone);
   block.bound = kNothing;
+  bool isEmpty = true;
   for (std::size_t k = 0; k < SizeOf(block); ++k) {
     const Pair pair = PairAt(block, k);
-    if (StateOf(pair) != State::kValid) continue;
+    const State state = StateOf(pair);
+    isEmpty = isEmpty && state == State::kGone;
+    if (state != State::kValid) continue;
     block.bound = BoundWith(block.bound, pair.distance);
-    if (!block.isOwn) break;  // the initial list is sorted
+    if (block.kind == Kind::kSorted) return;
   }
+  if (isEmpty) block.initial.end = block.initial.begin;
+}
+
+void WardPairList::SortBlock(std::size_t g, std::size_t b) {
+  std::vector<Block>& blocks = groups_[g].blocks;
+  const SortRange range = blocks[b].initial;
+  const SortStep done = SortOneStep(initial_, range, progress_);
+  const float pivot = BoundWith(kNothing, initial_[done.begin].distance);
+  std::vector<Block> parts;
+  if (range.begin < done.begin) {
+    parts.push_back({Kind::kUnsorted, blocks[b].bound, {range.begin, done.begin, done.budget}});
+  }
+  AddSorted(done.begin, done.end, parts);
+  if (done.end < range.end) parts.push_back({Kind::kUnsorted, pivot, {done.end, range.end, done.budget}});
+  const auto place = blocks.erase(blocks.begin() + static_cast<std::ptrdiff_t>(b));
+  blocks.insert(place, std::make_move_iterator(parts.begin()), std::make_move_iterator(parts.end()));
+  if (blocks.size() >= 2 * kBlocksOfGroup) SplitGroup(g);
 }
 
 void WardPairList::InsertAt(std::size_t g, std::size_t b, std::size_t place, const Pair& pair) {
   Group& group = groups_[g];
+  if (group.blocks[b].kind == Kind::kUnsorted) {  // in front of everything
+    group.blocks.insert(group.blocks.begin() + static_cast<std::ptrdiff_t>(b), Block{Kind::kOwn, kNothing});
+  }
   Block& block = group.blocks[b];
-  if (!block.isOwn) {
+  if (block.kind == Kind::kSorted) {
     block.own.reserve(2 * kPairsOfBlock);
     for (std::size_t k = 0; k < SizeOf(block); ++k) block.own.push_back(PairAt(block, k));
-    block.isOwn = true;
+    block.kind = Kind::kOwn;
   }
   block.own.insert(block.own.begin() + static_cast<std::ptrdiff_t>(place), pair);
   block.bound = BoundWith(block.bound, pair.distance);
@@ -156,17 +190,25 @@ void WardPairList::InsertAt(std::size_t g, std::size_t b, std::size_t place, con
 }
 
 void WardPairList::SplitBlock(std::vector<Block>& blocks, std::size_t b) {
-  Block right{blocks[b].bound};
-  right.isOwn = true;
+  std::vector<Pair>& left = blocks[b].own;
+  const auto middle = left.begin() + static_cast<std::ptrdiff_t>(left.size() / 2);
+  Block right{Kind::kOwn, blocks[b].bound};
   right.own.reserve(2 * kPairsOfBlock);
-  MoveHalf(blocks[b].own, right.own);
+  right.own.assign(middle, left.end());
+  left.erase(middle, left.end());
   blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(b) + 1, std::move(right));
 }
 
 void WardPairList::SplitGroup(std::size_t g) {
-  Group right{groups_[g].bound, {}};
-  MoveHalf(groups_[g].blocks, right.blocks);
-  groups_.insert(groups_.begin() + static_cast<std::ptrdiff_t>(g) + 1, std::move(right));
+  std::vector<Block> blocks = std::move(groups_[g].blocks);
+  std::vector<Group> parts;
+  for (Block& block : blocks) {
+    if (parts.empty() || parts.back().blocks.size() == kBlocksOfGroup) parts.push_back({kNothing, {}});
+    parts.back().bound = std::max(parts.back().bound, block.bound);
+    parts.back().blocks.push_back(std::move(block));
+  }
+  const auto place = groups_.erase(groups_.begin() + static_cast<std::ptrdiff_t>(g));
+  groups_.insert(place, std::make_move_iterator(parts.begin()), std::make_move_iterator(parts.end()));
 }
 
 void WardPairList::Merge(int kept, int gone) {

@@ -4,6 +4,8 @@
 #include <vector>
 
 #include "voran/cluster/distance_and_index.h"
+#include "voran/cluster/pair_sort.h"
+#include "voran/platform/progress.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -18,7 +20,8 @@ namespace detail {
 ///
 /// The list is cut into blocks, and these into groups. Each knows a bound of the valid distances in it, which is
 /// lowered when a search has found it too high: so a place is found, and made room at, without touching more than one
-/// block. A block stays a part of the sorted initial list until a pair is inserted into it.
+/// block. A block stays a part of the initial list until a pair is inserted into it, and unsorted until a place is
+/// looked for in it: by then most of its pairs are gone, and often all.
 class WardPairList {
  public:
   struct Pair {
@@ -29,8 +32,9 @@ class WardPairList {
   };
 
   WardPairList() = default;
-  /// From pairs of single rows, by descending distance.
-  WardPairList(PairList pairs, int rows);
+  /// From pairs of single rows, to be sorted as `sort` has begun. A break of `progress`, if not null, throws NCError
+  /// out of the functions below.
+  WardPairList(PairList pairs, const PairSort& sort, NCProgress* progress, int rows);
 
   /// Takes the stale pairs behind the last valid one off the end, in their order.
   std::vector<Pair> TakeStaleTail();
@@ -50,13 +54,13 @@ class WardPairList {
 
  private:
   enum class State { kValid, kStale, kGone };
+  enum class Kind { kUnsorted, kSorted, kOwn };
 
   struct Block {
-    float bound;            ///< no valid distance is above it
-    std::size_t begin = 0;  ///< of the initial list, as long as the block is a part of that
-    std::size_t end = 0;
+    Kind kind;
+    float bound;             ///< no valid distance is above it
+    SortRange initial = {};  ///< of the initial list, unless the block has pairs of its own
     std::vector<Pair> own = {};
-    bool isOwn = false;
   };
   struct Group {
     float bound;
@@ -73,13 +77,19 @@ class WardPairList {
   void InsertAt(std::size_t g, std::size_t b, std::size_t place, const Pair& pair);
   /// Makes the bound of a block exact, and takes away what is gone.
   void LowerBound(Block& block);
+  /// Sorts an unsorted block by one step, into several blocks.
+  void SortBlock(std::size_t g, std::size_t b);
+  /// Adds initial pairs begin..end - 1, which stand in their places.
+  void AddSorted(std::size_t begin, std::size_t end, std::vector<Block>& blocks) const;
   static void SplitBlock(std::vector<Block>& blocks, std::size_t b);
+  /// Into as many as it needs.
   void SplitGroup(std::size_t g);
 
   PairList initial_;
   std::vector<Group> groups_;
   std::vector<int> lastMerge_;  ///< of each cluster, 0 before the first; kNever for one that is gone
   int merges_ = 0;
+  NCProgress* progress_ = nullptr;
 };
 
 }  // namespace detail

@@ -1,5 +1,7 @@
 #include "voran/cluster/kernels/distances.h"
 
+#include <bit>
+
 #include "voran/containers/kernels/dispatch.h"
 #include "voran/containers/missing_value.h"
 
@@ -127,8 +129,26 @@ void Distances(const float* const* rows, int numRows, std::size_t columns, const
   hasGaps ? RunRule<true>(work, pairFunction, finish) : RunRule<false>(work, pairFunction, finish);
 }
 
+void Interleave(const float* distances, std::uint32_t first, std::uint32_t second, std::size_t n, std::uint32_t* out) {
+  std::size_t j = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Floats d;
+  const hn::RebindToUnsigned<Floats> bits;
+  const auto firsts = hn::Set(bits, first);
+  for (; j + kLanes <= n; j += kLanes) {
+    const auto seconds = hn::Iota(bits, second + static_cast<std::uint32_t>(j));
+    hn::StoreInterleaved3(hn::BitCast(bits, hn::LoadU(d, distances + j)), firsts, seconds, bits, out + 3 * j);
+  }
+#endif
+  for (; j < n; ++j) {
+    out[3 * j] = std::bit_cast<std::uint32_t>(distances[j]);
+    out[3 * j + 1] = first;
+    out[3 * j + 2] = second + static_cast<std::uint32_t>(j);
+  }
+}
+
 const DistanceKernels& Table() {
-  static constexpr DistanceKernels kTable = {Distances};
+  static constexpr DistanceKernels kTable = {Distances, Interleave};
   return kTable;
 }
 

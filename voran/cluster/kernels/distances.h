@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 inline namespace voran {
 namespace DendroGram {
@@ -28,6 +29,10 @@ struct DistanceKernels {
   /// out[r][j] for every row r < numRows <= kRowsTogether and every row j of the blocks.
   void (*distances)(const float* const* rows, int numRows, std::size_t columns, const float* blocks,
                     std::size_t numBlocks, bool hasGaps, PairFunction pairFunction, Finish finish, float* const* out);
+
+  /// The bits of n records of a distance and two positions: distances[j], first, second + j.
+  void (*interleave)(const float* distances, std::uint32_t first, std::uint32_t second, std::size_t n,
+                     std::uint32_t* out);
 
   static const DistanceKernels& Current();
 };
