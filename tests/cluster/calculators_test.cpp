@@ -217,8 +217,10 @@ plain::Rows Separated() {
   std::uniform_real_distribution<float> uniform(-1.0f, 1.0f);
   plain::Rows rows;
   for (int i = 0; i < 18; ++i) {
-    const auto group = static_cast<float>(i / 6);
-    const auto pair = static_cast<float>(i % 6 / 2);
+    const int groupNumber = i / 6;
+    const int pairNumber = i % 6 / 2;
+    const auto group = static_cast<float>(groupNumber);
+    const auto pair = static_cast<float>(pairNumber);
     const auto member = static_cast<float>(i % 2);
     rows.push_back({100.0f * group * group + uniform(generator) * 0.1f, 7.0f * pair * (pair + 1) + uniform(generator),
                     member * (1.0f + 0.3f * uniform(generator))});

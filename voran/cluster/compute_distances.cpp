@@ -107,7 +107,8 @@ void DivideRowsAmongThreads(int T, int N, std::vector<int>& bounds) {
   int previous = 0;
   for (int remaining = T; remaining > 0; --remaining) {
     const std::int64_t target = (total - assigned) / remaining + assigned;
-    int row = static_cast<int>(-a - std::sqrt(a * a - 2.0 * static_cast<double>(target)) + 0.5);
+    const double exact = -a - std::sqrt(a * a - 2.0 * static_cast<double>(target));
+    int row = static_cast<int>(exact + 0.5);  // NOLINT(bugprone-incorrect-roundings): it is never negative
     if (row == previous) ++row;
     if (row + 1 >= N) break;
     bounds.push_back(row + 1);
