@@ -56,9 +56,9 @@ double SumOfHeights(dendro::ClusterDistanceCalculator& calculator, const NCDataM
 
 void MeasureTree(const char* name, int rows, const std::function<double(const NCDataMatrix<float>&)>& tree) {
   const NCDataMatrix<float> data = MadeGroups(rows);
-  std::vector<double> seconds;
+  std::vector<double> seconds(kRepeats);
   double sum = 0.0;
-  for (int repeat = 0; repeat < kRepeats; ++repeat) seconds.push_back(Seconds([&] { sum = tree(data); }));
+  for (double& s : seconds) s = Seconds([&] { sum = tree(data); });
   std::printf("%-8s %6d rows %9.3f s   sum of heights %.9g\n", name, rows, Median(seconds), sum);
 }
 

@@ -32,6 +32,11 @@ std::vector<float> Made(std::size_t n, const std::function<float(std::size_t)>& 
   return distances;
 }
 
+float WholePart(std::size_t n, std::size_t divisor) {
+  const std::size_t whole = n / divisor;
+  return static_cast<float>(whole);
+}
+
 /// Distances that make every pivot one of the largest of its range: elements get their values when a comparison asks
 /// for them, the candidate for a pivot a small one (M. D. McIlroy, A Killer Adversary for Quicksort, 1999).
 std::vector<float> Adversarial(std::size_t n) {
@@ -67,12 +72,12 @@ std::vector<std::pair<std::string, std::vector<float>>> Cases() {
     cases.emplace_back("a few ties" + size, Made(n, random(200)));
     cases.emplace_back("three values" + size, Made(n, random(3)));
     cases.emplace_back("all equal" + size, Made(n, [](std::size_t) { return 1.0f; }));
-    cases.emplace_back("ascending" + size, Made(n, [](std::size_t i) { return static_cast<float>(i / 2); }));
-    cases.emplace_back("descending" + size, Made(n, [n](std::size_t i) { return static_cast<float>((n - i) / 3); }));
+    cases.emplace_back("ascending" + size, Made(n, [](std::size_t i) { return WholePart(i, 2); }));
+    cases.emplace_back("descending" + size, Made(n, [n](std::size_t i) { return WholePart(n - i, 3); }));
   }
   cases.emplace_back("adversarial", Adversarial(3000));
   std::vector<float> tied = Adversarial(3000);
-  for (float& d : tied) d = static_cast<float>(static_cast<int>(d) / 2);
+  for (float& d : tied) d = WholePart(static_cast<std::size_t>(d), 2);
   cases.emplace_back("adversarial with ties", tied);
   return cases;
 }
