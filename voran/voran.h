@@ -4,6 +4,7 @@
 
 #include "voran/cluster/cluster_allocation_error.h"
 #include "voran/cluster/cluster_distance_calculator.h"
+#include "voran/cluster/distance_and_index.h"
 #include "voran/cluster/distance_memory.h"
 #include "voran/cluster/single_linkage_distance_calculator.h"
 #include "voran/cluster/ward_distance_calculator.h"

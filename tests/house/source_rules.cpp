@@ -162,7 +162,7 @@ Breaches FindPatterns(const SourceFile& file, const std::string& text, const std
 bool IsPublicHeader(const SourceFile& file) {
   if (!IsLibrary(file.path) || !EndsWith(file.path, ".h") || Contains(file.path, "/kernels/")) return false;
   static const std::regex scaffolding(
-      R"re(#[^\n]*|inline namespace voran \{|(template <[^>]*>\s*)?(class|struct)( VORAN_EXPORT)? \w+;|\}|\s)re");
+      R"re(#[^\n]*|(inline )?namespace \w+ \{|(template <[^>]*>\s*)?(class|struct)( VORAN_EXPORT)? \w+;|\}|\s)re");
   return !std::regex_replace(WithoutDetail(CodeOnly(file.text)), scaffolding, "").empty();
 }
 
