@@ -25,6 +25,8 @@
 #include "voran/models/pls_prediction.h"
 #include "voran/models/score_estimator.h"
 #include "voran/models/significance.h"
+#include "voran/orthogonal/opls.h"
+#include "voran/orthogonal/opls_prediction.h"
 #include "voran/platform/configuration_section.h"
 #include "voran/platform/exception.h"
 #include "voran/platform/exception_message.h"
