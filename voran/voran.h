@@ -26,6 +26,8 @@
 #include "voran/models/score_estimator.h"
 #include "voran/models/significance.h"
 #include "voran/orthogonal/opls.h"
+#include "voran/orthogonal/opls_cross_validation.h"
+#include "voran/orthogonal/opls_cross_validation_data.h"
 #include "voran/orthogonal/opls_prediction.h"
 #include "voran/platform/configuration_section.h"
 #include "voran/platform/exception.h"

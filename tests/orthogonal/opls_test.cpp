@@ -45,7 +45,7 @@ class Opls : public ::testing::Test {
 };
 
 NCOPLS Fitted(const XY& data, int predictive, int orthogonal) {
-  NCOPLS opls(&data.x, &data.y, predictive, 500);
+  NCOPLS opls(&data.x, &data.y, predictive, plain_opls::kPcaLimit);
   for (int k = 0; k <= orthogonal; ++k) opls.NextComponent(nullptr);
   return opls;
 }
@@ -214,7 +214,7 @@ TEST_F(Opls, ARestoredModelGoesOnAsIfNothingHadBeen) {
       opls.NegateOComp(2);
       opls.NegatePredictiveComp(1);
       NCOPLS restored(&data.x, &data.y, opls.GetWMatrices(), opls.GetPMatrices(), opls.GetCMatrices(), opls.GetWOprim(),
-                      opls.GetPOprim(), opls.GetCOprim(), 7, 500);
+                      opls.GetPOprim(), opls.GetCOprim(), 7, plain_opls::kPcaLimit);
       EXPECT_TRUE(*restored.GetTprim() == *opls.GetTprim());
       EXPECT_TRUE(*restored.GetTOprim() == *opls.GetTOprim());
       EXPECT_EQ(restored.GetUprim()->SizeRows(), 0);

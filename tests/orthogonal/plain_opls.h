@@ -38,6 +38,8 @@ inline Vector UnitLength(Vector v) {
   return v;
 }
 
+inline constexpr int kPcaLimit = 200;  ///< which slow ones reach, so that the library has to have the same
+
 /// The first loadings of a principal component analysis; of a single row, the row.
 inline Matrix Loadings(Matrix x, int count) {
   if (x.size() == 1) return {UnitLength(x.front())};
@@ -47,7 +49,7 @@ inline Matrix Loadings(Matrix x, int count) {
     for (std::size_t j = 1; j < x.front().size(); ++j) {
       if (SumOfSquares(Column(x, j)) > SumOfSquares(start)) start = Column(x, j);
     }
-    const plain_nipals::PcaComponent component = plain_nipals::FitPca(x, start, 5000);
+    const plain_nipals::PcaComponent component = plain_nipals::FitPca(x, start, kPcaLimit);
     loadings.push_back(component.p);
     Deflate(x, component.t, component.p);
   }
@@ -130,6 +132,31 @@ struct Model {
   int passes = 0;  ///< of the last refinement
   std::vector<Matrix> w, p, c;
   Matrix t, u, tw, to, po, co, wo, uo, xResiduals, yResiduals;
+};
+
+/// What a model says of other rows: scores of its last stage, orthogonal scores, and Y.
+struct Prediction {
+  Prediction(const Model& model, Matrix x) : y(x.size(), Vector(model.y.front().size())) {
+    const auto add = [this](const Vector& scores, const Vector& loadings) {
+      Vector negative = loadings;
+      Scale(negative, -1.0);
+      Deflate(y, scores, negative);
+    };
+    for (std::size_t k = 0; k < model.wo.size(); ++k) {
+      Matrix e = x;
+      for (const Vector& w : model.w[k]) Deflate(e, RowSlopes(e, w), w);
+      to.push_back(RowSlopes(e, model.wo[k]));
+      Deflate(x, to[k], model.po[k]);
+      add(to[k], model.co[k]);
+    }
+    for (std::size_t a = 0; a < model.w.back().size(); ++a) {
+      t.push_back(RowSlopes(x, model.w.back()[a]));
+      Deflate(x, t[a], model.p.back()[a]);
+      add(t[a], model.c.back()[a]);
+    }
+  }
+
+  Matrix t, to, y;
 };
 
 /// The algorithm as it was published (Trygg and Wold, 2002) for one response and complete data: w does not change, and

@@ -7,6 +7,7 @@
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
 #include "voran/models/pca.h"
+#include "voran/orthogonal/covariances.h"
 #include "voran/orthogonal/leading_direction.h"
 #include "voran/orthogonal/matrix_sums.h"
 #include "voran/orthogonal/row_deflation.h"
@@ -135,7 +136,7 @@ void NCOPLS::ExtractOrthogonalComponent() {
 Vector NCOPLS::OrthogonalWeight() const {
   Matrix rest(X_.SizeRows(), X_.SizeColumns(), 0.0f);
   RowDeflation(WMatrices_.back(), WMatrices_.back()).ScoresAndRest(X_, rest);
-  return detail::LeadingDirection(TWprim_.MatrixMultiply(rest, false, false, false), maxIterations_);
+  return detail::LeadingDirection(detail::RowCovariances(TWprim_, rest), maxIterations_);
 }
 
 /// Fits the predictive part of X and Y as they now are.
@@ -156,7 +157,7 @@ void NCOPLS::CalcOPLS(NCProgress* progress) {
 /// first, or rises; the last pass then does not count.
 Matrix NCOPLS::RefineWeights(NCProgress* progress) {
   constexpr double kLittle = 0.01;
-  Matrix covariances = Y_.MatrixMultiply(X_, true, false, false);
+  Matrix covariances = detail::Covariances(Y_, X_);
   const double first = std::sqrt(covariances.GetSS());
   double previous = first;
   const bool hasGaps = X_.GetNumMisVal() != 0;
@@ -170,7 +171,7 @@ Matrix NCOPLS::RefineWeights(NCProgress* progress) {
       return W;
     }
     TWprim_ = deflation.ScoresAndRest(X_, rest);
-    const Matrix left = Y_.MatrixMultiply(rest, true, false, false);
+    const Matrix left = detail::Covariances(Y_, rest);
     const double size = std::sqrt(left.GetSS());
     const double remaining = size > previous ? 0.0 : (size - kLittle * first) / first;
     if (progress != nullptr) GoOnOnlyIf(progress->SetValue(std::max(static_cast<float>(1.0 - remaining), 0.0f)));
