@@ -87,15 +87,21 @@ Data Made() {
   return data;
 }
 
+bool Same(const Data& a, const Data& b) {
+  return a.WSets == b.WSets && a.PSets == b.PSets && a.CSets == b.CSets && a.WOSets == b.WOSets &&
+         a.POSets == b.POSets && a.COSets == b.COSets && a.SSYColumnSS == b.SSYColumnSS;
+}
+
 class OplsStream : public ::testing::Test {
  protected:
   /// Reading must fail and leave the data as they were.
   void ExpectRefused(const std::string& bytes, const std::string& what) {
     std::istringstream stream(bytes);
     EXPECT_FALSE(data_.ReadObject(stream)) << what;
-    EXPECT_EQ(Written(data_), bytes_) << what;
+    EXPECT_TRUE(Same(data_, made_)) << what;
   }
 
+  const Data made_ = Made();
   Data data_ = Made();
   std::string bytes_ = Written(data_);
 };
@@ -121,10 +127,7 @@ TEST_F(OplsStream, WhatIsWrittenComesBack) {
     std::istringstream stream(Written(*cv.GetData()));
     ASSERT_TRUE(read.ReadObject(stream)) << n;
     EXPECT_EQ(read.ReadVersion, 1);
-    EXPECT_TRUE(read.WSets == cv.GetData()->WSets && read.PSets == cv.GetData()->PSets);
-    EXPECT_TRUE(read.CSets == cv.GetData()->CSets && read.WOSets == cv.GetData()->WOSets);
-    EXPECT_TRUE(read.POSets == cv.GetData()->POSets && read.COSets == cv.GetData()->COSets);
-    EXPECT_TRUE(read.SSYColumnSS == cv.GetData()->SSYColumnSS);
+    EXPECT_TRUE(Same(read, *cv.GetData()));
     EXPECT_EQ(Written(read), Written(*cv.GetData()));
   }
   data_.clear();
