@@ -1,6 +1,7 @@
 #include "voran/orthogonal/opls_prediction.h"
 
 #include <cstddef>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -111,22 +112,25 @@ TEST(OplsPrediction, RowsWithoutDataAndNoRows) {
 /// matrices' own steps.
 TEST(OplsPrediction, GapsInTheModelActAsInTheStepsOfTheMatrix) {
   const FloatMatrix x = WithGaps(Related(20, 9, 1, 9).x, 2);
-  FloatMatrix w = Related(2, 9, 1, 5).x;
-  FloatMatrix p = Related(2, 9, 1, 6).x;
-  w(1, 3, kGap);
+  FloatMatrix someGaps = Related(3, 9, 1, 5).x;
+  FloatMatrix p = Related(3, 9, 1, 6).x;
+  someGaps(1, 3, kGap);
   p(1, 4, kGap);
   p(2, 5, kGap);
-  const FloatMatrix c(2, 1, 1.0f);
+  FloatMatrix emptyRow = someGaps;
+  emptyRow.SetRow(1, kGap);
   const FloatMatrix none;
-  const std::vector<FloatMatrix> ws = {w};
-  const std::vector<FloatMatrix> ps = {p};
-  const std::vector<FloatMatrix> cs = {c};
-  const NCOPLSPred prediction(&x, &ws, &ps, &cs, &none, &none, &none);
-  FloatMatrix left = x;
-  for (int a = 1; a <= 2; ++a) {
-    const FloatVector t = left.SpecialNipalsRegressRowsFix(w[a]);
-    EXPECT_TRUE((*prediction.GetTPred())[a] == t) << a;
-    left.AddVprimV(t, p[a], -1.0f);
+  for (const FloatMatrix& w : {someGaps, emptyRow}) {
+    const std::vector<FloatMatrix> ws = {w};
+    const std::vector<FloatMatrix> ps = {p};
+    const std::vector<FloatMatrix> cs = {FloatMatrix(3, 1, 1.0f)};
+    const NCOPLSPred prediction(&x, &ws, &ps, &cs, &none, &none, &none);
+    FloatMatrix left = x;
+    for (int a = 1; a <= 3; ++a) {
+      const FloatVector t = left.SpecialNipalsRegressRowsFix(w[a]);
+      EXPECT_TRUE((*prediction.GetTPred())[a] == t) << a;
+      left.AddVprimV(t, p[a], -1.0f);
+    }
   }
 }
 

@@ -185,7 +185,8 @@ TEST_F(OplsStream, CountsAreNotBelieved) {
     std::stringstream stream;
     VStreamLight::WriteMagicStringAndVersionNumber(stream, 1, "OPLSCVD");
     OutputStreamDirectory directory(stream, 11);
-    for (unsigned short i = 1; i <= 7; ++i) WriteFourBytes(&count, 1, directory.GetOutput(i));
+    for (unsigned short i = 1; i <= 6; ++i) WriteFourBytes(&count, 1, directory.GetOutput(i));
+    directory.GetOutput(7) << FloatVector();
     EXPECT_TRUE(directory.Close());
     ExpectRefused(stream.str(), std::to_string(count));
   }
