@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <vector>
 
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
 #include "voran/models/convergence.h"
 #include "voran/models/cv_groups.h"
+#include "voran/models/cv_split.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_prediction.h"
 #include "voran/models/q2.h"
@@ -22,36 +22,6 @@ using detail::Q2;
 using Groups = NCIntegralVector<int, -99>;
 using Matrix = NCDataMatrix<float>;
 using Vector = NCDataVector<float>;
-
-/// The data of one group's sub-model; rows share their elements with the model's.
-struct PLSCrossValidation::Round {
-  Round(const NCPLS& model, const Groups& rowGroups, int group)
-      : xTrain(0, model.GetXResiduals()->SizeColumns(), kMissing<float>),
-        yTrain(0, model.GetYResiduals()->SizeColumns(), kMissing<float>),
-        xTest(0, model.GetXResiduals()->SizeColumns(), kMissing<float>) {
-    const Matrix& x = *model.GetXResiduals();
-    const Matrix& y = *model.GetYResiduals();
-    const auto left = static_cast<int>(std::count(rowGroups.begin(), rowGroups.end(), group));
-    xTest.ReserveRows(left);
-    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows() - left);
-    for (int i = 1; i <= x.SizeRows(); ++i) {
-      if (rowGroups[i] == group) {
-        xTest.push_back(x[i]);
-        test.push_back(i);
-      } else {
-        xTrain.push_back(x[i]);
-        yTrain.push_back(y[i]);
-        train.push_back(i);
-      }
-    }
-  }
-
-  Matrix xTrain;
-  Matrix yTrain;
-  Matrix xTest;
-  std::vector<int> train;  // rows of the model's data
-  std::vector<int> test;
-};
 
 PLSCrossValidation::PLSCrossValidation(NCPLS* model, int groups, const Groups* rowGroups)
     : PLSCrossValidation(model, 0.0f, Vector(model->GetYResiduals()->SizeColumns(), 0.0f), groups, rowGroups) {}
@@ -98,7 +68,7 @@ void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationL
 
 void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int iterationLimit, NCProgress* progress,
                                        bool silent) {
-  Round round(*model_, rowGroups_, group);
+  detail::CvSplit round(*model_->GetXResiduals(), *model_->GetYResiduals(), rowGroups_, group);
   if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.yTrain.GetSS()));
   NCPLS sub(&round.xTrain, &round.yTrain, iterationLimit);
   if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
@@ -115,7 +85,7 @@ void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int
   Keep(sub, scores, modelWeight);
 }
 
-void PLSCrossValidation::PredictLeftOut(const Round& round, const NCPLS& sub, Vector& scores) {
+void PLSCrossValidation::PredictLeftOut(const detail::CvSplit& round, const NCPLS& sub, Vector& scores) {
   constexpr float kPracticallyAnyRow = 0.9999f;
   const Matrix& y = *model_->GetYResiduals();
   NCPLSPred prediction(&round.xTest, sub.GetWprim(), sub.GetPprim(), sub.GetCprim(), kPracticallyAnyRow);

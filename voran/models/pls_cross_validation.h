@@ -14,6 +14,10 @@ inline namespace voran {
 class NCPLS;
 class NCProgress;
 
+namespace detail {
+struct CvSplit;
+}
+
 /// How well the newest component of a PLS model predicts Y for observations that were left out.
 ///
 /// For every group of observations a sub-model of one component is fitted to the others, on the residuals that the
@@ -72,11 +76,9 @@ class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
   const NCDataMatrix<float>* GetYPredResiduals() const { return &YPredResiduals_; }
 
  private:
-  struct Round;
-
   void LeaveGroupOut(int group, const NCDataVector<float>& modelWeight, int iterationLimit, NCProgress* progress,
                      bool silent);
-  void PredictLeftOut(const Round& round, const NCPLS& sub, NCDataVector<float>& scores);
+  void PredictLeftOut(const detail::CvSplit& round, const NCPLS& sub, NCDataVector<float>& scores);
   void Keep(const NCPLS& sub, const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
   void UpdateQ2(const NCDataVector<float>& yReference);
 
