@@ -94,10 +94,10 @@ TEST_F(ModelFile, AFileOfAnotherKindIsRefusedInOneSentence) {
   fs::create_directory(Path("folder"));
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"cut", "cut: is cut off or damaged; fit the model again"},
-      {"empty", "empty: is no model that --save has written"},
-      {"other", "other: is no model that --save has written"},
-      {"t.csv", "t.csv: is no model that --save has written"},
-      {"folder", "folder: is no model that --save has written"},
+      {"empty", "empty: is no model, or it is damaged at its beginning"},
+      {"other", "other: is no model, or it is damaged at its beginning"},
+      {"t.csv", "t.csv: is no model, or it is damaged at its beginning"},
+      {"folder", "folder: is no model, or it is damaged at its beginning"},
       {"none", "none: cannot be opened: No such file"},
   };
   for (const auto& [file, says] : cases) ExpectRefusal({"predict", file, "t.csv", "--out", "made"}, 3, says);
@@ -140,6 +140,7 @@ TEST_F(ModelFile, SaveLeavesNothingThatIsNotWhole) {
       {"t.csv", "/proc/m", 2, "--save: /proc/m cannot be written"},
       {"t.csv", "pipe", 2, "--save: pipe is a device or a pipe"},
       {"t.csv", "/dev/null", 2, "--save: /dev/null is a device or a pipe"},
+      {"t.csv", "./t.csv", 2, "--save: ./t.csv is the input itself"},
       {"constant.csv", "kept", 3, "response \"y\" cannot be modelled (no variance)"},
       {"constant.csv", "new", 3, "response \"y\" cannot be modelled (no variance)"},
       {"none.csv", "new", 3, "none.csv: cannot be opened"},

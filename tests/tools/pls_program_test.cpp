@@ -32,10 +32,11 @@ TEST_F(Program, PlsRefusesWhatCannotBeModelled) {
       {{"t.csv", "--y", "z", "--x", "k,e"}, 3, "no column is left to model: k (no variance)"},
       {{"even.csv", "--y", "y", "--components", "1", "--no-cv"},
        1,
-       "The correlation between X and Y is zero or almost"},
+       "even.csv: The correlation between X and Y is zero or almost zero; component 1 cannot be computed\n"},
       {{DataFile("linnerud"), "--y", "y_pulse", "--x", "x_chins..x_jumps"},
        1,
-       "component 1 is not significant (NS): its Q2 is -0.1013, and the limit 0.0500; --components 1 fits it"},
+       "linnerud.csv: component 1 is not significant (NS): its Q2 is -0.1013, and the limit 0.0500; --components 1 "
+       "fits it"},
       {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "one"}, 3, "column \"one\" holds one group alone"},
       {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "g"}, 3, "row \"r\" has no group in column \"g\""},
       {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "g,one"}, 2, "--cv-column: 2 columns are named; give one"},
@@ -52,6 +53,7 @@ TEST_F(Program, PlsRefusesWhatCannotBeModelled) {
       {{"even.csv", "--y", "y", "--cv-groups", "3", "--cv-column", "a"}, 2, "--cv-groups excludes --cv-column"},
       {{"even.csv", "--y", "y", "--no-cv", "--cv-column", "a"}, 2, "--no-cv"},
       {{"even.csv", "--y", "y", "--transform", "q=log"}, 2, "--transform: the table has no column \"q\""},
+      {{"t.csv", "--y", "z", "--x", "a", "--transform", "g,#4=log"}, 2, "\"g,#4\" names no column of numbers that is"},
   };
   const auto before = Files();
   for (Case c : cases) {

@@ -187,6 +187,10 @@ TEST_F(Predict, ARowMayLackNoMoreThanTheGivenShare) {
   Done({"pca", DataFile("iris"), "--class", "class", "--components", "1", "--save", "m"});
   EXPECT_EQ(refused({"--max-missing", "1"}), json::array({"none"}));
   EXPECT_EQ(refused({"--max-missing", "0.75"}), json::array({"none"}));
+  // One value is too few for two components: there is no score of the first, either.
+  Done({"pca", DataFile("iris"), "--class", "class", "--components", "2", "--save", "m"});
+  EXPECT_EQ(PredictJson("t.csv", {"--max-missing", "1"})["predictions"][2]["scores"], json::parse("[null,null]"));
+  Done({"pca", DataFile("iris"), "--class", "class", "--components", "1", "--save", "m"});
   const json row = PredictJson("t.csv")["predictions"][2];
   EXPECT_EQ(row, json::parse(R"({"id":"one","scores":[null],"residual_sd":null,"distance":null,"t2":null})"));
   Put("t.csv", "id,sepal_length_cm,sepal_width_cm,petal_length_cm,petal_width_cm\none,,,1.4,NA\nnone,,?,,\n");
@@ -200,9 +204,11 @@ TEST_F(Predict, RmsepIsOverTheRowsThatTellTheResponse) {
   cells[2][4] = "";                        // y_weight
   cells[5][4] = "";                        // y_weight
   for (auto& row : cells) row.pop_back();  // y_pulse
+  Put("numbers.csv", cells);
+  cells[5][4] = "to be measured";
   Put("t.csv", cells);
   const json result = PredictJson("t.csv", {"--out", "r"});
-  const Cells observed = Numbers(Path("t.csv"));
+  const Cells observed = Numbers(Path("numbers.csv"));
   const Cells predicted = Numbers(Path("r/predictions.csv"));
   const int rows[] = {18, 20, 0};
   for (std::size_t m = 0; m < 3; ++m) {
@@ -264,8 +270,28 @@ TEST_F(Predict, TablesThatDoNotFitTheModelAreRefused) {
   }
   ExpectRefusal({"predict", "none", "fit.csv"}, 3, "none: cannot be opened");
   ExpectRefusal({"predict", "m", "none.csv"}, 3, "none.csv: cannot be opened");
-  ExpectRefusal({"predict", "m", "fit.csv", "--max-missing", "1.5"}, 2, "--max-missing");
+  for (const char* share : {"1.5", "-0.1", "nan"}) {
+    ExpectRefusal({"predict", "m", "fit.csv", "--max-missing", share}, 2, "--max-missing");
+  }
+  for (const char* column : {"a", "y"}) {
+    ExpectRefusal({"predict", "m", "fit.csv", "--id", column}, 2,
+                  "--id: column \"" + std::string(column) + "\" is one of");
+  }
   ExpectRefusal({"predict", "m"}, 2, "TABLE is required");
+}
+
+TEST_F(Predict, NoResultTakesThePlaceOfAnInput) {
+  const std::string table = "id,a,b,y\np,1,2,3\nq,2,1,5\nr,3,5,4\ns,5,4,9\n";
+  fs::create_directory(Path("here"));
+  for (const char* name : {"here/scores.csv", "here/summary.json"}) Put(name, table);
+  ExpectRefusal({"pls", "here/scores.csv", "--y", "y", "--components", "1", "--no-cv", "--out", "here"}, 2,
+                "--out: here/scores.csv is the input itself; give another place");
+  Done({"pls", "here/scores.csv", "--y", "y", "--components", "1", "--no-cv", "--save", "here/distances.csv"});
+  const std::string model = ContentOf(Path("here/distances.csv"));
+  ExpectRefusal({"predict", "here/distances.csv", "here/summary.json", "--out", "here"}, 2, "is the input itself");
+  EXPECT_EQ(ContentOf(Path("here/scores.csv")), table);
+  EXPECT_EQ(ContentOf(Path("here/summary.json")), table);
+  EXPECT_EQ(ContentOf(Path("here/distances.csv")), model);
 }
 
 }  // namespace

@@ -134,7 +134,7 @@ TEST_F(Transform, WhatFailsBecomesAGapAndIsTold) {
 TEST_F(Transform, EachColumnGetsTheLastFunctionThatNamesIt) {
   Put("t.csv", "group,first,a=b,nm900,nm1000,nm1100,last\ng,1,10,100,100,100,7\nh, 1,,10,10,10,-99\n");
   const json summary = RunJson({"t.csv", "--class", "group", "--transform", "log", "--transform", "a=b=linear,2",
-                                "--transform", "950..1200,last=neglog", "--transform", "#6=power,1,0,2", "--transform",
+                                "--transform", "950..1200,last=neglog", "--transform", "#7=power,1,0,2", "--transform",
                                 "first=linear,1,-0.5", "--out", "r"});
   EXPECT_EQ(ContentOf(Path("r/transform.csv")),
             "id,group,first,a=b,nm900,nm1000,nm1100,last\n"
@@ -214,7 +214,7 @@ TEST(TransformOption, WithoutColumnsItHoldsForTheVariablesAlone) {
   EXPECT_FALSE(option.IsGiven());
   app.parse("--transform log --transform b,y2=neglog");
   EXPECT_TRUE(option.IsGiven());
-  const NCTransform transform = option.Resolve({"a", "b", "y1", "y2"}, 2);
+  const NCTransform transform = option.Resolve({"a", "b", "y1", "y2"}, 2, {"id", "a", "y1", "b", "y2"});
   std::vector<TransformE::Transform> types;
   for (int c = 1; c <= transform.Size(); ++c) types.push_back(transform[c].GetTransform());
   EXPECT_EQ(types, (std::vector<TransformE::Transform>{TransformE::kLog, TransformE::kNegLog, TransformE::kNone,

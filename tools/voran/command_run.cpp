@@ -27,11 +27,13 @@ void RunOptions::AddSaveTo(CLI::App& command) {
   AddPath(command, "--save", save, "FILE", "Keep the model in this file, for voran predict");
 }
 
-CommandRun::CommandRun(const RunOptions& options) : options_(options) {
+CommandRun::CommandRun(const RunOptions& options, std::vector<std::string> otherInputs) : options_(options) {
+  std::vector<std::string> inputs = std::move(otherInputs);
+  inputs.push_back(options.table.Path());
   options.threads.Apply();
   if (!options.output.quiet) NCProgress::SetDisplay(MakeTerminalDisplay());
-  if (!options.output.folder.empty()) folder_.emplace(options.output.folder);
-  if (!options.save.empty()) model_.emplace("--save", options.save);
+  if (!options.output.folder.empty()) folder_.emplace(options.output.folder, inputs);
+  if (!options.save.empty()) model_.emplace("--save", options.save, inputs);
 }
 
 Table CommandRun::ReadTable() const {

@@ -34,8 +34,9 @@ struct RunOptions {
 /// One run of a command, from the table to the results.
 class CommandRun {
  public:
-  /// Sets threads and progress, and makes the folder for the results, before anything is read. Throws `Failure`.
-  explicit CommandRun(const RunOptions& options);
+  /// Sets threads and progress, and makes the folder for the results, before anything is read. No result will replace
+  /// the table, or one of the other files that the run reads. Throws `Failure`.
+  explicit CommandRun(const RunOptions& options, std::vector<std::string> otherInputs = {});
 
   /// Reads the table and tells what was recognised. Throws `Failure`.
   Table ReadTable() const;

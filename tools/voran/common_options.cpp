@@ -156,7 +156,9 @@ void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, c
 CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups) {
   return command
       .add_option("--cv-groups", groups,
-                  fmt::format("Leave out the rows in so many groups in turn ({})", kDefaultCvGroups))
+                  fmt::format("Cross-validate, leaving out the rows in so many groups in turn (where it is done "
+                              "without being asked: {})",
+                              kDefaultCvGroups))
       ->type_name("G")
       ->check(CLI::Range(2, kMostCvGroups))
       ->group(kCvGroup);

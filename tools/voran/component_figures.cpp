@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/csv_writer.h"
+#include "tools/voran/number_text.h"
 #include "tools/voran/text_table.h"
 
 namespace tool {
@@ -78,9 +79,9 @@ Json ComponentJson(const std::vector<ComponentFigures>& components) {
       object["r2y"] = NumberOrNull(*c.r2y);
       object["r2y_cumulative"] = NumberOrNull(*c.r2yCumulative);
     }
-    object["q2"] = c.q2 ? NumberOrNull(c.q2->q2) : Json();
-    object["q2_cumulative"] = c.q2 ? NumberOrNull(c.q2->q2Cumulative) : Json();
-    object["q2_limit"] = c.q2 ? NumberOrNull(c.q2->limit) : Json();
+    object["q2"] = c.q2 ? NumberOrNull(AsWritten(c.q2->q2)) : Json();
+    object["q2_cumulative"] = c.q2 ? NumberOrNull(AsWritten(c.q2->q2Cumulative)) : Json();
+    object["q2_limit"] = c.q2 ? NumberOrNull(AsWritten(c.q2->limit)) : Json();
     object["significance"] = c.q2 ? Json(SignificanceE::GetSignificance(c.q2->verdict)) : Json();
     object["iterations"] = c.iterations;
     object["converged"] = c.converged;

@@ -12,9 +12,15 @@
 namespace tool {
 namespace {
 
-// The library's messages may have several lines.
+// The library's message may be several sentences on several lines.
 std::string AsSentence(std::string text) {
+  for (auto end = text.find(".\n"); end != std::string::npos; end = text.find(".\n")) {
+    text.replace(end, 2, "; ");
+    char& first = text[std::min(end + 2, text.size() - 1)];
+    if (first >= 'A' && first <= 'Z') first = static_cast<char>(first - 'A' + 'a');
+  }
   std::replace(text.begin(), text.end(), '\n', ' ');
+  while (text.ends_with('.') || text.ends_with(' ') || text.ends_with(';')) text.pop_back();
   return text;
 }
 
@@ -23,7 +29,7 @@ std::string AsSentence(std::string text) {
 std::string ComponentLoop::Run(const ComponentRequest& request, const ComponentLimit& limit, NCProgress* progress) {
   const int count = request.isAuto ? limit.most : std::min(request.asked, limit.most);
   for (int a = 1; a <= count; ++a) {
-    const std::string stopped = FitNext(a, count, request.isAuto, progress);
+    std::string stopped = FitNext(a, count, request.isAuto, limit.source, progress);
     if (!stopped.empty()) return stopped;
   }
   if (!request.isAuto && request.asked <= limit.most) return {};
@@ -31,7 +37,7 @@ std::string ComponentLoop::Run(const ComponentRequest& request, const ComponentL
                      Counted(static_cast<std::size_t>(limit.most), "component"));
 }
 
-std::string ComponentLoop::FitNext(int a, int count, bool isAuto, NCProgress* progress) {
+std::string ComponentLoop::FitNext(int a, int count, bool isAuto, const std::string& source, NCProgress* progress) {
   const std::string explained = a == 1 ? "" : Exhausted();
   if (!explained.empty()) {
     return fmt::format("the first {} {}", a == 2 ? "component explains" : fmt::format("{} components explain", a - 1),
@@ -48,14 +54,15 @@ std::string ComponentLoop::FitNext(int a, int count, bool isAuto, NCProgress* pr
     Fit(a, progress);
   } catch (const NCError& error) {
     if (progress != nullptr && progress->IsBreakPressed()) throw Cancelled();
-    if (a == 1) throw Failure(ExitCode::kComputationFailed, AsSentence(error.what()));
+    if (a == 1) throw Failure(ExitCode::kComputationFailed, fmt::format("{}: {}", source, AsSentence(error.what())));
     return AsSentence(error.what());
   }
   if (progress != nullptr && !progress->PopSubRange()) throw Cancelled();
-  const std::string insignificance = isAuto ? Insignificance(a) : "";
+  std::string insignificance = isAuto ? Insignificance(a) : "";
   if (!insignificance.empty()) {
     if (a > 1) return insignificance;
-    throw Failure(ExitCode::kComputationFailed, fmt::format("{}; --components 1 fits it all the same", insignificance));
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{}: {}; --components 1 fits it all the same", source, insignificance));
   }
   Accept(a);
   return {};

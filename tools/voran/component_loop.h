@@ -15,6 +15,7 @@ struct ComponentRequest {
 
 /// How many there can be, and why.
 struct ComponentLimit {
+  const std::string& source;
   std::size_t rows;
   std::size_t columns;
   int most;
@@ -46,7 +47,7 @@ class ComponentLoop {
 
  private:
   /// Empty if the component was taken.
-  std::string FitNext(int a, int count, bool isAuto, NCProgress* progress);
+  std::string FitNext(int a, int count, bool isAuto, const std::string& source, NCProgress* progress);
 };
 
 }  // namespace tool

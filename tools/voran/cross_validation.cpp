@@ -55,7 +55,7 @@ std::string InsignificanceText(int component, const ComponentQ2& q2) {
       fmt::format("component {} is not significant ({})", component, SignificanceE::GetSignificance(q2.verdict));
   switch (q2.verdict) {
     case SignificanceE::kN3:
-      return head + ": the table is too small for it";
+      return head + ": it leaves the table too few rows, or columns";
     case SignificanceE::kN4:
       return head + ": it explains next to nothing";
     default:

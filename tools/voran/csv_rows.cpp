@@ -127,6 +127,7 @@ bool CsvRowParser::NumberCell(std::string_view cell, std::size_t column, CsvRows
     case CellKind::kMissing:
       break;
     case CellKind::kText:
+      if (plan_.isForModel && plan_.roles[column] == ColumnRole::kResponse) break;  // not measured yet
       return Complain(result, result.lines, ColumnPlace(column) + ": " + NotANumber(cell, column));
     case CellKind::kNotFinite:
       return Complain(result, result.lines,
@@ -144,6 +145,7 @@ bool CsvRowParser::Complain(CsvRows& result, std::size_t line, std::string what)
 
 std::string CsvRowParser::NotANumber(std::string_view cell, std::size_t column) const {
   if (plan_.isForModel) return Quoted(cell) + " is not a number, which the model wants here; NA marks a gap";
+  if (plan_.roles[column] == ColumnRole::kResponse) return Quoted(cell) + " is not a number; NA marks a gap";
   const std::string argument = AsArgument(plan_.names[column], column);
   const std::string id = column == 0 ? fmt::format("--id {} if the column names the rows, ", argument) : "";
   return fmt::format("{} is not a number; add {}--class {} if it names groups, or --exclude {}", Quoted(cell), id,

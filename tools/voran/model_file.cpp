@@ -94,7 +94,7 @@ bool FitTogether(const SavedModel& m) {
     return matrix.SizeRows() == static_cast<int>(rows) && matrix.SizeColumns() == static_cast<int>(columns);
   };
   const std::size_t components = m.spread.scoreVariances.size();
-  return (m.kind == "pca" || m.kind == "pls") && components > 0 && m.x.names.size() > 0 &&
+  return (m.kind == "pca" || m.kind == "pls") && components > 0 && !m.x.names.empty() &&
          (m.kind == "pls") == !m.y.names.empty() && m.x.transforms.Size() == static_cast<int>(m.x.names.size()) &&
          m.y.transforms.Size() == static_cast<int>(m.y.names.size()) && hasShape(m.W, components, m.x.names.size()) &&
          hasShape(m.P, components, m.x.names.size()) && hasShape(m.C, components, m.y.names.size());
@@ -158,7 +158,9 @@ SavedModel ReadModel(const std::string& path) {
     throw BadData(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
   }
   if (!SavedModel::MyStreamableData.Check(in)) {
-    throw BadData(path + ": is no model that --save has written, or it is cut off or damaged at its beginning");
+    throw BadData(path +
+                  ": is no model, or it is damaged at its beginning; give a file that --save of voran pls or voran pca "
+                  "has written");
   }
   if (SavedModel::MyStreamableData.GetVStreamVersionNumber() !=
       SavedModel::MyStreamableData.GetMyVStreamVersionNumber()) {

@@ -5,16 +5,19 @@
 #include <cstdlib>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "tools/voran/failure.h"
+#include "tools/voran/output_file.h"
 
 namespace tool {
 
 namespace fs = std::filesystem;
 
-OutputDirectory::OutputDirectory(const std::string& path) : path_(path) {
+OutputDirectory::OutputDirectory(const std::string& path, std::vector<std::string> inputs)
+    : path_(path), inputs_(std::move(inputs)) {
   MakeFolders();
   std::string pattern = (path_ / ".voran-XXXXXX").string();
   if (mkdtemp(pattern.data()) == nullptr) {
@@ -68,6 +71,7 @@ void OutputDirectory::Write(const std::string& name, const std::function<void(st
 void OutputDirectory::Commit() {
   std::error_code error;
   for (const std::string& name : names_) {
+    RefuseToOverwrite(path_ / name, inputs_, "--out");
     if (!fs::is_directory(path_ / name, error)) continue;
     throw WrongUse(fmt::format("--out: {} is a folder where a file is to be written", (path_ / name).string()));
   }

@@ -15,8 +15,9 @@ namespace tool {
 /// stays untouched.
 class OutputDirectory {
  public:
-  /// Makes the folder where needed, and proves that it can be written. Throws `Failure` (wrong use) if it cannot.
-  explicit OutputDirectory(const std::string& path);
+  /// Makes the folder where needed, and proves that it can be written. Throws `Failure` (wrong use) if it cannot. No
+  /// file in it that is one of the `inputs` will be replaced.
+  explicit OutputDirectory(const std::string& path, std::vector<std::string> inputs = {});
   ~OutputDirectory();
   OutputDirectory(const OutputDirectory&) = delete;
   OutputDirectory& operator=(const OutputDirectory&) = delete;
@@ -24,6 +25,7 @@ class OutputDirectory {
   /// Writes a file by calling `fill`. Throws `Failure` (computation failed) if not all of it could be written.
   void Write(const std::string& name, const std::function<void(std::ostream&)>& fill);
 
+  /// Throws `Failure` (wrong use) if a file would take the place of a folder or of an input.
   void Commit();
 
  private:
@@ -31,6 +33,7 @@ class OutputDirectory {
   void RemoveMadeFolders() noexcept;
 
   std::filesystem::path path_;
+  std::vector<std::string> inputs_;
   std::vector<std::filesystem::path> made_;  // folders that were not there before, the outermost first
   std::filesystem::path staging_;
   std::vector<std::string> names_;

@@ -26,12 +26,22 @@ void SetUsualPermissions(int file) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& option, const std::string& path) : path_(path) {
+void RefuseToOverwrite(const fs::path& file, const std::vector<std::string>& inputs, const std::string& option) {
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (!fs::equivalent(file, input, error)) continue;
+    throw WrongUse(fmt::format("{}: {} is the input itself; give another place", option, file.string()));
+  }
+}
+
+OutputFile::OutputFile(const std::string& option, const std::string& path, const std::vector<std::string>& inputs)
+    : path_(path) {
   std::error_code error;
   if (fs::is_directory(path_, error)) throw WrongUse(fmt::format("{}: {} is a folder; give a file", option, path));
   if (fs::exists(path_, error) && !fs::is_regular_file(path_, error)) {
     throw WrongUse(fmt::format("{}: {} is a device or a pipe, which cannot be replaced; give a file", option, path));
   }
+  RefuseToOverwrite(path_, inputs, option);
   std::string pattern = (path_.parent_path() / ".voran-XXXXXX").string();
   const int file = mkstemp(pattern.data());
   if (file < 0) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -11,8 +12,9 @@ namespace tool {
 /// Commit. Without Commit what was there before stays untouched.
 class OutputFile {
  public:
-  /// Proves that the file can be written. Throws `Failure` (wrong use) if it cannot; `option` is the one that names it.
-  OutputFile(const std::string& option, const std::string& path);
+  /// Proves that the file can be written. Throws `Failure` (wrong use) if it cannot, or if it is one of the `inputs`;
+  /// `option` is the one that names it.
+  OutputFile(const std::string& option, const std::string& path, const std::vector<std::string>& inputs);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -26,5 +28,9 @@ class OutputFile {
   std::filesystem::path path_;
   std::filesystem::path staging_;
 };
+
+/// Throws `Failure` (wrong use) if `file`, which `option` would write, is one of the files that the run reads.
+void RefuseToOverwrite(const std::filesystem::path& file, const std::vector<std::string>& inputs,
+                       const std::string& option);
 
 }  // namespace tool

@@ -39,7 +39,7 @@ void RunPca(const PcaOptions& options) {
   Table table = run.ReadTable();
   PcaSettings settings = options.settings;
   if (options.transform.IsGiven()) {
-    settings.transforms = options.transform.Resolve(table.variables, table.variables.size());
+    settings.transforms = options.transform.Resolve(table.variables, table.variables.size(), table.columns);
   }
   const PcaResult result = [&] {
     NCProgress progress("PCA", 0.0f, 1.0f, false, false, true, "");

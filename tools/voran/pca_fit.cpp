@@ -45,10 +45,10 @@ class PcaRun : private ComponentLoop {
     result_.cvGroups = groups.count;
   }
 
-  void FitAll(NCProgress* progress) {
+  void FitAll(const std::string& source, NCProgress* progress) {
     const int most = static_cast<int>(std::min(degreesOfFreedom_, static_cast<double>(columns_)));
     const int asked = settings_.components.value_or(std::min(kDefaultComponents, most));
-    result_.stopped = Run({asked, settings_.isAuto}, {rows_, columns_, most}, progress);
+    result_.stopped = Run({asked, settings_.isAuto}, {source, rows_, columns_, most}, progress);
     const int components = static_cast<int>(result_.components.size());
     result_.spread.residual = unit_ * PooledResidual(*model_->GetResiduals(), components, degreesOfFreedom_);
   }
@@ -139,7 +139,7 @@ PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress
     if (!groups.note.empty()) result.notes.push_back(groups.note);
     run.CrossValidateBy(groups);
   }
-  run.FitAll(progress);
+  run.FitAll(table.source, progress);
   return result;
 }
 

@@ -52,7 +52,7 @@ PlsSettings SettingsFor(const PlsOptions& options, const Table& table) {
   if (options.transform.IsGiven()) {
     std::vector<std::string> names = table.variables;
     names.insert(names.end(), table.responses.begin(), table.responses.end());
-    settings.transforms = options.transform.Resolve(names, table.variables.size());
+    settings.transforms = options.transform.Resolve(names, table.variables.size(), table.columns);
   }
   return settings;
 }

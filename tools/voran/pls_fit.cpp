@@ -66,10 +66,11 @@ class PlsRun : private ComponentLoop {
     result_.cvGroups = groups.count;
   }
 
-  void FitAll(NCProgress* progress) {
+  void FitAll(const std::string& source, NCProgress* progress) {
     const std::size_t columns = result_.x.names.size();
     const int most = static_cast<int>(std::min(degreesOfFreedom_, static_cast<double>(columns)));
-    result_.stopped = Run({settings_.components.value_or(0), settings_.IsAuto()}, {rows_, columns, most}, progress);
+    result_.stopped =
+        Run({settings_.components.value_or(0), settings_.IsAuto()}, {source, rows_, columns, most}, progress);
     const int components = static_cast<int>(result_.components.size());
     result_.W = model_->GetWprim()->GetRowSubMatrix(1, components);
     result_.P = model_->GetPprim()->GetRowSubMatrix(1, components);
@@ -303,7 +304,7 @@ PlsResult FitPls(Table& table, const PlsSettings& settings, NCProgress* progress
     if (!groups.note.empty()) result.notes.push_back(groups.note);
     run.CrossValidateBy(groups);
   }
-  run.FitAll(progress);
+  run.FitAll(table.source, progress);
   ResponseFits(rawY, result).AddAll(run.CvPredicted(), IsCentred(settings.yScaling));
   return result;
 }

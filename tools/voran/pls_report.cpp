@@ -62,11 +62,12 @@ Json ResponseJson(const PlsResult& result) {
   const PlsComponent& last = result.components.back();
   for (std::size_t m = 0; m < result.responses.size(); ++m) {
     const bool isCrossValidated = last.q2.has_value();
-    json.push_back({{"name", result.y.names[m]},
-                    {"r2y_cumulative", NumberOrNull(last.r2yOfResponsesCumulative[m])},
-                    {"q2_cumulative", isCrossValidated ? NumberOrNull(last.q2->q2OfColumnsCumulative[m]) : Json()},
-                    {"rmsee", NumberOrNull(result.responses[m].rmsee)},
-                    {"rmsecv", isCrossValidated ? NumberOrNull(result.responses[m].rmsecv) : Json()}});
+    json.push_back(
+        {{"name", result.y.names[m]},
+         {"r2y_cumulative", NumberOrNull(last.r2yOfResponsesCumulative[m])},
+         {"q2_cumulative", isCrossValidated ? NumberOrNull(AsWritten(last.q2->q2OfColumnsCumulative[m])) : Json()},
+         {"rmsee", NumberOrNull(result.responses[m].rmsee)},
+         {"rmsecv", isCrossValidated ? NumberOrNull(result.responses[m].rmsecv) : Json()}});
   }
   return json;
 }
@@ -75,7 +76,7 @@ Json ResponseJson(const PlsResult& result) {
 Json AddPerResponse(Json components, const PlsResult& result) {
   const auto numbers = [](const std::vector<double>& values) {
     Json json = Json::array();
-    for (const double value : values) json.push_back(NumberOrNull(value));
+    for (const double value : values) json.push_back(NumberOrNull(AsWritten(value)));
     return json;
   };
   for (std::size_t a = 0; a < result.components.size(); ++a) {
@@ -144,7 +145,8 @@ std::string PlsText(const PlsReport& report) {
   if (result.cvGroups > 0) text += fmt::format("  cross-validated in {} groups of rows\n", result.cvGroups);
   for (const PreparedColumns* part : {&result.x, &result.y}) {
     const std::string transforms = TransformsText(*part);
-    if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
+    const char* const of = part == &result.y ? "transforms of responses" : "transforms";
+    if (!transforms.empty()) text += fmt::format("  {}: {}\n", of, transforms);
   }
   if (!result.x.dropped.empty()) text += fmt::format("  columns left out: {}\n", DroppedText(result.x.dropped));
   if (!result.gaps.emptyRows.empty()) {

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/command_run.h"
+#include "tools/voran/failure.h"
 #include "tools/voran/model_file.h"
 #include "tools/voran/prediction.h"
 #include "tools/voran/prediction_report.h"
@@ -22,7 +23,10 @@ struct PredictOptions {
 };
 
 void RunPredict(PredictOptions& options) {
-  CommandRun run(options.run);
+  if (!(options.maxMissing >= 0.0 && options.maxMissing <= 1.0)) {
+    throw WrongUse("--max-missing: is a share, from 0 to 1");
+  }
+  CommandRun run(options.run, {options.model});
   const SavedModel model = ReadModel(options.model);
   options.run.table.SetModel({model.x.names, model.y.names});
   Table table = run.ReadTable();
@@ -46,7 +50,6 @@ void AddPredictCommand(CLI::App& program) {
       ->option_text(" ");
   command->add_option("--max-missing", options->maxMissing, "Largest share of a row's values that may be missing")
       ->type_name("SHARE")
-      ->check(CLI::Range(0.0, 1.0))
       ->capture_default_str();
   options->run.AddToPredict(*command);
   command->footer(

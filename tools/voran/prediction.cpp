@@ -35,9 +35,10 @@ void AddRow(int i, const NCDataVector<float>& row, const detail::RowPredictions&
   for (int a = 1; a <= rows.TPrim.SizeRows(); ++a) {
     const float score = rows.TPrim[a][i];
     scores.push_back(score == kGap ? kNoValue : model.x.unit * static_cast<double>(score));
-    prediction.scores[static_cast<std::size_t>(a) - 1].push_back(scores.back());
   }
   const bool isRefused = std::any_of(scores.begin(), scores.end(), [](double t) { return std::isnan(t); });
+  if (isRefused) std::fill(scores.begin(), scores.end(), kNoValue);  // a row has all of them, or none
+  for (std::size_t a = 0; a < scores.size(); ++a) prediction.scores[a].push_back(scores[a]);
   const int present = row.Size() - row.GetNumMisVal();
   const double residual =
       isRefused ? kNoValue : model.x.unit * RowResidual(rows.residualSS[i], present, rows.TPrim.SizeRows());

@@ -39,6 +39,7 @@ void MoveResponses(Table& table, const ColumnPlan& plan) {
 }  // namespace
 
 void NameColumns(Table& table, const ColumnPlan& plan) {
+  table.columns = plan.names;
   table.variables = plan.NamesOf(ColumnRole::kVariable);
   table.responses = plan.NamesOf(ColumnRole::kResponse);
   if (!table.responses.empty()) MoveResponses(table, plan);

@@ -23,6 +23,7 @@ struct TextColumn {
 /// A table as the commands use it.
 struct Table {
   std::string source;                  ///< the file as the user named it
+  std::vector<std::string> columns;    ///< the names of all its columns
   NCDataMatrix<float> x;               ///< rows x variables, gaps as missing elements
   std::vector<std::string> variables;  ///< the names of the columns of `x`
   NCDataMatrix<float> y;               ///< rows x responses; empty if no column is a response

@@ -166,7 +166,11 @@ void GiveByName(const std::string& source, const ModelColumns& model, ColumnPlan
   std::set<std::string_view> found;
   for (std::size_t c = 0; c < plan.names.size(); ++c) {
     const auto match = wanted.find(plan.names[c]);
-    if (match == wanted.end() || plan.roles[c] == ColumnRole::kId) continue;
+    if (match == wanted.end()) continue;
+    if (plan.roles[c] == ColumnRole::kId) {
+      throw WrongUse(
+          fmt::format("--id: column {} is one of the model's; name the rows by another", Quoted(plan.names[c])));
+    }
     plan.roles[c] = match->second;
     found.insert(match->first);
   }

@@ -36,7 +36,7 @@ void RunTransform(const TransformOptions& options) {
   Check(options);
   CommandRun run(options.run);
   Table table = run.ReadTable();
-  const NCTransform transform = options.transform.Resolve(table.variables, table.variables.size());
+  const NCTransform transform = options.transform.Resolve(table.variables, table.variables.size(), table.columns);
   const TransformedTable result = TransformTable(table, transform, options.settings);
   const TransformReport report = {table, options.settings, result};
   run.Finish(TransformText(report), TransformJson(report),
@@ -64,9 +64,9 @@ A value whose function does not exist, such as the log of 0, becomes a gap. Scal
 --out there is only the summary.
 
 Examples:
-  voran transform metabolites.csv --class class_hours --transform log,1,0.1 --out logs
+  voran transform wine.csv --class class --transform proline,malic_acid=log --out logs
   voran transform wine.csv --class class --transform log --transform hue,ash=power,1,0,0.5 --scaling uv --out scaled
-  voran transform logs/transform.csv --class class_hours --transform log,1,0.1 --back --out again)");
+  voran transform logs/transform.csv --class class --transform proline,malic_acid=log --back --out again)");
   command->callback([options] { RunTransform(*options); });
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 #include <string_view>
+#include <unordered_map>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -118,14 +119,25 @@ TransformOption::Argument TransformOption::Parse(const std::string& argument) {
   return {argument.substr(0, equals), ParseFunction(std::string_view(argument).substr(equals + 1), argument)};
 }
 
-NCTransform TransformOption::Resolve(const std::vector<std::string>& names, std::size_t variables) const {
+NCTransform TransformOption::Resolve(const std::vector<std::string>& names, std::size_t variables,
+                                     const std::vector<std::string>& fileColumns) const {
   NCTransform transform(static_cast<int>(names.size()));
-  const auto set = [&](std::size_t c, const TransformStruct& own) { transform[static_cast<int>(c) + 1] = own; };
+  std::unordered_map<std::string_view, int> places;
+  for (const std::string& name : names) places.emplace(name, static_cast<int>(places.size()) + 1);
   for (const Argument& argument : arguments_) {
-    if (argument.columns) {
-      for (const std::size_t c : SelectColumns(names, *argument.columns, kOption)) set(c, argument.transform);
-    } else {
-      for (std::size_t c = 0; c < variables; ++c) set(c, argument.transform);
+    if (!argument.columns) {
+      for (std::size_t c = 1; c <= variables; ++c) transform[static_cast<int>(c)] = argument.transform;
+      continue;
+    }
+    bool any = false;
+    for (const std::size_t c : SelectColumns(fileColumns, *argument.columns, kOption)) {
+      const auto place = places.find(fileColumns[c]);
+      if (place == places.end()) continue;
+      transform[place->second] = argument.transform;
+      any = true;
+    }
+    if (!any) {
+      throw WrongUse(fmt::format("{}: {} names no column of numbers that is used", kOption, Quoted(*argument.columns)));
     }
   }
   return transform;

@@ -25,8 +25,11 @@ class TransformOption {
   bool IsGiven() const { return !arguments_.empty(); }
 
   /// One transform for each name; an argument without columns holds for the first `variables` of them, and a later
-  /// argument overrides an earlier one. Throws `Failure` (wrong use) for a column that does not exist.
-  NCTransform Resolve(const std::vector<std::string>& names, std::size_t variables) const;
+  /// argument overrides an earlier one. Positions and ranges are those of `fileColumns`, all columns of the file, of
+  /// which those that are none of the names are passed over. Throws `Failure` (wrong use) for a column that does not
+  /// exist, and for an argument whose columns are all passed over.
+  NCTransform Resolve(const std::vector<std::string>& names, std::size_t variables,
+                      const std::vector<std::string>& fileColumns) const;
 
  private:
   struct Argument {

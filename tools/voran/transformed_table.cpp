@@ -37,7 +37,7 @@ std::vector<TransformedColumn> DescribeInput(const Table& table, const NCTransfo
 void ScaleVariables(Table& table, Scaling scaling, TransformedTable& result) {
   PreparedTable scaled = Prepare({table.source, table.x, table.variables, table.rowIds, {}}, scaling);
   RefuseNothingLeft(table.source, scaled);
-  result.x = std::move(scaled.x);
+  result.x = scaled.x;
   result.unit = scaled.columns.unit;
   result.dropped = std::move(scaled.columns.dropped);
   std::vector<TransformedColumn> kept;
