@@ -27,6 +27,7 @@ struct BlockSizes {
   std::size_t joint = 2;
   std::size_t xAlone = 1;
   std::size_t yAlone = 1;
+  double overlap = 0.0;  ///< how far the loadings of one block's own scores point into those of the joint ones
 };
 
 inline Blocks MadeBlocks(const BlockSizes& sizes, double noise, unsigned seed) {
@@ -56,11 +57,20 @@ inline Blocks MadeBlocks(const BlockSizes& sizes, double noise, unsigned seed) {
   for (PlainMatrix* m : {&x, &y}) {
     for (auto& row : *m) plain_o2pls::Scale(row, noise);
   }
+  std::vector<double> jointP;
+  std::vector<double> jointQ;
   for (std::size_t a = 0; a < all.size(); ++a) {
-    const auto p = random(1, sizes.xColumns);
-    const auto q = random(1, sizes.yColumns);
+    auto p = random(1, sizes.xColumns);
+    auto q = random(1, sizes.yColumns);
     const bool isJoint = a < sizes.joint;
     const bool isOfX = !isJoint && a < sizes.joint + sizes.xAlone;
+    if (isJoint) {
+      jointP = p.front();
+      jointQ = q.front();
+    } else {
+      plain_o2pls::AddOuter(p, {sizes.overlap}, jointP, 1.0);
+      plain_o2pls::AddOuter(q, {sizes.overlap}, jointQ, 1.0);
+    }
     (isJoint ? blocks.joint : isOfX ? blocks.xAlone : blocks.yAlone).push_back(all[a]);
     if (isJoint || isOfX) plain_o2pls::AddOuter(x, all[a], p.front(), 1.0);
     if (isJoint || !isOfX) plain_o2pls::AddOuter(y, all[a], q.front(), isJoint ? 2.0 : 1.0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
 
@@ -22,6 +24,9 @@ PlsStep FirstPlsStep(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y,
 /// after the other.
 NCDataMatrix<float> Deflated(NCDataMatrix<float> m, const NCDataMatrix<float>& scores,
                              const NCDataMatrix<float>& loadings);
+
+/// The rows at `positions`, which share their elements with those of m.
+NCDataMatrix<float> TakeRows(const NCDataMatrix<float>& m, const std::vector<int>& positions);
 
 }  // namespace detail
 }  // namespace voran
