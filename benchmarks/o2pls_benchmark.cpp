@@ -23,7 +23,8 @@ struct Blocks {
   Matrix y;
 };
 
-/// Three joint components, two of X and one of Y, each 0.8 times the one before, and 30 % noise.
+/// Three joint components, two of X and one of Y, each 0.8 times the one before, and 30 % noise. The loadings of what a
+/// block has alone point into those of the last joint component, which they disturb: it pays to take them out.
 Blocks MadeBlocks(int rows, int columnsX, int columnsY) {
   std::mt19937 generator(31);
   std::normal_distribution<float> normal;
@@ -37,11 +38,20 @@ Blocks MadeBlocks(int rows, int columnsX, int columnsY) {
     data.x.push_back(random(columnsX, 0.3f));
     data.y.push_back(random(columnsY, 0.3f));
   }
+  NCDataVector<float> p(columnsX, 0.0f);
+  NCDataVector<float> q(columnsY, 0.0f);
   float size = 1.0f;
   for (int a = 0; a < kJoint + kXAlone + kYAlone; ++a, size *= 0.8f) {
+    const bool isJoint = a < kJoint;
     const NCDataVector<float> t = random(rows, size);
-    if (a < kJoint + kXAlone) data.x.AddVprimV(t, random(columnsX, 1.0f), 1.0f);
-    if (a < kJoint || a >= kJoint + kXAlone) data.y.AddVprimV(t, random(columnsY, 1.0f), 1.0f);
+    const NCDataVector<float> newP = random(columnsX, 1.0f);
+    const NCDataVector<float> newQ = random(columnsY, 1.0f);
+    if (isJoint) {
+      p = newP;
+      q = newQ;
+    }
+    if (a < kJoint + kXAlone) data.x.AddVprimV(t, isJoint ? newP : newP + p * 2.0, 1.0f);
+    if (isJoint || a >= kJoint + kXAlone) data.y.AddVprimV(t, isJoint ? newQ : newQ + q * 2.0, 1.0f);
   }
   return data;
 }

@@ -7,7 +7,6 @@
 
 #include "voran/containers/missing_value.h"
 #include "voran/models/cv_groups.h"
-#include "voran/models/cv_split.h"
 #include "voran/models/q2.h"
 #include "voran/models/significance.h"
 #include "voran/orthogonal/o2pls_component_estimator.h"
@@ -18,7 +17,11 @@
 
 inline namespace voran {
 
+using detail::CVData;
 using detail::CvProgress;
+using detail::O2PLSCounts;
+using detail::O2PLSRun;
+using detail::O2PLSSearch;
 using detail::TranslateText;
 using Groups = NCIntegralVector<int, -99>;
 using Matrix = NCDataMatrix<float>;
@@ -51,11 +54,6 @@ Matrix Stacked(const std::vector<Matrix>& parts) {
   return stack;
 }
 
-double SumOfSquaredErrors(Matrix predicted, const Matrix& observed) {
-  predicted -= observed;
-  return predicted.GetSS();
-}
-
 }  // namespace
 
 float O2PLSCrossValidation::GetQ2Lim(int, int) {
@@ -64,41 +62,6 @@ float O2PLSCrossValidation::GetQ2Lim(int, int) {
 
 void SetO2PLSExternalQ2Limit(float limit) {
   ExternalLimit().Set(limit);
-}
-
-// One group, and all.
-
-double O2PLSCrossValidation::CVData::YPress(Matrix* kept) const {
-  const Matrix predicted = NCO2PLSYPred(&testX, &model, 0).GetYPred();
-  if (kept != nullptr) *kept = predicted;
-  return SumOfSquaredErrors(predicted, testY);
-}
-
-double O2PLSCrossValidation::CVData::XPress() const {
-  return SumOfSquaredErrors(NCO2PLSXPred(&testY, &model, 0).GetXPred(), testX);
-}
-
-O2PLSCrossValidation::Run::Run(const Matrix& X, const Matrix& Y, const Groups& groups, int iterations,
-                               const Counts& askedFor, CvProgress display)
-    : cvGroups(groups),
-      asked(askedFor),
-      progress(display),
-      columnsX(X.SizeColumns()),
-      columnsY(Y.SizeColumns()),
-      leastTrain(X.SizeRows()),
-      ySS(Y.SizeColumns()),
-      ssX(X.GetSS()) {
-  for (int m = 1; m <= columnsY; ++m) ySS(m, static_cast<float>(Y.GetColumnSS(m, 0.0)));
-  ssY = ySS.GetSum();
-  const int last = groups.empty() ? -1 : *std::max_element(groups.begin(), groups.end());
-  for (int g = 0; g <= last; ++g) {
-    const detail::CvSplit split(X, Y, groups, g);
-    if (split.train.empty()) ThrowError("OPLS model could not be calculated.");
-    leastTrain = std::min(leastTrain, split.xTrain.SizeRows());
-    data.push_back(
-        {NCO2PLS(split.xTrain, split.yTrain, false, iterations), split.xTest, detail::TakeRows(Y, split.test), {}, {}});
-  }
-  if (data.empty()) ThrowError("OPLS model could not be calculated.");
 }
 
 // The steps.
@@ -119,7 +82,7 @@ O2PLSCrossValidation::O2PLSCrossValidation(const Matrix* X, const Matrix* Y, int
   const Groups rowGroups = cvGroups != nullptr ? *cvGroups : GetDeafultCVGroupsVector(Rows_, groups);
   if (rowGroups.Size() != Rows_ || Y->SizeRows() != Rows_) throw NCInternalError(kSource);
   try {
-    std::optional<Counts> asked = Counts{predictiveComps, xOrthoComps, yOrthoComps};
+    std::optional<O2PLSCounts> asked = O2PLSCounts{predictiveComps, xOrthoComps, yOrthoComps};
     while ((asked = DoCalculations(*X, *Y, rowGroups, progress, *asked))) {
       static_cast<O2PLSCVResults&>(*this) = O2PLSCVResults();
     }
@@ -135,10 +98,9 @@ O2PLSCrossValidation::O2PLSCrossValidation(const Matrix* X, const Matrix* Y, int
 }
 
 /// Returns the numbers with which all is to be done again, if they were free.
-std::optional<O2PLSCrossValidation::Counts> O2PLSCrossValidation::DoCalculations(const Matrix& X, const Matrix& Y,
-                                                                                 const Groups& cvGroups,
-                                                                                 NCProgress* progressOrNull,
-                                                                                 const Counts& asked) {
+std::optional<O2PLSCounts> O2PLSCrossValidation::DoCalculations(const Matrix& X, const Matrix& Y,
+                                                                const Groups& cvGroups, NCProgress* progressOrNull,
+                                                                const O2PLSCounts& asked) {
   CvProgress progress(progressOrNull);
   progress.SetRange(0, 7);
   progress.SetText(TranslateText("Estimating X-Y predictive components"));
@@ -149,13 +111,13 @@ std::optional<O2PLSCrossValidation::Counts> O2PLSCrossValidation::DoCalculations
   progress.StopIfAsked();
   progress.SetValue(1);
 
-  Run run(X, Y, cvGroups, Iterations_, asked, progress);
+  O2PLSRun run(X, Y, cvGroups, Iterations_, asked, progress);
   FindOrthogonal(run, FitPredictive(run));
   progress.SetValue(5);
   progress.SetText(TranslateText("Calculating CV results", kCvContext));
   CrossValidatePredictive(run);
   if (const auto predictive = ChoosePredictive(asked.predictive < 0)) {
-    return Counts{*predictive, XOrthoComps, YOrthoComps};
+    return O2PLSCounts{*predictive, XOrthoComps, YOrthoComps};
   }
   AlignSigns(run);
   progress.StopIfAsked();
@@ -171,7 +133,7 @@ std::optional<O2PLSCrossValidation::Counts> O2PLSCrossValidation::DoCalculations
 }
 
 /// The models without orthogonal components. Returns the Q2 of Y.
-double O2PLSCrossValidation::FitPredictive(Run& run) {
+double O2PLSCrossValidation::FitPredictive(O2PLSRun& run) {
   const std::size_t groups = run.data.size();
   SSXSteps.resize(groups);
   SSYSteps.resize(groups);
@@ -197,7 +159,7 @@ double O2PLSCrossValidation::FitPredictive(Run& run) {
 
 // Orthogonal components.
 
-void O2PLSCrossValidation::FindOrthogonal(Run& run, double q2) {
+void O2PLSCrossValidation::FindOrthogonal(O2PLSRun& run, double q2) {
   const auto most = [&](int asked, int columns) {
     return asked >= 0 ? asked : std::min(columns, run.leastTrain) - PredComps;
   };
@@ -236,7 +198,7 @@ void O2PLSCrossValidation::FindOrthogonal(Run& run, double q2) {
 }
 
 /// Returns how many components were found; the models have these.
-int O2PLSCrossValidation::OrthoCompCV(Run& run, const OrthoSearch& search) {
+int O2PLSCrossValidation::OrthoCompCV(O2PLSRun& run, const O2PLSSearch& search) {
   if (search.maxComps < 1) return 0;
   const int groups = static_cast<int>(run.data.size());
   run.progress.SetRange(0, groups - 1);
@@ -285,7 +247,7 @@ int O2PLSCrossValidation::OrthoCompCV(Run& run, const OrthoSearch& search) {
 
 // Predictive components.
 
-void O2PLSCrossValidation::CrossValidatePredictive(Run& run) {
+void O2PLSCrossValidation::CrossValidatePredictive(O2PLSRun& run) {
   GroupPress.Resize(PredComps + 1, GroupPress.SizeColumns());
   for (int a = 1; a <= PredComps; ++a) {
     std::vector<std::vector<double>> parts(run.data.size());

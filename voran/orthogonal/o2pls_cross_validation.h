@@ -13,6 +13,12 @@ inline namespace voran {
 
 class NCProgress;
 
+namespace detail {
+struct O2PLSCounts;
+struct O2PLSRun;
+struct O2PLSSearch;
+}  // namespace detail
+
 /// Chooses the three numbers of components of an O2PLS model together, and cross-validates that model. All is done at
 /// construction, in this order: the predictive components that the blocks share (O2PLSPredictiveComponentEstimator);
 /// orthogonal components of X, as long as each adds to the Q2 of Y; those of Y, as long as each adds to the Q2 of X;
@@ -44,24 +50,19 @@ class VORAN_EXPORT O2PLSCrossValidation : public O2PLSCVResults {
   static float GetQ2Lim(int, int);
 
  private:
-  struct Counts;
-  struct CVData;
-  struct Run;
-  struct OrthoSearch;
-
-  std::optional<Counts> DoCalculations(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y,
-                                       const NCIntegralVector<int, -99>& cvGroups, NCProgress* progress,
-                                       const Counts& asked);
-  double FitPredictive(Run& run);
-  void FindOrthogonal(Run& run, double q2);
-  int OrthoCompCV(Run& run, const OrthoSearch& search);
-  void CrossValidatePredictive(Run& run);
+  std::optional<detail::O2PLSCounts> DoCalculations(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y,
+                                                    const NCIntegralVector<int, -99>& cvGroups, NCProgress* progress,
+                                                    const detail::O2PLSCounts& asked);
+  double FitPredictive(detail::O2PLSRun& run);
+  void FindOrthogonal(detail::O2PLSRun& run, double q2);
+  int OrthoCompCV(detail::O2PLSRun& run, const detail::O2PLSSearch& search);
+  void CrossValidatePredictive(detail::O2PLSRun& run);
   std::optional<int> ChoosePredictive(bool isFree);
-  void AlignSigns(Run& run) const;
-  void CollectPredictive(const Run& run);
-  void CollectOrthogonal(const Run& run);
-  void CollectStart(const Run& run);
-  void CollectSumsOfSquares(const Run& run);
+  void AlignSigns(detail::O2PLSRun& run) const;
+  void CollectPredictive(const detail::O2PLSRun& run);
+  void CollectOrthogonal(const detail::O2PLSRun& run);
+  void CollectStart(const detail::O2PLSRun& run);
+  void CollectSumsOfSquares(const detail::O2PLSRun& run);
 
   int Iterations_;
   int Rows_;

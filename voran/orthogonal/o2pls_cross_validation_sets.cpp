@@ -8,6 +8,8 @@
 
 inline namespace voran {
 
+using detail::CVData;
+using detail::O2PLSRun;
 using Groups = NCIntegralVector<int, -99>;
 using Matrix = NCDataMatrix<float>;
 using Vector = NCDataVector<float>;
@@ -29,17 +31,16 @@ bool Any(const std::vector<bool>& flips) {
 }
 
 /// Row a of a matrix of each group's model.
-template <class Data>
-Matrix RowSet(const std::vector<Data>& data, const Matrix& (NCO2PLS::*get)() const, int a) {
+Matrix RowSet(const std::vector<CVData>& data, const Matrix& (NCO2PLS::*get)() const, int a) {
   Matrix set;
-  for (const Data& group : data) set.push_back((group.model.*get)()[a]);
+  for (const CVData& group : data) set.push_back((group.model.*get)()[a]);
   return set;
 }
 
 /// For each group the scores of all observations: predicted(group) of those that it leaves out, fitted(group) of the
 /// others.
-template <class Data, class Fitted, class Predicted>
-Matrix ScoreSet(const std::vector<Data>& data, const Groups& cvGroups, const Fitted& fitted,
+template <class Fitted, class Predicted>
+Matrix ScoreSet(const std::vector<CVData>& data, const Groups& cvGroups, const Fitted& fitted,
                 const Predicted& predicted) {
   Matrix set;
   for (std::size_t g = 0; g < data.size(); ++g) {
@@ -78,7 +79,7 @@ void CutTo(NCIntegralVector<int, -99>& v, int size) {
 }  // namespace
 
 /// Gives the components of all models the signs of the first one's, and each group the predictions that it lacks then.
-void O2PLSCrossValidation::AlignSigns(Run& run) const {
+void O2PLSCrossValidation::AlignSigns(O2PLSRun& run) const {
   const NCO2PLS& reference = run.data.front().model;
   run.ForEach([&](std::size_t g) {
     CVData& group = run.data[g];
@@ -97,7 +98,7 @@ void O2PLSCrossValidation::AlignSigns(Run& run) const {
   });
 }
 
-void O2PLSCrossValidation::CollectPredictive(const Run& run) {
+void O2PLSCrossValidation::CollectPredictive(const O2PLSRun& run) {
   const std::vector<CVData>& data = run.data;
   for (int a = 1; a <= PredComps; ++a) {
     TSets.push_back(ScoreSet(
@@ -127,7 +128,7 @@ void O2PLSCrossValidation::CollectPredictive(const Run& run) {
   }
 }
 
-void O2PLSCrossValidation::CollectOrthogonal(const Run& run) {
+void O2PLSCrossValidation::CollectOrthogonal(const O2PLSRun& run) {
   const std::vector<CVData>& data = run.data;
   CutTo(XOrthoSignificance, XOrthoComps);
   for (int j = 1; j <= XOrthoComps; ++j) {
@@ -150,7 +151,7 @@ void O2PLSCrossValidation::CollectOrthogonal(const Run& run) {
 }
 
 /// Q2 and predictions by the number of orthogonal components of X, where the model is that of OPLS.
-void O2PLSCrossValidation::CollectStart(const Run& run) {
+void O2PLSCrossValidation::CollectStart(const O2PLSRun& run) {
   if (PredComps != 1 || YOrthoComps != 0) {
     Q2Start = Vector();
     YPredSets.clear();
@@ -162,7 +163,7 @@ void O2PLSCrossValidation::CollectStart(const Run& run) {
 }
 
 /// Each model's data, less one component after the other: X by its own scores, Y by what those of X tell of it.
-void O2PLSCrossValidation::CollectSumsOfSquares(const Run& run) {
+void O2PLSCrossValidation::CollectSumsOfSquares(const O2PLSRun& run) {
   run.ForEach([&](std::size_t g) {
     const NCO2PLS& m = run.data[g].model;
     const auto append = [](Vector& steps, const Matrix& rest) { steps.push_back(static_cast<float>(rest.GetSS())); };

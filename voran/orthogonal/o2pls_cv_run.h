@@ -10,7 +10,6 @@
 #include "voran/containers/integral_vector.h"
 #include "voran/orthogonal/group_team.h"
 #include "voran/orthogonal/o2pls.h"
-#include "voran/orthogonal/o2pls_cross_validation.h"
 #include "voran/orthogonal/o2pls_prediction.h"
 #include "voran/platform/exception.h"
 #include "voran/platform/progress.h"
@@ -47,17 +46,15 @@ class CvProgress {
   NCProgress* progress_;
 };
 
-}  // namespace detail
-
 /// Numbers of components, given or, if negative, free.
-struct O2PLSCrossValidation::Counts {
+struct O2PLSCounts {
   int predictive;
   int xOrtho;
   int yOrtho;
 };
 
 /// A group of observations, the model of all others, and what that predicts.
-struct O2PLSCrossValidation::CVData {
+struct CVData {
   /// The sum of squares of the errors with which the model predicts the group's Y, or its X. `kept` receives the
   /// prediction.
   double YPress(NCDataMatrix<float>* kept) const;
@@ -71,15 +68,15 @@ struct O2PLSCrossValidation::CVData {
 };
 
 /// One pass through all steps.
-struct O2PLSCrossValidation::Run {
+struct O2PLSRun {
   /// Throws NCError if a group has all observations, or there is no group.
-  Run(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y, const NCIntegralVector<int, -99>& groups,
-      int iterations, const Counts& askedFor, detail::CvProgress display);
+  O2PLSRun(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y, const NCIntegralVector<int, -99>& groups,
+           int iterations, const O2PLSCounts& askedFor, CvProgress display);
 
   /// Calls work(g) for each group, several at a time.
   template <class Work>
   void ForEach(const Work& work) const {
-    detail::ForEachGroup(static_cast<int>(data.size()), work);
+    ForEachGroup(static_cast<int>(data.size()), work);
   }
 
   /// The sum over the groups, in their order, of what work(g) returns.
@@ -93,8 +90,8 @@ struct O2PLSCrossValidation::Run {
   }
 
   const NCIntegralVector<int, -99>& cvGroups;
-  Counts asked;
-  detail::CvProgress progress;
+  O2PLSCounts asked;
+  CvProgress progress;
   int columnsX;
   int columnsY;
   int leastTrain;           ///< observations that the smallest model is fitted to
@@ -105,7 +102,7 @@ struct O2PLSCrossValidation::Run {
 };
 
 /// A search for orthogonal components, one after the other.
-struct O2PLSCrossValidation::OrthoSearch {
+struct O2PLSSearch {
   bool xSide;
   int maxComps;
   float ss;          ///< of the block that is predicted
@@ -116,4 +113,5 @@ struct O2PLSCrossValidation::OrthoSearch {
   std::vector<NCDataMatrix<float>>* predictions;  ///< of all observations group by group, or null
 };
 
+}  // namespace detail
 }  // namespace voran
