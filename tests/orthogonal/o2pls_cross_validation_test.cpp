@@ -404,6 +404,26 @@ TEST_F(O2plsCv, TheLimitDecidesHowManyOrthogonalComponentsThereAre) {
   EXPECT_EQ(r.YOrthoComps, 0);
 }
 
+TEST_F(O2plsCv, AComponentThatCountsAddsMoreThanTheLimit) {
+  const Blocks data = MadeBlocks(
+      {.rows = 150, .xColumns = 30, .yColumns = 20, .joint = 1, .xAlone = 1, .yAlone = 0, .overlap = 2.0}, 0.05, 8);
+  const FloatVector q2 = CrossValidated(data.x, data.y, {1, 1, 0}).Q2Start;
+  const float gain = q2[2] - q2[1];
+  ASSERT_GT(gain, 0.01f);
+  for (const bool isAbove : {true, false}) {
+    SetO2PLSExternalQ2Limit(gain + (isAbove ? -1e-4f : 1e-4f));
+    EXPECT_EQ(CrossValidated(data.x, data.y, {kFree, kFree, kFree}).XOrthoComps, isAbove ? 1 : 0);
+  }
+}
+
+TEST_F(O2plsCv, OrthogonalComponentsHaveTheDimensionsThatAreLeft) {
+  const Blocks data = MadeBlocks({.rows = 60, .xColumns = 2, .joint = 2, .xAlone = 0}, 0.05, 8);
+  const O2PLSCVResults r = CrossValidated(data.x, data.y, {kFree, kFree, kFree});
+  ASSERT_EQ(r.PredComps, 2);
+  EXPECT_EQ(r.XOrthoComps, 0);
+  EXPECT_EQ(r.Q2X.Size(), 0) << "none was tried";
+}
+
 TEST_F(O2plsCv, PredictiveComponentsBehindTheBestAreJudgedByResponse) {
   // The second joint component is in one response of eight, and noise in the others makes it harm the whole.
   const Blocks data = MadeBlocks({.rows = 40, .joint = 1, .xAlone = 0, .yAlone = 0}, 0.3, 8);

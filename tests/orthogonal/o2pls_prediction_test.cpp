@@ -171,6 +171,19 @@ TEST_F(O2plsPrediction, AnOrthogonalComponentOfNothingEndsTheOrthogonalShare) {
   EXPECT_TRUE(y.GetYPred(0) == FloatMatrix(40, 8, 0.0f));
 }
 
+TEST_F(O2plsPrediction, WhatThePredictiveWeightsTakeIsNoOrthogonalScore) {
+  // In a fitted model the two kinds of weights are orthogonal; here they are not.
+  FloatMatrix wo = model.GetWo();
+  wo.SetRow(1, wo[1] + model.GetW()[1]);
+  const NCO2PLSYPred y(data.x, model.GetP(), model.GetW(), model.GetQ(), wo, model.GetPo(), model.GetS(),
+                       model.GetLambda(), 8, 0);
+  PlainMatrix rest = ToPlain(data.x);
+  for (const auto& w : ToPlain(model.GetW())) {
+    plain_o2pls::AddOuter(rest, plain_o2pls::RowSlopes(rest, w), w, -1.0);
+  }
+  ExpectNear(y.GetTo()[1], plain_o2pls::RowSlopes(rest, ToPlain(wo[1])), kRounding);
+}
+
 TEST_F(O2plsPrediction, GapsStayInTheirRows) {
   FloatMatrix x = data.x;
   x(3, 5, kGap);
