@@ -153,13 +153,6 @@ int CountAbove(const Vector& values, int n, float limit) {
   return count;
 }
 
-/// How many responses must be predicted for a component to count: a fifth of many, the root of few.
-int ResponsesNeeded(int responses) {
-  constexpr int kMany = 25;
-  const double share = responses >= kMany ? responses * 0.2 : std::sqrt(responses);
-  return static_cast<int>(std::lround(static_cast<float>(share)));
-}
-
 }  // namespace
 
 SignificanceE::Significance PLSCrossValidation::GetSignificance(int observations, int xVariables, int yVariables,
@@ -170,7 +163,8 @@ SignificanceE::Significance PLSCrossValidation::GetSignificance(int observations
   if (std::min(xVariables, observations - 3) <= components) return SignificanceE::kN3;
   if (r2x < kLittleOfX && CountAbove(r2y, yVariables, kLittleOfY) == 0) return SignificanceE::kN4;
   if (q2 > q2Limit) return SignificanceE::kR1;
-  return CountAbove(q2y, yVariables, q2Limit) < ResponsesNeeded(yVariables) ? SignificanceE::kNS : SignificanceE::kR2;
+  return CountAbove(q2y, yVariables, q2Limit) < detail::ResponsesNeeded(yVariables) ? SignificanceE::kNS
+                                                                                    : SignificanceE::kR2;
 }
 
 }  // namespace voran
