@@ -376,8 +376,9 @@ TEST_F(YOrthogonalPls, InnerComponentsEndWhereXIsExplained) {
     samples::Fit(pls, 1);
     EXPECT_EQ(validator.IsValid(), isValid) << size;
   }
-  const FloatMatrix huge(4, 4, 1e25f);
-  NCPLS pls(&huge, &y, 10);
+  const FloatMatrix huge(200, 60, 1.8e19f);
+  const FloatMatrix any(200, 1, 1.0f);
+  NCPLS pls(&huge, &any, 10);
   EXPECT_TRUE(OSCPLSComponentValidator(&pls, 3).IsValid()) << "a share of X beyond the largest float";
 }
 
@@ -456,9 +457,11 @@ TEST_F(YOrthogonalPls, CanBeCancelledAtAnyPoll) {
     } catch (const NCError& error) {
       EXPECT_NE(error.GetLevel(), NCError::Level::kZeroCorrelation);
       EXPECT_TRUE(Equal(filter, before));
+      EXPECT_EQ(display->Asked(), k) << "it went on";
       texts.insert(error.what());
     }
     NCProgress::SetDisplay(nullptr);
+    EXPECT_EQ(filter.GetComponents() > 0, display->Asked() < k) << "look " << k << " was in vain";
   }
   EXPECT_EQ(texts, (std::set<std::string>{"Component aborted.", "PC component aborted.", "PLS component aborted."}));
   EXPECT_TRUE(Equal(filter, Fitted(data, 1, 4, 2)));
