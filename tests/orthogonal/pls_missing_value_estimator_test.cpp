@@ -16,8 +16,10 @@
 
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
+#include "voran/containers/mat_utilities.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
+#include "voran/orthogonal/o2pls.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 
@@ -143,7 +145,9 @@ TEST_F(PlsMissingValues, EqualAPlainEstimate) {
   const struct {
     std::size_t rows, columns, responses;
     unsigned seed;
-  } cases[] = {{40, 12, 2, 2}, {40, 12, 1, 3}, {30, 4, 5, 4}, {105, 8, 1, 5}, {7, 9, 1, 6}};
+  } cases[] = {{40, 12, 2, 2}, {40, 12, 1, 3}, {30, 4, 5, 4}, {105, 8, 1, 5},
+               {7, 9, 1, 6},   {20, 8, 3, 30},  // where five, six or eight groups give another number of components
+               {20, 8, 1, 3}};                  // and where one counts by its share of all responses alone
   std::set<std::size_t> kept;
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.rows << " rows, " << c.responses << " responses");
@@ -192,6 +196,34 @@ TEST_F(PlsMissingValues, ComeBackWhereRankIsLow) {
     EXPECT_GT(size, 0.0);
     EXPECT_LT(std::sqrt(error / size), 0.1);
   }
+}
+
+TEST_F(PlsMissingValues, AreShownOnceFilled) {
+  std::vector<std::pair<std::string, FloatMatrix>> shown;
+  NCMatUtilities::SetShowMatrixCallback(
+      [&shown](const FloatMatrix& m, const char* title) { shown.emplace_back(title, m); });
+  const XY data = Related(30, 8, 4, 5);
+  for (const bool show : {false, true}) {
+    NCO2PLS::SetShowMissingValueSupstitution(show);
+    for (const bool bothBlocks : {true, false}) {
+      FloatMatrix x = WithGaps(data.x, 1);
+      FloatMatrix y = WithGaps(data.y, 2);
+      const auto title = [](char block, const FloatMatrix& a, const FloatMatrix& b) {
+        return block +
+               (" after missing value substitution " + std::to_string(PlainEstimate(ToPlain(a), ToPlain(b)).kept)) +
+               " components";
+      };
+      shown.clear();
+      const std::string first = title(bothBlocks ? 'X' : 'Y', x, y);
+      PLSMissingValueEstimator(x, y, bothBlocks, nullptr);
+      std::vector<std::pair<std::string, FloatMatrix>> expected;
+      if (show) expected.emplace_back(first, x);
+      if (show && bothBlocks) expected.emplace_back(title('Y', WithGaps(data.y, 2), x), y);
+      EXPECT_EQ(shown, expected);
+    }
+  }
+  NCO2PLS::SetShowMissingValueSupstitution(false);
+  NCMatUtilities::SetShowMatrixCallback({});
 }
 
 TEST_F(PlsMissingValues, BothBlocksAreXByYAndThenYByTheCompletedX) {
@@ -278,10 +310,11 @@ TEST_F(PlsMissingValues, BlocksWithoutCorrelationAreTold) {
 }
 
 TEST_F(PlsMissingValues, CanBeCancelledAtAnyPoll) {
-  const XY data = Related(14, 4, 1, 3);
+  const XY data = Related(14, 6, 1, 3);
   const FloatMatrix xGiven = WithGaps(data.x, 1);
   FloatMatrix yGiven = data.y;
   yGiven(5, 1, kGap);
+  ASSERT_GT(PlainEstimate(ToPlain(xGiven), ToPlain(yGiven)).kept, 1U) << "fewer components would go unnoticed";
   FloatMatrix xFilled = xGiven;
   FloatMatrix yFilled = yGiven;
   PLSMissingValueEstimator(xFilled, yFilled, true, nullptr);

@@ -5,6 +5,7 @@
 #include "voran/models/convergence.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
+#include "voran/orthogonal/o2pls.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 
@@ -117,6 +118,13 @@ int FillGaps(Matrix& X, const Matrix& Y, NCProgress* progress) {
   return components;
 }
 
+/// By itself a block is filled as the second of two, and shown so.
+void ShowFilled(const Matrix& X, bool isFirstBlock, int components) {
+  const char* const title = isFirstBlock ? "X after missing value substitution %1% components"
+                                         : "Y after missing value substitution %1% components";
+  NCMatUtilities::ShowMatrix(X, detail::FillText(detail::TranslateText(title), {components}).c_str());
+}
+
 }  // namespace
 
 void PLSMissingValueEstimator(Matrix& X, Matrix& Y, bool bothBlocks, NCProgress* progress) {
@@ -124,7 +132,10 @@ void PLSMissingValueEstimator(Matrix& X, Matrix& Y, bool bothBlocks, NCProgress*
     progress->SetText(detail::TranslateText("Estimating missing values.").c_str());
     progress->SetRange(0.0f, bothBlocks ? 2.0f : 1.0f);
   }
-  if (X.GetNumMisVal() > 0) FillGaps(X, Y, progress);
+  if (X.GetNumMisVal() > 0) {
+    const int components = FillGaps(X, Y, progress);
+    if (NCO2PLS::GetShowMissingValueSupstitution()) ShowFilled(X, bothBlocks, components);
+  }
   if (!bothBlocks) return;
   if (progress != nullptr) progress->PushSubRange(1.0f, 2.0f);
   PLSMissingValueEstimator(Y, X, false, progress);

@@ -1,0 +1,22 @@
+#include "voran/orthogonal/o2pls_steps.h"
+
+#include "voran/models/pls.h"
+
+inline namespace voran {
+namespace detail {
+
+using Matrix = NCDataMatrix<float>;
+
+PlsStep FirstPlsStep(const Matrix& X, const Matrix& Y, int iterationLimit, bool silent) {
+  NCPLS pls(&X, &Y, iterationLimit);
+  pls.NextComponent(nullptr, nullptr, silent, false);
+  return {(*pls.GetWprim())[1], (*pls.GetTprim())[1], (*pls.GetPprim())[1], (*pls.GetCprim())[1]};
+}
+
+Matrix Deflated(Matrix m, const Matrix& scores, const Matrix& loadings) {
+  for (int a = 1; a <= scores.SizeRows(); ++a) m.AddVprimV(scores[a], loadings[a], -1.0f);
+  return m;
+}
+
+}  // namespace detail
+}  // namespace voran
