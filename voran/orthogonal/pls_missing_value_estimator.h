@@ -13,7 +13,8 @@ class NCProgress;
 ///
 /// With `bothBlocks` the gaps of Y are then filled likewise by a model of the completed X on Y. X and Y have the same
 /// observations as rows, and should be centred and scaled: nothing is added to a reconstruction. `progress` may be
-/// null.
+/// null. A block that was filled goes to NCMatUtilities::ShowMatrix if NCO2PLS::SetShowMissingValueSupstitution asks
+/// for it.
 ///
 /// Throws NCError of level 2 if the user breaks off ("Computations aborted."), and what NCPLS::NextComponent throws; it
 /// says that X and Y do not correlate for the first component only, after which there are enough. The block whose turn
