@@ -13,6 +13,7 @@ enum class ColumnRole : unsigned char {
   kId,        ///< names the rows
   kClass,     ///< names the group of each row, kept as text
   kResponse,  ///< a column of numbers that a model predicts
+  kClassResponse,  ///< a column of class names that a model predicts: a response of 0 and 1 for each class
   kCvGroup,   ///< says which rows cross-validation leaves out together, kept as text
   kUnused,
 };
