@@ -377,6 +377,9 @@ TEST_F(CrossValidation, OfPlsEqualsPlainRefits) {
   Groups uneven(30, 1);
   for (int i = 1; i <= 30; i += 4) uneven(i, 0);
   for (int i = 2; i <= 30; i += 7) uneven(i, 2);
+  Groups ones(30, 0);  // each row left out once
+  for (int i = 1; i <= 30; ++i) ones(i, 30 - i);
+  const std::pair<const Groups*, int> choices[] = {{nullptr, 7}, {&uneven, 3}, {&ones, 30}};
   for (const std::size_t responses : {1U, 3U}) {
     for (const bool gaps : {false, true}) {
       XY data = Related(30, 11, responses, 3);
@@ -385,8 +388,7 @@ TEST_F(CrossValidation, OfPlsEqualsPlainRefits) {
         for (int j = 1; j <= 11; ++j) data.x(7, j, kGap);
         for (int j = 1; j <= 9; ++j) data.x(12, j, kGap);  // is predicted all the same
       }
-      for (const Groups* given : {static_cast<const Groups*>(nullptr), static_cast<const Groups*>(&uneven)}) {
-        const int groups = given == nullptr ? 7 : 3;
+      for (const auto& [given, groups] : choices) {
         NCPLS model(&data.x, &data.y, 200);
         PLSCrossValidation cv(&model, groups, given);
         CumulativeQ2 cumulative;
@@ -396,7 +398,7 @@ TEST_F(CrossValidation, OfPlsEqualsPlainRefits) {
           const FloatVector before = *cv.GetSSY();
           cv.NextComponent(&model.GetWprim()->back(), 200, FloatVector(static_cast<int>(responses), 1.0f), nullptr,
                            false);
-          const PlainPlsCv expected(model, given == nullptr ? GetDeafultCVGroupsVector(30, 7) : uneven, groups);
+          const PlainPlsCv expected(model, given == nullptr ? GetDeafultCVGroupsVector(30, 7) : *given, groups);
           ExpectNear(*cv.GetWSet(), expected.w, kTolerance);
           ExpectNear(*cv.GetCSet(), expected.c, kTolerance);
           ExpectNear(*cv.GetPSet(), expected.p, kTolerance);
@@ -419,49 +421,65 @@ TEST_F(CrossValidation, OfPlsEqualsPlainRefits) {
 }
 
 TEST_F(CrossValidation, OfPlsLeavesOutWhatItSays) {
-  const XY data = Related(20, 8, 2, 3);
-  NCPLS model(&data.x, &data.y, 200);
-  model.NextComponent(nullptr, nullptr, true, true);
-  const auto validate = [&](const FloatMatrix& x, const FloatMatrix& y) {
-    NCPLS same(&x, &y, model.GetCprim(), model.GetPprim(), model.GetWprim(), model.GetUprim(), model.GetTprim(), 200);
-    PLSCrossValidation cv(&same, 4, nullptr);
-    cv.NextComponent(&model.GetWprim()->back(), 200, FloatVector(2, 1.0f), nullptr, true);
-    return cv;
-  };
-  const PLSCrossValidation cv = validate(data.x, data.y);
-  for (int g = 0; g < 4; ++g) {
-    XY wild = data;
-    for (int i = g == 0 ? 4 : g; i <= 20; i += 4) {
-      for (int j = 1; j <= 8; ++j) wild.x(i, j, static_cast<float>(1000 * i - j));
-      for (int m = 1; m <= 2; ++m) wild.y(i, m, static_cast<float>(500 * i + m));
-    }
-    const PLSCrossValidation other = validate(wild.x, wild.y);
-    for (int k = 1; k <= 4; ++k) {
-      EXPECT_EQ((*other.GetWSet())[k] == (*cv.GetWSet())[k], k == g + 1);
-      EXPECT_EQ((*other.GetCSet())[k] == (*cv.GetCSet())[k], k == g + 1);
-      EXPECT_EQ((*other.GetPSet())[k] == (*cv.GetPSet())[k], k == g + 1);
+  for (const int responses : {1, 2}) {
+    const XY data = Related(20, 8, static_cast<std::size_t>(responses), 3);
+    NCPLS model(&data.x, &data.y, 200);
+    model.NextComponent(nullptr, nullptr, true, true);
+    const auto validate = [&](const FloatMatrix& x, const FloatMatrix& y) {
+      NCPLS same(&x, &y, model.GetCprim(), model.GetPprim(), model.GetWprim(), model.GetUprim(), model.GetTprim(), 200);
+      PLSCrossValidation cv(&same, 4, nullptr);
+      cv.NextComponent(&model.GetWprim()->back(), 200, FloatVector(responses, 1.0f), nullptr, true);
+      return cv;
+    };
+    const PLSCrossValidation cv = validate(data.x, data.y);
+    for (int g = 0; g < 4; ++g) {
+      XY wild = data;
+      for (int i = g == 0 ? 4 : g; i <= 20; i += 4) {
+        for (int j = 1; j <= 8; ++j) wild.x(i, j, static_cast<float>(1000 * i - j));
+        for (int m = 1; m <= responses; ++m) wild.y(i, m, static_cast<float>(500 * i + m));
+      }
+      const PLSCrossValidation other = validate(wild.x, wild.y);
+      for (int k = 1; k <= 4; ++k) {
+        EXPECT_EQ((*other.GetWSet())[k] == (*cv.GetWSet())[k], k == g + 1);
+        EXPECT_EQ((*other.GetCSet())[k] == (*cv.GetCSet())[k], k == g + 1);
+        EXPECT_EQ((*other.GetPSet())[k] == (*cv.GetPSet())[k], k == g + 1);
+      }
     }
   }
 }
 
-/// The sets follow the sign of the model's weight; the score of a left-out row and its residual do not.
+/// Without its two rows that hold something, the response is nothing: their sub-model has nothing to fit.
+TEST_F(CrossValidation, OfPlsLetsASubModelBeEmpty) {
+  XY data = Related(20, 8, 1, 3);
+  for (int i = 1; i <= 20; ++i) data.y(i, 1, i == 3 || i == 13 ? 1.0f : 0.0f);
+  NCPLS model(&data.x, &data.y, 200);
+  model.NextComponent(nullptr, nullptr, true, true);
+  PLSCrossValidation cv(&model, 5, nullptr);
+  cv.NextComponent(&model.GetWprim()->back(), 200, {1.0f}, nullptr, true);
+  EXPECT_EQ((*cv.GetYPredResiduals())[3][1], 1.0f);
+  EXPECT_EQ((*cv.GetYPredResiduals())[13][1], 1.0f);
+  EXPECT_EQ((*cv.GetCSet())[4][1], kGap);
+  EXPECT_GT((*cv.GetCSet())[1].GetSS(), 0.0);
+}
+
 /// A small X stays on one thread, of a large one every step uses them all.
 TEST_F(CrossValidation, OfPlsGivesTheSameBitsOnAnyNumberOfThreads) {
-  for (const std::size_t columns : {4500U, 9000U}) {
-    const XY data = Related(60, columns, 2, 3);
+  for (const auto& [columns, responses] : {std::pair(4500U, 2U), std::pair(9000U, 1U), std::pair(9000U, 2U)}) {
+    const XY data = Related(60, columns, responses, 3);
     NCPLS model(&data.x, &data.y, 200);
     model.NextComponent(nullptr, nullptr, true, true);
-    const auto validate = [&model](int threads) {
+    const auto validate = [&model, numResponses = static_cast<int>(responses)](int threads) {
       NCMultiThreading::ThreadingControl::SetThreadingIsOn(false);
       NCMultiThreading::ThreadingControl::SetNumberOfProcessors(threads);
       NCMultiThreading::ThreadingControl::SetThreadingIsOn(true);
       PLSCrossValidation cv(&model, 7, nullptr);
-      cv.NextComponent(&model.GetWprim()->back(), 200, {1.0f, 1.0f}, nullptr, true);
+      cv.NextComponent(&model.GetWprim()->back(), 200, FloatVector(numResponses, 1.0f), nullptr, true);
       return cv;
     };
     const PLSCrossValidation expected = validate(1);
     for (const int threads : {2, 3, 7}) {
-      SCOPED_TRACE(::testing::Message() << columns << " variables, " << threads << " threads");
+      SCOPED_TRACE(::testing::Message() << columns << " variables, " << responses << " responses, " << threads
+                                        << " threads");
       const PLSCrossValidation cv = validate(threads);
       EXPECT_TRUE(*cv.GetWSet() == *expected.GetWSet());
       EXPECT_TRUE(*cv.GetPSet() == *expected.GetPSet());
@@ -492,6 +510,7 @@ TEST_F(CrossValidation, OfPlsLetsAFailedAllocationOut) {
   EXPECT_GT(failures, 3);
 }
 
+/// The sets follow the sign of the model's weight; the score of a left-out row and its residual do not.
 TEST_F(CrossValidation, OfPlsTurnsTheSetsToTheModel) {
   const XY data = Related(20, 8, 1, 3);
   NCPLS model(&data.x, &data.y, 200);

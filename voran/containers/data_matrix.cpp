@@ -30,7 +30,13 @@ NCDataMatrix<T>::NCDataMatrix(int rowCount, int columnCount, T value) : NCDataMa
   rowCapacity_ = rowCount;
   numRows_ = rowCount;
   numColumns_ = columnCount;
-  for (int i = 1; i <= numRows_; ++i) rows_[i] = NCDataVector<T>(columnCount, value);
+  for (int i = 1; i <= numRows_; ++i) {
+    NCDataVector<T>& row = rows_[i];  // filled in place: thin matrices are mostly allocations
+    row.Reserve(columnCount);
+    if (columnCount > 0) std::fill_n(row.data_ + 1, columnCount, value);
+    row.size_ = columnCount;
+    row.numMisVal_ = missing ? columnCount : 0;
+  }
   colMisVal_->SetNumValues(columnCount, missing ? rowCount : 0);
 }
 
@@ -122,7 +128,7 @@ T** NCDataMatrix<T>::GetMatrixAsPointerPointer(NCDataMatrix& m, bool borrow) {
   pointers[0] = nullptr;
   for (int i = 1; i <= m.numRows_; ++i) {
     pointers[i] = m.rows_[i].data_;
-    if (!borrow) m.rows_[i].data_ = nullptr;
+    if (!borrow) m.rows_[i].TakeBuffer(nullptr, 0);
   }
   if (!borrow) m.swap(empty);
   return pointers;

@@ -4,9 +4,9 @@
 #include <cassert>
 #include <cstddef>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 #include "voran/containers/growth_rule.h"
@@ -37,6 +37,9 @@ void MoveElements(const T* from, T* to, int count) {
 // Buffers.
 
 static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ % kAlignment == 0, "OffsetOfEveryVec relies on it");
+static_assert(sizeof(VectorLink) + sizeof(double) <= kAlignment,
+              "the link of a buffer stands where alignment leaves room");
+static_assert(std::is_trivially_destructible_v<VectorLink>, "it goes with its buffer");
 
 template <typename T>
 int NCDataVector<T>::OffsetOfEveryVec() {
@@ -45,32 +48,52 @@ int NCDataVector<T>::OffsetOfEveryVec() {
 
 template <typename T>
 T* NCDataVector<T>::NewVec(int n, int& offset) {
-  const std::size_t bytes = (static_cast<std::size_t>(n) + 1) * sizeof(T) + kAlignment;
+  const std::size_t bytes = static_cast<std::size_t>(n) * sizeof(T) + kAlignment;
   auto* const raw = static_cast<char*>(::operator new(bytes));
-  const std::size_t misfit = (reinterpret_cast<std::uintptr_t>(raw) + sizeof(T)) % kAlignment;
-  offset = misfit == 0 ? 0 : static_cast<int>(kAlignment - misfit);
+  new (raw) VectorLink;
+  offset = OffsetOfEveryVec();
   return reinterpret_cast<T*>(raw + offset);
 }
 
 template <typename T>
 void NCDataVector<T>::DeleteVec(T* p, int offset) {
   if (p != nullptr) ::operator delete(reinterpret_cast<char*>(p) - offset);
-  if (p == data_) data_ = nullptr;
+  if (p == data_) TakeBuffer(nullptr, 0);
+}
+
+/// Of a buffer that NewVec has just made, or of none.
+template <typename T>
+void NCDataVector<T>::TakeBuffer(T* buffer, int offset) {
+  data_ = buffer;
+  alignOffset_ = offset;
+  link_ = buffer == nullptr ? nullptr
+                            : std::launder(reinterpret_cast<VectorLink*>(reinterpret_cast<char*>(buffer) - offset));
 }
 
 /// Puts `fresh` in the place of the buffer of an unshared vector.
 template <typename T>
 void NCDataVector<T>::ReplaceBuffer(T* fresh, int offset, int newCapacity) {
   DeleteVec(data_, alignOffset_);
-  data_ = fresh;
-  alignOffset_ = offset;
+  TakeBuffer(fresh, offset);
   capacity_ = newCapacity;
+}
+
+/// Gives up the share of the buffer, which goes with its last sharer. The members still point to it.
+template <typename T>
+void NCDataVector<T>::DropBuffer() {
+  if (link_ == nullptr) return;
+  bool wasLast;
+  {
+    const std::lock_guard<detail::SpinLock> guard(link_->lock);
+    wasLast = link_->DropSharer();
+  }
+  if (wasLast) ::operator delete(link_);
 }
 
 // Construction and sharing.
 
 template <typename T>
-NCDataVector<T>::NCDataVector() : link_(new VectorLink) {}
+NCDataVector<T>::NCDataVector() = default;
 
 template <typename T>
 NCDataVector<T>::NCDataVector(int n) : NCDataVector(n, detail::kMissing<T>) {}
@@ -78,8 +101,9 @@ NCDataVector<T>::NCDataVector(int n) : NCDataVector(n, detail::kMissing<T>) {}
 template <typename T>
 NCDataVector<T>::NCDataVector(int n, T value) : NCDataVector() {
   if (n <= 0) return;
-  data_ = NewVec(n, alignOffset_);
-  capacity_ = n;
+  int offset;
+  T* const buffer = NewVec(n, offset);
+  ReplaceBuffer(buffer, offset, n);
   size_ = n;
   std::fill_n(data_ + 1, n, value);
   numMisVal_ = value == detail::kMissing<T> ? n : 0;
@@ -93,19 +117,20 @@ NCDataVector<T>::NCDataVector(std::initializer_list<T> values) : NCDataVector() 
 
 template <typename T>
 NCDataVector<T>::NCDataVector(const NCDataVector& other) {
-  const std::lock_guard<detail::SpinLock> guard(other.link_->lock);
+  std::unique_lock<detail::SpinLock> guard;
+  if (other.link_ != nullptr) guard = std::unique_lock(other.link_->lock);
   alignOffset_ = other.alignOffset_;
   size_ = other.size_;
   data_ = other.data_;
   numMisVal_ = other.numMisVal_;
   capacity_ = other.capacity_;
   link_ = other.link_;
-  link_->AddSharer();
+  if (link_ != nullptr) link_->AddSharer();
 }
 
 template <typename T>
 NCDataVector<T>& NCDataVector<T>::operator=(const NCDataVector& other) {
-  if (link_ == other.link_) return *this;
+  if (link_ != nullptr && link_ == other.link_) return *this;
   NCDataVector copy(other);  // never two links locked at a time: crossing assignments cannot wait for each other
   std::swap(alignOffset_, copy.alignOffset_);
   std::swap(size_, copy.size_);
@@ -118,68 +143,30 @@ NCDataVector<T>& NCDataVector<T>::operator=(const NCDataVector& other) {
 
 template <typename T>
 NCDataVector<T>::~NCDataVector() {
-  bool wasLast;
-  {
-    const std::lock_guard<detail::SpinLock> guard(link_->lock);
-    wasLast = link_->DropSharer();
-  }
-  if (wasLast) {
-    DeleteVec(data_, alignOffset_);
-    delete link_;
-  }
+  DropBuffer();
 }
 
 template <typename T>
 void NCDataVector<T>::ForceUnlink() {
-  if (!link_->IsShared()) return;
+  if (link_ == nullptr || !link_->IsShared()) return;
   // While this object shares the buffer nobody writes into it: it is copied without holding the lock.
-  auto freshLink = std::make_unique<VectorLink>();
-  T* freshData = nullptr;
-  int freshOffset = 0;
+  T* fresh = nullptr;
+  int offset = 0;
   if (size_ > 0) {
-    freshData = NewVec(size_, freshOffset);
-    CopyElements(data_ + 1, freshData + 1, size_);
+    fresh = NewVec(size_, offset);
+    CopyElements(data_ + 1, fresh + 1, size_);
   }
-  VectorLink* const oldLink = link_;
-  T* const oldData = data_;
-  const int oldOffset = alignOffset_;
-  bool wasLast;
-  {
-    const std::lock_guard<detail::SpinLock> guard(oldLink->lock);
-    wasLast = oldLink->DropSharer();
-  }
-  data_ = freshData;
-  alignOffset_ = freshOffset;
+  DropBuffer();
+  TakeBuffer(fresh, offset);
   capacity_ = std::max(size_, 0);
-  link_ = freshLink.release();
-  if (wasLast) {  // the other sharers left while the elements were copied
-    DeleteVec(oldData, oldOffset);
-    delete oldLink;
-  }
 }
 
 template <typename T>
 void NCDataVector<T>::Clear() {
-  if (link_->IsShared()) {
-    auto freshLink = std::make_unique<VectorLink>();
-    VectorLink* const oldLink = link_;
-    bool wasLast;
-    {
-      const std::lock_guard<detail::SpinLock> guard(oldLink->lock);
-      wasLast = oldLink->DropSharer();
-    }
-    if (wasLast) {
-      DeleteVec(data_, alignOffset_);
-      delete oldLink;
-    }
-    link_ = freshLink.release();
-  } else {
-    DeleteVec(data_, alignOffset_);
-  }
+  DropBuffer();
+  TakeBuffer(nullptr, 0);
   numMisVal_ = 0;
   size_ = 0;
-  data_ = nullptr;
-  alignOffset_ = 0;
 }
 
 // Writing elements.
@@ -372,7 +359,7 @@ void NCDataVector<T>::Remove(T value) {
 
 template <typename T>
 bool NCDataVector<T>::operator==(const NCDataVector& v) const {
-  if (link_ == v.link_) return true;
+  if (link_ != nullptr && link_ == v.link_) return true;
   if (size_ != v.size_) return false;
   return size_ <= 0 || std::memcmp(data_ + 1, v.data_ + 1, static_cast<std::size_t>(size_) * sizeof(T)) == 0;
 }

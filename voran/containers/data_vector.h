@@ -230,7 +230,7 @@ class VORAN_EXPORT NCDataVector : public StreamWalk<NCDataVector<T>, detail::Vir
 
   /// Takes a buffer of its own if this one is shared.
   void Unlink() {
-    if (link_->IsShared()) ForceUnlink();
+    if (link_ != nullptr && link_->IsShared()) ForceUnlink();
   }
   /// The same, for callers that go on to write through a raw pointer.
   void ForceUnlink();
@@ -277,7 +277,9 @@ class VORAN_EXPORT NCDataVector : public StreamWalk<NCDataVector<T>, detail::Vir
   static int OffsetOfEveryVec();
   /// Opens a gap of unwritten elements; the missing count is untouched.
   void UnInitialisedInsert(int pos, int count);
+  void TakeBuffer(T* buffer, int offset);
   void ReplaceBuffer(T* fresh, int offset, int newCapacity);
+  void DropBuffer();
   bool ReadStreamDirectory(std::istream& stream);
   /// The count as it is written.
   std::int32_t StoredNumMisVal() const;
@@ -285,7 +287,7 @@ class VORAN_EXPORT NCDataVector : public StreamWalk<NCDataVector<T>, detail::Vir
   std::int32_t alignOffset_ = 0;  ///< bytes between the allocation and data_
   std::int32_t size_ = 0;
   T* data_ = nullptr;  ///< 1-based: data_[0] is not used
-  detail::VectorLink* link_;
+  detail::VectorLink* link_ = nullptr;  ///< at the beginning of the allocation; null without one
   std::int32_t numMisVal_ = 0;
   std::int32_t capacity_ = 0;
 };

@@ -62,8 +62,9 @@ bool NCDataVector<T>::ReadStreamDirectory(std::istream& stream) {
     std::istream* const elements = directory.GetInput(kElements);
     if (elements == nullptr) return false;
     if (static_cast<std::uint64_t>(storedSize) > detail::RemainingBytes(*elements) / sizeof(T)) return false;
-    data_ = NewVec(storedSize, alignOffset_);
-    capacity_ = storedSize;
+    int offset;
+    T* const buffer = NewVec(storedSize, offset);
+    ReplaceBuffer(buffer, offset, storedSize);
     if (!ReadArray(data_ + 1, storedSize, sizeof(T), *elements)) return false;
   }
   size_ = storedSize;

@@ -294,9 +294,10 @@ int NipalsPass<T>::RegressGroupWithGaps(int firstRow, int count, const RowRegres
   }
   int missing = 0;
   for (int i = 0; i < count; ++i) {
-    t[firstRow + i] = static_cast<T>(regression.Slope(rows_[static_cast<std::size_t>(firstRow + i)],
-                                                      HasGaps(firstRow + i), products[i], pairedSquares[i]));
-    missing += t[firstRow + i] == kMissing<T> ? 1 : 0;
+    const int row = firstRow + i;
+    t[row] = static_cast<T>(
+        regression.Slope(rows_[static_cast<std::size_t>(row)], HasGaps(row), products[i], pairedSquares[i]));
+    missing += t[row] == kMissing<T> ? 1 : 0;
   }
   return missing;
 }

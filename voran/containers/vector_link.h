@@ -8,7 +8,8 @@
 inline namespace voran {
 namespace detail {
 
-/// The record that all containers sharing one buffer have in common. Its last sharer frees it.
+/// The record that all containers sharing one buffer have in common. Its last sharer frees it. That of a vector stands
+/// in the buffer's own allocation: matrices of few columns are made of little else than allocations.
 ///
 /// The count is read without the lock at the head of every mutator. That read acquires and a release of a share
 /// releases, so that a writer who finds itself alone also sees that the others have finished reading.

@@ -9,6 +9,7 @@
 #include "voran/models/convergence.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/cv_split.h"
+#include "voran/models/left_out_fits.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_prediction.h"
 #include "voran/models/q2.h"
@@ -48,6 +49,16 @@ PLSCrossValidation::PLSCrossValidation(NCPLS* model, float q2TotCum, const Vecto
 
 PLSCrossValidation::~PLSCrossValidation() = default;
 
+namespace {
+
+void TellRound(NCProgress* progress, int group, int groups) {
+  if (progress == nullptr) return;
+  const std::string text = detail::TranslateText("CV round %1% of %2%", "CV = Cross validation");
+  progress->SetText(detail::FillText(text, {group + 1, groups}).c_str());
+}
+
+}  // namespace
+
 void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationLimit, const Vector& yReference,
                                        NCProgress* progress, bool silent) {
   const detail::StaySingleIfSmall team(model_->GetXResiduals()->SizeRows(), model_->GetXResiduals()->SizeColumns());
@@ -56,14 +67,41 @@ void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationL
   if (progress != nullptr) progress->SetRange(0.0f, static_cast<float>(groups_));
   for (Matrix* set : {&WSet_, &CSet_, &PSet_, &TSet_}) set->RemoveRows(1, set->SizeRows());
   SSYOriginal_ = SSY_;
+  std::optional<detail::LeftOutFits> together;
+  if (detail::LeftOutFits::CanFit(*model_->GetXResiduals(), *model_->GetYResiduals())) {
+    together.emplace(*model_->GetXResiduals(), *model_->GetYResiduals(), rowGroups_);
+  }
+  std::vector<detail::LeftOutFit> fits;
   for (int group = 0; group < groups_; ++group) {
-    if (progress != nullptr) {
-      const std::string text = detail::TranslateText("CV round %1% of %2%", "CV = Cross validation");
-      progress->SetText(detail::FillText(text, {group + 1, groups_}).c_str());
+    constexpr int kTogether = detail::LeftOutFits::kMostTogether;
+    if (together && group % kTogether == 0) fits = together->Fit(group, std::min(kTogether, groups_ - group));
+    TellRound(progress, group, groups_);
+    if (fits.empty()) {
+      LeaveGroupOut(group, *modelWeight, iterationLimit, progress, silent);
+    } else {
+      TakeLeftOut(group, fits[static_cast<std::size_t>(group % kTogether)], *modelWeight);
     }
-    LeaveGroupOut(group, *modelWeight, iterationLimit, progress, silent);
   }
   UpdateQ2(yReference);
+}
+
+void PLSCrossValidation::TakeLeftOut(int group, const detail::LeftOutFit& fit, const Vector& modelWeight) {
+  const Matrix& y = *model_->GetYResiduals();
+  double ssBefore = 0.0;
+  double ss = 0.0;
+  for (int i = 1; i <= y.SizeRows(); ++i) {
+    const float residual = y[i][1] - fit.t[i] * fit.c;
+    if (rowGroups_[i] == group) {
+      TPred_(i, fit.t[i]);
+      YPredResiduals_(i, 1, residual);
+    } else {
+      ssBefore += static_cast<double>(y[i][1]) * static_cast<double>(y[i][1]);
+      ss += static_cast<double>(residual) * static_cast<double>(residual);
+    }
+  }
+  if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(ssBefore));
+  SSY_(group + 1, static_cast<float>(ss));
+  Keep(fit.w, fit.p, Vector(1, fit.c), fit.t, modelWeight);
 }
 
 void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int iterationLimit, NCProgress* progress,
@@ -82,7 +120,7 @@ void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int
   const Vector& fitted = (*sub.GetTprim())[1];
   for (std::size_t k = 0; k < round.train.size(); ++k) scores(round.train[k], fitted[static_cast<int>(k) + 1]);
   PredictLeftOut(round, sub, scores);
-  Keep(sub, scores, modelWeight);
+  Keep((*sub.GetWprim())[1], (*sub.GetPprim())[1], (*sub.GetCprim())[1], scores, modelWeight);
 }
 
 void PLSCrossValidation::PredictLeftOut(const detail::CvSplit& round, const NCPLS& sub, Vector& scores) {
@@ -103,10 +141,11 @@ void PLSCrossValidation::PredictLeftOut(const detail::CvSplit& round, const NCPL
   }
 }
 
-void PLSCrossValidation::Keep(const NCPLS& sub, const Vector& scores, const Vector& modelWeight) {
-  WSet_.push_back((*sub.GetWprim())[1]);
-  CSet_.push_back((*sub.GetCprim())[1]);
-  PSet_.push_back((*sub.GetPprim())[1]);
+void PLSCrossValidation::Keep(const Vector& w, const Vector& p, const Vector& c, const Vector& scores,
+                              const Vector& modelWeight) {
+  WSet_.push_back(w);
+  CSet_.push_back(c);
+  PSet_.push_back(p);
   TSet_.push_back(scores);
   if (!(WSet_.back() * modelWeight < 0.0)) return;
   for (Matrix* set : {&WSet_, &PSet_, &TSet_, &CSet_}) set->MultiplyRow(set->SizeRows(), -1.0, set->SizeRows());

@@ -16,6 +16,7 @@ class NCProgress;
 
 namespace detail {
 struct CvSplit;
+struct LeftOutFit;
 }
 
 /// How well the newest component of a PLS model predicts Y for observations that were left out.
@@ -79,7 +80,9 @@ class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
   void LeaveGroupOut(int group, const NCDataVector<float>& modelWeight, int iterationLimit, NCProgress* progress,
                      bool silent);
   void PredictLeftOut(const detail::CvSplit& round, const NCPLS& sub, NCDataVector<float>& scores);
-  void Keep(const NCPLS& sub, const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
+  void TakeLeftOut(int group, const detail::LeftOutFit& fit, const NCDataVector<float>& modelWeight);
+  void Keep(const NCDataVector<float>& w, const NCDataVector<float>& p, const NCDataVector<float>& c,
+            const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);
   void UpdateQ2(const NCDataVector<float>& yReference);
 
   NCDataMatrix<float> YPredResiduals_;

@@ -10,6 +10,7 @@
 #include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
+#include "voran/models/row_groups.h"
 
 inline namespace voran {
 namespace detail {
@@ -19,35 +20,17 @@ namespace {
 using Matrix = NCDataMatrix<float>;
 
 constexpr int kMostResponses = 8;
-constexpr int kMostInGroup = 32;
-
-/// As many rows as stay in the nearest cache while each response in turn is met with them.
-int RowsInGroup(int columns) {
-  constexpr int kNearestCache = 32768 / sizeof(float);
-  constexpr int kLeastInGroup = 8;
-  return std::clamp(kNearestCache / std::max(columns, 1), kLeastInGroup, kMostInGroup);
-}
-
 /// Calls work(block, first, count, ahead) for the groups of rows of every block, from 0, in parallel over the blocks.
 template <class Work>
 void ForGroups(const Matrix& X, const std::vector<const float*>& rows, const Work& work) {
   const RowBlocks blocks(X.SizeRows(), X.SizeColumns());
-  const int inGroup = RowsInGroup(X.SizeColumns());
   ParallelFor(blocks.count, ThreadsForMatrix(X.SizeRows(), X.SizeColumns()), [&](int block) {
-    const int end = std::min((block + 1) * blocks.rowsPerBlock, X.SizeRows());
-    for (int i = block * blocks.rowsPerBlock; i < end; i += inGroup) {
-      const int count = std::min(inGroup, end - i);
-      const RowsAhead<float> ahead{rows.data() + i + count, std::min(inGroup, X.SizeRows() - i - count)};
+    const int first = block * blocks.rowsPerBlock;
+    const int end = std::min(first + blocks.rowsPerBlock, X.SizeRows());
+    ForRowGroups(rows, X.SizeColumns(), first, end, [&](int i, int count, RowsAhead<float> ahead) {
       work(static_cast<std::size_t>(block), i, count, ahead);
-    }
+    });
   });
-}
-
-std::vector<const float*> RowsOf(const Matrix& X) {
-  std::vector<const float*> rows;
-  rows.reserve(static_cast<std::size_t>(X.SizeRows()));
-  for (const NCDataVector<float>& row : X) rows.push_back(row.begin());
-  return rows;
 }
 
 std::vector<std::vector<float>> ColumnsOf(const Matrix& Y) {
@@ -150,7 +133,7 @@ void PlsRounds::ReadForScores(const Matrix& X) {
   }
   std::vector<Square> sums(static_cast<std::size_t>(RowBlocks(X.SizeRows(), columns).count), ofScores_);
   ForGroups(X, rows, [&](std::size_t block, int first, int count, RowsAhead<float> ahead) {
-    double scores[kMostResponses][kMostInGroup];
+    double scores[kMostResponses][kMostRowsInGroup];
     for (std::size_t m = 0; m < responses_; ++m) {
       nipals.rowProducts(rows.data() + first, count, units[m].data(), columns, ahead, scores[m]);
       ahead.count = 0;

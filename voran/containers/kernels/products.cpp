@@ -76,8 +76,9 @@ HWY_INLINE void TurnPanel(const T* const* lines, int firstTerm, int terms, int a
   for (int l = 0; l < Width; ++l) rows[l] = lines[l];
   int k = 0;
   for (; k + kSquare<T> <= terms; k += kSquare<T>) {
-    if (k % kAccumulators == 0) Fetch(lines + Width, ahead, static_cast<std::size_t>(firstTerm + k));
-    for (int l = 0; l < Width; l += kSquare<T>) TurnSquare(rows + l, firstTerm + k, panel + k * Width + l, Width);
+    const int term = firstTerm + k;
+    if (k % kAccumulators == 0) Fetch(lines + Width, ahead, static_cast<std::size_t>(term));
+    for (int l = 0; l < Width; l += kSquare<T>) TurnSquare(rows + l, term, panel + k * Width + l, Width);
   }
   for (; k < terms; ++k) {
     for (int l = 0; l < Width; ++l) panel[k * Width + l] = rows[l][firstTerm + k];
