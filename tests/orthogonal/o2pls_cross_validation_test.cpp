@@ -228,6 +228,16 @@ TEST_F(AgainstPlain, MeasuresOfFit) {
   EXPECT_TRUE(r.YPredSets.empty());
 }
 
+TEST_F(AgainstPlain, TheSecondSearchInXStartsBesideTheComponentsOfY) {
+  const double with = YPress(groups, {2, 1, 1}) / ssY;
+  const double beside = YPress(groups, {2, 0, 1}) / ssY - with;
+  const double alone = YPress(groups, {2, 0, 0}) / ssY - with;
+  ASSERT_GT(std::abs(beside - alone), 3e-4) << "the limit has to fit between";
+  SetO2PLSExternalQ2Limit(static_cast<float>((beside + alone) / 2.0));
+  const O2PLSCVResults r = CrossValidated(data.x, data.y, {2, 1, 1});
+  EXPECT_EQ(r.XOrthoSignificance[1], beside > alone ? SignificanceE::kR1 : SignificanceE::kNS);
+}
+
 TEST_F(AgainstPlain, Sets) {
   const O2PLSCVResults r = CrossValidated(data.x, data.y, {2, 2, 1});
   for (std::size_t g = 0; g < groups.size(); ++g) {

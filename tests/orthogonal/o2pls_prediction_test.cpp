@@ -160,6 +160,8 @@ TEST_F(O2plsPrediction, GapsStayInTheirRows) {
   for (const FloatMatrix& m : {y.GetYPred(), y.GetYPred(1), y.GetT(), y.GetTo()}) ExpectRightCounts(m);
   EXPECT_EQ(y.GetT()[2][6], kGap);
   EXPECT_EQ(y.GetTo()[2][6], kGap);
+  model.Fit(2, 0, 0);
+  ExpectRightCounts(NCO2PLSYPred(&x, &model, 0).GetYPred());
 }
 
 TEST_F(O2plsPrediction, RemovedObservationsLeaveEveryMatrix) {
