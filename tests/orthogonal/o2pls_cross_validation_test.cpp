@@ -35,7 +35,6 @@ using samples::FloatVector;
 using samples::kGap;
 using samples::MadeBlocks;
 using samples::PlainMatrix;
-using samples::ToMatrix;
 using samples::ToPlain;
 using Groups = NCIntegralVector<int, -99>;
 using Values = std::vector<double>;
