@@ -1,10 +1,12 @@
 #include "voran/orthogonal/o2pls_cross_validation.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,7 @@
 #include "tests/orthogonal/plain_o2pls.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/significance.h"
+#include "voran/orthogonal/o2pls_component_estimator.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 #include "voran/platform/threading_control.h"
@@ -21,7 +24,10 @@
 namespace {
 
 using NCMultiThreading::ThreadingControl;
+using plain_o2pls::Predict;
+using plain_o2pls::Side;
 using samples::Blocks;
+using samples::BlockSizes;
 using samples::ExpectNear;
 using samples::ExpectSame;
 using samples::FloatMatrix;
@@ -29,7 +35,6 @@ using samples::FloatVector;
 using samples::kGap;
 using samples::MadeBlocks;
 using samples::PlainMatrix;
-using samples::ToMatrix;
 using samples::ToPlain;
 using Groups = NCIntegralVector<int, -99>;
 using Values = std::vector<double>;
@@ -91,11 +96,6 @@ std::vector<int> List(const NCIntegralVector<int, -99>& v) {
 
 // The oracle: a plain fit for each group and each number of components, with nothing carried over.
 
-/// One direction of a model.
-struct Side {
-  PlainMatrix t, w, p, u, q, wo, po, toTarget;
-};
-
 Side ForY(const plain_o2pls::Model& m, const PlainMatrix& y) {
   Side side{m.t, m.w, m.p, m.u, m.q, m.wo, m.po, {}};
   for (const Values& t : m.to) side.toTarget.push_back(plain_o2pls::ColumnSlopes(y, t));
@@ -106,31 +106,6 @@ Side ForX(const plain_o2pls::Model& m, const PlainMatrix& x) {
   Side side{m.u, m.c, m.q, m.t, m.p, m.co, m.qo, {}};
   for (const Values& u : m.uo) side.toTarget.push_back(plain_o2pls::ColumnSlopes(x, u));
   return side;
-}
-
-struct PlainPrediction {
-  PlainMatrix target, scores, orthoScores;
-};
-
-/// Of the target scores the first `to` ones, each from the first `from` scores of the source, which are orthogonal.
-PlainPrediction Predicted(const Side& side, PlainMatrix x, std::size_t from, std::size_t to) {
-  using namespace plain_o2pls;
-  PlainPrediction result{PlainMatrix(x.size(), Values(side.q.front().size())), {}, {}};
-  for (std::size_t j = 0; j < side.wo.size(); ++j) {
-    PlainMatrix rest = x;
-    for (const Values& w : side.w) AddOuter(rest, RowSlopes(rest, w), w, -1.0);
-    result.orthoScores.push_back(RowSlopes(rest, side.wo[j]));
-    AddOuter(x, result.orthoScores.back(), side.po[j], -1.0);
-    AddOuter(result.target, result.orthoScores.back(), side.toTarget[j], 1.0);
-  }
-  for (std::size_t a = 0; a < side.w.size(); ++a) {
-    result.scores.push_back(RowSlopes(x, side.w[a]));
-    AddOuter(x, result.scores.back(), side.p[a], -1.0);
-    for (std::size_t b = 0; a < from && b < to; ++b) {
-      AddOuter(result.target, result.scores.back(), side.q[b], Dot(side.t[a], side.u[b]) / Dot(side.t[a], side.t[a]));
-    }
-  }
-  return result;
 }
 
 struct PlainGroup {
@@ -167,7 +142,7 @@ double YPress(const std::vector<PlainGroup>& groups, Counts n) {
   double press = 0.0;
   for (const PlainGroup& g : groups) {
     const Side side = ForY(g.Fit(n), g.y);
-    press += plain_o2pls::SumOfSquares(Difference(Predicted(side, g.xTest, all, all).target, g.yTest));
+    press += plain_o2pls::SumOfSquares(Difference(Predict(side, g.xTest, all, all).target, g.yTest));
   }
   return press;
 }
@@ -177,7 +152,7 @@ double XPress(const std::vector<PlainGroup>& groups, Counts n) {
   double press = 0.0;
   for (const PlainGroup& g : groups) {
     const Side side = ForX(g.Fit(n), g.x);
-    press += plain_o2pls::SumOfSquares(Difference(Predicted(side, g.yTest, all, all).target, g.xTest));
+    press += plain_o2pls::SumOfSquares(Difference(Predict(side, g.yTest, all, all).target, g.xTest));
   }
   return press;
 }
@@ -216,13 +191,13 @@ TEST_F(AgainstPlain, MeasuresOfFit) {
     Values press(static_cast<std::size_t>(data.y.SizeColumns()));
     for (std::size_t g = 0; g < groups.size(); ++g) {
       const Side side = ForY(groups[g].Fit(n), groups[g].y);
-      const PlainMatrix errors = Difference(Predicted(side, groups[g].xTest, a, a).target, groups[g].yTest);
+      const PlainMatrix errors = Difference(Predict(side, groups[g].xTest, a, a).target, groups[g].yTest);
       for (const Values& row : errors) {
         for (std::size_t m = 0; m < row.size(); ++m) press[m] += row[m] * row[m];
       }
       groupPress[0][g] = plain_o2pls::SumOfSquares(groups[g].yTest);
       groupPress[a][g] =
-          plain_o2pls::SumOfSquares(Difference(Predicted(side, groups[g].xTest, 2, a).target, groups[g].yTest));
+          plain_o2pls::SumOfSquares(Difference(Predict(side, groups[g].xTest, 2, a).target, groups[g].yTest));
     }
     double total = 0.0;
     q2YVar.emplace_back();
@@ -252,6 +227,16 @@ TEST_F(AgainstPlain, MeasuresOfFit) {
   EXPECT_TRUE(r.YPredSets.empty());
 }
 
+TEST_F(AgainstPlain, TheSecondSearchInXStartsBesideTheComponentsOfY) {
+  const double with = YPress(groups, {2, 1, 1}) / ssY;
+  const double beside = YPress(groups, {2, 0, 1}) / ssY - with;
+  const double alone = YPress(groups, {2, 0, 0}) / ssY - with;
+  ASSERT_GT(std::abs(beside - alone), 3e-4) << "the limit has to fit between";
+  SetO2PLSExternalQ2Limit(static_cast<float>((beside + alone) / 2.0));
+  const O2PLSCVResults r = CrossValidated(data.x, data.y, {2, 1, 1});
+  EXPECT_EQ(r.XOrthoSignificance[1], beside > alone ? SignificanceE::kR1 : SignificanceE::kNS);
+}
+
 TEST_F(AgainstPlain, Sets) {
   const O2PLSCVResults r = CrossValidated(data.x, data.y, {2, 2, 1});
   for (std::size_t g = 0; g < groups.size(); ++g) {
@@ -260,8 +245,8 @@ TEST_F(AgainstPlain, Sets) {
     const plain_o2pls::Model m = groups[g].Fit({2, 2, 1});
     const Side toY = ForY(m, groups[g].y);
     const Side toX = ForX(m, groups[g].x);
-    const PlainPrediction y = Predicted(toY, groups[g].xTest, 2, 2);
-    const PlainPrediction x = Predicted(toX, groups[g].yTest, 2, 2);
+    const plain_o2pls::Prediction y = Predict(toY, groups[g].xTest, 2, 2);
+    const plain_o2pls::Prediction x = Predict(toX, groups[g].yTest, 2, 2);
     const auto expectSets = [&](const std::vector<const std::vector<FloatMatrix>*>& sets,
                                 const std::vector<const PlainMatrix*>& fitted, const PlainMatrix& leftOut) {
       ASSERT_EQ(sets.front()->size(), fitted.front()->size());
@@ -344,7 +329,7 @@ TEST_F(AgainstPlain, ASinglePredictiveComponentKeepsItsPredictions) {
     const Groups cv = GetDeafultCVGroupsVector(30, kGroups);
     std::vector<PlainMatrix> predicted;
     for (const PlainGroup& g : groups) {
-      predicted.push_back(Predicted(ForY(g.Fit({1, j, 0}), g.y), g.xTest, 1, 1).target);
+      predicted.push_back(Predict(ForY(g.Fit({1, j, 0}), g.y), g.xTest, 1, 1).target);
     }
     std::vector<std::size_t> next(kGroups);
     PlainMatrix ordered;
@@ -378,6 +363,31 @@ TEST_F(O2plsCv, FindsTheNumbersThatTheDataWereMadeWith) {
     EXPECT_EQ(r.YOrthoComps, n.yOrtho);
     ExpectSameResults(r, CrossValidated(data.x, data.y, n));
     EXPECT_EQ(r.GroupPress.SizeRows(), n.joint + 1);
+  }
+}
+
+TEST_F(O2plsCv, AFreeSearchThatLeavesNoDoubtIsTheFixedOne) {
+  // With a single column there is one predictive component at most, nothing to choose, and no second run. What was
+  // tried in vain is undone: in X, where one component counts, and in Y, where none does.
+  for (const bool inX : {true, false}) {
+    const BlockSizes sizes = {.rows = 60,
+                              .xColumns = inX ? 11U : 1U,
+                              .yColumns = inX ? 1U : 8U,
+                              .joint = 1,
+                              .xAlone = inX ? 1U : 0U,
+                              .yAlone = 0,
+                              .overlap = 2.0};
+    const Blocks data = MadeBlocks(sizes, 0.1, 8);
+    O2PLSCVResults r = CrossValidated(data.x, data.y, {kFree, kFree, kFree});
+    EXPECT_EQ(r.PredComps, 1);
+    EXPECT_EQ(r.XOrthoComps, inX ? 1 : 0);
+    EXPECT_EQ(r.YOrthoComps, 0);
+    EXPECT_EQ(r.Q2X.Size(), inX ? 2 : 0);
+    EXPECT_EQ(r.Q2Y.Size(), inX ? 0 : 1);
+    const O2PLSCVResults fixed = CrossValidated(data.x, data.y, {1, r.XOrthoComps, 0});
+    r.Q2X = fixed.Q2X;
+    r.Q2Y = fixed.Q2Y;
+    ExpectSameResults(r, fixed);
   }
 }
 
@@ -425,13 +435,30 @@ TEST_F(O2plsCv, OrthogonalComponentsHaveTheDimensionsThatAreLeft) {
 }
 
 TEST_F(O2plsCv, PredictiveComponentsBehindTheBestAreJudgedByResponse) {
-  // The second joint component is in one response of eight, and noise in the others makes it harm the whole.
-  const Blocks data = MadeBlocks({.rows = 40, .joint = 1, .xAlone = 0, .yAlone = 0}, 0.3, 8);
-  const O2PLSCVResults r = CrossValidated(data.x, data.y, {3, 0, 0});
-  int best = 1;
-  for (int a = 2; a <= 3; ++a) best = r.Q2[a] > r.Q2[best] ? a : best;
-  ASSERT_LT(best, 3) << "the data should leave something to judge";
-  for (int a = best + 1; a <= 3; ++a) EXPECT_NE(r.PredSignificance[a], SignificanceE::kR1);
+  // Of four responses two have to gain.
+  int counted = 0;
+  int refused = 0;
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    const Blocks data = MadeBlocks({.rows = 20, .xColumns = 6, .yColumns = 4, .joint = 3}, 0.5, seed);
+    auto verdicts = List(O2PLSPredictiveComponentEstimator(&data.x, &data.y, kGroups, nullptr, 4).GetSignificance());
+    const O2PLSCVResults r = CrossValidated(data.x, data.y, {4, 0, 0});
+    int last = 1;
+    for (int a = 2; a <= 4; ++a) last = r.Q2[a] > r.Q2[last] ? a : last;
+    for (int a = last + 1; a <= 4; ++a) {
+      int& verdict = verdicts[static_cast<std::size_t>(a - 1)];
+      if (verdict != SignificanceE::kR1) continue;
+      int gaining = 0;
+      for (int m = 1; m <= 4; ++m) gaining += r.Q2YVar[a][m] - r.Q2YVar[a - 1][m] > 0.01f ? 1 : 0;
+      const bool counts = a == last + 1 && gaining >= 2;
+      verdict = counts ? SignificanceE::kR2 : SignificanceE::kNS;
+      ++(counts ? counted : refused);
+      if (counts) last = a;
+    }
+    EXPECT_EQ(List(r.PredSignificance), verdicts);
+  }
+  EXPECT_GT(counted, 0);
+  EXPECT_GT(refused, 0);
 }
 
 TEST_F(O2plsCv, AnOrthogonalComponentThatCannotBeFormedIsUndone) {
@@ -583,30 +610,44 @@ TEST_F(O2plsCv, CanBeBrokenOffAtEveryLook) {
   EXPECT_EQ(CrossValidated(data.x, data.y, {1, 0, 0}).PredComps, 1) << "a fresh object works";
 }
 
-/// Keeps what the caller's object shows, and not what those of single components do.
+/// Keeps what the caller's object shows, and not what those of single components do. The user asks to stop at the text
+/// `stopAt`.
 class PhaseDisplay : public samples::RecordingDisplay {
  public:
+  explicit PhaseDisplay(std::string stopAt) : stopAt_(std::move(stopAt)) {}
   void ShowPosition(const ProgressView& view) override {
-    if (view.title == "phases") samples::RecordingDisplay::ShowPosition(view);
+    if (view.title != "phases" || view.text.empty()) return;
+    samples::RecordingDisplay::ShowPosition(view);
+    if (view.text == stopAt_) isStopped_ = true;
   }
+  bool IsCancelRequested() const noexcept override { return isStopped_; }
+
+ private:
+  std::string stopAt_;
+  std::atomic<bool> isStopped_{false};
 };
 
-TEST_F(O2plsCv, ShowsItsPhases) {
+TEST_F(O2plsCv, ShowsItsPhasesAndStopsInTheOneInWhichItIsAsked) {
   const Blocks data = MadeBlocks({.rows = 30}, 0.1, 21);
-  const auto display = std::make_shared<PhaseDisplay>();
-  NCProgress::SetDisplay(display);
-  NCProgress progress("start", 0.0f, 1.0f, false, false, true, "phases");
-  CrossValidated(data.x, data.y, {2, 1, 1}, &progress);
-  const std::vector<std::string> texts = {"Estimating X-Y predictive components",
-                                          "Estimating Orthogonal components in X",
-                                          "Estimating Orthogonal components in Y",
-                                          "Final estimation of OPLS prediction model",
-                                          "Calculating CV results",
-                                          "Saving CV results"};
-  std::vector<std::string> shown = display->texts;
-  if (!shown.empty() && shown.front() == "start") shown.erase(shown.begin());
-  EXPECT_EQ(shown, texts);
-  EXPECT_EQ(display->fractions.back(), 1.0);
+  const std::vector<std::string> phases = {"Estimating X-Y predictive components",
+                                           "Estimating Orthogonal components in X",
+                                           "Estimating Orthogonal components in Y",
+                                           "Final estimation of OPLS prediction model",
+                                           "Calculating CV results",
+                                           "Saving CV results"};
+  for (std::size_t last = 0; last <= phases.size(); ++last) {
+    const bool isStopped = last < phases.size();
+    const auto display = std::make_shared<PhaseDisplay>(isStopped ? phases[last] : "never");
+    NCProgress::SetDisplay(display);
+    NCProgress progress("", 0.0f, 1.0f, false, false, true, "phases");
+    EXPECT_EQ(ErrorOf([&] {
+                CrossValidated(data.x, data.y, {2, 1, 1}, &progress);
+              }),
+              isStopped ? "Computations aborted." : "nothing thrown");
+    const std::size_t shown = isStopped ? last + 1 : phases.size();
+    EXPECT_EQ(display->texts, std::vector<std::string>(phases.begin(), phases.begin() + static_cast<long>(shown)));
+    EXPECT_EQ(display->fractions.back() == 1.0, !isStopped);
+  }
 }
 
 }  // namespace

@@ -13,6 +13,8 @@
 
 namespace {
 
+using plain_o2pls::Predict;
+using plain_o2pls::Side;
 using samples::Blocks;
 using samples::ExpectNear;
 using samples::ExpectSame;
@@ -39,59 +41,56 @@ class Backward : public NCO2PLSXPred {
   using NCO2PLSPred::Residual;
 };
 
-/// scores' times loadings, each components x something.
-PlainMatrix Outer(const PlainMatrix& scores, const PlainMatrix& loadings) {
-  return plain_o2pls::Times(plain_o2pls::Transposed(scores), loadings);
-}
-
-/// An empty b adds nothing.
-PlainMatrix Sum(PlainMatrix a, const PlainMatrix& b, double factor = 1.0) {
-  for (std::size_t i = 0; i < b.size(); ++i) {
-    for (std::size_t j = 0; j < a[i].size(); ++j) a[i][j] += factor * b[i][j];
-  }
-  return a;
-}
-
-PlainMatrix FirstRows(PlainMatrix m, int n) {
-  m.resize(static_cast<std::size_t>(n));
-  return m;
-}
-
+/// Whatever the model's matrices are, those of the prediction are what the plain algorithm makes of them.
 class O2plsPrediction : public ::testing::Test {
  protected:
   Blocks data = MadeBlocks({.xAlone = 2, .yAlone = 2}, 0.3, 5);
   NCO2PLS model = Fitted(data.x, data.y, 2, 2, 2);
 
-  PlainMatrix InnerY(int components) const {
-    return FirstOf(components, Outer(ToPlain(model.GetLambda()), ToPlain(model.GetT())), model.GetQ());
+  Side ToY() const {
+    return {ToPlain(model.GetT()), ToPlain(model.GetW()),  ToPlain(model.GetP()),  ToPlain(model.GetU()),
+            ToPlain(model.GetQ()), ToPlain(model.GetWo()), ToPlain(model.GetPo()), ToPlain(model.GetS())};
   }
-  PlainMatrix OrthoY(int components) const { return FirstOf(components, ToPlain(model.GetTo()), model.GetS()); }
-
- private:
-  static PlainMatrix FirstOf(int components, const PlainMatrix& scores, const FloatMatrix& loadings) {
-    PlainMatrix sum(40, std::vector<double>(8));
-    for (int a = 1; a <= components; ++a) {
-      plain_o2pls::AddOuter(sum, scores[static_cast<std::size_t>(a - 1)], ToPlain(loadings[a]), 1.0);
-    }
-    return sum;
+  Side ToX() const {
+    return {ToPlain(model.GetU()), ToPlain(model.GetC()),  ToPlain(model.GetQ()),  ToPlain(model.GetT()),
+            ToPlain(model.GetP()), ToPlain(model.GetCo()), ToPlain(model.GetQo()), ToPlain(model.GetR())};
   }
 };
 
-TEST_F(O2plsPrediction, RowsOfTheFitGetTheirScoresAndFittedValues) {
-  const Forward y(data, model, 0);
+TEST_F(O2plsPrediction, EqualsThePlainAlgorithmInBothDirections) {
+  for (const int excluded : {0, 1, 2}) {
+    SCOPED_TRACE(::testing::Message() << excluded << " kept out");
+    const auto out = static_cast<std::size_t>(excluded);
+    const Forward y(data, model, excluded);
+    const auto plainY = plain_o2pls::Predict(ToY(), ToPlain(data.x), 2, 2, out);
+    ExpectNear(y.GetYPred(), plainY.target, kRounding);
+    ExpectNear(y.GetT(), plainY.scores, kRounding);
+    ExpectNear(y.GetTo(), plainY.orthoScores, kRounding);
+    ExpectNear(y.Residual(), plainY.rest, kRounding * 10.0);
+    const Backward x(data, model, excluded);
+    const auto plainX = plain_o2pls::Predict(ToX(), ToPlain(data.y), 2, 2, out);
+    ExpectNear(x.GetXPred(), plainX.target, kRounding);
+    ExpectNear(x.GetU(), plainX.scores, kRounding);
+    ExpectNear(x.GetUo(), plainX.orthoScores, kRounding);
+    ExpectNear(x.Residual(), plainX.rest, kRounding * 10.0);
+    // From fewer components, but from all orthogonal ones, whichever were kept out above.
+    for (int a = 0; a <= 2; ++a) {
+      PlainMatrix some = Predict(ToY(), ToPlain(data.x), 2, static_cast<std::size_t>(a), out).target;
+      for (std::size_t j = 2 - out; j < 2; ++j) {
+        plain_o2pls::AddOuter(some, plainY.orthoScores[j], ToY().toTarget[j], 1.0);
+      }
+      ExpectNear(y.GetYPred(a), some, kRounding);
+    }
+  }
+}
+
+TEST_F(O2plsPrediction, RowsOfTheFitGetTheirScores) {
+  const NCO2PLSYPred y(&data.x, &model, 0);
   ExpectNear(y.GetT(), ToPlain(model.GetT()), kRounding);
   ExpectNear(y.GetTo(), ToPlain(model.GetTo()), kRounding);
-  ExpectNear(y.GetYPred(), Sum(InnerY(2), OrthoY(2)), kRounding);
-  const PlainMatrix modelled =
-      Sum(Outer(ToPlain(model.GetTo()), ToPlain(model.GetPo())), Outer(ToPlain(model.GetT()), ToPlain(model.GetP())));
-  ExpectNear(y.Residual(), Sum(ToPlain(data.x), modelled, -1.0), kRounding * 10.0);
-
-  const Backward x(data, model, 0);
+  const NCO2PLSXPred x(&data.y, &model, 0);
   ExpectNear(x.GetU(), ToPlain(model.GetU()), kRounding);
   ExpectNear(x.GetUo(), ToPlain(model.GetUo()), kRounding);
-  const PlainMatrix t = Outer(ToPlain(model.GetXLambda()), ToPlain(model.GetU()));
-  ExpectNear(x.GetXPred(), Sum(Outer(t, ToPlain(model.GetP())), Outer(ToPlain(model.GetUo()), ToPlain(model.GetR()))),
-             kRounding);
 }
 
 TEST_F(O2plsPrediction, ARowDoesNotDependOnTheOthers) {
@@ -114,46 +113,11 @@ TEST_F(O2plsPrediction, StoredMatricesPredictAsTheModel) {
   ExpectSame({x.GetXPred(), x.GetU(), x.GetUo()}, {xOfModel.GetXPred(), xOfModel.GetU(), xOfModel.GetUo()});
 }
 
-TEST_F(O2plsPrediction, FewerPredictiveComponentsKeepTheOrthogonalShare) {
-  const NCO2PLSYPred y(&data.x, &model, 0);
-  for (int a = 0; a <= 2; ++a) ExpectNear(y.GetYPred(a), Sum(InnerY(a), OrthoY(2)), kRounding);
-}
-
-TEST_F(O2plsPrediction, ExcludedComponentsHaveScoresAndNoShare) {
-  const Forward all(data, model, 0);
-  for (const int excluded : {1, 2}) {
-    const Forward some(data, model, excluded);
-    // The scores of the used components do not depend on the excluded ones, which come after.
-    for (int j = 1; j <= 2 - excluded; ++j) EXPECT_TRUE(some.GetTo()[j] == all.GetTo()[j]);
-    // By hand: correct, take out the predictive components, and then the rest of the orthogonal ones.
-    PlainMatrix left = Sum(
-        ToPlain(data.x),
-        Outer(FirstRows(ToPlain(all.GetTo()), 2 - excluded), FirstRows(ToPlain(model.GetPo()), 2 - excluded)), -1.0);
-    PlainMatrix scores;
-    for (int a = 1; a <= 2; ++a) {
-      scores.push_back(plain_o2pls::RowSlopes(left, ToPlain(model.GetW()[a])));
-      plain_o2pls::AddOuter(left, scores.back(), ToPlain(model.GetP()[a]), -1.0);
-    }
-    ExpectNear(some.GetT(), scores, kRounding);
-    for (int j = 3 - excluded; j <= 2; ++j) {
-      const auto t = plain_o2pls::RowSlopes(left, ToPlain(model.GetWo()[j]));
-      ExpectNear(some.GetTo()[j], t, kRounding);
-      plain_o2pls::AddOuter(left, t, ToPlain(model.GetPo()[j]), -1.0);
-    }
-    const PlainMatrix u = Outer(ToPlain(model.GetLambda()), scores);
-    ExpectNear(some.GetYPred(), Sum(Outer(u, ToPlain(model.GetQ())), OrthoY(2 - excluded)), kRounding);
-    const PlainMatrix modelled =
-        Sum(Outer(ToPlain(some.GetTo()), ToPlain(model.GetPo())), Outer(ToPlain(some.GetT()), ToPlain(model.GetP())));
-    ExpectNear(some.Residual(), Sum(ToPlain(data.x), modelled, -1.0), kRounding * 10.0);
-    ExpectNear(some.GetYPred(0), Outer(ToPlain(some.GetTo()), ToPlain(model.GetS())), kRounding);
-  }
-}
-
 TEST_F(O2plsPrediction, WithoutOrthogonalComponentsTheInnerRelationIsAll) {
   model.Fit(2, 0, 0);
   const NCO2PLSYPred y(&data.x, &model, 0);
   EXPECT_EQ(y.GetTo().SizeRows(), 0);
-  ExpectNear(y.GetYPred(), InnerY(2), kRounding);
+  ExpectNear(y.GetYPred(), Predict(ToY(), ToPlain(data.x), 2, 2).target, kRounding);
   model.Fit(0, 0, 0);
   EXPECT_TRUE(NCO2PLSYPred(&data.x, &model, 0).GetYPred() == FloatMatrix(40, 8, 0.0f));
 }
@@ -177,11 +141,9 @@ TEST_F(O2plsPrediction, WhatThePredictiveWeightsTakeIsNoOrthogonalScore) {
   wo.SetRow(1, wo[1] + model.GetW()[1]);
   const NCO2PLSYPred y(data.x, model.GetP(), model.GetW(), model.GetQ(), wo, model.GetPo(), model.GetS(),
                        model.GetLambda(), 8, 0);
-  PlainMatrix rest = ToPlain(data.x);
-  for (const auto& w : ToPlain(model.GetW())) {
-    plain_o2pls::AddOuter(rest, plain_o2pls::RowSlopes(rest, w), w, -1.0);
-  }
-  ExpectNear(y.GetTo()[1], plain_o2pls::RowSlopes(rest, ToPlain(wo[1])), kRounding);
+  Side side = ToY();
+  side.wo = ToPlain(wo);
+  ExpectNear(y.GetTo(), Predict(side, ToPlain(data.x), 2, 2).orthoScores, kRounding);
 }
 
 TEST_F(O2plsPrediction, GapsStayInTheirRows) {
@@ -198,6 +160,8 @@ TEST_F(O2plsPrediction, GapsStayInTheirRows) {
   for (const FloatMatrix& m : {y.GetYPred(), y.GetYPred(1), y.GetT(), y.GetTo()}) ExpectRightCounts(m);
   EXPECT_EQ(y.GetT()[2][6], kGap);
   EXPECT_EQ(y.GetTo()[2][6], kGap);
+  model.Fit(2, 0, 0);
+  ExpectRightCounts(NCO2PLSYPred(&x, &model, 0).GetYPred());
 }
 
 TEST_F(O2plsPrediction, RemovedObservationsLeaveEveryMatrix) {

@@ -128,6 +128,43 @@ inline Model Fit(Matrix x, Matrix y, std::size_t joint, std::size_t xOrtho, std:
   return m;
 }
 
+/// What a model predicts one block from the other with: scores, weights and loadings of the source, scores and loadings
+/// of the target, the orthogonal components of the source, and the columns of the target regressed on their scores.
+struct Side {
+  Matrix t, w, p, u, q, wo, po, toTarget;
+};
+
+struct Prediction {
+  Matrix target, scores, orthoScores, rest;
+};
+
+/// Of the target scores the first `to` ones, each from the first `from` scores of the source, which are orthogonal. The
+/// last `excluded` orthogonal components have scores alone.
+inline Prediction Predict(const Side& side, Matrix x, std::size_t from, std::size_t to, std::size_t excluded = 0) {
+  Prediction result{Matrix(x.size(), Vector(side.q.front().size())), {}, {}, {}};
+  const std::size_t used = side.wo.size() - excluded;
+  for (std::size_t j = 0; j < used; ++j) {
+    Matrix rest = x;
+    for (const Vector& w : side.w) AddOuter(rest, RowSlopes(rest, w), w, -1.0);
+    result.orthoScores.push_back(RowSlopes(rest, side.wo[j]));
+    AddOuter(x, result.orthoScores[j], side.po[j], -1.0);
+    AddOuter(result.target, result.orthoScores[j], side.toTarget[j], 1.0);
+  }
+  for (std::size_t a = 0; a < side.w.size(); ++a) {
+    result.scores.push_back(RowSlopes(x, side.w[a]));
+    AddOuter(x, result.scores[a], side.p[a], -1.0);
+    for (std::size_t b = 0; a < from && b < to; ++b) {
+      AddOuter(result.target, result.scores[a], side.q[b], Dot(side.t[a], side.u[b]) / Dot(side.t[a], side.t[a]));
+    }
+  }
+  for (std::size_t j = used; j < side.wo.size(); ++j) {
+    result.orthoScores.push_back(RowSlopes(x, side.wo[j]));
+    AddOuter(x, result.orthoScores[j], side.po[j], -1.0);
+  }
+  result.rest = x;
+  return result;
+}
+
 /// How much of v lies outside the span of `basis`, from 0 to 1.
 inline double ShareOutside(const Vector& v, const Matrix& basis) {
   Matrix orthonormal;

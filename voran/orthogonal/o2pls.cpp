@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "voran/containers/parallel.h"
 #include "voran/models/pls.h"
 #include "voran/orthogonal/matrix_sums.h"
 #include "voran/orthogonal/o2pls_dimensionality.h"
@@ -35,6 +36,11 @@ bool FlipRows(const std::vector<bool>& flips, std::initializer_list<Matrix*> mat
     }
   }
   return any;
+}
+
+/// The many short passes of a step stay on the calling thread where the blocks are small.
+detail::StaySingleIfSmall TeamFor(const Matrix& X, const Matrix& Y) {
+  return {X.SizeRows(), std::max(X.SizeColumns(), Y.SizeColumns())};
 }
 
 /// The columns of `block` regressed on each row of `scores`: components x variables.
@@ -103,6 +109,7 @@ void NCO2PLS::Fit(int predictiveComps, int xOrthoComps, int yOrthoComps) {
 }
 
 void NCO2PLS::NextOrthogonalComponent(bool xSide, int predictiveComps) {
+  const detail::StaySingleIfSmall team = TeamFor(X_, Y_);
   EndFit();
   if (checkDimensions_) CheckDimensions(xSide, predictiveComps);
   if (xSide) {
@@ -140,12 +147,14 @@ void NCO2PLS::CalculateOrthogonalComp(const Matrix& A, const Matrix& B, Matrix& 
 }
 
 void NCO2PLS::InitPredCompCalculation() {
+  const detail::StaySingleIfSmall team = TeamFor(X_, Y_);
   XWork_ = Deflated(X_, To_, Po_);
   YWork_ = Deflated(Y_, Uo_, Qo_);
   for (Matrix* m : {&W_, &T_, &U_, &C_, &P_, &Q_, &Lambda_, &XLambda_}) m->Clear();
 }
 
 void NCO2PLS::NextPredictiveComp() {
+  const detail::StaySingleIfSmall team = TeamFor(X_, Y_);
   constexpr int kIterations = 200;
   if (XWork_.SizeRows() == 0) {
     throw NCInternalError("NCO2PLS::NextPredictiveComp", ExceptionMessage::translate("Function call out of sequence."));
@@ -163,6 +172,7 @@ void NCO2PLS::NextPredictiveComp() {
 }
 
 void NCO2PLS::SubtractLastPredictiveComp() {
+  const detail::StaySingleIfSmall team = TeamFor(X_, Y_);
   XWork_.AddVprimV(T_.back(), P_.back(), -1.0f);
   YWork_.AddVprimV(U_.back(), Q_.back(), -1.0f);
 }
@@ -176,6 +186,7 @@ void NCO2PLS::CalculatePredictiveComps(int predictiveComps) {
 }
 
 void NCO2PLS::Finalise() {
+  const detail::StaySingleIfSmall team = TeamFor(X_, Y_);
   RelateScores();
   if (Uo_.SizeRows() != 0) R_ = LoadingsOn(Uo_, X_);
   if (To_.SizeRows() != 0) S_ = LoadingsOn(To_, Y_);

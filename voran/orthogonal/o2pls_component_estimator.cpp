@@ -6,6 +6,7 @@
 
 #include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/cv_split.h"
 #include "voran/models/significance.h"
@@ -107,6 +108,7 @@ O2PLSPredictiveComponentEstimator::O2PLSPredictiveComponentEstimator(const Matri
 
 void O2PLSPredictiveComponentEstimator::DoCalulations(Matrix X, Matrix Y, const Groups& groups, int fixedComps) {
   if (fixedComps == 0) return;
+  const detail::StaySingleIfSmall team(X.SizeRows(), std::max(X.SizeColumns(), Y.SizeColumns()));
   CrossValidate(X, Y, groups, fixedComps);
   const bool lastCounts = fixedComps > 0 || Significance_.back() == SignificanceE::kR1;
   Comps_ = Q2_.Size() - (lastCounts ? 0 : 1);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <set>
 
+#include "voran/containers/parallel.h"
 #include "voran/orthogonal/matrix_sums.h"
 #include "voran/orthogonal/o2pls.h"
 #include "voran/orthogonal/o2pls_steps.h"
@@ -29,6 +30,7 @@ NCO2PLSPred::NCO2PLSPred(const Matrix& sourceLoadings, const Matrix& sourceWeigh
 // Prediction.
 
 void NCO2PLSPred::Predict(const Matrix& source, int targetColumns) {
+  const detail::StaySingleIfSmall team(source.SizeRows(), std::max(source.SizeColumns(), targetColumns));
   Residual_ = source;
   Prediction_ = Matrix(source.SizeRows(), targetColumns, 0.0f);
   const int all = OrthoLoadings_.SizeRows();
