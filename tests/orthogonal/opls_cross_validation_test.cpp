@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/models/model_samples.h"
@@ -314,6 +315,7 @@ TEST_F(OplsCv, ProgressRunsFromEndToEnd) {
   for (int n = 0; n <= 1; ++n) {
     EXPECT_TRUE(std::is_sorted(display->fractions.begin(), display->fractions.end()));
     EXPECT_EQ(display->fractions.back(), 1.0);
+    EXPECT_THAT(display->fractions, ::testing::Contains(::testing::DoubleNear(0.95 / 3.0, 1e-6))) << "the end of a fit";
     display->fractions.clear();
     if (n == 0) cv.NextComponent(&progress);
   }

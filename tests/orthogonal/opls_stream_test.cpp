@@ -165,13 +165,24 @@ TEST_F(OplsStream, WhatIsMissingOrDamagedIsRefused) {
 
 TEST_F(OplsStream, MatricesThatDoNotFitTogetherAreRefused) {
   const FloatMatrix other(1, 3, 1.0f);
-  const std::vector<std::function<void(Data&)>> changes = {
-      [&](Data& d) { d.WSets[1][1] = other; },      [&](Data& d) { d.PSets[0][1] = other; },
-      [&](Data& d) { d.CSets[1][0] = other; },      [&](Data& d) { d.WOSets[0] = other; },
-      [&](Data& d) { d.POSets[1] = other; },        [&](Data& d) { d.COSets[0] = other; },
-      [&](Data& d) { d.WSets[0].pop_back(); },      [&](Data& d) { d.PSets[1].pop_back(); },
-      [&](Data& d) { d.CSets.pop_back(); },         [&](Data& d) { d.WOSets.pop_back(); },
-      [&](Data& d) { d.SSYColumnSS.push_back(1); }, [&](Data& d) { d.WOSets[0].Clear(); }};
+  const std::vector<std::function<void(Data&)>> changes = {[&](Data& d) { d.WSets[1][1] = other; },
+                                                           [&](Data& d) { d.PSets[0][1] = other; },
+                                                           [&](Data& d) { d.CSets[1][0] = other; },
+                                                           [&](Data& d) { d.WOSets[0] = other; },
+                                                           [&](Data& d) { d.POSets[1] = other; },
+                                                           [&](Data& d) { d.COSets[0] = other; },
+                                                           [&](Data& d) { d.WSets[0].pop_back(); },
+                                                           [&](Data& d) { d.PSets[1].pop_back(); },
+                                                           [&](Data& d) { d.CSets.pop_back(); },
+                                                           [&](Data& d) { d.WOSets.pop_back(); },
+                                                           [&](Data& d) { d.SSYColumnSS.push_back(1); },
+                                                           [&](Data& d) { d.WOSets[0].Clear(); },
+                                                           [&](Data& d) {  // a round that is a step behind
+                                                             for (auto* sets : {&d.WSets, &d.PSets, &d.CSets})
+                                                               (*sets)[1].pop_back();
+                                                             for (auto* sets : {&d.WOSets, &d.POSets, &d.COSets})
+                                                               (*sets)[1].Clear();
+                                                           }};
   int number = 0;
   for (const auto& change : changes) {
     Data bad = Made();

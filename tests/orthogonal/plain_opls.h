@@ -58,8 +58,8 @@ inline Matrix Loadings(Matrix x, int count) {
 
 /// The method with gaps and any number of responses and predictive components.
 struct Model {
-  Model(Matrix xGiven, Matrix yGiven, int components)
-      : x(std::move(xGiven)), y(std::move(yGiven)), predictive(components) {
+  Model(Matrix xGiven, Matrix yGiven, int components, int mostPasses = kPcaLimit)
+      : x(std::move(xGiven)), y(std::move(yGiven)), predictive(components), limit(mostPasses) {
     FitStage();
   }
 
@@ -97,7 +97,7 @@ struct Model {
         tw.push_back(RowSlopes(e, v));
         Deflate(e, tw.back(), v);
       }
-      if (!hasGaps) break;
+      if (!hasGaps || passes >= limit) break;
       const Matrix left = Cross(y, e);
       const double size = std::sqrt(SumOfSquares(left));
       if (size < 0.01 * first || size > previous) break;
@@ -128,7 +128,7 @@ struct Model {
   }
 
   Matrix x, y;
-  int predictive;
+  int predictive, limit;
   int passes = 0;  ///< of the last refinement
   std::vector<Matrix> w, p, c;
   Matrix t, u, tw, to, po, co, wo, uo, xResiduals, yResiduals;

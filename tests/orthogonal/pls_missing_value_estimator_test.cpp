@@ -147,7 +147,8 @@ TEST_F(PlsMissingValues, EqualAPlainEstimate) {
     unsigned seed;
   } cases[] = {{40, 12, 2, 2}, {40, 12, 1, 3}, {30, 4, 5, 4}, {105, 8, 1, 5},
                {7, 9, 1, 6},   {20, 8, 3, 30},  // where five, six or eight groups give another number of components
-               {20, 8, 1, 3}};                  // and where one counts by its share of all responses alone
+               {20, 8, 1, 3},                   // and where one counts by its share of all responses alone
+               {5, 9, 1, 1},   {5, 9, 2, 2}};   // and where rows are too few for more
   std::set<std::size_t> kept;
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.rows << " rows, " << c.responses << " responses");
@@ -352,6 +353,25 @@ TEST_F(PlsMissingValues, CanBeCancelledAtAnyPoll) {
   FloatMatrix x = xGiven;
   FloatMatrix y = yGiven;
   EXPECT_THROW(PLSMissingValueEstimator(x, y, false, &progress), NCError) << "this object alone is cancelled";
+}
+
+TEST_F(PlsMissingValues, LookForACancelThreeTimesInEachComponent) {
+  const XY data = Related(14, 6, 1, 3);
+  const FloatMatrix gapped = WithGaps(data.x, 1);
+  const auto looks = [&](bool withProgress) {
+    const auto display = std::make_shared<samples::StoppingDisplay>(1000000);
+    NCProgress::SetDisplay(display);
+    FloatMatrix x = gapped;
+    FloatMatrix y = data.y;
+    {
+      NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+      PLSMissingValueEstimator(x, y, false, withProgress ? &progress : nullptr);
+    }
+    NCProgress::SetDisplay(nullptr);
+    return display->Asked();
+  };
+  const auto components = static_cast<int>(PlainEstimate(ToPlain(gapped), ToPlain(data.y)).kept) + 1;
+  EXPECT_EQ(looks(true) - looks(false), 4 * components) << "and once where the position is told";
 }
 
 /// Keeps what it is shown of the outermost work.

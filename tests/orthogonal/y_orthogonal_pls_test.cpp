@@ -158,7 +158,7 @@ struct PlainFilter {
   void TakeOutOne() {
     Plain w = FirstComponent(x).p;
     double change = 1.0;
-    for (int trial = 0; trial < limit && change > 1e-7; ++trial) {
+    for (trials = 0; trials < limit && change > 1e-7; ++trials) {
       const Plain before = w;
       w = Regression(Orthogonal(Scores(w)));
       Scale(w, 1.0 / std::sqrt(SumOfSquares(w)));
@@ -174,6 +174,7 @@ struct PlainFilter {
 
   PlainMatrix x, yScores, ws, ts, ps;
   int limit, inner;
+  int trials = 0;  ///< of the last component
 };
 
 /// Some gaps, but no row of them alone.
@@ -328,6 +329,18 @@ TEST_F(YOrthogonalPls, AnglesCountHalf) {
   }
 }
 
+/// Where rounding takes the cosine beyond 1.
+TEST_F(YOrthogonalPls, AnAngleIsANumberForWhatIsNextToOrthogonal) {
+  const FloatMatrix x(4, 1, 1.0f);
+  const FloatMatrix y = ToMatrix({{1}, {1}, {-1}, {-1}});
+  const NCYOrthogonalPLS filter(&x, &y, 50, 0);
+  for (int k = 1; k <= 500; ++k) {
+    const float along = static_cast<float>(k) * 1e-6f;
+    const FloatVector v = {2.1f + along, -2.1f + along, 3.3f - along, -3.3f - along};
+    EXPECT_NEAR(filter.GetYAngle(&v), 90.0, 0.02) << along;
+  }
+}
+
 TEST_F(YOrthogonalPls, TheLastThousandthOfYDoesNotCount) {
   const FloatMatrix x(4, 1, 1.0f);
   const FloatVector second = {1.0f, -1.0f, 1.0f, -1.0f};
@@ -433,6 +446,9 @@ TEST_F(YOrthogonalPls, AFailureLeavesTheModelAsItWas) {
   }
   NCYOrthogonalPLS empty;
   EXPECT_EQ(ErrorOf([&] { empty.NextComponent(false); }), aborted) << "there is no Y";
+  const FloatMatrix none(0, 3, 0.0f);
+  NCYOrthogonalPLS withoutRows(&none, &none, 10, 0);
+  EXPECT_EQ(ErrorOf([&] { withoutRows.NextComponent(false); }), aborted) << "Y has no rows";
 
   const FloatMatrix y = ToMatrix({{1}, {1}, {-1}, {-1}});
   NCYOrthogonalPLS inside(&x, &y, 10, 0);
@@ -492,6 +508,23 @@ class WatchingDisplay : public ProgressDisplay {
  private:
   std::string text_;
 };
+
+/// The inner model turns once for each of its components in each trial.
+TEST_F(YOrthogonalPls, TrialsEndWhereTheWeightStays) {
+  constexpr int kLimit = 100;
+  constexpr int kInner = 2;
+  for (const unsigned seed : {5U, 6U, 7U}) {
+    const XY data = Related(40, 12, 2, seed);
+    PlainFilter expected(ToPlain(data.x), ToPlain(data.y), kLimit, kInner);
+    expected.TakeOutOne();
+    ASSERT_LT(expected.trials, kLimit);
+    const auto display = std::make_shared<WatchingDisplay>("Y-Orthogonal PLS Component 1");
+    NCProgress::SetDisplay(display);
+    Fitted(data, 1, kLimit, kInner);
+    NCProgress::SetDisplay(nullptr);
+    EXPECT_EQ(display->spins, kInner * expected.trials) << seed;
+  }
+}
 
 TEST_F(YOrthogonalPls, ShowsItsProgress) {
   const XY data = Exact();

@@ -10,9 +10,8 @@ NCDataVector<float> UnitLength(NCDataVector<float> v) {
   return v;
 }
 
-NCDataVector<float> LeadingDirection(const NCDataMatrix<float>& covariances, int iterationLimit) {
-  if (covariances.SizeRows() <= 1) return UnitLength(covariances[1]);
-  NCPCA pca(&covariances, iterationLimit);
+NCDataVector<float> LeadingDirection(const NCDataMatrix<float>& m, int iterationLimit) {
+  NCPCA pca(&m, iterationLimit);
   pca.NextComponent(nullptr, nullptr, 0, nullptr);
   return (*pca.GetPprim())[1];
 }

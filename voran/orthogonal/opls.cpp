@@ -6,6 +6,7 @@
 
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
+#include "voran/containers/parallel.h"
 #include "voran/models/pca.h"
 #include "voran/orthogonal/covariances.h"
 #include "voran/orthogonal/leading_direction.h"
@@ -102,6 +103,7 @@ void NCOPLS::CatchUp() {
 // Fitting.
 
 void NCOPLS::NextComponent(NCProgress* progress) {
+  const detail::StaySingleIfSmall team(X_.SizeRows(), X_.SizeColumns());
   if (Tprim_.SizeRows() == 0) {
     CalcOPLS(progress);
     return;

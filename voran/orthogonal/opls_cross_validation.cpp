@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
 #include "voran/models/cv_groups.h"
 #include "voran/models/cv_split.h"
 #include "voran/models/q2.h"
@@ -94,6 +95,7 @@ void OPLSCrossValidation::NextComponent(NCProgress* progress) {
 /// `makeModel` fits the model of a round to the rows that stay.
 template <class MakeModel>
 void OPLSCrossValidation::RunRounds(NCProgress* progress, const MakeModel& makeModel) {
+  const detail::StaySingleIfSmall team(X_.SizeRows(), X_.SizeColumns());
   if (progress != nullptr) progress->SetRange(0.0f, static_cast<float>(Rounds_));
   for (int round = 0; round < Rounds_; ++round) {
     if (progress != nullptr) {

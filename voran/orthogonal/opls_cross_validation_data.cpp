@@ -114,7 +114,7 @@ bool OPLSCrossvalidationData::ReLoad(std::istream& stream) try {
   return false;
 }
 
-/// Whether every round's models are of the same X and Y, and have one stage more than orthogonal components.
+/// Whether every round's models are of the same X and Y, and have as many stages: one more than orthogonal components.
 bool OPLSCrossvalidationData::FitsTogether() const {
   const std::size_t rounds = WSets.size();
   for (const std::size_t size : {PSets.size(), CSets.size(), WOSets.size(), POSets.size(), COSets.size()}) {
@@ -122,7 +122,8 @@ bool OPLSCrossvalidationData::FitsTogether() const {
   }
   const int variables = rounds > 0 && !WSets[0].empty() ? WSets[0][0].SizeColumns() : 0;
   for (std::size_t r = 0; r < rounds; ++r) {
-    if (!StagesFitTogether(r, variables) || !OrthogonalFitTogether(r, variables)) return false;
+    if (WSets[r].size() != WSets[0].size() || !StagesFitTogether(r, variables) || !OrthogonalFitTogether(r, variables))
+      return false;
   }
   return true;
 }
@@ -142,7 +143,7 @@ bool OPLSCrossvalidationData::StagesFitTogether(std::size_t round, int variables
   return true;
 }
 
-/// A round of which nothing has been saved has no stage.
+/// Where nothing has been saved yet there is no stage.
 bool OPLSCrossvalidationData::OrthogonalFitTogether(std::size_t round, int variables) const {
   const int components = WOSets[round].SizeRows();
   if (WSets[round].size() != static_cast<std::size_t>(components) + 1 && !(WSets[round].empty() && components == 0)) {
