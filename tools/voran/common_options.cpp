@@ -66,6 +66,10 @@ void TableOptions::AddResponses(CLI::App& command) {
   AddList(command, "--y", roles_.responses, "The columns to predict")->required();
 }
 
+void TableOptions::AddSecondBlock(CLI::App& command) {
+  AddList(command, "--y", roles_.responses, "The columns of a second block");
+}
+
 CLI::Option* TableOptions::AddCvColumn(CLI::App& command, CLI::Option* groups) {
   return AddList(command, "--cv-column", roles_.cvGroups, "The column that names the group of each row")
       ->type_name("COLUMN")

@@ -27,6 +27,8 @@ class TableOptions {
   /// The same without the roles, but for the id: those are the model's that SetModel() names.
   void AddToPredict(CLI::App& command);
   void AddResponses(CLI::App& command);
+  /// The same, but there may be none.
+  void AddSecondBlock(CLI::App& command);
   CLI::Option* AddCvColumn(CLI::App& command, CLI::Option* groups);
 
   void SetModel(ModelColumns columns) { roles_.model = std::move(columns); }
