@@ -81,6 +81,9 @@ void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option =
                     "square root; center: centre alone; none");
 /// `--components N|auto`; the default stays where the option is not given.
 void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help);
+/// The same of another option, which takes numbers from `least`; nothing means auto.
+void AddCount(CLI::App& command, const std::string& option, std::optional<int>& count, int least,
+              const std::string& help);
 /// `--cv-groups`.
 CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups);
 /// `--max-iterations`.

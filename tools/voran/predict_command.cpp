@@ -28,7 +28,9 @@ void RunPredict(PredictOptions& options) {
   }
   CommandRun run(options.run, {options.model});
   const SavedModel model = ReadModel(options.model);
-  options.run.table.SetModel({model.x.names, model.y.names});
+  ModelColumns columns = {model.x.names, model.y.names, {}};
+  for (const ClassResponses& column : model.classes) columns.classes.push_back(column.name);
+  options.run.table.SetModel(columns);
   Table table = run.ReadTable();
   const Prediction prediction = [&] {
     NCProgress progress("prediction", 0.0f, 1.0f, false, false, true, "");
@@ -45,7 +47,7 @@ void RunPredict(PredictOptions& options) {
 void AddPredictCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("predict", "Apply a saved model to the rows of another table");
   auto options = std::make_shared<PredictOptions>();
-  command->add_option("MODEL", options->model, "What --save of voran pls or voran pca has written")
+  command->add_option("MODEL", options->model, "What --save of a command that fits models has written")
       ->required()
       ->option_text(" ");
   command->add_option("--max-missing", options->maxMissing, "Largest share of a row's values that may be missing")
@@ -54,7 +56,7 @@ void AddPredictCommand(CLI::App& program) {
   options->run.AddToPredict(*command);
   command->footer(
       R"(Columns are matched by name, in any order; what the model does not use is left out. If the table has the
-responses themselves, the errors of the predictions are told.
+responses themselves, the errors of the predictions are told, and of classes how many are right.
 
 Examples:
   voran predict octane.model new.csv
