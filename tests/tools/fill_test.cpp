@@ -81,7 +81,7 @@ TEST_F(Fill, FillsWithWhatTheModelSays) {
   };
   for (const Arguments& how : {Arguments{"--components", "1"}, {"--y", "c,d"}}) {
     const auto [a, c] = filled(how);
-    EXPECT_NEAR(a, 25.0, 8.0);   // the means, by which gaps are centred, are not those of the whole columns
+    EXPECT_NEAR(a, 25.0, 8.0);  // the means, by which gaps are centred, are not those of the whole columns
     EXPECT_NEAR(c, -81.0, 8.0);
   }
 }

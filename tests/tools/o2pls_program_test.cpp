@@ -26,8 +26,8 @@ class O2pls : public Program {
  protected:
   // Sensory properties against chemistry.
   static Arguments Oil(const Arguments& more) {
-    Arguments arguments = {"o2pls", DataFile("oliveoil"), "--class",       "class", "--x",
-                           "Acidity..DK",         "--y",     "yellow..syrup"};
+    Arguments arguments = {"o2pls", DataFile("oliveoil"), "--class", "class",
+                           "--x",   "Acidity..DK",        "--y",     "yellow..syrup"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
   }
@@ -64,7 +64,9 @@ TEST_F(O2pls, RefusesInOneSentence) {
   };
   const std::string oil = DataFile("oliveoil");
   const std::vector<Case> cases = {
-      {{"t.csv", "--y", "y,z", "--x", "a,b"}, 3, "t.csv: response \"y\" cannot be modelled (no variance); leave it out"},
+      {{"t.csv", "--y", "y,z", "--x", "a,b"},
+       3,
+       "t.csv: response \"y\" cannot be modelled (no variance); leave it out"},
       {{"t.csv", "--y", "z", "--x", "k"}, 3, "no column is left to model: k (no variance)"},
       {{"gaps.csv", "--y", "y,z"},
        3,
@@ -80,7 +82,9 @@ TEST_F(O2pls, RefusesInOneSentence) {
       {{"t.csv", "--y", "z", "--x", "a,b", "--components", "auto", "--ortho", "0", "--y-ortho", "0"},
        2,
        "--ortho and --y-ortho have a number and --components has not"},
-      {{"t.csv", "--y", "z", "--x", "a,b", "--no-cv"}, 2, "--no-cv leaves nothing to choose the number of components by"},
+      {{"t.csv", "--y", "z", "--x", "a,b", "--no-cv"},
+       2,
+       "--no-cv leaves nothing to choose the number of components by"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--ortho", "x"}, 2, "--ortho: \"x\" is neither a number of components nor"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--components", "0"}, 2, "--components: \"0\" is neither"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--components", "2", "--ortho", "0", "--y-ortho", "0"},
@@ -188,8 +192,9 @@ TEST_F(O2pls, FillsGapsIfAsked) {
   cells[9][2] = "NA";
   cells[12][8] = "";
   Put("gaps.csv", cells);
-  const Arguments run = {"o2pls", "gaps.csv", "--class", "class", "--x", "Acidity..DK", "--y", "yellow..syrup",
-                         "--components", "1", "--ortho", "1", "--y-ortho", "1", "--fill"};
+  const Arguments run = {"o2pls",         "gaps.csv",     "--class", "class",   "--x", "Acidity..DK", "--y",
+                         "yellow..syrup", "--components", "1",       "--ortho", "1",   "--y-ortho",   "1",
+                         "--fill"};
   const Outcome outcome = Run(run);
   ASSERT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("gaps in 2 cells, 2 rows, 2 columns"));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/command_run.h"
@@ -12,6 +13,7 @@
 #include "tools/voran/failure.h"
 #include "tools/voran/fill_report.h"
 #include "tools/voran/filled_table.h"
+#include "tools/voran/number_text.h"
 #include "tools/voran/transform_option.h"
 #include "voran/platform/progress.h"
 
@@ -32,6 +34,10 @@ void RunFill(const FillOptions& options) {
     std::vector<std::string> names = table.variables;
     names.insert(names.end(), table.responses.begin(), table.responses.end());
     settings.transforms = options.transform.Resolve(names, table.variables.size(), table.columns);
+  }
+  if (!table.classResponses.empty()) {
+    throw WrongUse(fmt::format("--y: column {} holds text, of which no gap is filled; give it to --class",
+                               Quoted(table.classResponses.front().name)));
   }
   if (settings.components && !table.responses.empty()) {
     throw WrongUse("--components does not go with --y, where as many are taken as cross-validation finds significant");

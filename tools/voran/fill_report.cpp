@@ -147,11 +147,10 @@ std::map<std::string_view, CellWriter> CellWriters(const FillReport& report) {
 std::string FillText(const FillReport& report) {
   const Table& table = report.table;
   const FilledTable& result = report.result;
-  std::string text =
-      fmt::format("Gaps of {}: {}, {}{}, {}\n", table.source, Counted(table.rowIds.size(), "row"),
-                  Counted(table.variables.size(), "column"),
-                  table.responses.empty() ? "" : ", " + Counted(table.responses.size(), "response"),
-                  GapText(result.gaps));
+  std::string text = fmt::format("Gaps of {}: {}, {}{}, {}\n", table.source, Counted(table.rowIds.size(), "row"),
+                                 Counted(table.variables.size(), "column"),
+                                 table.responses.empty() ? "" : ", " + Counted(table.responses.size(), "response"),
+                                 GapText(result.gaps));
   if (result.yGaps.cells > 0) text += fmt::format("  responses: {}\n", GapText(result.yGaps));
   const char* const method = result.y ? "PLS" : "PCA";
   text += FilledLine(result.x, result.gaps.cells, method, result.y ? "the variables" : "the table");

@@ -21,11 +21,11 @@ struct FillSettings {
 
 /// A block of a table, its variables or its responses.
 struct FilledBlock {
-  NCDataMatrix<float> values;  ///< rows x columns, what is left of gaps as missing elements
-  NCDataMatrix<float> before;  ///< the same as it was read
-  int filled = 0;              ///< cells
-  int components = 0;          ///< of the model that told what went into them; with none, the means did
-  DroppedColumns dropped;      ///< those that the model could not use; their gaps stay
+  NCDataMatrix<float> values;          ///< rows x columns, what is left of gaps as missing elements
+  NCDataMatrix<float> before;          ///< the same as it was read
+  int filled = 0;                      ///< cells
+  int components = 0;                  ///< of the model that told what went into them; with none, the means did
+  DroppedColumns dropped;              ///< those that the model could not use; their gaps stay
   std::vector<std::string> emptyRows;  ///< ids of the rows that hold nothing, whose gaps stay
 };
 

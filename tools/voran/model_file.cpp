@@ -164,11 +164,12 @@ SavedModel::DerivedStreamableData SavedModel::MyStreamableData(1, "voran model")
 
 bool SavedModel::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, kEntries);
-  const Json head = {{"kind", kind},
-                     {"x", ToJson(x)},
-                     {"y", ToJson(y)},
-                     {"spread", ToJson(spread)},
-                     {"summary", Json::parse(summary)}};
+  Json head = {{"kind", kind},
+               {"x", ToJson(x)},
+               {"y", ToJson(y)},
+               {"spread", ToJson(spread)},
+               {"summary", Json::parse(summary)}};
+  if (ySpread) head["y_spread"] = ToJson(*ySpread);
   WriteBinaryString(head.dump(-1, ' ', false, Json::error_handler_t::replace), directory.GetOutput(kHead));
   WriteNames(x.names, directory.GetOutput(kNames));
   WriteNames(y.names, directory.GetOutput(kYNames));
@@ -193,6 +194,7 @@ bool SavedModel::VStreamableRead(std::istream& stream) try {
   read.x = ColumnsFrom(head.at("x"), ReadNames(detail::RequiredEntry(directory, kNames)));
   read.y = ColumnsFrom(head.at("y"), ReadNames(detail::RequiredEntry(directory, kYNames)));
   read.spread = SpreadFrom(head.at("spread"));
+  if (head.contains("y_spread")) read.ySpread = SpreadFrom(head.at("y_spread"));
   read.summary = ToText(head.at("summary"));
   detail::ReadObjectEntry(directory, kTransforms, read.x.transforms);
   detail::ReadObjectEntry(directory, kYTransforms, read.y.transforms);

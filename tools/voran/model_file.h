@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -26,7 +27,9 @@ class SavedModel : public StreamWalk<SavedModel> {
   NCDataMatrix<float> C;                ///< components x responses
   /// What the kind needs besides; empty in a PCA and a PLS.
   std::vector<NCDataMatrix<float>> further;
-  ModelSpread spread;   ///< of the components and then of the orthogonal ones
+  ModelSpread spread;  ///< of the components and then of the orthogonal ones
+  /// The same of the responses, in a model that predicts in both directions.
+  std::optional<ModelSpread> ySpread;
   std::string summary;  ///< of the fit, the JSON text that its command gave
 
   std::size_t Components() const { return static_cast<std::size_t>(W.SizeRows()); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "tools/voran/o2pls_model.h"
 #include "tools/voran/ortho_prediction.h"
 #include "voran/models/row_prediction.h"
 
@@ -33,6 +34,7 @@ constexpr ModelKind kKinds[] = {
     {"pca", "PCA", IsPcaWhole, PredictPlain},
     {"pls", "PLS", IsPlsWhole, PredictPlain},
     {"opls", "OPLS", IsOplsWhole, PredictOpls},
+    {"o2pls", "O2PLS", IsO2plsWhole, PredictO2pls},
     {"yopls", "Y-orthogonal PLS", IsYoplsWhole, PredictYopls},
 };
 

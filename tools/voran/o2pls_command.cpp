@@ -35,17 +35,18 @@ struct O2plsOptions {
 std::optional<O2plsCounts> CountsOf(const O2plsOptions& options) {
   std::vector<std::string> given;
   std::vector<std::string> lacking;
-  for (const auto& [count, option] :
-       {std::pair{&options.joint, "--components"}, {&options.xOrthogonal, "--ortho"}, {&options.yOrthogonal, "--y-ortho"}}) {
+  for (const auto& [count, option] : {std::pair{&options.joint, "--components"},
+                                      {&options.xOrthogonal, "--ortho"},
+                                      {&options.yOrthogonal, "--y-ortho"}}) {
     (count->has_value() ? given : lacking).emplace_back(option);
   }
   if (lacking.empty()) return O2plsCounts{*options.joint, *options.xOrthogonal, *options.yOrthogonal};
   if (given.empty()) return std::nullopt;
-  throw WrongUse(fmt::format("{} {} a number and {} {} not: cross-validation chooses all three together or none; give {} "
-                             "too, or leave out {}",
-                             fmt::join(given, " and "), given.size() == 1 ? "has" : "have",
-                             fmt::join(lacking, " and "), lacking.size() == 1 ? "has" : "have",
-                             fmt::join(lacking, " and "), fmt::join(given, " and ")));
+  throw WrongUse(
+      fmt::format("{} {} a number and {} {} not: cross-validation chooses all three together or none; give {} "
+                  "too, or leave out {}",
+                  fmt::join(given, " and "), given.size() == 1 ? "has" : "have", fmt::join(lacking, " and "),
+                  lacking.size() == 1 ? "has" : "have", fmt::join(lacking, " and "), fmt::join(given, " and ")));
 }
 
 void RunO2pls(const O2plsOptions& options) {
@@ -69,8 +70,8 @@ void RunO2pls(const O2plsOptions& options) {
 }  // namespace
 
 void AddO2plsCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand(
-      "o2pls", "Two-way orthogonal PLS of two blocks: what they share, and what each has alone");
+  CLI::App* command =
+      program.add_subcommand("o2pls", "Two-way orthogonal PLS of two blocks: what they share, and what each has alone");
   auto options = std::make_shared<O2plsOptions>();
   options->common.run.table.AddResponses(*command);
   AddCount(*command, "--components", options->joint, 1,
@@ -79,8 +80,9 @@ void AddO2plsCommand(CLI::App& program) {
   AddCount(*command, "--y-ortho", options->yOrthogonal, 0, "How many components that the responses have alone");
   command->add_flag("--fill", options->settings.isFilled, "Fill gaps first, those of each block by PLS on the other");
   options->common.AddTo(*command, options->settings);
-  command->footer(std::string(kRegressionColumns) +
-                  R"(The responses are the second block, and both blocks have to be complete: see --fill. Either block predicts the
+  command->footer(
+      std::string(kRegressionColumns) +
+      R"(The responses are the second block, and both blocks have to be complete: see --fill. Either block predicts the
 other: voran predict --predict y|x.
 
 Examples:

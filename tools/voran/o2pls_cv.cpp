@@ -86,8 +86,7 @@ O2PLSCrossValidation Run(const O2plsData& data, NCIntegralVector<int, -99>& grou
                          const std::optional<O2plsCounts>& counts, int iterationLimit, NCProgress* progress) {
   const O2plsCounts asked = counts.value_or(O2plsCounts{-1, -1, -1});
   try {
-    return {&data.x,        &data.y,     0,           progress, &groups, iterationLimit, asked.joint, asked.xOrthogonal,
-            asked.yOrthogonal};
+    return {&data.x, &data.y, 0, progress, &groups, iterationLimit, asked.joint, asked.xOrthogonal, asked.yOrthogonal};
   } catch (const NCError& error) {
     throw FailureOf(error, data.source, progress);
   }
@@ -100,8 +99,9 @@ O2plsCv CrossValidateO2pls(const O2plsData& data, NCIntegralVector<int, -99> gro
   const O2PLSCrossValidation found = Run(data, groups, counts, iterationLimit, progress);
   if (found.PredComps < 1) {
     throw Failure(ExitCode::kComputationFailed,
-                  data.source + ": cross-validation finds no component that X and Y have in common; --components 1 "
-                                "--ortho 0 --y-ortho 0 fits one all the same");
+                  data.source +
+                      ": cross-validation finds no component that X and Y have in common; --components 1 "
+                      "--ortho 0 --y-ortho 0 fits one all the same");
   }
   if (counts) {
     RefuseFewer(data.source, found.XOrthoComps, counts->xOrthogonal, "X", "--ortho");

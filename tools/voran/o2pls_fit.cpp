@@ -57,9 +57,10 @@ void CompleteBlocks(const Table& table, const O2plsSettings& settings, Regressio
   const int y = data.y.GetNumMisVal();
   if (x + y == 0) return;
   if (!settings.isFilled) {
-    throw BadData(fmt::format("{}: O2PLS needs complete blocks, but {} missing ({} in the variables, {} in the "
-                              "responses); --fill fills them first",
-                              table.source, x + y == 1 ? "1 cell is" : fmt::format("{} cells are", x + y), x, y));
+    throw BadData(
+        fmt::format("{}: O2PLS needs complete blocks, but {} missing ({} in the variables, {} in the "
+                    "responses); --fill fills them first",
+                    table.source, x + y == 1 ? "1 cell is" : fmt::format("{} cells are", x + y), x, y));
   }
   RefuseEmptyRows(table, EmptyRows(data.x, table.rowIds), "variables");
   RefuseEmptyRows(table, EmptyRows(data.y, table.rowIds), "responses");
@@ -161,8 +162,8 @@ std::vector<std::vector<double>> ByColumn(const Matrix& m) {
   return columns;
 }
 
-void MeasureResponses(const RegressionData& data, const Matrix& predictedY, const O2plsSettings& settings,
-                      O2plsResult& result) {
+void MeasureResponses(const Table& table, const RegressionData& data, const Matrix& predictedY,
+                      const O2plsSettings& settings, O2plsResult& result) {
   const O2plsBlock& x = result.xBlock;
   ScaledFits fits;
   fits.fitted = ByColumn(predictedY);
@@ -170,7 +171,7 @@ void MeasureResponses(const RegressionData& data, const Matrix& predictedY, cons
   fits.coefficients =
       ByColumn(NCO2PLS::GetCoefficients(x.W, x.P, x.Wo, x.Po, x.inner, x.crossLoadings, result.yBlock.P));
   fits.components = static_cast<double>(x.joint.size() + x.orthogonal.size());
-  AddResponseFits(data.rawY, fits, IsCentred(settings.yScaling), result);
+  AddResponseFits(table, data.rawY, fits, IsCentred(settings.yScaling), result);
   Matrix errors = predictedY;
   errors -= data.y;
   const std::vector<double> left = ColumnSumsOfSquares(errors);
@@ -181,7 +182,8 @@ void MeasureResponses(const RegressionData& data, const Matrix& predictedY, cons
   }
 }
 
-void Measure(const RegressionData& data, const NCO2PLS& model, const O2plsSettings& settings, O2plsResult& result) {
+void Measure(const Table& table, const RegressionData& data, const NCO2PLS& model, const O2plsSettings& settings,
+             O2plsResult& result) {
   const double yDegrees = static_cast<double>(data.rows) - (IsCentred(settings.yScaling) ? 1.0 : 0.0);
   BlockMeasure x(data.x, result.x.unit, data.degreesOfFreedom, result.xBlock);
   BlockMeasure y(data.y, result.y.unit, yDegrees, result.yBlock);
@@ -190,7 +192,7 @@ void Measure(const RegressionData& data, const NCO2PLS& model, const O2plsSettin
   const Matrix predictedY = NCO2PLSYPred(&data.x, &model, 0).GetYPred();
   x.Predicted(data.x, NCO2PLSXPred(&data.y, &model, 0).GetXPred());
   y.Predicted(data.y, predictedY);
-  MeasureResponses(data, predictedY, settings, result);
+  MeasureResponses(table, data, predictedY, settings, result);
   result.spread = result.xBlock.spread;
 }
 
@@ -228,7 +230,7 @@ O2plsResult FitO2pls(Table& table, const O2plsSettings& settings, NCProgress* pr
   try {
     const NCO2PLS model = FitModel(data, settings.counts ? *settings.counts : result.cv->counts, settings);
     TakeMatrices(model, result);
-    Measure(data, model, settings, result);
+    Measure(table, data, model, settings, result);
   } catch (const NCError& error) {
     throw FailureOf(error, table.source, progress);
   }

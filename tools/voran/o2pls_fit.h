@@ -23,8 +23,8 @@ struct O2plsSettings : RegressionSettings {
 
 /// A component of one block.
 struct BlockComponent {
-  double r2 = 0.0;          ///< share of the block's sum of squares that it takes away
-  double eigenvalue = 0.0;  ///< variance of the score; a NaN where there is no degree of freedom
+  double r2 = 0.0;              ///< share of the block's sum of squares that it takes away
+  double eigenvalue = 0.0;      ///< variance of the score; a NaN where there is no degree of freedom
   std::vector<double> score;    ///< one a row of the table
   std::vector<double> loading;  ///< one a column that was kept
   std::vector<double> weight;   ///< the same; their squares sum to 1

@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <utility>
 
-#include "tools/voran/component_numbers.h"
-#include "tools/voran/failure.h"
+#include "tools/voran/prediction_rows.h"
 #include "voran/orthogonal/o2pls_prediction.h"
 
 namespace tool {
@@ -22,17 +21,6 @@ bool Fits(const Matrix& matrix, std::size_t rows, const std::vector<std::string>
 
 bool IsSquare(const Matrix& matrix, std::size_t size) {
   return matrix.SizeRows() == static_cast<int>(size) && matrix.SizeColumns() == static_cast<int>(size);
-}
-
-// Rows that hold too little are emptied.
-Matrix WithoutPoorRows(const Matrix& x, std::size_t components, double maxMissing) {
-  Matrix rows = x;
-  for (int i = 1; i <= x.SizeRows(); ++i) {
-    const int missing = x[i].GetNumMisVal();
-    const bool lacksTooMuch = missing > maxMissing * x.SizeColumns();
-    if (lacksTooMuch || x.SizeColumns() - missing < static_cast<int>(components)) rows.SetRow(i, kGap);
-  }
-  return rows;
 }
 
 }  // namespace
@@ -53,6 +41,7 @@ SavedModel Mirrored(const SavedModel& model) {
   SavedModel mirrored = model;
   std::swap(mirrored.x, mirrored.y);
   std::swap(mirrored.spread, *mirrored.ySpread);
+  mirrored.classes.clear();
   mirrored.W = model.C;
   mirrored.C = model.W;
   mirrored.P = model.further[kQ];
@@ -75,16 +64,17 @@ bool IsO2plsWhole(const SavedModel& model) {
 }
 
 ScaledPrediction PredictO2pls(const Matrix& x, const SavedModel& model, double maxMissing, NCProgress* progress) {
-  const Matrix rows = WithoutPoorRows(x, model.Components() + model.OrthogonalComponents(), maxMissing);
+  const Matrix rows = WithoutPoorRows(x, model, maxMissing);
+  RefuseToGoOnIf(progress);
   const auto& m = model.further;
   const NCO2PLSYPred prediction(rows, model.P, model.W, m[kQ], m[kWo], m[kPo], m[kS], m[kLambda],
                                 static_cast<int>(model.y.names.size()), 0);
-  if (progress != nullptr && progress->IsBreakPressed()) throw Cancelled();
+  RefuseToGoOnIf(progress);
   ScaledPrediction result = {prediction.GetT(), prediction.GetTo(), prediction.GetYPred(), {}};
   Matrix rest = rows;
   for (int j = 1; j <= result.TO.SizeRows(); ++j) rest.AddVprimV(result.TO[j], m[kPo][j], -1.0f);
   for (int a = 1; a <= result.T.SizeRows(); ++a) rest.AddVprimV(result.T[a], model.P[a], -1.0f);
-  for (const NCDataVector<float>& row : rest) result.residualSS.push_back(SumOfSquares(row));
+  result.residualSS = RowSumsOfSquares(rest);
   return result;
 }
 

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/class_report.h"
 #include "tools/voran/component_figures.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/regression_report.h"
@@ -61,8 +62,8 @@ std::vector<ComponentLine> Lines(const O2plsResult& result) {
   const O2plsBlock& x = result.xBlock;
   const O2plsBlock& y = result.yBlock;
   for (std::size_t a = 0; a < x.joint.size(); ++a) {
-    lines.push_back({fmt::format("joint {}", a + 1), x.joint[a].r2, y.joint[a].r2,
-                     ScoreCorrelation(x.joint[a], y.joint[a])});
+    lines.push_back(
+        {fmt::format("joint {}", a + 1), x.joint[a].r2, y.joint[a].r2, ScoreCorrelation(x.joint[a], y.joint[a])});
     if (result.cv) AddVerdict(result.cv->joint, a, &ComponentLine::q2y, lines.back());
   }
   for (std::size_t j = 0; j < x.orthogonal.size(); ++j) {
@@ -170,7 +171,8 @@ std::string O2plsText(const O2plsReport& report) {
   text += FilledLine("variables", result.xBlock.filled) + FilledLine("responses", result.yBlock.filled);
   text += fmt::format("  {}{}\n\n", CountsText(CountsOf(result)),
                       report.settings.counts ? "" : ", as cross-validation chose");
-  return text + ComponentLines(result) + "\n" + BlockLines(result) + "\n" + ResponseText(result);
+  return text + ComponentLines(result) + "\n" + BlockLines(result) + "\n" + ResponseText(result) +
+         ClassFitText(result.classes);
 }
 
 Json O2plsJson(const O2plsReport& report) {
@@ -189,6 +191,7 @@ Json O2plsJson(const O2plsReport& report) {
   json["x"] = BlockJson(result.xBlock, cv ? std::optional(cv->q2X) : std::nullopt);
   json["y"] = BlockJson(result.yBlock, cv ? std::optional(cv->q2Y) : std::nullopt);
   json["responses"] = ResponseJson(result);
+  if (!result.classes.empty()) json["classes"] = ClassFitJson(result.classes);
   return json;
 }
 

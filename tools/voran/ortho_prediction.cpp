@@ -1,38 +1,13 @@
 #include "tools/voran/ortho_prediction.h"
 
-#include <algorithm>
-
-#include "tools/voran/component_numbers.h"
-#include "tools/voran/table.h"
+#include "tools/voran/prediction_rows.h"
 #include "voran/models/row_prediction.h"
 #include "voran/orthogonal/opls_prediction.h"
-#include "voran/platform/nc_error.h"
 
 namespace tool {
 namespace {
 
 using Matrix = NCDataMatrix<float>;
-
-// The rows that hold too little become missing throughout, and so get no score.
-Matrix WithoutPoorRows(Matrix x, const SavedModel& model, double maxMissing) {
-  const auto components = static_cast<int>(model.Components() + model.OrthogonalComponents());
-  const int allowed = detail::GapsAllowed(x.SizeColumns(), components - 1, static_cast<float>(maxMissing));
-  for (int i = 1; i <= x.SizeRows(); ++i) {
-    if (x[i].GetNumMisVal() > allowed) x.SetRow(i, kGap);
-  }
-  return x;
-}
-
-NCDataVector<double> RowSumsOfSquares(const Matrix& x) {
-  NCDataVector<double> sums(x.SizeRows());
-  for (int i = 1; i <= x.SizeRows(); ++i) sums(i, SumOfSquares(x[i]));
-  return sums;
-}
-
-void RefuseToGoOnIf(NCProgress* progress) {
-  if (progress == nullptr || progress->NextSpin()) return;
-  throw NCError(ExceptionMessage::translate("Prediction aborted."), NCError::Level::kCancel);
-}
 
 bool HasOrthogonalMatrices(const SavedModel& m) {
   return m.OrthogonalComponents() == 0 || (HasShape(m.further[0], m.OrthogonalComponents(), m.x.names) &&

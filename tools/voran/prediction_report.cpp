@@ -92,16 +92,18 @@ std::string RowLines(const PredictionReport& report) {
 }
 
 std::string ErrorLines(const PredictionReport& report) {
-  TextTable table({"response", "observed rows", "RMSEP"});
-  bool any = false;
+  TextTable table({report.predictsX ? "variable" : "response", "observed rows", "RMSEP"});
+  std::size_t observed = 0;
   for (std::size_t m = 0; m < report.prediction.responses.size(); ++m) {
     const PredictedResponse& response = report.prediction.responses[m];
-    if (!response.rmsep) continue;
+    if (!response.rmsep || ++observed > kRowsShown) continue;
     table.Row({ShortName(report.model.y.names[m], kLongestName), std::to_string(response.observed),
                ShortNumber(*response.rmsep)});
-    any = true;
   }
-  return any ? "\n" + table.Text() : "";
+  if (observed == 0) return {};
+  std::string text = "\n" + table.Text();
+  if (observed > kRowsShown) text += fmt::format("  and {} more\n", observed - kRowsShown);
+  return text;
 }
 
 std::string ClassLines(const PredictionReport& report) {
@@ -189,8 +191,8 @@ Json RowJson(const PredictionReport& report, std::size_t i) {
 
 std::string PredictionText(const PredictionReport& report) {
   const Prediction& prediction = report.prediction;
-  std::string text = fmt::format("Prediction of {} by {} ({} of {}): {}, {}\n", report.table.source, report.modelPath,
-                                 KindOf(report.model).title, ModelText(report),
+  std::string text = fmt::format("Prediction of {}{} by {} ({} of {}): {}, {}\n", report.predictsX ? "X from " : "",
+                                 report.table.source, report.modelPath, KindOf(report.model).title, ModelText(report),
                                  Counted(report.table.rowIds.size(), "row"), GapText(prediction.gaps));
   if (!prediction.refused.empty()) {
     text += fmt::format("  rows that hold too little, which are not predicted ({}): {}\n",
@@ -204,6 +206,7 @@ Json PredictionJson(const PredictionReport& report) {
   Json json = JsonHead("predict", report.table);
   json["model"] = report.modelPath;
   json["kind"] = report.model.kind;
+  if (report.model.ySpread) json["predict"] = report.predictsX ? "x" : "y";
   json["columns"] = report.model.x.names.size();
   json["components"] = prediction.scores.size();
   if (!prediction.orthoScores.empty()) json["ortho_components"] = prediction.orthoScores.size();
@@ -231,9 +234,9 @@ void WritePredictionTables(const PredictionReport& report, OutputDirectory& fold
   if (!report.model.classes.empty()) {
     folder.Write("classes.csv", [&](std::ostream& out) { WriteClasses(out, report); });
   }
-  write("scores.csv", ScoreColumns("t", report.prediction.scores));
+  write("scores.csv", ScoreColumns(report.predictsX ? "u" : "t", report.prediction.scores));
   if (!report.prediction.orthoScores.empty()) {
-    write("ortho_scores.csv", ScoreColumns("to", report.prediction.orthoScores));
+    write("ortho_scores.csv", ScoreColumns(report.predictsX ? "uo" : "to", report.prediction.orthoScores));
   }
   write("distances.csv", DistanceColumns(report.prediction));
 }
