@@ -87,20 +87,23 @@ TEST_F(O2pls, RefusesInOneSentence) {
        "--no-cv leaves nothing to choose the number of components by"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--ortho", "x"}, 2, "--ortho: \"x\" is neither a number of components nor"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--components", "0"}, 2, "--components: \"0\" is neither"},
-      {{"t.csv", "--y", "z", "--x", "a,b", "--components", "2", "--ortho", "0", "--y-ortho", "0"},
+      {{"t.csv", "--y", "z", "--x", "a,b", "--components", "2", "--ortho", "0", "--y-ortho", "0", "--no-cv"},
        2,
        "--components 2: 4 rows, 2 columns and 1 response have no more than 1 component in common"},
-      {{"t.csv", "--y", "z", "--x", "a,b", "--components", "1", "--ortho", "2", "--y-ortho", "0"},
+      {{"t.csv", "--y", "z", "--x", "a,b", "--components", "1", "--ortho", "2", "--y-ortho", "0", "--no-cv"},
        2,
        "--ortho 2: 4 rows, 2 columns and 1 response leave X no more than 1 orthogonal component beside 1 joint one"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--components", "1", "--ortho", "0", "--y-ortho", "1"},
        2,
-       "--y-ortho 1: 4 rows, 2 columns and 1 response leave Y no more than 0 orthogonal components beside 1 joint one"},
+       "--y-ortho 1: 3 rows (of the smallest model of the cross-validation), 2 columns and 1 response leave Y no "
+       "orthogonal component beside 1 joint one"},
       {{"even.csv", "--y", "y,z", "--components", "1", "--ortho", "0", "--y-ortho", "0"}, 1, "even.csv: "},
-      {{"even.csv", "--y", "y,z", "--components", "1", "--ortho", "0", "--y-ortho", "0", "--no-cv"}, 1, "even.csv: "},
-      {{DataFile("linnerud"), "--y", "y_pulse", "--x", "x_chins..x_jumps"},
+      {{"even.csv", "--y", "y,z", "--components", "1", "--ortho", "0", "--y-ortho", "0", "--no-cv"},
        1,
-       "linnerud.csv: cross-validation finds no component that X and Y have in common; --components 1 --ortho 0 "
+       "even.csv: OPLS model could not be calculated; X and Y may have nothing, or fewer components, in common"},
+      {{"even.csv", "--y", "y,z"},
+       1,
+       "even.csv: cross-validation finds no component that X and Y have in common; --components 1 --ortho 0 "
        "--y-ortho 0 fits one all the same"},
       {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "one"}, 3, "column \"one\" holds one group alone"},
       {{"t.csv"}, 2, "--y is required"},
@@ -184,6 +187,13 @@ TEST_F(O2pls, WithOneResponseItIsThePlsOfAsManyComponents) {
   };
   EXPECT_NEAR(figure("o2pls", "rmsee"), figure("pls", "rmsee"), 1e-3);
   EXPECT_NEAR(figure("o2pls", "r2y_cumulative"), figure("pls", "r2y_cumulative"), 1e-4);
+}
+
+TEST_F(O2pls, TellsThatAModelPredictsNothing) {
+  const Outcome outcome = Run({"o2pls", DataFile("linnerud"), "--y", "y_pulse", "--quiet"});
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("as cross-validation chose\n  Y is predicted no better than without a model"));
+  EXPECT_THAT(Run(Oil({})).out, ::testing::Not(HasSubstr("no better")));
 }
 
 TEST_F(O2pls, FillsGapsIfAsked) {

@@ -69,7 +69,7 @@ on the other. What is present stays as it is. Without --out there is only the su
 
 Examples:
   voran fill metabolites.csv --class class_hours --out complete
-  voran fill metabolites.csv --class class_hours --y 3..7 --out complete
+  voran fill metabolites.csv --class class_hours --y '#3..#7' --out complete
   voran fill metabolites.csv --class class_hours --transform log --components 2 --json)");
   command->callback([options] { RunFill(*options); });
 }

@@ -88,7 +88,7 @@ other: voran predict --predict y|x.
 Examples:
   voran o2pls oliveoil.csv --class class --y yellow..syrup
   voran o2pls oliveoil.csv --class class --y yellow..syrup --components 1 --ortho 1 --y-ortho 0 --save oil.model
-  voran o2pls patients.csv --y 2..6 --fill --out results)");
+  voran o2pls metabolites.csv --class class_hours --y '#3..#7' --fill --out results)");
   command->callback([options] { RunO2pls(*options); });
 }
 

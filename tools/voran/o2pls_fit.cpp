@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <map>
+#include <optional>
 #include <utility>
 
 #include <fmt/format.h>
@@ -21,25 +23,42 @@ using Matrix = NCDataMatrix<float>;
 
 // Numbers of components.
 
-void RefuseTooMany(const Table& table, const O2plsCounts& counts, const RegressionData& data) {
-  const int rows = static_cast<int>(data.degreesOfFreedom);
-  const int most = std::min({rows, data.x.SizeColumns(), data.y.SizeColumns()});
+// How many rows the smallest model of the cross-validation has; all of them without one.
+int LeastRows(const std::optional<NCIntegralVector<int, -99>>& groups, int rows) {
+  if (!groups) return rows;
+  std::map<int, int> sizes;
+  int largest = 0;
+  for (const int group : *groups) largest = std::max(largest, ++sizes[group]);
+  return rows - largest;
+}
+
+void RefuseTooMany(const O2plsCounts& counts, const RegressionData& data, int leastRows,
+                   const O2plsSettings& settings) {
+  const int x = data.x.SizeColumns();
+  const int y = data.y.SizeColumns();
   const std::string size =
-      fmt::format("{}, {} and {}", Counted(table.rowIds.size(), "row"), Counted(table.variables.size(), "column"),
-                  Counted(table.responses.size(), "response"));
-  if (counts.joint > most) {
+      fmt::format("{}{}, {} and {}", Counted(static_cast<std::size_t>(leastRows), "row"),
+                  leastRows < data.x.SizeRows() ? " (of the smallest model of the cross-validation)" : "",
+                  Counted(static_cast<std::size_t>(x), "column"), Counted(static_cast<std::size_t>(y), "response"));
+  const auto mostOf = [&](int columns, Scaling scaling) {
+    return std::max(std::min(leastRows - (IsCentred(scaling) ? 1 : 0), columns), 0);
+  };
+  const int mostX = mostOf(x, settings.scaling);
+  const int mostY = mostOf(y, settings.yScaling);
+  const int mostJoint = std::min(mostX, mostY);
+  if (counts.joint > mostJoint) {
     throw WrongUse(fmt::format("--components {}: {} have no more than {} in common", counts.joint, size,
-                               Counted(static_cast<std::size_t>(std::max(most, 0)), "component")));
+                               Counted(static_cast<std::size_t>(mostJoint), "component")));
   }
-  const auto refuse = [&](const char* option, int asked, int columns, const char* block) {
-    const int left = std::min(rows, columns) - counts.joint;
+  const auto refuse = [&](const char* option, int asked, int left, const char* block) {
     if (asked <= left) return;
-    throw WrongUse(fmt::format("{} {}: {} leave {} no more than {} beside {}", option, asked, size, block,
-                               Counted(static_cast<std::size_t>(left), "orthogonal component"),
+    const auto most = Counted(static_cast<std::size_t>(left), "orthogonal component");
+    throw WrongUse(fmt::format("{} {}: {} leave {} {} beside {}", option, asked, size, block,
+                               left == 0 ? "no orthogonal component" : "no more than " + most,
                                Counted(static_cast<std::size_t>(counts.joint), "joint one")));
   };
-  refuse("--ortho", counts.xOrthogonal, data.x.SizeColumns(), "X");
-  refuse("--y-ortho", counts.yOrthogonal, data.y.SizeColumns(), "Y");
+  refuse("--ortho", counts.xOrthogonal, mostX - counts.joint, "X");
+  refuse("--y-ortho", counts.yOrthogonal, mostY - counts.joint, "Y");
 }
 
 // Gaps.
@@ -220,19 +239,24 @@ double ScoreCorrelation(const BlockComponent& x, const BlockComponent& y) {
 O2plsResult FitO2pls(Table& table, const O2plsSettings& settings, NCProgress* progress) {
   O2plsResult result;
   RegressionData data = PrepareRegression(table, settings, result);
-  if (settings.counts) RefuseTooMany(table, *settings.counts, data);
+  const int rows = data.x.SizeRows();
+  std::optional<NCIntegralVector<int, -99>> groups;
+  if (settings.isCrossValidated) groups = MakeCvGroups(table, settings, result).OfRows(rows);
+  if (settings.counts) RefuseTooMany(*settings.counts, data, LeastRows(groups, rows), settings);
   CompleteBlocks(table, settings, data, result, progress);
-  if (settings.isCrossValidated) {
-    const CvGroups groups = MakeCvGroups(table, settings, result);
-    result.cv = CrossValidateO2pls({table.source, data.x, data.y}, groups.OfRows(data.x.SizeRows()), settings.counts,
-                                   settings.iterationLimit, progress);
+  if (groups) {
+    result.cv =
+        CrossValidateO2pls({table.source, data.x, data.y}, *groups, settings.counts, settings.iterationLimit, progress);
   }
   try {
     const NCO2PLS model = FitModel(data, settings.counts ? *settings.counts : result.cv->counts, settings);
     TakeMatrices(model, result);
     Measure(table, data, model, settings, result);
   } catch (const NCError& error) {
-    throw FailureOf(error, table.source, progress);
+    const Failure failure = FailureOf(error, table.source, progress);
+    if (failure.Code() == ExitCode::kCancelled) throw failure;
+    throw Failure(failure.Code(),
+                  fmt::format("{}; X and Y may have nothing, or fewer components, in common", failure.what()));
   }
   return result;
 }

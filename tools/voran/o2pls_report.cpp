@@ -169,8 +169,12 @@ std::string O2plsText(const O2plsReport& report) {
   const O2plsResult& result = report.result;
   std::string text = RegressionHead("O2PLS", Common(report));
   text += FilledLine("variables", result.xBlock.filled) + FilledLine("responses", result.yBlock.filled);
-  text += fmt::format("  {}{}\n\n", CountsText(CountsOf(result)),
+  text += fmt::format("  {}{}\n", CountsText(CountsOf(result)),
                       report.settings.counts ? "" : ", as cross-validation chose");
+  if (result.cv && !(result.cv->q2Y > 0.0)) {
+    text += "  Y is predicted no better than without a model: its Q2 is not above 0\n";
+  }
+  text += "\n";
   return text + ComponentLines(result) + "\n" + BlockLines(result) + "\n" + ResponseText(result) +
          ClassFitText(result.classes);
 }
