@@ -122,14 +122,21 @@ TEST_F(Fill, ATableWithoutGapsStaysAsItIs) {
 
 TEST_F(Fill, WhatIsFilledGoesBackThroughTheTransform) {
   std::string text = "id,a,b,c\n";
+  std::string logarithms = text;
   for (int i = 1; i <= 10; ++i) {
-    const double v = std::pow(10.0, 0.2 * i);
-    text += "r" + std::to_string(i) + "," + (i == 2 ? "" : std::to_string(v)) + "," + std::to_string(5.0 * v) + "," +
-            std::to_string(v * v) + "\n";
+    const double a = 0.2 * i;
+    const double b = 1.0 - 0.1 * i * i;
+    const auto row = [&](auto value) {
+      return "r" + std::to_string(i) + "," + (i == 2 ? "" : value(a)) + "," + value(b) + "," + value(a + b) + "\n";
+    };
+    text += row([](double v) { return std::to_string(std::pow(10.0, v)); });
+    logarithms += row([](double v) { return std::to_string(v); });
   }
   Put("t.csv", text);
+  Put("logs.csv", logarithms);
   Json({"t.csv", "--components", "1", "--transform", "log", "--out", "r"});
-  EXPECT_NEAR(Numbers(Path("r/filled.csv"))[1][0], std::pow(10.0, 0.4), 0.3);
+  Json({"logs.csv", "--components", "1", "--out", "s"});
+  EXPECT_NEAR(std::log10(Numbers(Path("r/filled.csv"))[1][0]), Numbers(Path("s/filled.csv"))[1][0], 1e-5);
 }
 
 TEST_F(Fill, RefusesInOneSentence) {

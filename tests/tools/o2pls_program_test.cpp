@@ -56,7 +56,9 @@ TEST_F(O2pls, RefusesInOneSentence) {
   Put("t.csv", std::string("id,a,b,k,y,z,e,one\n"
                            "p,1,1,5,1,3,,1\nq,-1,1,5,1,5,,1\nr,1,-1,5,1,-4,,1\ns,-1,-1,5,1,0,,1\n"));
   Put("even.csv", std::string("a,b,y,z\n1,1,1,-1\n-1,-1,1,1\n1,1,-1,1\n-1,-1,-1,-1\n"));
-  Put("gaps.csv", std::string("id,a,b,y,z\np,1,2,3,1\nq,2,,5,2\nr,,,4,1\ns,5,4,9,7\nt,1,3,,2\nu,2,2,1,1\n"));
+  Put("gaps.csv", std::string("id,a,b,y,z\np,1,2,3,1\nq,2,,5,2\nr,,7,4,1\ns,5,4,9,7\nt,1,3,,2\nu,2,2,1,1\n"));
+  Put("row.csv", std::string("id,a,b,y,z\np,1,2,3,1\nq,2,1,5,2\nr,,,4,1\ns,5,4,9,7\nt,,,3,2\nu,2,2,1,1\n"));
+  Put("yrow.csv", std::string("id,a,b,y,z\np,1,2,3,1\nq,2,1,5,2\nr,3,1,,\ns,5,4,9,7\nt,1,3,3,2\nu,2,2,1,1\n"));
   struct Case {
     Arguments arguments;
     int code;
@@ -70,11 +72,12 @@ TEST_F(O2pls, RefusesInOneSentence) {
       {{"t.csv", "--y", "z", "--x", "k"}, 3, "no column is left to model: k (no variance)"},
       {{"gaps.csv", "--y", "y,z"},
        3,
-       "gaps.csv: O2PLS needs complete blocks, but 5 cells are missing (3 in the variables, 2 in the responses); "
+       "gaps.csv: O2PLS needs complete blocks, but 3 cells are missing (2 in the variables, 1 in the responses); "
        "--fill fills them first"},
-      {{"gaps.csv", "--y", "y,z", "--fill"},
+      {{"row.csv", "--y", "y,z"},
        3,
-       "gaps.csv: 1 row holds none of the variables, which leaves nothing to fill in by: r; leave it out of the table"},
+       "row.csv: 2 rows hold none of the variables: r, t; leave them out, since O2PLS needs"},
+      {{"yrow.csv", "--y", "y,z", "--fill"}, 3, "yrow.csv: 1 row holds none of the responses: r; leave it out, since"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--components", "1"},
        2,
        "--components has a number and --ortho and --y-ortho have not: cross-validation chooses all three together or "
@@ -232,17 +235,18 @@ TEST_F(O2pls, ARowOfTheFitGetsItsOwnNumbersInBothDirections) {
     ExpectSame(Numbers(Path("y/predictions.csv")), Numbers(Path("fit/fitted.csv")), 0);
     // How much of X is predicted is what the fit says of it.
     const json fit = json::parse(ContentOf(Path("fit/summary.json")));
-    const Cells chemistry = Numbers(DataFile("oliveoil"));
+    const TextCells oil = CellsOf(DataFile("oliveoil"));
     const Cells predicted = Numbers(Path("x/predictions.csv"));
     double explained = 0.0;
     for (std::size_t k = 0; k < 5; ++k) {
       double mean = 0.0;
       double left = 0.0;
       double total = 0.0;
-      for (const auto& row : chemistry) mean += row[1 + k] / 16.0;
+      const auto measured = [&](std::size_t i) { return std::stod(oil[1 + i][2 + k]); };
+      for (std::size_t i = 0; i < 16; ++i) mean += measured(i) / 16.0;
       for (std::size_t i = 0; i < 16; ++i) {
-        left += std::pow(chemistry[i][1 + k] - predicted[i][k], 2);
-        total += std::pow(chemistry[i][1 + k] - mean, 2);
+        left += std::pow(measured(i) - predicted[i][k], 2);
+        total += std::pow(measured(i) - mean, 2);
       }
       explained += (1.0 - left / total) / 5.0;
       EXPECT_NEAR(x["responses"][k]["rmsep"].get<double>(), std::sqrt(left / 16.0), 1e-4 * std::sqrt(total));

@@ -18,7 +18,14 @@ namespace {
 // Iterations end at a relative change of 1e-5, and numbers are floats.
 constexpr double kTolerance = 2e-4;
 
-const RoleRequest kOil = {.classes = {"class"}, .variables = {"Acidity..DK"}, .responses = {"yellow..syrup"}};
+// Chemistry, and sensory properties.
+RoleRequest OilRoles() {
+  RoleRequest roles;
+  roles.classes = {"class"};
+  roles.variables = {"Acidity..DK"};
+  roles.responses = {"yellow..syrup"};
+  return roles;
+}
 
 O2plsSettings Fixed(const O2plsCounts& counts) {
   O2plsSettings settings;
@@ -27,7 +34,7 @@ O2plsSettings Fixed(const O2plsCounts& counts) {
 }
 
 struct OilFit {
-  Table table = ReadData("oliveoil", kOil);
+  Table table = ReadData("oliveoil", OilRoles());
   PlainTable x = Prepared(table.x, true);
   PlainTable y = Prepared(table.y, true);
   O2plsResult result;
@@ -77,7 +84,7 @@ TEST(O2plsValues, ResponsesAreInTheirOwnUnits) {
   const O2plsCounts counts = {1, 1, 1};
   O2plsSettings settings = Fixed(counts);
   settings.isCrossValidated = false;
-  const Table raw = ReadData("oliveoil", kOil);
+  const Table raw = ReadData("oliveoil", OilRoles());
   const OilFit fit(settings);
   const Rows rawX = ToRows(raw.x);
   const Rows rawY = ToRows(raw.y);
@@ -164,7 +171,9 @@ Table KnownParts() {
       text += std::to_string(value) + (k < 13 ? "," : "\n");
     }
   }
-  return TableOf(text, {.responses = {"y1..y6"}});
+  RoleRequest roles;
+  roles.responses = {"y1..y6"};
+  return TableOf(text, roles);
 }
 
 TEST(O2plsValues, CrossValidationFindsThePartsThatTheDataHave) {
@@ -178,7 +187,7 @@ TEST(O2plsValues, CrossValidationFindsThePartsThatTheDataHave) {
 }
 
 TEST(O2plsValues, GapsAreFilledAsTheLibraryDoesIt) {
-  Table table = ReadData("oliveoil", kOil);
+  Table table = ReadData("oliveoil", OilRoles());
   table.x(2, 3, kGap);
   table.x(7, 1, kGap);
   table.y(5, 2, kGap);

@@ -65,13 +65,16 @@ void RefuseTooMany(const O2plsCounts& counts, const RegressionData& data, int le
 
 void RefuseEmptyRows(const Table& table, const std::vector<std::string>& ids, const char* what) {
   if (ids.empty()) return;
-  throw BadData(fmt::format("{}: {} {} of the {}, which leaves nothing to fill in by: {}; leave {} out of the table",
-                            table.source, Counted(ids.size(), "row"), ids.size() == 1 ? "holds none" : "hold none",
-                            what, Enumerated(ids), ids.size() == 1 ? "it" : "them"));
+  const bool isOne = ids.size() == 1;
+  throw BadData(fmt::format("{}: {} {} none of the {}: {}; leave {} out, since O2PLS needs both blocks of every row",
+                            table.source, Counted(ids.size(), "row"), isOne ? "holds" : "hold", what, Enumerated(ids),
+                            isOne ? "it" : "them"));
 }
 
 void CompleteBlocks(const Table& table, const O2plsSettings& settings, RegressionData& data, O2plsResult& result,
                     NCProgress* progress) {
+  RefuseEmptyRows(table, EmptyRows(data.x, table.rowIds), "variables");
+  RefuseEmptyRows(table, EmptyRows(data.y, table.rowIds), "responses");
   const int x = data.x.GetNumMisVal();
   const int y = data.y.GetNumMisVal();
   if (x + y == 0) return;
@@ -81,9 +84,7 @@ void CompleteBlocks(const Table& table, const O2plsSettings& settings, Regressio
                     "responses); --fill fills them first",
                     table.source, x + y == 1 ? "1 cell is" : fmt::format("{} cells are", x + y), x, y));
   }
-  RefuseEmptyRows(table, EmptyRows(data.x, table.rowIds), "variables");
-  RefuseEmptyRows(table, EmptyRows(data.y, table.rowIds), "responses");
-  FilledBlocks filled = FillBlocks(data.x, data.y, table.source, progress);
+  const FilledBlocks filled = FillBlocks(data.x, data.y, table.source, progress);
   result.xBlock.filled = filled.x;
   result.yBlock.filled = filled.y;
 }
