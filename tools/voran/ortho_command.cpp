@@ -46,6 +46,7 @@ void RunOrtho(const OrthoKind& kind, const OrthoOptions& options) {
   CommandRun run(options.common.run);
   Table table = run.ReadTable();
   OrthoSettings settings = options.settings;
+  settings.orthoOption = kind.orthoOption;
   options.common.Complete(table, settings);
   const OrthoResult result = [&] {
     NCProgress progress(kind.title, 0.0f, 1.0f, false, false, true, "");

@@ -40,6 +40,23 @@ void TurnUp(OrthoMatrices& m) {
   Turn(orthoWeights, {&m.TO, &m.WO, &m.PO, &m.CO});
 }
 
+// As strict as PLS is with a component.
+void RefuseNoCorrelation(const std::string& source, const RegressionData& data) {
+  constexpr double kLeast = 1e-6;
+  const double covariance = SumOfSquares(data.y.MatrixMultiply(data.x, true, false, false));
+  const double correlation = std::sqrt(covariance) / std::sqrt(SumOfSquares(data.x)) / std::sqrt(SumOfSquares(data.y));
+  if (correlation >= kLeast / std::sqrt(data.x.SizeColumns())) return;
+  throw Failure(ExitCode::kComputationFailed,
+                source + ": the correlation between X and Y is zero or almost zero, so there is nothing to model");
+}
+
+bool HasScores(const Matrix& scores) {
+  return std::all_of(scores.begin(), scores.end(), [](const Vector& t) {
+    const double squares = SumOfSquares(t);
+    return std::isfinite(squares) && squares > 0.0;
+  });
+}
+
 class OrthoRun {
  public:
   OrthoRun(const std::string& source, const RegressionData& data, const OrthoSettings& settings, OrthoResult& result)
@@ -50,7 +67,9 @@ class OrthoRun {
     for (int n = 0; n == 0 || MayHave(n); ++n) {
       result_.stopped = FitStage(
           n, [&] { return makeFitter(data_, settings_, groups); }, progress);
-      if (!result_.stopped.empty()) break;
+      if (result_.stopped.empty()) continue;
+      if (n > 0) break;
+      throw Failure(ExitCode::kComputationFailed, fmt::format("{}: no component: {}", source_, result_.stopped));
     }
     if (isCrossValidated_ && !settings_.ortho) RefuseInsignificant();
     NoteMissingComponents();
@@ -114,8 +133,8 @@ class OrthoRun {
   }
 
   std::string Accept(int n, OrthoMatrices matrices, const Matrix& predicted) {
+    if (!HasScores(matrices.TO) || !HasScores(matrices.T)) return "nothing is left of X that it could be made of";
     const OrthoMeasures measures = MeasureOrtho(data_, matrices);
-    if (!std::isfinite(measures.all.r2x + measures.all.r2y)) return "nothing orthogonal is left of X";
     const OrthoShares added = Added(n, measures);
     OrthoStage stage = {measures.all.r2x, measures.all.r2y, measures.all.r2yOfResponses, {}};
     std::optional<OrthoPress> press;
@@ -149,10 +168,11 @@ class OrthoRun {
   void RefuseInsignificant() const {
     const OrthoStage& last = result_.stages.back();
     if (IsWholeSignificant(last, data_)) return;
-    throw Failure(ExitCode::kComputationFailed,
-                  fmt::format("{}: the model is not significant: its Q2 is {:.4f}, and the limit {:.4f}; a number of "
-                              "orthogonal components, such as {}, fits it all the same",
-                              source_, last.q2->q2Cumulative, last.q2->limit, result_.stages.size() - 1));
+    throw Failure(
+        ExitCode::kComputationFailed,
+        fmt::format(
+            "{}: the model is not significant: its Q2 is {:.4f}, and the limit {:.4f}; {} {} fits it all the same",
+            source_, last.q2->q2Cumulative, last.q2->limit, settings_.orthoOption, result_.stages.size() - 1));
   }
 
   void NoteMissingComponents() {
@@ -261,6 +281,7 @@ class OrthoRun {
 OrthoResult FitOrtho(Table& table, const OrthoSettings& settings, MakeOrthoFitter makeFitter, NCProgress* progress) {
   OrthoResult result;
   const RegressionData data = PrepareRegression(table, settings, result);
+  RefuseNoCorrelation(table.source, data);
   std::optional<CvGroups> groups;
   if (settings.isCrossValidated) groups = MakeCvGroups(table, settings, result);
   OrthoRun run(table.source, data, settings, result);

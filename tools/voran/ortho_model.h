@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "tools/voran/cross_validation.h"
@@ -17,7 +18,10 @@ struct OrthoSettings : RegressionSettings {
   std::optional<int> components;
   /// Orthogonal ones; nothing means as many as cross-validation finds significant.
   std::optional<int> ortho;
-  int innerComponents = 5;  ///< at most, of the model inside a component of Y-orthogonal PLS
+  std::string orthoOption;  ///< the one that gives this number, for messages
+  /// At most, of the model inside a component of Y-orthogonal PLS. Five let X follow a score that is orthogonal to Y to
+  /// within a few degrees; more take longer, and where there are gaps the iteration may wander.
+  int innerComponents = 5;
 };
 
 /// A fitted model in the units of the scaled tables.

@@ -1,5 +1,6 @@
 #include "tools/voran/ortho_report.h"
 
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -18,7 +19,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 std::string VarianceText(double value) {
-  return fmt::format("{:#.5g}", value);
+  return std::isnan(value) ? "-" : fmt::format("{:#.5g}", value);
 }
 
 // Predictive and orthogonal components, and all of them.
@@ -128,8 +129,11 @@ std::string OrthoText(const OrthoReport& report) {
   std::string text = RegressionHead(report.title, report.Common());
   text += "\n" + ComponentLines(result) + "\n" + StageLines(result);
   if (!result.stopped.empty()) {
-    text += fmt::format("  no more than {}: {}\n", Counted(result.orthoComponents.size(), "orthogonal component"),
-                        result.stopped);
+    const std::size_t count = result.orthoComponents.size();
+    text += fmt::format(
+        "  {}: {}\n",
+        count == 0 ? "no orthogonal component" : fmt::format("no more than {}", Counted(count, "orthogonal component")),
+        result.stopped);
   }
   return text + "\n" + ResponseText(result) + ClassFitText(result.classes);
 }

@@ -33,6 +33,7 @@ struct Column {
 // t1, t2, ...
 std::vector<Column> ScoreColumns(const char* letters, const std::vector<std::vector<double>>& scores) {
   std::vector<Column> columns;
+  columns.reserve(scores.size());
   for (const auto& score : scores) columns.push_back({fmt::format("{}{}", letters, columns.size() + 1), score});
   return columns;
 }
