@@ -8,21 +8,17 @@
 
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
+#include "voran/models/cv_groups.h"
 
 namespace tool {
 namespace {
-
-bool IsMissing(const std::string& cell) {
-  float ignored = 0.0f;
-  return ReadNumber(cell, '.', ignored) == CellKind::kMissing;
-}
 
 CvGroups GroupsOfColumn(const Table& table, int most) {
   const TextColumn& column = *table.cvGroups;
   std::unordered_map<std::string, int> groups;
   NCIntegralVector<int, -99> ofRow(static_cast<int>(column.values.size()), 0);
   for (std::size_t r = 0; r < column.values.size(); ++r) {
-    if (IsMissing(column.values[r])) {
+    if (IsMissingCell(column.values[r])) {
       throw BadData(fmt::format("{}: row {} has no group in column {}; give every row one", table.source,
                                 Quoted(table.rowIds[r]), Quoted(column.name)));
     }
@@ -43,6 +39,10 @@ CvGroups GroupsOfColumn(const Table& table, int most) {
 }
 
 }  // namespace
+
+NCIntegralVector<int, -99> CvGroups::OfRows(int rows) const {
+  return ofRow ? *ofRow : GetDeafultCVGroupsVector(rows, count);
+}
 
 CvGroups MakeCvGroups(const Table& table, int wanted, int most) {
   if (most < 2) throw BadData(table.source + ": is too small for cross-validation, which needs two groups at least");

@@ -21,6 +21,8 @@ struct CvGroups {
 
   /// As the library wants it.
   const NCIntegralVector<int, -99>* OfRow() const { return ofRow ? &*ofRow : nullptr; }
+  /// The group of each of `rows` rows.
+  NCIntegralVector<int, -99> OfRows(int rows) const;
 };
 
 /// The groups of the table's column of groups, in the order in which they appear, or without one `wanted` groups. There

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/voran/class_responses.h"
 #include "tools/voran/table_roles.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/platform/progress.h"
@@ -31,9 +32,9 @@ struct Table {
   std::string idName;                  ///< heading of `rowIds`
   std::vector<std::string> rowIds;     ///< one a row; positions from 1 if no column names the rows
   std::vector<TextColumn> classes;
-  std::vector<TextColumn> classResponses;  ///< those that `responses` of 0 and 1 were made of
-  std::optional<TextColumn> cvGroups;  ///< the group of each row
-  std::vector<std::string> notes;      ///< what was recognised and assumed, a sentence each, for the user
+  std::vector<ClassColumn> classResponses;  ///< those that the last of `responses`, of 0 and 1, were made of
+  std::optional<TextColumn> cvGroups;       ///< the group of each row
+  std::vector<std::string> notes;           ///< what was recognised and assumed, a sentence each, for the user
 };
 
 /// More cells than this cannot be counted by the matrix.
@@ -48,11 +49,6 @@ struct ReadControl {
 /// Names the columns by `plan`, and moves the responses from `x`, which holds all columns of numbers, to `y`, row by
 /// row: no second copy of the matrix comes to be.
 void NameColumns(Table& table, const ColumnPlan& plan);
-
-/// Makes responses of a column of class names: NAME=CLASS for each class, in the order in which they appear, 1 where the
-/// row is of that class and 0 where it is of another, missing where it is of none. Throws `Failure` (bad data) if there
-/// are fewer than two classes, or as many as would fill a table.
-void AddClassResponses(Table& table, TextColumn column);
 
 /// Adds the note about the columns that a model does not use, if there is a model.
 void NoteUnusedColumns(Table& table, const ColumnPlan& plan, const RoleRequest& request);

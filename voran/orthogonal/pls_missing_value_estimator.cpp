@@ -103,8 +103,17 @@ class SignificantFit {
   ColumnSS left_;
 };
 
-/// Returns the number of components used.
-int FillGaps(Matrix& X, const Matrix& Y, NCProgress* progress) {
+/// By itself a block is filled as the second of two, and shown so.
+void ShowFilled(const Matrix& X, bool isFirstBlock, int components) {
+  const char* const title = isFirstBlock ? "X after missing value substitution %1% components"
+                                         : "Y after missing value substitution %1% components";
+  NCMatUtilities::ShowMatrix(X, detail::FillText(detail::TranslateText(title), {components}).c_str());
+}
+
+}  // namespace
+
+int detail::FillGaps(Matrix& X, const Matrix& Y, NCProgress* progress) {
+  if (X.GetNumMisVal() == 0) return 0;
   SignificantFit fit(X, Y);
   const int components = fit.Run(progress);
   Matrix filled = X;
@@ -118,22 +127,13 @@ int FillGaps(Matrix& X, const Matrix& Y, NCProgress* progress) {
   return components;
 }
 
-/// By itself a block is filled as the second of two, and shown so.
-void ShowFilled(const Matrix& X, bool isFirstBlock, int components) {
-  const char* const title = isFirstBlock ? "X after missing value substitution %1% components"
-                                         : "Y after missing value substitution %1% components";
-  NCMatUtilities::ShowMatrix(X, detail::FillText(detail::TranslateText(title), {components}).c_str());
-}
-
-}  // namespace
-
 void PLSMissingValueEstimator(Matrix& X, Matrix& Y, bool bothBlocks, NCProgress* progress) {
   if (progress != nullptr) {
     progress->SetText(detail::TranslateText("Estimating missing values.").c_str());
     progress->SetRange(0.0f, bothBlocks ? 2.0f : 1.0f);
   }
   if (X.GetNumMisVal() > 0) {
-    const int components = FillGaps(X, Y, progress);
+    const int components = detail::FillGaps(X, Y, progress);
     if (NCO2PLS::GetShowMissingValueSupstitution()) ShowFilled(X, bothBlocks, components);
   }
   if (!bothBlocks) return;

@@ -7,6 +7,14 @@ inline namespace voran {
 
 class NCProgress;
 
+namespace detail {
+
+/// What PLSMissingValueEstimator does to one block: fills the gaps of X by a model of Y on X, and returns with how many
+/// components. Without a gap it does nothing and returns 0.
+VORAN_EXPORT int FillGaps(NCDataMatrix<float>& X, const NCDataMatrix<float>& Y, NCProgress* progress);
+
+}  // namespace detail
+
 /// Fills the gaps of X, in place: a PLS model of Y on X is fitted, with as many components as cross-validation in seven
 /// groups finds significant, and a gap gets what the model reconstructs there, the sum of t p over the components. With
 /// no significant component every gap becomes 0. What is present stays as it is, to the bit.
