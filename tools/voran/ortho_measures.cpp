@@ -13,18 +13,6 @@ namespace {
 using Matrix = NCDataMatrix<float>;
 using Vector = NCDataVector<float>;
 
-double Sum(const std::vector<double>& values) {
-  double sum = 0.0;
-  for (const double value : values) sum += value;
-  return sum;
-}
-
-Vector AsVector(const std::vector<double>& values) {
-  Vector v;
-  for (const double value : values) v.push_back(static_cast<float>(value));
-  return v;
-}
-
 // X and Y, from which one component after the other is taken.
 class Remainder {
  public:
@@ -49,7 +37,7 @@ class Remainder {
 
  private:
   OrthoShares Shares(double beforeX, const std::vector<double>& beforeY) const {
-    OrthoShares shares = {(beforeX - ssX_) / totalX_, (Sum(beforeY) - Sum(ssY_)) / Sum(totalY_), {}};
+    OrthoShares shares = {(beforeX - ssX_) / totalX_, (Total(beforeY) - Total(ssY_)) / Total(totalY_), {}};
     for (std::size_t m = 0; m < totalY_.size(); ++m)
       shares.r2yOfResponses.push_back((beforeY[m] - ssY_[m]) / totalY_[m]);
     return shares;
@@ -93,8 +81,8 @@ ComponentQ2 MeasureQ2(const OrthoPress& press, const OrthoPress* before, const O
   constexpr double kLimitOfFewRows = 0.05;
   const std::vector<double>& reference = before != nullptr ? before->press : press.ss;
   ComponentQ2 q2;
-  q2.q2 = PredictedShare(Sum(reference), Sum(press.press));
-  q2.q2Cumulative = PredictedShare(Sum(press.ss), Sum(press.press));
+  q2.q2 = PredictedShare(Total(reference), Total(press.press));
+  q2.q2Cumulative = PredictedShare(Total(press.ss), Total(press.press));
   q2.limit = static_cast<std::size_t>(data.x.SizeRows()) > kManyRows ? 0.0 : kLimitOfFewRows;
   for (std::size_t m = 0; m < press.ss.size(); ++m) {
     q2.q2OfColumns.push_back(PredictedShare(reference[m], press.press[m]));
@@ -102,8 +90,8 @@ ComponentQ2 MeasureQ2(const OrthoPress& press, const OrthoPress* before, const O
   }
   q2.verdict = PLSCrossValidation::GetSignificance(static_cast<int>(data.rows), data.x.SizeColumns(),
                                                    data.y.SizeColumns(), components, static_cast<float>(shares.r2x),
-                                                   AsVector(shares.r2yOfResponses), static_cast<float>(q2.q2),
-                                                   AsVector(q2.q2OfColumns), static_cast<float>(q2.limit));
+                                                   FloatVector(shares.r2yOfResponses), static_cast<float>(q2.q2),
+                                                   FloatVector(q2.q2OfColumns), static_cast<float>(q2.limit));
   return q2;
 }
 
@@ -111,7 +99,7 @@ bool IsWholeSignificant(const OrthoStage& stage, const RegressionData& data) {
   const ComponentQ2& q2 = *stage.q2;
   return SignificanceE::IsSignificant(PLSCrossValidation::GetSignificance(
       static_cast<int>(data.rows), data.x.SizeColumns(), data.y.SizeColumns(), 0, static_cast<float>(stage.r2x),
-      AsVector(stage.r2yOfResponses), static_cast<float>(q2.q2Cumulative), AsVector(q2.q2OfColumnsCumulative),
+      FloatVector(stage.r2yOfResponses), static_cast<float>(q2.q2Cumulative), FloatVector(q2.q2OfColumnsCumulative),
       static_cast<float>(q2.limit)));
 }
 

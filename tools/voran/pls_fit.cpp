@@ -24,18 +24,6 @@ std::vector<double> Shares(const std::vector<double>& before, const std::vector<
   return shares;
 }
 
-double Sum(const std::vector<double>& values) {
-  double sum = 0.0;
-  for (const double value : values) sum += value;
-  return sum;
-}
-
-Vector AsVector(const std::vector<double>& values) {
-  Vector v;
-  for (const double value : values) v.push_back(static_cast<float>(value));
-  return v;
-}
-
 class PlsRun : private ComponentLoop {
  public:
   PlsRun(RegressionData& data, const PlsSettings& settings, PlsResult& result)
@@ -44,7 +32,7 @@ class PlsRun : private ComponentLoop {
         degreesOfFreedom_(data.degreesOfFreedom),
         total_{SumOfSquares(data.x), ColumnSumsOfSquares(data.y), 0.0},
         left_(total_),
-        reference_(AsVector(total_.y)),
+        reference_(FloatVector(total_.y)),
         model_(std::make_unique<NCPLS>(&data.x, &data.y, settings.iterationLimit)),
         result_(result) {
     data.x = Matrix();  // the model now holds the only handle on the rows, and deflates them where they are
@@ -93,7 +81,7 @@ class PlsRun : private ComponentLoop {
 
   std::string Exhausted() const override {
     if (left_.x <= kRoundingShare * total_.x) return "the whole of X";
-    return Sum(left_.y) <= kRoundingShare * Sum(total_.y) ? "the whole of Y" : "";
+    return Total(left_.y) <= kRoundingShare * Total(total_.y) ? "the whole of Y" : "";
   }
 
   void Fit(int a, NCProgress* progress) override {
@@ -118,8 +106,8 @@ class PlsRun : private ComponentLoop {
     newest_ = PlsComponent();
     newest_.r2x = (left_.x - newestLeft_.x) / total_.x;
     newest_.r2xCumulative = 1.0 - newestLeft_.x / total_.x;
-    newest_.r2y = (Sum(left_.y) - Sum(newestLeft_.y)) / Sum(total_.y);
-    newest_.r2yCumulative = 1.0 - Sum(newestLeft_.y) / Sum(total_.y);
+    newest_.r2y = (Total(left_.y) - Total(newestLeft_.y)) / Total(total_.y);
+    newest_.r2yCumulative = 1.0 - Total(newestLeft_.y) / Total(total_.y);
     newest_.r2yOfResponses = Shares(left_.y, newestLeft_.y, total_.y);
     newest_.r2yOfResponsesCumulative = Shares(total_.y, newestLeft_.y, total_.y);
     if (crossValidation_) MeasureQ2(a);
@@ -133,7 +121,7 @@ class PlsRun : private ComponentLoop {
     q2.limit = cv.GetQ2Lim();
     q2.verdict = PLSCrossValidation::GetSignificance(static_cast<int>(rows_), static_cast<int>(result_.x.names.size()),
                                                      static_cast<int>(total_.y.size()), a,
-                                                     static_cast<float>(newest_.r2x), AsVector(newest_.r2yOfResponses),
+                                                     static_cast<float>(newest_.r2x), FloatVector(newest_.r2yOfResponses),
                                                      cv.GetQ2Tot(), *cv.GetQ2YVar(), cv.GetQ2Lim());
     q2.q2OfColumns = Values(*cv.GetQ2YVar(), 1.0);
     q2.q2OfColumnsCumulative = Values(*cv.GetQ2YVarCum(), 1.0);
