@@ -62,7 +62,8 @@ void AddPlsCommand(CLI::App& program) {
                   R"(Examples:
   voran pls gasoline.csv --y octane
   voran pls gasoline.csv --y octane --scaling center --components 4 --save octane.model --out results
-  voran pls batches.csv --y yield,purity --cv-column batch --exclude operator)");
+  voran pls batches.csv --y yield,purity --cv-column batch --exclude operator
+  voran pls wine.csv --y class)");
   command->callback([options] { RunPls(*options); });
 }
 

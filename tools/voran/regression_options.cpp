@@ -12,8 +12,9 @@ namespace tool {
 
 const char* const kRegressionColumns =
     R"(COLUMNS is a list of names, positions from 1, or ranges: octane,3,nm900..nm1100; see voran pca --help.
-All columns that have no other use are the variables. --transform means the variables unless it names columns, and
-the responses may be among those; voran transform --help lists the functions.
+All columns that have no other use are the variables. A column of text under --y makes a response of 0 and 1 for each
+of its classes. --transform means the variables unless it names columns, and the responses may be among those; voran
+transform --help lists the functions.
 
 )";
 
