@@ -252,6 +252,19 @@ TEST_F(O2pls, ARowOfTheFitGetsItsOwnNumbersInBothDirections) {
       EXPECT_NEAR(x["responses"][k]["rmsep"].get<double>(), std::sqrt(left / 16.0), 1e-4 * std::sqrt(total));
     }
     EXPECT_NEAR(fit["x"]["r2_predicted"].get<double>(), explained, 1e-3);
+    // Both distances are held against the rows of the fit themselves, so their sums are known.
+    const auto expectSpread = [&](const char* folder, double all) {
+      double squares = 0.0;
+      double t2 = 0.0;
+      for (const auto& row : Numbers(Path(folder) / "distances.csv")) {
+        squares += row[1] * row[1];
+        t2 += row[2];
+      }
+      EXPECT_NEAR(squares, 15.0 - all, 1e-2);
+      EXPECT_NEAR(t2, 15.0 * all, 1e-2);
+    };
+    expectSpread("y", static_cast<double>(components) + 2.0);
+    expectSpread("x", static_cast<double>(components) + 1.0);
     EXPECT_EQ(x["predict"], "x");
     EXPECT_EQ(y["predict"], "y");
     EXPECT_EQ(x["columns"], 6);
