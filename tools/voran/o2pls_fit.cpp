@@ -255,9 +255,10 @@ O2plsResult FitO2pls(Table& table, const O2plsSettings& settings, NCProgress* pr
     Measure(table, data, model, settings, result);
   } catch (const NCError& error) {
     const Failure failure = FailureOf(error, table.source, progress);
-    if (failure.Code() == ExitCode::kCancelled) throw failure;
-    throw Failure(failure.Code(),
-                  fmt::format("{}; X and Y may have nothing, or fewer components, in common", failure.what()));
+    const bool isCancelled = failure.Code() == ExitCode::kCancelled;
+    throw Failure(
+        failure.Code(),
+        failure.what() + std::string(isCancelled ? "" : "; X and Y may have nothing, or fewer components, in common"));
   }
   return result;
 }
