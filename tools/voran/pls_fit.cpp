@@ -119,10 +119,10 @@ class PlsRun : private ComponentLoop {
     q2.q2 = cv.GetQ2Tot();
     q2.q2Cumulative = cv.GetQ2TotCum();
     q2.limit = cv.GetQ2Lim();
-    q2.verdict = PLSCrossValidation::GetSignificance(static_cast<int>(rows_), static_cast<int>(result_.x.names.size()),
-                                                     static_cast<int>(total_.y.size()), a,
-                                                     static_cast<float>(newest_.r2x), FloatVector(newest_.r2yOfResponses),
-                                                     cv.GetQ2Tot(), *cv.GetQ2YVar(), cv.GetQ2Lim());
+    q2.verdict = PLSCrossValidation::GetSignificance(
+        static_cast<int>(rows_), static_cast<int>(result_.x.names.size()), static_cast<int>(total_.y.size()), a,
+        static_cast<float>(newest_.r2x), FloatVector(newest_.r2yOfResponses), cv.GetQ2Tot(), *cv.GetQ2YVar(),
+        cv.GetQ2Lim());
     q2.q2OfColumns = Values(*cv.GetQ2YVar(), 1.0);
     q2.q2OfColumnsCumulative = Values(*cv.GetQ2YVarCum(), 1.0);
   }

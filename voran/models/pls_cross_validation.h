@@ -17,7 +17,7 @@ class NCProgress;
 namespace detail {
 struct CvSplit;
 struct LeftOutFit;
-}
+}  // namespace detail
 
 /// How well the newest component of a PLS model predicts Y for observations that were left out.
 ///
