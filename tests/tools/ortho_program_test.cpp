@@ -21,6 +21,7 @@ using Arguments = std::vector<std::string>;
 TEST_F(Program, OrthogonalModelsRefuseWhatCannotBeModelled) {
   Put("t.csv", std::string("id,a,b,k,e,y,z,g\n"
                            "p,1,1,5,,1,3,u\nq,-1,1,5,,1,5,u\nr,1,-1,5,,1,-4,u\ns,-1,-1,5,,1,0,u\n"));
+  Put("pair.csv", std::string("a,b,y\n1,2,3\n2,1,4\n"));
   Put("even.csv", std::string("a,b,y\n1,1,1\n-1,1,-1\n1,-1,-1\n-1,-1,1\n"));
   struct Case {
     Arguments arguments;
@@ -37,6 +38,7 @@ TEST_F(Program, OrthogonalModelsRefuseWhatCannotBeModelled) {
       {{"even.csv", "--y", "a,b,y"}, 3, "no column of numbers is left"},
       {{"even.csv", "--y", "q"}, 2, "--y: the table has no column \"q\""},
       {{"even.csv"}, 2, "--y is required"},
+      {{"pair.csv", "--y", "y"}, 1, "the model is not significant: it leaves the table too few rows, or columns; --"},
       {{"t.csv", "--y", "z", "--x", "a,b", "--cv-column", "g"}, 3, "column \"g\" holds one group alone"},
       {{"even.csv", "--y", "y", "--components", "0"}, 2, "--components: \"0\" is neither a number"},
       {{"even.csv", "--y", "y", "--no-cv"},

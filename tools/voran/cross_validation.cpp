@@ -50,17 +50,20 @@ CvGroups MakeCvGroups(const Table& table, int wanted, int most) {
   return {std::min(wanted, most), std::nullopt, {}};
 }
 
-std::string InsignificanceText(int component, const ComponentQ2& q2) {
-  const std::string head =
-      fmt::format("component {} is not significant ({})", component, SignificanceE::GetSignificance(q2.verdict));
-  switch (q2.verdict) {
+std::string InsignificanceReason(SignificanceE::Significance verdict, double q2, double limit) {
+  switch (verdict) {
     case SignificanceE::kN3:
-      return head + ": it leaves the table too few rows, or columns";
+      return "it leaves the table too few rows, or columns";
     case SignificanceE::kN4:
-      return head + ": it explains next to nothing";
+      return "it explains next to nothing";
     default:
-      return fmt::format("{}: its Q2 is {:.4f}, and the limit {:.4f}", head, q2.q2, q2.limit);
+      return fmt::format("its Q2 is {:.4f}, and the limit {:.4f}", q2, limit);
   }
+}
+
+std::string InsignificanceText(int component, const ComponentQ2& q2) {
+  return fmt::format("component {} is not significant ({}): {}", component, SignificanceE::GetSignificance(q2.verdict),
+                     InsignificanceReason(q2.verdict, q2.q2, q2.limit));
 }
 
 }  // namespace tool

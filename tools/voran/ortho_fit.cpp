@@ -167,12 +167,12 @@ class OrthoRun {
 
   void RefuseInsignificant() const {
     const OrthoStage& last = result_.stages.back();
-    if (IsWholeSignificant(last, data_)) return;
-    throw Failure(
-        ExitCode::kComputationFailed,
-        fmt::format(
-            "{}: the model is not significant: its Q2 is {:.4f}, and the limit {:.4f}; {} {} fits it all the same",
-            source_, last.q2->q2Cumulative, last.q2->limit, settings_.orthoOption, result_.stages.size() - 1));
+    const SignificanceE::Significance verdict = WholeVerdict(last, data_);
+    if (SignificanceE::IsSignificant(verdict)) return;
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{}: the model is not significant: {}; {} {} fits it all the same", source_,
+                              InsignificanceReason(verdict, last.q2->q2Cumulative, last.q2->limit),
+                              settings_.orthoOption, result_.stages.size() - 1));
   }
 
   void NoteMissingComponents() {

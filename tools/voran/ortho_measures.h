@@ -4,6 +4,7 @@
 
 #include "tools/voran/ortho_model.h"
 #include "tools/voran/regression.h"
+#include "voran/models/significance.h"
 
 namespace tool {
 
@@ -38,6 +39,6 @@ ComponentQ2 MeasureQ2(const OrthoPress& press, const OrthoPress* before, const O
                       const RegressionData& data, int components);
 
 /// Whether the model of this stage predicts anything: its cumulative Q2 is judged by the rule for one component.
-bool IsWholeSignificant(const OrthoStage& stage, const RegressionData& data);
+SignificanceE::Significance WholeVerdict(const OrthoStage& stage, const RegressionData& data);
 
 }  // namespace tool
