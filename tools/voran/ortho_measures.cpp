@@ -97,10 +97,10 @@ ComponentQ2 MeasureQ2(const OrthoPress& press, const OrthoPress* before, const O
 
 SignificanceE::Significance WholeVerdict(const OrthoStage& stage, const RegressionData& data) {
   const ComponentQ2& q2 = *stage.q2;
-  return PLSCrossValidation::GetSignificance(
-      static_cast<int>(data.rows), data.x.SizeColumns(), data.y.SizeColumns(), 0, static_cast<float>(stage.r2x),
-      FloatVector(stage.r2yOfResponses), static_cast<float>(q2.q2Cumulative), FloatVector(q2.q2OfColumnsCumulative),
-      static_cast<float>(q2.limit));
+  return PLSCrossValidation::GetSignificance(static_cast<int>(data.rows), data.x.SizeColumns(), data.y.SizeColumns(), 0,
+                                             static_cast<float>(stage.r2x), FloatVector(stage.r2yOfResponses),
+                                             static_cast<float>(q2.q2Cumulative), FloatVector(q2.q2OfColumnsCumulative),
+                                             static_cast<float>(q2.limit));
 }
 
 }  // namespace tool
