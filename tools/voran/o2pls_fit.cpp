@@ -254,10 +254,7 @@ O2plsResult FitO2pls(Table& table, const O2plsSettings& settings, NCProgress* pr
     TakeMatrices(model, result);
     Measure(table, data, model, settings, result);
   } catch (const NCError& error) {
-    const Failure failure = FailureOf(error, table.source, progress);
-    if (failure.Code() == ExitCode::kCancelled) throw failure;
-    throw Failure(failure.Code(),
-                  fmt::format("{}; X and Y may have nothing, or fewer components, in common", failure.what()));
+    throw FailureOf(error, table.source, progress, "; X and Y may have nothing, or fewer components, in common");
   }
   return result;
 }
