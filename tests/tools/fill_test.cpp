@@ -111,6 +111,21 @@ TEST_F(Fill, GapsThatCannotBeFilledStayAndAreCounted) {
   EXPECT_EQ(b["maximum"], 4.0);
 }
 
+TEST_F(Fill, ARowThatHoldsNothingOfABlockIsNotFilledThere) {
+  TextCells cells = CellsOf(DataFile("linnerud"));
+  for (std::size_t c = 1; c <= 3; ++c) cells[4][c] = "";  // all variables
+  for (std::size_t c = 4; c <= 6; ++c) cells[7][c] = "";  // all responses
+  cells[9][2] = "";
+  Put("t.csv", cells);
+  const json summary = Json({"t.csv", "--y", "y_weight..y_pulse", "--out", "r"});
+  EXPECT_EQ(summary["filled_cells"], 1);
+  EXPECT_EQ(summary["y_filled_cells"], 0);
+  EXPECT_EQ(summary["left_cells"], 6);
+  const TextCells filled = CellsOf(Path("r/filled.csv"));
+  EXPECT_EQ(filled[4], cells[4]);
+  EXPECT_EQ(filled[7], cells[7]);
+}
+
 TEST_F(Fill, ATableWithoutGapsStaysAsItIs) {
   const json summary = Json({DataFile("iris"), "--class", "class", "--out", "r"});
   EXPECT_EQ(summary["filled_cells"], 0);

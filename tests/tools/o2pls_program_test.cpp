@@ -237,6 +237,7 @@ TEST_F(O2pls, ARowOfTheFitGetsItsOwnNumbersInBothDirections) {
     const json fit = json::parse(ContentOf(Path("fit/summary.json")));
     const TextCells oil = CellsOf(DataFile("oliveoil"));
     const Cells predicted = Numbers(Path("x/predictions.csv"));
+    ASSERT_EQ(predicted.size(), 16u);
     double explained = 0.0;
     for (std::size_t k = 0; k < 5; ++k) {
       double mean = 0.0;

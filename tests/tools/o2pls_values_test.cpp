@@ -156,8 +156,10 @@ TEST(O2plsValues, CrossValidationFitsModelsWithoutEachGroup) {
 }
 
 std::vector<double> Wave(int waves) {
-  std::vector<double> wave;
-  for (int i = 0; i < 60; ++i) wave.push_back(std::cos(2.0 * M_PI * waves * i / 60.0));
+  std::vector<double> wave(60);
+  for (std::size_t i = 0; i < wave.size(); ++i) {
+    wave[i] = std::cos(2.0 * M_PI * waves * static_cast<double>(i) / 60.0);
+  }
   return wave;
 }
 

@@ -4,9 +4,9 @@
 
 namespace tool {
 
-Failure FailureOf(const NCError& error, const std::string& source, NCProgress* progress) {
+Failure FailureOf(const NCError& error, const std::string& source, NCProgress* progress, const std::string& hint) {
   if (progress != nullptr && progress->IsBreakPressed()) return Cancelled();
-  return Failure(ExitCode::kComputationFailed, source + ": " + AsSentence(error.what()));
+  return Failure(ExitCode::kComputationFailed, source + ": " + AsSentence(error.what()) + hint);
 }
 
 }  // namespace tool

@@ -254,11 +254,7 @@ O2plsResult FitO2pls(Table& table, const O2plsSettings& settings, NCProgress* pr
     TakeMatrices(model, result);
     Measure(table, data, model, settings, result);
   } catch (const NCError& error) {
-    const Failure failure = FailureOf(error, table.source, progress);
-    const bool isCancelled = failure.Code() == ExitCode::kCancelled;
-    throw Failure(
-        failure.Code(),
-        failure.what() + std::string(isCancelled ? "" : "; X and Y may have nothing, or fewer components, in common"));
+    throw FailureOf(error, table.source, progress, "; X and Y may have nothing, or fewer components, in common");
   }
   return result;
 }
