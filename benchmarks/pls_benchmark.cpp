@@ -1,9 +1,7 @@
-#include <cmath>
-#include <random>
-
 #include <benchmark/benchmark.h>
 
 #include "benchmarks/made_data.h"
+#include "benchmarks/made_xy.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
 #include "voran/models/pls_prediction.h"
@@ -12,27 +10,6 @@
 namespace {
 
 using Matrix = NCDataMatrix<float>;
-
-struct XY {
-  Matrix x;
-  Matrix y;
-};
-
-/// Responses that are mixtures of the variables with 10 % noise.
-XY MadeXY(int rows, int columns, int responses, double gapShare = 0.0) {
-  XY data{MadeMatrix(rows, columns, gapShare), Matrix(rows, responses, 0.0f)};
-  std::mt19937 generator(7);
-  std::normal_distribution<float> normal;
-  Matrix b(columns, responses, 0.0f);
-  for (int j = 1; j <= columns; ++j) {
-    for (int m = 1; m <= responses; ++m) b(j, m, normal(generator) / std::sqrt(static_cast<float>(columns)));
-  }
-  data.y = data.x * b;
-  for (int i = 1; i <= rows; ++i) {
-    for (int m = 1; m <= responses; ++m) data.y(i, m, data.y[i][m] + 0.1f * normal(generator));
-  }
-  return data;
-}
 
 int Fit(NCPLS& pls, int components) {
   int rounds = 0;

@@ -51,4 +51,21 @@ TEST_F(Threading, WidthHoldsForOtherThreadsToo) {
   EXPECT_EQ(width, 1);
 }
 
+TEST_F(Threading, NoSecondTeamStartsInsideOfATeam) {
+  ThreadingControl::SetNumberOfProcessors(3);
+  ThreadingControl::SetThreadingIsOn(true);
+  omp_set_dynamic(0);
+  int widest = 0;
+  int team = 0;
+#pragma omp parallel num_threads(2) reduction(max : widest)
+  {
+    widest = detail::ParallelWidth();
+#pragma omp single
+    team = omp_get_num_threads();
+  }
+  ASSERT_EQ(team, 2);
+  EXPECT_EQ(widest, 1);
+  EXPECT_EQ(detail::ParallelWidth(), 3);
+}
+
 }  // namespace

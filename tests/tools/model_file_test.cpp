@@ -67,8 +67,56 @@ TEST_F(ModelFile, IsTheSameForTheSameTable) {
   EXPECT_EQ(SmallModel(), first);
 }
 
+TEST_F(ModelFile, FilesOfEarlierProgramsAreRead) {
+  const SavedModel model = tool::ReadModel(std::string(VORAN_GOLDEN_DIR) + "/pls.v1");
+  EXPECT_EQ(model.kind, "pls");
+  EXPECT_EQ(model.x.names, (std::vector<std::string>{"a", "b"}));
+  EXPECT_TRUE(model.further.empty() && model.classes.empty());
+  Put("t.csv", std::string("id,a,b\np,1,2\nq,2,1\n"));
+  const Outcome outcome = Run({"predict", std::string(VORAN_GOLDEN_DIR) + "/pls.v1", "t.csv", "--json", "--quiet"});
+  const auto predictions = nlohmann::json::parse(outcome.out)["predictions"];
+  EXPECT_NEAR(predictions[0]["predicted"][0].get<double>(), 2.978, 1e-3);
+  EXPECT_NEAR(predictions[1]["distance"].get<double>(), 0.9562, 1e-3);
+}
+
+TEST_F(ModelFile, WhatTheKindWantsIsChecked) {
+  const auto refusalOf = [&](const SavedModel& model) {
+    std::ostringstream out(std::ios::binary);
+    tool::WriteModel(out, model);
+    return RefusalOf(out.str());
+  };
+  for (const char* const command : {"pls", "opls", "yopls"}) {
+    Done(
+        {command, DataFile("linnerud"), "--y", "y_waist", "--components", "1", "--no-cv", "--save", "m",
+         std::string(command) == "yopls" ? "--y-ortho=1" : (std::string(command) == "opls" ? "--ortho=1" : "--quiet")});
+    const SavedModel good = tool::ReadModel(Path("m").string());
+    EXPECT_EQ(good.kind, command);
+    EXPECT_EQ(refusalOf(good), "");
+    SavedModel bad = good;
+    bad.kind = "other";
+    EXPECT_THAT(refusalOf(bad),
+                HasSubstr("is a model of the kind \"other\", which this version of voran does not know"));
+    bad = good;
+    bad.kind = bad.kind == "pls" ? "opls" : "pls";
+    EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged"));
+    bad = good;
+    bad.further.emplace_back(1, 1, 0.0f);
+    EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged"));
+    bad = good;
+    bad.spread.scoreVariances.push_back(1.0);
+    EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged"));
+    bad = good;
+    if (bad.further.empty()) continue;
+    bad.further[1].RemoveColumns(1, 1);
+    EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged"));
+  }
+}
+
 TEST_F(ModelFile, EveryPrefixAndEveryDamagedByteIsRefused) {
-  const std::string good = SmallModel();
+  // The largest layout: stages, orthogonal components and classes.
+  Put("t.csv", std::string("id,a,b,c,y\np,1,2,1,u\nq,2,1,2,v\nr,3,5,1,u\ns,5,4,4,v\n"));
+  Done({"opls", "t.csv", "--y", "y", "--ortho", "1", "--no-cv", "--save", "m"});
+  const std::string good = ContentOf(Path("m"));
   const auto isRead = [](const std::string& bytes) {
     std::istringstream in(bytes, std::ios::binary);
     SavedModel model;

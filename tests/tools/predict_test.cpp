@@ -63,18 +63,35 @@ const std::vector<Arguments> kFits = {
     {"pls", DataFile("metabolites"), "--y", "#3..#5", "--class", "class_hours", "--components", "4"},
     {"pca", DataFile("wine"), "--class", "class", "--transform", "log", "--components", "3"},
     {"pca", DataFile("metabolites"), "--class", "class_hours", "--components", "4"},
+    {"opls", DataFile("gasoline"), "--y", "octane", "--scaling", "center", "--ortho", "3"},
+    {"opls", DataFile("linnerud"), "--y", "y_weight..y_pulse", "--components", "2", "--ortho", "1", "--scaling",
+     "pareto", "--transform", "y_waist=log"},
+    {"opls", DataFile("metabolites"), "--y", "#3..#5", "--class", "class_hours", "--components", "2", "--ortho", "2"},
+    {"yopls", DataFile("metabolites"), "--y", "#3..#5", "--class", "class_hours", "--y-ortho", "2"},
+    {"yopls", DataFile("gasoline"), "--y", "octane", "--scaling", "none", "--y-scaling", "none", "--y-ortho", "1"},
 };
+
+bool IsOrthogonal(const Arguments& fit) {
+  return fit[0] == "opls" || fit[0] == "yopls";
+}
 
 TEST_F(Predict, ARowOfTheFitGetsItsOwnNumbers) {
   for (const Arguments& fit : kFits) {
     SCOPED_TRACE(fmt::format("{}", fmt::join(fit, " ")));
     Fit(fit);
+    fs::remove_all(Path("again"));
     Done({"predict", "m", fit[1], "--out", "again"});
     const Cells scores = Numbers(Path("fit/scores.csv"));
     const Cells again = Numbers(Path("again/scores.csv"));
     ASSERT_EQ(again.size(), scores.size());
     for (std::size_t a = 0; a < again[0].size(); ++a) EXPECT_LT(ColumnGap(again, a, scores, a), kTolerance);
-    if (fit[0] != "pls") continue;
+    EXPECT_EQ(fs::exists(Path("again/ortho_scores.csv")), IsOrthogonal(fit));
+    if (IsOrthogonal(fit)) {
+      const Cells ortho = Numbers(Path("fit/ortho_scores.csv"));
+      const Cells orthoAgain = Numbers(Path("again/ortho_scores.csv"));
+      for (std::size_t a = 0; a < ortho[0].size(); ++a) EXPECT_LT(ColumnGap(orthoAgain, a, ortho, a), kTolerance);
+    }
+    if (fit[0] == "pca") continue;
     const Cells fitted = Numbers(Path("fit/fitted.csv"));
     const Cells predicted = Numbers(Path("again/predictions.csv"));
     for (std::size_t m = 0; m < fitted[0].size(); ++m) EXPECT_LT(ColumnGap(predicted, m, fitted, m), kTolerance);
@@ -89,7 +106,7 @@ TextCells Picked(const TextCells& cells, const std::vector<std::size_t>& rows) {
 }
 
 TEST_F(Predict, OtherRowsAndColumnsDoNotTouchARow) {
-  for (const Arguments& fit : {kFits[0], kFits[3], kFits[4], kFits[6]}) {
+  for (const Arguments& fit : {kFits[0], kFits[3], kFits[4], kFits[6], kFits[7], kFits[9], kFits[10]}) {
     SCOPED_TRACE(fmt::format("{}", fmt::join(fit, " ")));
     Fit(fit);
     Done({"predict", "m", fit[1], "--out", "all"});
@@ -104,14 +121,22 @@ TEST_F(Predict, OtherRowsAndColumnsDoNotTouchARow) {
     Done({"predict", "m", "turned.csv", "--out", "turned"});
     Put("alone.csv", Picked(CellsOf(fit[1]), {17}));
     Done({"predict", "m", "alone.csv", "--out", "alone"});
-    for (const char* file : {"scores.csv", "distances.csv", "predictions.csv"}) {
+    for (const char* file : {"scores.csv", "distances.csv", "predictions.csv", "ortho_scores.csv"}) {
       if (fit[0] == "pca" && std::string(file) == "predictions.csv") continue;
+      if (!IsOrthogonal(fit) && std::string(file) == "ortho_scores.csv") continue;
       const TextCells all = CellsOf(Path("all") / file);
       EXPECT_EQ(CellsOf(Path("turned") / file), Picked(all, rows)) << file;
       EXPECT_EQ(CellsOf(Path("alone") / file), Picked(all, {17})) << file;
     }
   }
-  const Outcome told = Run({"predict", "m", "turned.csv"});
+  Fit(kFits[6]);
+  TextCells more = Picked(CellsOf(kFits[6][1]), {1});
+  for (const char* name : {"remark", "more"}) {
+    more[0].emplace_back(name);
+    more[1].emplace_back("none");
+  }
+  Put("more.csv", more);
+  const Outcome told = Run({"predict", "m", "more.csv"});
   EXPECT_THAT(told.err, HasSubstr("3 columns that the model does not use are left out: class_hours, remark, more"));
 }
 
@@ -196,6 +221,20 @@ TEST_F(Predict, ARowMayLackNoMoreThanTheGivenShare) {
   Put("t.csv", "id,sepal_length_cm,sepal_width_cm,petal_length_cm,petal_width_cm\none,,,1.4,NA\nnone,,?,,\n");
   ExpectRefusal({"predict", "m", "t.csv"}, 3,
                 "t.csv: no row can be predicted: each holds too little (--max-missing 0.5");
+}
+
+TEST_F(Predict, OrthogonalComponentsNeedAValueEach) {
+  for (const Arguments& fit : {Arguments{"opls", "--ortho"}, Arguments{"yopls", "--y-ortho"}}) {
+    Fit({fit[0], DataFile("iris"), "--class", "class", "--y", "petal_width_cm", fit[1], "1", "--no-cv"});
+    Put("t.csv",
+        "id,sepal_length_cm,sepal_width_cm,petal_length_cm\n"
+        "full,5,3,1.4\ntwo,5,,1.4\none,,,1.4\nnone,,?,\n");
+    EXPECT_EQ(PredictJson("t.csv", {"--max-missing", "1"})["refused_rows"], json::array({"one", "none"}));
+    EXPECT_EQ(PredictJson("t.csv", {"--max-missing", "0.3"})["refused_rows"], json::array({"two", "one", "none"}));
+    const json row = PredictJson("t.csv")["predictions"][2];
+    EXPECT_EQ(row, json::parse(R"({"id":"one","predicted":[null],"scores":[null],"ortho_scores":[null],
+                                  "residual_sd":null,"distance":null,"t2":null})"));
+  }
 }
 
 TEST_F(Predict, RmsepIsOverTheRowsThatTellTheResponse) {

@@ -43,6 +43,14 @@ void AddChoice(CLI::App& command, const std::string& name, std::string& value, s
       ->group(kTableGroup);
 }
 
+// Nothing for auto.
+std::optional<int> ReadCount(const std::string& option, const std::string& text, int least) {
+  if (text == "auto") return std::nullopt;
+  const auto count = WholeNumber<int>(text);
+  if (count && *count >= least && *count <= kMostComponents) return count;
+  throw WrongUse(fmt::format("{}: {} is neither a number of components nor auto", option, Quoted(text)));
+}
+
 int ReadingThreads() {
   return ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
 }
@@ -64,6 +72,10 @@ void TableOptions::AddToPredict(CLI::App& command) {
 
 void TableOptions::AddResponses(CLI::App& command) {
   AddList(command, "--y", roles_.responses, "The columns to predict")->required();
+}
+
+void TableOptions::AddSecondBlock(CLI::App& command) {
+  AddList(command, "--y", roles_.responses, "The columns of a second block");
 }
 
 CLI::Option* TableOptions::AddCvColumn(CLI::App& command, CLI::Option* groups) {
@@ -143,13 +155,18 @@ void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, c
       .add_option_function<std::string>(
           "--components",
           [&count, &isAuto](const std::string& text) {
-            isAuto = text == "auto";
-            count = isAuto ? std::nullopt : WholeNumber<int>(text);
-            if (!isAuto && (!count || *count < 1 || *count > kMostComponents)) {
-              throw WrongUse(fmt::format("--components: {} is neither a number of components nor auto", Quoted(text)));
-            }
+            count = ReadCount("--components", text, 1);
+            isAuto = !count;
           },
           help)
+      ->type_name("N|auto");
+}
+
+void AddCount(CLI::App& command, const std::string& option, std::optional<int>& count, int least,
+              const std::string& help) {
+  command
+      .add_option_function<std::string>(
+          option, [&count, option, least](const std::string& text) { count = ReadCount(option, text, least); }, help)
       ->type_name("N|auto");
 }
 

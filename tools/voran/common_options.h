@@ -27,6 +27,8 @@ class TableOptions {
   /// The same without the roles, but for the id: those are the model's that SetModel() names.
   void AddToPredict(CLI::App& command);
   void AddResponses(CLI::App& command);
+  /// The same, but there may be none.
+  void AddSecondBlock(CLI::App& command);
   CLI::Option* AddCvColumn(CLI::App& command, CLI::Option* groups);
 
   void SetModel(ModelColumns columns) { roles_.model = std::move(columns); }
@@ -79,6 +81,9 @@ void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option =
                     "square root; center: centre alone; none");
 /// `--components N|auto`; the default stays where the option is not given.
 void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help);
+/// The same of another option, which takes numbers from `least`; nothing means auto.
+void AddCount(CLI::App& command, const std::string& option, std::optional<int>& count, int least,
+              const std::string& help);
 /// `--cv-groups`.
 CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups);
 /// `--max-iterations`.

@@ -11,13 +11,12 @@
 #include "tools/voran/text_table.h"
 
 namespace tool {
-namespace {
 
 using Json = nlohmann::ordered_json;
 
-}  // namespace
-
 std::string ShareText(double share) {
+  constexpr double kRoundedToZero = 0.00005;
+  if (std::abs(share) < kRoundedToZero) share = 0.0;  // without a sign
   return std::isnan(share) ? "-" : fmt::format("{:.4f}", share);
 }
 

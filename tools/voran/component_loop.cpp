@@ -10,9 +10,7 @@
 #include "voran/platform/nc_error.h"
 
 namespace tool {
-namespace {
 
-// The library's message may be several sentences on several lines.
 std::string AsSentence(std::string text) {
   for (auto end = text.find(".\n"); end != std::string::npos; end = text.find(".\n")) {
     text.replace(end, 2, "; ");
@@ -23,8 +21,6 @@ std::string AsSentence(std::string text) {
   while (text.ends_with('.') || text.ends_with(' ') || text.ends_with(';')) text.pop_back();
   return text;
 }
-
-}  // namespace
 
 std::string ComponentLoop::Run(const ComponentRequest& request, const ComponentLimit& limit, NCProgress* progress) {
   const int count = request.isAuto ? limit.most : std::min(request.asked, limit.most);

@@ -7,6 +7,9 @@
 
 namespace tool {
 
+/// A message of the library, which may be several sentences on several lines, as one sentence without a full stop.
+std::string AsSentence(std::string text);
+
 /// How many components are wanted.
 struct ComponentRequest {
   int asked = 0;

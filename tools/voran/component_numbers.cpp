@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 
 #include "tools/voran/table.h"
 
@@ -27,6 +28,17 @@ std::vector<double> ColumnSumsOfSquares(const NCDataMatrix<float>& x) {
     }
   }
   return sums;
+}
+
+double Total(const std::vector<double>& values) {
+  return std::accumulate(values.begin(), values.end(), 0.0);
+}
+
+NCDataVector<float> FloatVector(const std::vector<double>& values) {
+  NCDataVector<float> v;
+  v.Reserve(static_cast<int>(values.size()));
+  for (const double value : values) v.push_back(static_cast<float>(value));
+  return v;
 }
 
 std::vector<double> Values(const NCDataVector<float>& v, double factor) {

@@ -21,6 +21,11 @@ double SumOfSquares(const NCDataVector<float>& v);
 /// One for each column.
 std::vector<double> ColumnSumsOfSquares(const NCDataMatrix<float>& x);
 
+double Total(const std::vector<double>& values);
+
+/// The same values, rounded.
+NCDataVector<float> FloatVector(const std::vector<double>& values);
+
 /// `factor` times each element, `kNoValue` for a missing one.
 std::vector<double> Values(const NCDataVector<float>& v, double factor);
 

@@ -8,21 +8,17 @@
 
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
+#include "voran/models/cv_groups.h"
 
 namespace tool {
 namespace {
-
-bool IsMissing(const std::string& cell) {
-  float ignored = 0.0f;
-  return ReadNumber(cell, '.', ignored) == CellKind::kMissing;
-}
 
 CvGroups GroupsOfColumn(const Table& table, int most) {
   const TextColumn& column = *table.cvGroups;
   std::unordered_map<std::string, int> groups;
   NCIntegralVector<int, -99> ofRow(static_cast<int>(column.values.size()), 0);
   for (std::size_t r = 0; r < column.values.size(); ++r) {
-    if (IsMissing(column.values[r])) {
+    if (IsMissingCell(column.values[r])) {
       throw BadData(fmt::format("{}: row {} has no group in column {}; give every row one", table.source,
                                 Quoted(table.rowIds[r]), Quoted(column.name)));
     }
@@ -44,23 +40,30 @@ CvGroups GroupsOfColumn(const Table& table, int most) {
 
 }  // namespace
 
+NCIntegralVector<int, -99> CvGroups::OfRows(int rows) const {
+  return ofRow ? *ofRow : GetDeafultCVGroupsVector(rows, count);
+}
+
 CvGroups MakeCvGroups(const Table& table, int wanted, int most) {
   if (most < 2) throw BadData(table.source + ": is too small for cross-validation, which needs two groups at least");
   if (table.cvGroups) return GroupsOfColumn(table, most);
   return {std::min(wanted, most), std::nullopt, {}};
 }
 
-std::string InsignificanceText(int component, const ComponentQ2& q2) {
-  const std::string head =
-      fmt::format("component {} is not significant ({})", component, SignificanceE::GetSignificance(q2.verdict));
-  switch (q2.verdict) {
+std::string InsignificanceReason(SignificanceE::Significance verdict, double q2, double limit) {
+  switch (verdict) {
     case SignificanceE::kN3:
-      return head + ": it leaves the table too few rows, or columns";
+      return "it leaves the table too few rows, or columns";
     case SignificanceE::kN4:
-      return head + ": it explains next to nothing";
+      return "it explains next to nothing";
     default:
-      return fmt::format("{}: its Q2 is {:.4f}, and the limit {:.4f}", head, q2.q2, q2.limit);
+      return fmt::format("its Q2 is {:.4f}, and the limit {:.4f}", q2, limit);
   }
+}
+
+std::string InsignificanceText(int component, const ComponentQ2& q2) {
+  return fmt::format("component {} is not significant ({}): {}", component, SignificanceE::GetSignificance(q2.verdict),
+                     InsignificanceReason(q2.verdict, q2.q2, q2.limit));
 }
 
 }  // namespace tool

@@ -21,6 +21,8 @@ struct CvGroups {
 
   /// As the library wants it.
   const NCIntegralVector<int, -99>* OfRow() const { return ofRow ? &*ofRow : nullptr; }
+  /// The group of each of `rows` rows.
+  NCIntegralVector<int, -99> OfRows(int rows) const;
 };
 
 /// The groups of the table's column of groups, in the order in which they appear, or without one `wanted` groups. There
@@ -38,7 +40,10 @@ struct ComponentQ2 {
   std::vector<double> q2OfColumnsCumulative;
 };
 
-/// "component 3 is not significant (NS): its Q2 is 0.012, not above 0.05".
+/// "its Q2 is 0.0120, and the limit 0.0500", or what else the verdict rests on.
+std::string InsignificanceReason(SignificanceE::Significance verdict, double q2, double limit);
+
+/// "component 3 is not significant (NS): its Q2 is 0.0120, and the limit 0.0500".
 std::string InsignificanceText(int component, const ComponentQ2& q2);
 
 }  // namespace tool

@@ -41,6 +41,24 @@ bool CsvHead::FirstColumnNamesRows() const {
   return !sample.empty();
 }
 
+std::vector<std::size_t> CsvHead::TextColumns() const {
+  std::vector<bool> holdsText(names_.size());
+  std::vector<bool> holdsNumber(names_.size());
+  float ignored = 0.0f;
+  for (const auto& record : ReadCsvSample(text_, dialect_.separator, atEnd_, kRowsLookedAt)) {
+    for (std::size_t c = 0; c < std::min(record.size(), names_.size()); ++c) {
+      const CellKind kind = ReadNumber(record[c], dialect_.decimalMark, ignored);
+      if (kind == CellKind::kText) holdsText[c] = true;
+      if (kind == CellKind::kNumber || kind == CellKind::kNotFinite) holdsNumber[c] = true;
+    }
+  }
+  std::vector<std::size_t> columns;
+  for (std::size_t c = 0; c < names_.size(); ++c) {
+    if (holdsText[c] && !holdsNumber[c]) columns.push_back(c);
+  }
+  return columns;
+}
+
 void CsvHead::ReadMore(std::size_t count) {
   const std::size_t had = text_.size();
   text_.resize(had + count);

@@ -40,6 +40,9 @@ class CsvHead {
   /// holds texts of which no two are alike (in the first 100 rows).
   bool FirstColumnNamesRows() const;
 
+  /// The columns, counted from 0, that hold text and no number (in the first 100 rows).
+  std::vector<std::size_t> TextColumns() const;
+
  private:
   void ReadMore(std::size_t count);
   void ReadSample();

@@ -50,8 +50,9 @@ class CsvBody {
       }
       part = Part();
     }
-    KeepTexts(table, std::move(texts));
+    const std::vector<TextColumn> classes = KeepTexts(table, std::move(texts));
     NameColumns(table, plan_);
+    for (const TextColumn& column : classes) AddClassResponses(table, column);
   }
 
   std::size_t MarkerCells() const {
@@ -119,7 +120,9 @@ class CsvBody {
     return rows;
   }
 
-  void KeepTexts(Table& table, std::vector<std::vector<std::string>> texts) const {
+  // Returns the columns of class names that are to be responses.
+  std::vector<TextColumn> KeepTexts(Table& table, std::vector<std::vector<std::string>> texts) const {
+    std::vector<TextColumn> classResponses;
     std::size_t k = 0;
     for (const std::size_t c : plan_.TextColumns()) {
       std::vector<std::string>& values = texts[k++];
@@ -127,12 +130,15 @@ class CsvBody {
         table.rowIds = std::move(values);
       } else if (plan_.roles[c] == ColumnRole::kCvGroup) {
         table.cvGroups = {plan_.names[c], std::move(values)};
+      } else if (plan_.roles[c] == ColumnRole::kClassResponse) {
+        classResponses.push_back({plan_.names[c], std::move(values)});
       } else {
         table.classes.push_back({plan_.names[c], std::move(values)});
       }
     }
     table.idName = plan_.id ? plan_.names[*plan_.id] : "id";
     if (!plan_.id) table.rowIds = NumberedIds(static_cast<std::size_t>(table.x.SizeRows()));
+    return classResponses;
   }
 
   CsvChunkQueue& queue_;
@@ -152,7 +158,9 @@ std::string DescribeDialect(const CsvDialect& dialect, const ColumnPlan& plan) {
 
 Table ReadCsv(ByteSource& source, std::string begun, const std::string& name, const CsvOptions& options) {
   CsvHead head(source, std::move(begun), name, options.dialect, {options.sampleBytes, options.maxRecordBytes});
-  const ColumnPlan plan = PlanColumns(name, head.Names(), head.FirstColumnNamesRows(), options.roles);
+  const ColumnPlan plan =
+      PlanColumns(name, head.Names(), head.FirstColumnNamesRows(), options.roles,
+                  options.roles.responses.empty() ? std::vector<std::size_t>() : head.TextColumns());
   Table table;
   table.source = name;
   table.notes.push_back(DescribeDialect(head.Dialect(), plan));

@@ -43,14 +43,18 @@ void CsvWriter::Row(std::string_view name, std::span<const double> numbers) {
 }
 
 void WriteNumberedColumns(std::ostream& out, std::string_view heading, const std::vector<std::string>& names,
-                          char letter, const std::vector<std::span<const double>>& columns) {
+                          const std::vector<NumberedColumns>& blocks) {
   CsvWriter csv(out);
   csv.Text(heading);
-  for (std::size_t k = 1; k <= columns.size(); ++k) csv.Text(letter + std::to_string(k));
+  for (const NumberedColumns& block : blocks) {
+    for (std::size_t k = 1; k <= block.columns.size(); ++k) csv.Text(std::string(block.letters) + std::to_string(k));
+  }
   csv.EndRow();
   for (std::size_t i = 0; i < names.size(); ++i) {
     csv.Text(names[i]);
-    for (const std::span<const double> column : columns) csv.Number(column[i]);
+    for (const NumberedColumns& block : blocks) {
+      for (const std::span<const double> column : block.columns) csv.Number(column[i]);
+    }
     csv.EndRow();
   }
 }

@@ -37,9 +37,14 @@ std::vector<std::span<const double>> Each(const std::vector<Item>& items, std::v
   return columns;
 }
 
-/// A table of a line for each name, headed `heading`, and a column of numbers for each of `columns`, called by the
-/// letter and 1, 2, ...
+/// Columns of numbers, called by `letters` and 1, 2, ...
+struct NumberedColumns {
+  std::string_view letters;
+  std::vector<std::span<const double>> columns;
+};
+
+/// A table of a line for each name, headed `heading`, and the columns of all blocks.
 void WriteNumberedColumns(std::ostream& out, std::string_view heading, const std::vector<std::string>& names,
-                          char letter, const std::vector<std::span<const double>>& columns);
+                          const std::vector<NumberedColumns>& blocks);
 
 }  // namespace tool

@@ -7,6 +7,9 @@
 
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
+#include "tools/voran/fill_command.h"
+#include "tools/voran/o2pls_command.h"
+#include "tools/voran/ortho_command.h"
 #include "tools/voran/pca_command.h"
 #include "tools/voran/pls_command.h"
 #include "tools/voran/predict_command.h"
@@ -52,7 +55,11 @@ int main(int argc, char** argv) {
     program.footer("voran COMMAND --help tells the options of a command.");
     tool::AddPcaCommand(program);
     tool::AddPlsCommand(program);
+    tool::AddOplsCommand(program);
+    tool::AddO2plsCommand(program);
+    tool::AddYoplsCommand(program);
     tool::AddPredictCommand(program);
+    tool::AddFillCommand(program);
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
     tool::AddTransformCommand(program);

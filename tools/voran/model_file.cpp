@@ -14,6 +14,8 @@
 #include "tools/voran/component_figures.h"
 #include "tools/voran/component_numbers.h"
 #include "tools/voran/failure.h"
+#include "tools/voran/model_kind.h"
+#include "tools/voran/number_text.h"
 #include "voran/platform/exception.h"
 #include "voran/platform/stream_directory.h"
 #include "voran/platform/stream_entry.h"
@@ -25,7 +27,19 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // The entries of the directory.
-enum Entry : unsigned short { kHead, kNames, kYNames, kTransforms, kYTransforms, kW, kP, kC, kEntries };
+enum Entry : unsigned short {
+  kHead,
+  kNames,
+  kYNames,
+  kTransforms,
+  kYTransforms,
+  kW,
+  kP,
+  kC,
+  kFurther,
+  kClasses,
+  kEntries
+};
 
 // Names are kept byte by byte; JSON takes UTF-8 alone.
 
@@ -89,28 +103,73 @@ ModelSpread SpreadFrom(const Json& json) {
   return spread;
 }
 
+void WriteMatrices(const std::vector<NCDataMatrix<float>>& matrices, std::ostream& stream) {
+  const auto count = static_cast<std::int32_t>(matrices.size());
+  WriteFourBytes(&count, 1, stream);
+  for (const NCDataMatrix<float>& matrix : matrices) detail::WriteMember(stream, matrix);
+}
+
+std::vector<NCDataMatrix<float>> ReadMatrices(std::istream& stream) {
+  std::int32_t count = 0;
+  detail::RequireRead(ReadFourBytes(&count, 1, stream) && count >= 0);
+  std::vector<NCDataMatrix<float>> matrices;
+  for (std::int32_t i = 0; i < count; ++i) {
+    detail::ReadMember(stream, matrices.emplace_back());
+    detail::RequireRead(stream.good());
+  }
+  return matrices;
+}
+
+void WriteClasses(const std::vector<ClassResponses>& columns, std::ostream& stream) {
+  const auto count = static_cast<std::int32_t>(columns.size());
+  WriteFourBytes(&count, 1, stream);
+  for (const ClassResponses& column : columns) {
+    const auto first = static_cast<std::int32_t>(column.first);
+    WriteBinaryString(column.name, stream);
+    WriteFourBytes(&first, 1, stream);
+    WriteNames(column.classes, stream);
+  }
+}
+
+std::vector<ClassResponses> ReadClasses(std::istream& stream, std::size_t responses) {
+  std::int32_t count = 0;
+  detail::RequireRead(ReadFourBytes(&count, 1, stream) && count >= 0);
+  std::vector<ClassResponses> columns;
+  for (std::int32_t i = 0; i < count; ++i) {
+    ClassResponses& column = columns.emplace_back();
+    std::int32_t first = 0;
+    detail::RequireRead(ReadBinaryString(column.name, stream) && ReadFourBytes(&first, 1, stream) && first >= 0);
+    column.first = static_cast<std::size_t>(first);
+    column.classes = ReadNames(stream);
+    detail::RequireRead(!column.classes.empty() && column.first + column.classes.size() <= responses);
+  }
+  return columns;
+}
+
+// What holds for models of every kind.
 bool FitTogether(const SavedModel& m) {
-  const auto hasShape = [](const NCDataMatrix<float>& matrix, std::size_t rows, std::size_t columns) {
-    return matrix.SizeRows() == static_cast<int>(rows) && matrix.SizeColumns() == static_cast<int>(columns);
-  };
-  const std::size_t components = m.spread.scoreVariances.size();
-  return (m.kind == "pca" || m.kind == "pls") && components > 0 && !m.x.names.empty() &&
-         (m.kind == "pls") == !m.y.names.empty() && m.x.transforms.Size() == static_cast<int>(m.x.names.size()) &&
-         m.y.transforms.Size() == static_cast<int>(m.y.names.size()) && hasShape(m.W, components, m.x.names.size()) &&
-         hasShape(m.P, components, m.x.names.size()) && hasShape(m.C, components, m.y.names.size());
+  return m.W.SizeRows() > 0 && m.spread.scoreVariances.size() >= m.Components() && !m.x.names.empty() &&
+         m.x.transforms.Size() == static_cast<int>(m.x.names.size()) &&
+         m.y.transforms.Size() == static_cast<int>(m.y.names.size()) && HasShape(m.W, m.Components(), m.x.names) &&
+         HasShape(m.P, m.Components(), m.x.names) && HasShape(m.C, m.Components(), m.y.names);
 }
 
 }  // namespace
+
+bool HasShape(const NCDataMatrix<float>& matrix, std::size_t rows, const std::vector<std::string>& columns) {
+  return matrix.SizeRows() == static_cast<int>(rows) && matrix.SizeColumns() == static_cast<int>(columns.size());
+}
 
 SavedModel::DerivedStreamableData SavedModel::MyStreamableData(1, "voran model");
 
 bool SavedModel::VStreamableWrite(std::ostream& stream) {
   OutputStreamDirectory directory(stream, kEntries);
-  const Json head = {{"kind", kind},
-                     {"x", ToJson(x)},
-                     {"y", ToJson(y)},
-                     {"spread", ToJson(spread)},
-                     {"summary", Json::parse(summary)}};
+  Json head = {{"kind", kind},
+               {"x", ToJson(x)},
+               {"y", ToJson(y)},
+               {"spread", ToJson(spread)},
+               {"summary", Json::parse(summary)}};
+  if (ySpread) head["y_spread"] = ToJson(*ySpread);
   WriteBinaryString(head.dump(-1, ' ', false, Json::error_handler_t::replace), directory.GetOutput(kHead));
   WriteNames(x.names, directory.GetOutput(kNames));
   WriteNames(y.names, directory.GetOutput(kYNames));
@@ -119,6 +178,8 @@ bool SavedModel::VStreamableWrite(std::ostream& stream) {
   detail::WriteMember(directory.GetOutput(kW), W);
   detail::WriteMember(directory.GetOutput(kP), P);
   detail::WriteMember(directory.GetOutput(kC), C);
+  if (!further.empty()) WriteMatrices(further, directory.GetOutput(kFurther));
+  if (!classes.empty()) WriteClasses(classes, directory.GetOutput(kClasses));
   return directory.Close() && stream.good();
 }
 
@@ -133,12 +194,17 @@ bool SavedModel::VStreamableRead(std::istream& stream) try {
   read.x = ColumnsFrom(head.at("x"), ReadNames(detail::RequiredEntry(directory, kNames)));
   read.y = ColumnsFrom(head.at("y"), ReadNames(detail::RequiredEntry(directory, kYNames)));
   read.spread = SpreadFrom(head.at("spread"));
+  if (head.contains("y_spread")) read.ySpread = SpreadFrom(head.at("y_spread"));
   read.summary = ToText(head.at("summary"));
   detail::ReadObjectEntry(directory, kTransforms, read.x.transforms);
   detail::ReadObjectEntry(directory, kYTransforms, read.y.transforms);
   detail::ReadObjectEntry(directory, kW, read.W);
   detail::ReadObjectEntry(directory, kP, read.P);
   detail::ReadObjectEntry(directory, kC, read.C);
+  if (std::istream* const entry = directory.GetInput(kFurther)) read.further = ReadMatrices(*entry);
+  if (std::istream* const entry = directory.GetInput(kClasses)) {
+    read.classes = ReadClasses(*entry, read.y.names.size());
+  }
   detail::RequireRead(directory.Close() && stream.good() && FitTogether(read));
   *this = std::move(read);
   return true;
@@ -159,8 +225,8 @@ SavedModel ReadModel(const std::string& path) {
   }
   if (!SavedModel::MyStreamableData.Check(in)) {
     throw BadData(path +
-                  ": is no model, or it is damaged at its beginning; give a file that --save of voran pls or voran pca "
-                  "has written");
+                  ": is no model, or it is damaged at its beginning; give a file that --save of voran pls, or of "
+                  "another command that fits models, has written");
   }
   if (SavedModel::MyStreamableData.GetVStreamVersionNumber() !=
       SavedModel::MyStreamableData.GetMyVStreamVersionNumber()) {
@@ -168,7 +234,13 @@ SavedModel ReadModel(const std::string& path) {
   }
   in.seekg(0);
   SavedModel model;
-  if (!ReadStreamable(in, model)) throw BadData(path + ": is cut off or damaged; fit the model again");
+  const bool isRead = ReadStreamable(in, model);
+  const ModelKind* const kind = FindModelKind(model.kind);
+  if (isRead && kind == nullptr) {
+    throw BadData(fmt::format("{}: is a model of the kind {}, which this version of voran does not know", path,
+                              Quoted(model.kind)));
+  }
+  if (!isRead || !kind->isWhole(model)) throw BadData(path + ": is cut off or damaged; fit the model again");
   return model;
 }
 

@@ -43,6 +43,11 @@ CellKind ReadNumber(std::string_view cell, char decimalMark, float& value) {
   return CellKind::kNumber;
 }
 
+bool IsMissingCell(std::string_view cell) {
+  float ignored = 0.0f;
+  return ReadNumber(cell, '.', ignored) == CellKind::kMissing;
+}
+
 void AppendNumber(std::string& to, double value) {
   if (std::isnan(value)) return;
   char digits[32];

@@ -23,6 +23,9 @@ enum class CellKind {
 /// A plus sign in front is accepted. The locale plays no part.
 CellKind ReadNumber(std::string_view cell, char decimalMark, float& value);
 
+/// Whether a cell of text says that there is none.
+bool IsMissingCell(std::string_view cell);
+
 /// The number that `text` is, and nothing else: no blanks, a decimal point.
 template <typename Number>
 std::optional<Number> WholeNumber(std::string_view text) {

@@ -59,10 +59,12 @@ Json PcaJson(const PcaReport& report) {
 void WritePcaTables(const PcaReport& report, OutputDirectory& folder) {
   const auto& components = report.result.components;
   folder.Write("scores.csv", [&](std::ostream& out) {
-    WriteNumberedColumns(out, report.table.idName, report.table.rowIds, 't', Each(components, &PcaComponent::score));
+    WriteNumberedColumns(out, report.table.idName, report.table.rowIds,
+                         {{"t", Each(components, &PcaComponent::score)}});
   });
   folder.Write("loadings.csv", [&](std::ostream& out) {
-    WriteNumberedColumns(out, "variable", report.result.columns.names, 'p', Each(components, &PcaComponent::loading));
+    WriteNumberedColumns(out, "variable", report.result.columns.names,
+                         {{"p", Each(components, &PcaComponent::loading)}});
   });
   if (report.result.cvGroups > 0) {
     folder.Write("q2.csv", [&](std::ostream& out) {

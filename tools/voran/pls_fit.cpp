@@ -5,14 +5,8 @@
 #include <memory>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "tools/voran/component_loop.h"
 #include "tools/voran/component_numbers.h"
-#include "tools/voran/failure.h"
-#include "tools/voran/number_text.h"
-#include "tools/voran/transform_option.h"
-#include "voran/models/cv_groups.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
 
@@ -30,40 +24,24 @@ std::vector<double> Shares(const std::vector<double>& before, const std::vector<
   return shares;
 }
 
-double Sum(const std::vector<double>& values) {
-  double sum = 0.0;
-  for (const double value : values) sum += value;
-  return sum;
-}
-
-Vector AsVector(const std::vector<double>& values) {
-  Vector v;
-  for (const double value : values) v.push_back(static_cast<float>(value));
-  return v;
-}
-
 class PlsRun : private ComponentLoop {
  public:
-  PlsRun(Matrix& x, Matrix& y, const PlsSettings& settings, std::size_t rowsWithData, PlsResult& result)
+  PlsRun(RegressionData& data, const PlsSettings& settings, PlsResult& result)
       : settings_(settings),
-        rows_(rowsWithData),
-        degreesOfFreedom_(static_cast<double>(rowsWithData) - (IsCentred(settings.scaling) ? 1.0 : 0.0)),
-        total_{SumOfSquares(x), ColumnSumsOfSquares(y), 0.0},
+        rows_(data.rows),
+        degreesOfFreedom_(data.degreesOfFreedom),
+        total_{SumOfSquares(data.x), ColumnSumsOfSquares(data.y), 0.0},
         left_(total_),
-        reference_(AsVector(total_.y)),
-        model_(std::make_unique<NCPLS>(&x, &y, settings.iterationLimit)),
+        reference_(FloatVector(total_.y)),
+        model_(std::make_unique<NCPLS>(&data.x, &data.y, settings.iterationLimit)),
         result_(result) {
-    x = Matrix();  // the model now holds the only handle on the rows, and deflates them where they are
+    data.x = Matrix();  // the model now holds the only handle on the rows, and deflates them where they are
   }
 
-  bool HasData() const { return total_.x > 0.0; }
-
   void CrossValidateBy(const CvGroups& groups) {
-    cvGroups_ =
-        groups.ofRow ? *groups.ofRow : GetDeafultCVGroupsVector(model_->GetXResiduals()->SizeRows(), groups.count);
+    cvGroups_ = groups.OfRows(model_->GetXResiduals()->SizeRows());
     crossValidation_ = std::make_unique<PLSCrossValidation>(model_.get(), groups.count, &cvGroups_);
-    cvPredicted_.assign(total_.y.size(), std::vector<double>(static_cast<std::size_t>(cvGroups_.Size())));
-    result_.cvGroups = groups.count;
+    fits_.predictedCv.assign(total_.y.size(), std::vector<double>(static_cast<std::size_t>(cvGroups_.Size())));
   }
 
   void FitAll(const std::string& source, NCProgress* progress) {
@@ -77,9 +55,21 @@ class PlsRun : private ComponentLoop {
     result_.C = model_->GetCprim()->GetRowSubMatrix(1, components);
   }
 
-  /// What the rows were predicted to be, the share of each component while they were left out of it: responses x
-  /// observations, scaled; a NaN where there was no score. Nothing without cross-validation.
-  const std::vector<std::vector<double>>& CvPredicted() const { return cvPredicted_; }
+  /// To be called once, after the fit.
+  void AddResponses(const Table& table, const Matrix& rawY) {
+    const Matrix b = NCPLS::GetRegressionCoefficients(result_.P, result_.W, result_.C);
+    for (std::size_t m = 0; m < total_.y.size(); ++m) {
+      fits_.fitted.push_back(Fitted(m));
+      fits_.coefficients.push_back(Values(b.GetColumn(static_cast<int>(m) + 1), 1.0));
+    }
+    fits_.components = static_cast<double>(result_.components.size());
+    AddResponseFits(table, rawY, fits_, IsCentred(settings_.yScaling), result_);
+    const PlsComponent& last = result_.components.back();
+    for (std::size_t m = 0; m < total_.y.size(); ++m) {
+      result_.responses[m].r2y = last.r2yOfResponsesCumulative[m];
+      if (last.q2) result_.responses[m].q2 = last.q2->q2OfColumnsCumulative[m];
+    }
+  }
 
  private:
   // Deflated X and Y after the newest component.
@@ -91,7 +81,7 @@ class PlsRun : private ComponentLoop {
 
   std::string Exhausted() const override {
     if (left_.x <= kRoundingShare * total_.x) return "the whole of X";
-    return Sum(left_.y) <= kRoundingShare * Sum(total_.y) ? "the whole of Y" : "";
+    return Total(left_.y) <= kRoundingShare * Total(total_.y) ? "the whole of Y" : "";
   }
 
   void Fit(int a, NCProgress* progress) override {
@@ -116,8 +106,8 @@ class PlsRun : private ComponentLoop {
     newest_ = PlsComponent();
     newest_.r2x = (left_.x - newestLeft_.x) / total_.x;
     newest_.r2xCumulative = 1.0 - newestLeft_.x / total_.x;
-    newest_.r2y = (Sum(left_.y) - Sum(newestLeft_.y)) / Sum(total_.y);
-    newest_.r2yCumulative = 1.0 - Sum(newestLeft_.y) / Sum(total_.y);
+    newest_.r2y = (Total(left_.y) - Total(newestLeft_.y)) / Total(total_.y);
+    newest_.r2yCumulative = 1.0 - Total(newestLeft_.y) / Total(total_.y);
     newest_.r2yOfResponses = Shares(left_.y, newestLeft_.y, total_.y);
     newest_.r2yOfResponsesCumulative = Shares(total_.y, newestLeft_.y, total_.y);
     if (crossValidation_) MeasureQ2(a);
@@ -129,10 +119,10 @@ class PlsRun : private ComponentLoop {
     q2.q2 = cv.GetQ2Tot();
     q2.q2Cumulative = cv.GetQ2TotCum();
     q2.limit = cv.GetQ2Lim();
-    q2.verdict = PLSCrossValidation::GetSignificance(static_cast<int>(rows_), static_cast<int>(result_.x.names.size()),
-                                                     static_cast<int>(total_.y.size()), a,
-                                                     static_cast<float>(newest_.r2x), AsVector(newest_.r2yOfResponses),
-                                                     cv.GetQ2Tot(), *cv.GetQ2YVar(), cv.GetQ2Lim());
+    q2.verdict = PLSCrossValidation::GetSignificance(
+        static_cast<int>(rows_), static_cast<int>(result_.x.names.size()), static_cast<int>(total_.y.size()), a,
+        static_cast<float>(newest_.r2x), FloatVector(newest_.r2yOfResponses), cv.GetQ2Tot(), *cv.GetQ2YVar(),
+        cv.GetQ2Lim());
     q2.q2OfColumns = Values(*cv.GetQ2YVar(), 1.0);
     q2.q2OfColumnsCumulative = Values(*cv.GetQ2YVarCum(), 1.0);
   }
@@ -166,13 +156,23 @@ class PlsRun : private ComponentLoop {
       const int round = cvGroups_[i] + 1;
       const float t = (*crossValidation_->GetTSet())[round][i];
       const Vector& c = (*crossValidation_->GetCSet())[round];
-      for (std::size_t m = 0; m < cvPredicted_.size(); ++m) {
+      for (std::size_t m = 0; m < fits_.predictedCv.size(); ++m) {
         const float weight = c[static_cast<int>(m) + 1];
         const bool isKnown = t != kGap && weight != kGap;
-        cvPredicted_[m][static_cast<std::size_t>(i) - 1] +=
+        fits_.predictedCv[m][static_cast<std::size_t>(i) - 1] +=
             isKnown ? static_cast<double>(t) * static_cast<double>(weight) : kNoValue;
       }
     }
+  }
+
+  // Scaled, from the scores; a NaN where the row has none.
+  std::vector<double> Fitted(std::size_t m) const {
+    std::vector<double> fitted(result_.components.front().score.size());
+    for (const PlsComponent& component : result_.components) {
+      for (std::size_t i = 0; i < fitted.size(); ++i) fitted[i] += component.score[i] * component.yWeight[m];
+    }
+    for (double& value : fitted) value /= result_.y.unit;
+    return fitted;
   }
 
   const PlsSettings& settings_;
@@ -184,128 +184,21 @@ class PlsRun : private ComponentLoop {
   const std::unique_ptr<NCPLS> model_;
   NCIntegralVector<int, -99> cvGroups_;
   std::unique_ptr<PLSCrossValidation> crossValidation_;
-  std::vector<std::vector<double>> cvPredicted_;
+  ScaledFits fits_;
   PlsComponent newest_;
   Remainder newestLeft_;
   PlsResult& result_;
 };
 
-double RootMeanSquare(double sum, double degreesOfFreedom) {
-  return degreesOfFreedom > 0.0 ? std::sqrt(sum / degreesOfFreedom) : kNoValue;
-}
-
-/// What comes out for each response in its original unit.
-class ResponseFits {
- public:
-  /// `raw` is Y as it was read.
-  ResponseFits(const Matrix& raw, PlsResult& result) : raw_(raw), result_(result), responses_(result.y.names.size()) {}
-
-  /// `cvPredicted` is responses x observations, scaled; empty without cross-validation.
-  void AddAll(const std::vector<std::vector<double>>& cvPredicted, bool isCentred) {
-    result_.responses.resize(responses_);
-    AddCoefficients();
-    for (std::size_t m = 0; m < responses_; ++m) {
-      ResponseFit& fit = result_.responses[m];
-      for (int i = 1; i <= raw_.SizeRows(); ++i) fit.fitted.push_back(result_.y.Original(m, Fitted(i, m)));
-      const double used = static_cast<double>(result_.components.size()) + (isCentred ? 1.0 : 0.0);
-      fit.rmsee = Error(fit.fitted, m, used);
-      if (cvPredicted.empty()) continue;
-      for (const double scaled : cvPredicted[m]) fit.predictedCv.push_back(result_.y.Original(m, scaled));
-      fit.rmsecv = Error(fit.predictedCv, m, 0.0);
-    }
-  }
-
- private:
-  void AddCoefficients() {
-    const Matrix b = NCPLS::GetRegressionCoefficients(result_.P, result_.W, result_.C);
-    for (std::size_t m = 0; m < responses_; ++m) {
-      const ColumnScale& y = result_.y.scales[m];
-      ResponseFit& fit = result_.responses[m];
-      fit.intercept = y.centre;
-      for (std::size_t k = 0; k < result_.x.scales.size(); ++k) {
-        const ColumnScale& x = result_.x.scales[k];
-        const float scaled = b[static_cast<int>(k) + 1][static_cast<int>(m) + 1];
-        fit.coefficients.push_back(scaled == kGap ? kNoValue : static_cast<double>(scaled) * x.weight / y.weight);
-        fit.intercept -= fit.coefficients.back() * x.centre;
-      }
-    }
-  }
-
-  /// Scaled, from the scores; a NaN where the row has none.
-  double Fitted(int i, std::size_t m) const {
-    double sum = 0.0;
-    for (const PlsComponent& component : result_.components) {
-      sum += component.score[static_cast<std::size_t>(i) - 1] * component.yWeight[m];
-    }
-    return sum / result_.y.unit;
-  }
-
-  double Error(const std::vector<double>& values, std::size_t m, double used) const {
-    double sum = 0.0;
-    double present = 0.0;
-    for (int i = 1; i <= raw_.SizeRows(); ++i) {
-      const float y = raw_[i][static_cast<int>(m) + 1];
-      const double value = values[static_cast<std::size_t>(i) - 1];
-      if (y == kGap || std::isnan(value)) continue;
-      sum += (static_cast<double>(y) - value) * (static_cast<double>(y) - value);
-      present += 1.0;
-    }
-    return RootMeanSquare(sum, present - used);
-  }
-
-  const Matrix& raw_;
-  PlsResult& result_;
-  const std::size_t responses_;
-};
-
-// A row that holds nothing of X takes no part: neither in the scaling of Y, nor in what there is to explain of it.
-void BlankResponsesWithoutX(const Matrix& x, Matrix& y) {
-  for (int i = 1; i <= x.SizeRows(); ++i) {
-    if (x[i].GetNumMisVal() == x[i].Size()) y.SetRow(i, kGap);
-  }
-}
-
-void RefuseEmptyResponses(const std::string& source, const PreparedColumns& y) {
-  if (y.dropped.empty()) return;
-  const auto& [name, reason] = y.dropped.front();
-  throw BadData(
-      fmt::format("{}: response {} cannot be modelled ({}); leave it out of --y", source, Quoted(name), reason));
-}
-
 }  // namespace
 
 PlsResult FitPls(Table& table, const PlsSettings& settings, NCProgress* progress) {
   PlsResult result;
-  result.gaps = CountGaps(table.x);
-  result.yGaps = CountGaps(table.y);
-  const int variables = settings.transforms.Size() == 0 ? 0 : static_cast<int>(table.variables.size());
-  const int responses = settings.transforms.Size() - variables;
-  PreparedTable x =
-      Prepare({table.source, table.x, table.variables, table.rowIds, PartOf(settings.transforms, 1, variables)},
-              settings.scaling);
-  RefuseNothingLeft(table.source, x);
-  result.gaps.emptyRows = EmptyRows(x.x, table.rowIds);
-  BlankResponsesWithoutX(x.x, table.y);
-  const Matrix rawY = table.y;
-  PreparedTable y = Prepare(
-      {table.source, table.y, table.responses, table.rowIds, PartOf(settings.transforms, variables + 1, responses)},
-      settings.yScaling);
-  RefuseEmptyResponses(table.source, y.columns);
-  for (const PreparedTable* part : {&x, &y}) {
-    if (part->note) result.notes.push_back(*part->note);
-  }
-  result.x = x.columns;
-  result.y = y.columns;
-
-  PlsRun run(x.x, y.x, settings, table.rowIds.size() - result.gaps.emptyRows.size(), result);
-  if (!run.HasData()) throw BadData(table.source + ": every value of X is zero, so there is nothing to model");
-  if (settings.isCrossValidated) {
-    const CvGroups groups = MakeCvGroups(table, settings.cvGroups, static_cast<int>(table.rowIds.size()));
-    if (!groups.note.empty()) result.notes.push_back(groups.note);
-    run.CrossValidateBy(groups);
-  }
+  RegressionData data = PrepareRegression(table, settings, result);
+  PlsRun run(data, settings, result);
+  if (settings.isCrossValidated) run.CrossValidateBy(MakeCvGroups(table, settings, result));
   run.FitAll(table.source, progress);
-  ResponseFits(rawY, result).AddAll(run.CvPredicted(), IsCentred(settings.yScaling));
+  run.AddResponses(table, data.rawY);
   return result;
 }
 

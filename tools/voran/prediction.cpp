@@ -7,10 +7,11 @@
 #include <fmt/format.h>
 
 #include "tools/voran/component_numbers.h"
+#include "tools/voran/csv_writer.h"
 #include "tools/voran/failure.h"
+#include "tools/voran/model_kind.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/terminal.h"
-#include "voran/models/row_prediction.h"
 #include "voran/platform/nc_error.h"
 
 namespace tool {
@@ -18,30 +19,36 @@ namespace {
 
 using Matrix = NCDataMatrix<float>;
 
-detail::RowPredictions PredictScaled(const Matrix& x, const SavedModel& model, double maxMissing,
-                                     NCProgress* progress) {
+ScaledPrediction PredictScaled(const Matrix& x, const SavedModel& model, double maxMissing, NCProgress* progress) {
   try {
-    return detail::PredictRows(x, {model.W, model.P, model.C}, static_cast<float>(maxMissing), progress);
+    return KindOf(model).predict(x, model, maxMissing, progress);
   } catch (const NCError&) {
     StopIfInterrupted();
     throw;
   }
 }
 
+void AddScores(const Matrix& scores, int i, double unit, std::vector<double>& row) {
+  for (const NCDataVector<float>& score : scores) {
+    row.push_back(score[i] == kGap ? kNoValue : unit * static_cast<double>(score[i]));
+  }
+}
+
 // Scores and distances of row i, counted from 1.
-void AddRow(int i, const NCDataVector<float>& row, const detail::RowPredictions& rows, const SavedModel& model,
+void AddRow(int i, const NCDataVector<float>& row, const ScaledPrediction& rows, const SavedModel& model,
             Prediction& prediction) {
   std::vector<double> scores;
-  for (int a = 1; a <= rows.TPrim.SizeRows(); ++a) {
-    const float score = rows.TPrim[a][i];
-    scores.push_back(score == kGap ? kNoValue : model.x.unit * static_cast<double>(score));
-  }
+  AddScores(rows.T, i, model.x.unit, scores);
+  AddScores(rows.TO, i, model.x.unit, scores);
   const bool isRefused = std::any_of(scores.begin(), scores.end(), [](double t) { return std::isnan(t); });
   if (isRefused) std::fill(scores.begin(), scores.end(), kNoValue);  // a row has all of them, or none
-  for (std::size_t a = 0; a < scores.size(); ++a) prediction.scores[a].push_back(scores[a]);
+  for (std::size_t a = 0; a < scores.size(); ++a) {
+    const std::size_t predictive = prediction.scores.size();
+    (a < predictive ? prediction.scores[a] : prediction.orthoScores[a - predictive]).push_back(scores[a]);
+  }
   const int present = row.Size() - row.GetNumMisVal();
   const double residual =
-      isRefused ? kNoValue : model.x.unit * RowResidual(rows.residualSS[i], present, rows.TPrim.SizeRows());
+      isRefused ? kNoValue : model.x.unit * RowResidual(rows.residualSS[i], present, static_cast<int>(scores.size()));
   prediction.residual.push_back(residual);
   prediction.distance.push_back(model.spread.residual > 0.0 ? residual / model.spread.residual : kNoValue);
   prediction.t2.push_back(model.spread.T2(scores));
@@ -68,6 +75,19 @@ void Compare(const Table& table, const std::string& name, PredictedResponse& res
   if (response.observed > 0) response.rmsep = std::sqrt(sum / static_cast<double>(response.observed));
 }
 
+PredictedClasses PredictClasses(const Table& table, const ClassResponses& column, const Prediction& prediction) {
+  PredictedClasses classes;
+  classes.given = GiveClasses(column, Each(prediction.responses, &PredictedResponse::values));
+  const auto place = std::find_if(table.classes.begin(), table.classes.end(),
+                                  [&](const TextColumn& text) { return text.name == column.name; });
+  if (place == table.classes.end()) return classes;
+  for (const std::string& cell : place->values) {
+    classes.own.push_back(column.IndexOf(cell));
+    if (classes.own.back() == kNoClass && !IsMissingCell(cell)) ++classes.unknown;
+  }
+  return classes;
+}
+
 }  // namespace
 
 std::string LeastText(double maxMissing, std::size_t components) {
@@ -79,8 +99,9 @@ Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCP
   PreparedTable prepared = PrepareLike({table.source, table.x, table.variables, table.rowIds, {}}, model.x);
   if (prepared.note) prediction.notes.push_back(*prepared.note);
   prediction.gaps = CountGaps(prepared.x);
-  const detail::RowPredictions rows = PredictScaled(prepared.x, model, maxMissing, progress);
-  prediction.scores.resize(static_cast<std::size_t>(rows.TPrim.SizeRows()));
+  const ScaledPrediction rows = PredictScaled(prepared.x, model, maxMissing, progress);
+  prediction.scores.resize(model.Components());
+  prediction.orthoScores.resize(model.OrthogonalComponents());
   prediction.responses.resize(model.y.names.size());
   for (int i = 1; i <= prepared.x.SizeRows(); ++i) {
     AddRow(i, prepared.x[i], rows, model, prediction);
@@ -90,9 +111,12 @@ Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCP
   }
   if (prediction.refused.size() == table.rowIds.size()) {
     throw BadData(fmt::format("{}: no row can be predicted: each holds too little ({})", table.source,
-                              LeastText(maxMissing, prediction.scores.size())));
+                              LeastText(maxMissing, prediction.AllComponents())));
   }
   for (std::size_t m = 0; m < model.y.names.size(); ++m) Compare(table, model.y.names[m], prediction.responses[m]);
+  for (const ClassResponses& column : model.classes) {
+    prediction.classes.push_back(PredictClasses(table, column, prediction));
+  }
   return prediction;
 }
 

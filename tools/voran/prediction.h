@@ -19,16 +19,27 @@ struct PredictedResponse {
   std::size_t observed = 0;
 };
 
+/// The classes that a model gives the rows of a new table.
+struct PredictedClasses {
+  std::vector<int> given;   ///< one a row
+  std::vector<int> own;     ///< one a row, where the table has the column of classes; empty where it has not
+  std::size_t unknown = 0;  ///< rows of a class that the model does not know
+};
+
 /// New rows under a model; one element a row, a NaN where it cannot be had.
 struct Prediction {
-  std::vector<PredictedResponse> responses;  ///< those of the model, in their order
-  std::vector<std::vector<double>> scores;   ///< one a component
-  std::vector<double> residual;              ///< standard deviation of the row's residuals
-  std::vector<double> distance;              ///< that, by the pooled one of the rows of the fit
+  std::vector<PredictedResponse> responses;      ///< those of the model, in their order
+  std::vector<PredictedClasses> classes;         ///< those of the model, in their order
+  std::vector<std::vector<double>> scores;       ///< one a component
+  std::vector<std::vector<double>> orthoScores;  ///< one an orthogonal component
+  std::vector<double> residual;                  ///< standard deviation of the row's residuals
+  std::vector<double> distance;                  ///< that, by the pooled one of the rows of the fit
   std::vector<double> t2;
   GapCounts gaps;                    ///< over the columns of the model
   std::vector<std::string> refused;  ///< ids of the rows that hold too little for all components
   std::vector<std::string> notes;    ///< what the user should know of the data, a sentence each
+
+  std::size_t AllComponents() const { return scores.size() + orthoScores.size(); }
 };
 
 /// What a row has to hold: "--max-missing 0.5, and 3 values at least".

@@ -16,6 +16,7 @@ struct PredictionReport {
   const SavedModel& model;
   double maxMissing;
   const Prediction& prediction;
+  bool predictsX;  ///< the responses are the columns of X, and those of Y predict them
 };
 
 /// A table for the terminal, of the first rows.

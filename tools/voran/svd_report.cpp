@@ -77,10 +77,10 @@ void WriteSvdTables(const SvdReport& report, OutputDirectory& folder) {
     }
   });
   folder.Write("u.csv", [&](std::ostream& out) {
-    WriteNumberedColumns(out, report.table.idName, report.table.rowIds, 'u', Each(triples, &SingularTriple::left));
+    WriteNumberedColumns(out, report.table.idName, report.table.rowIds, {{"u", Each(triples, &SingularTriple::left)}});
   });
   folder.Write("v.csv", [&](std::ostream& out) {
-    WriteNumberedColumns(out, "variable", report.result.variables, 'v', Each(triples, &SingularTriple::right));
+    WriteNumberedColumns(out, "variable", report.result.variables, {{"v", Each(triples, &SingularTriple::right)}});
   });
 }
 

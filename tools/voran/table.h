@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/voran/class_responses.h"
 #include "tools/voran/table_roles.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/platform/progress.h"
@@ -31,8 +32,9 @@ struct Table {
   std::string idName;                  ///< heading of `rowIds`
   std::vector<std::string> rowIds;     ///< one a row; positions from 1 if no column names the rows
   std::vector<TextColumn> classes;
-  std::optional<TextColumn> cvGroups;  ///< the group of each row
-  std::vector<std::string> notes;      ///< what was recognised and assumed, a sentence each, for the user
+  std::vector<ClassColumn> classResponses;  ///< those that the last of `responses`, of 0 and 1, were made of
+  std::optional<TextColumn> cvGroups;       ///< the group of each row
+  std::vector<std::string> notes;           ///< what was recognised and assumed, a sentence each, for the user
 };
 
 /// More cells than this cannot be counted by the matrix.

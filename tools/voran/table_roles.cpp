@@ -163,6 +163,7 @@ void GiveByName(const std::string& source, const ModelColumns& model, ColumnPlan
   std::unordered_map<std::string_view, ColumnRole> wanted;
   for (const std::string& name : model.variables) wanted.emplace(name, ColumnRole::kVariable);
   for (const std::string& name : model.responses) wanted.emplace(name, ColumnRole::kResponse);
+  for (const std::string& name : model.classes) wanted.emplace(name, ColumnRole::kClass);
   std::set<std::string_view> found;
   for (std::size_t c = 0; c < plan.names.size(); ++c) {
     const auto match = wanted.find(plan.names[c]);
@@ -226,7 +227,7 @@ std::vector<std::string> ColumnPlan::NamesOf(ColumnRole role) const {
 }
 
 ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>& names, bool firstNamesRows,
-                       const RoleRequest& request) {
+                       const RoleRequest& request, const std::vector<std::size_t>& textColumns) {
   ColumnPlan plan;
   plan.names = names;
   plan.isForModel = request.model.has_value();
@@ -237,6 +238,9 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
   giver.Give(request.classes, "--class", ColumnRole::kClass);
   giver.GiveOne(request.cvGroups, "--cv-column", ColumnRole::kCvGroup);
   giver.Give(request.responses, "--y", ColumnRole::kResponse);
+  for (const std::size_t c : textColumns) {
+    if (plan.roles[c] == ColumnRole::kResponse) plan.roles[c] = ColumnRole::kClassResponse;
+  }
   giver.Give(request.variables, "--x", ColumnRole::kVariable);
   giver.Give(request.unused, "--exclude", ColumnRole::kUnused);
   if (request.model) GiveByName(source, *request.model, plan);

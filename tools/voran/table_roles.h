@@ -9,11 +9,12 @@ namespace tool {
 
 /// What a column of the input is used for.
 enum class ColumnRole : unsigned char {
-  kVariable,  ///< a column of numbers that goes into the matrix
-  kId,        ///< names the rows
-  kClass,     ///< names the group of each row, kept as text
-  kResponse,  ///< a column of numbers that a model predicts
-  kCvGroup,   ///< says which rows cross-validation leaves out together, kept as text
+  kVariable,       ///< a column of numbers that goes into the matrix
+  kId,             ///< names the rows
+  kClass,          ///< names the group of each row, kept as text
+  kResponse,       ///< a column of numbers that a model predicts
+  kClassResponse,  ///< a column of class names that a model predicts: a response of 0 and 1 for each class
+  kCvGroup,        ///< says which rows cross-validation leaves out together, kept as text
   kUnused,
 };
 
@@ -27,6 +28,7 @@ constexpr bool HoldsNumbers(ColumnRole role) {
 struct ModelColumns {
   std::vector<std::string> variables;
   std::vector<std::string> responses;
+  std::vector<std::string> classes;  ///< columns of class names that it has responses for; taken as the responses are
 };
 
 /// The roles as the user asks for them. Each entry is one argument of an option: a list of items parted by commas.
@@ -64,10 +66,11 @@ struct ColumnPlan {
 
 /// Gives each column its role. `firstNamesRows` says that the first column looks as if it named the rows; it does then,
 /// unless the request gives it another role, another column is the id, or `noId` is set.
+/// A response among the `textColumns` (counted from 0) is one of class names.
 /// Throws `Failure`: wrong use for an item that fits no column, fits several, or gives a column a second role; bad data
 /// for two columns of one name among those that are used, when no variable is left, and when one of a model is missing.
 ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>& names, bool firstNamesRows,
-                       const RoleRequest& request);
+                       const RoleRequest& request, const std::vector<std::size_t>& textColumns = {});
 
 /// The columns (counted from 0, in table order) that one argument of `option` selects.
 std::vector<std::size_t> SelectColumns(const std::vector<std::string>& names, const std::string& argument,

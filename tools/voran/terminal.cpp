@@ -32,8 +32,10 @@ class TerminalDisplay : public ProgressDisplay {
   }
 
  private:
+  // The outermost work alone: what goes on inside it would take turns with it in the same line.
   static void Show(const ProgressView& view, bool hasPosition) {
     constexpr int kBarWidth = 30;
+    if (view.depth > 0) return;
     if (!hasPosition || !view.isLengthKnown) return Put(fmt::format("\r{} ...\x1b[K", view.text));
     const int done = static_cast<int>(view.fraction * kBarWidth);
     Put(fmt::format("\r{} [{:#<{}}{:.<{}}] {:3.0f} %\x1b[K", view.text, "", done, "", kBarWidth - done,

@@ -19,6 +19,7 @@ std::string TextTable::Text() const {
     for (std::size_t c = 1; c < row.size(); ++c) {
       text += "  " + std::string(widths[c] - Length(row[c]), ' ') + row[c];
     }
+    while (text.ends_with(' ')) text.pop_back();  // of cells at the end that are empty
     text += '\n';
   }
   return text;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <boost/thread/thread.hpp>
+#include <omp.h>
 
 #include "voran/containers/column_sums.h"
 #include "voran/containers/data_matrix.h"
@@ -116,7 +117,8 @@ void NCDataMatrix<T>::SpecialNipalsRegressColumnsFixImpl(const NCDataVector<T>& 
   using Weight = typename NipalsPass<T>::Weight;
   NipalsPass<T> pass(*this);
   pass.ReserveSums();
-  const int processors = ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
+  const bool isAlone = omp_in_parallel() == 0;
+  const int processors = isAlone && ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
   const int chunks = std::max(1, std::min(processors, numColumns_));
   const int chunk = (numColumns_ + chunks - 1) / chunks;
   RunInThreads(chunks, [&](int c) {

@@ -286,7 +286,7 @@ class VORAN_EXPORT NCDataVector : public StreamWalk<NCDataVector<T>, detail::Vir
 
   std::int32_t alignOffset_ = 0;  ///< bytes between the allocation and data_
   std::int32_t size_ = 0;
-  T* data_ = nullptr;  ///< 1-based: data_[0] is not used
+  T* data_ = nullptr;                   ///< 1-based: data_[0] is not used
   detail::VectorLink* link_ = nullptr;  ///< at the beginning of the allocation; null without one
   std::int32_t numMisVal_ = 0;
   std::int32_t capacity_ = 0;

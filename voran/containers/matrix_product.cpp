@@ -86,6 +86,7 @@ MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft,
 template <typename T>
 int MatrixProduct<T>::CountThreads() const {
   constexpr double kLeastForAThread = 1 << 19;
+  if (StaySingleIfSmall::IsSingle()) return 1;
   const int blocks = (std::max(left_.lines, right_.lines) + kProductBlock - 1) / kProductBlock;
   const double products = static_cast<double>(left_.lines) * right_.lines * left_.terms;
   const auto worthwhile = static_cast<int>(std::min(products / kLeastForAThread, 1024.0));

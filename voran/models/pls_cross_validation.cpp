@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <vector>
 
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
 #include "voran/models/convergence.h"
 #include "voran/models/cv_groups.h"
+#include "voran/models/cv_split.h"
 #include "voran/models/left_out_fits.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_prediction.h"
@@ -23,36 +23,6 @@ using detail::Q2;
 using Groups = NCIntegralVector<int, -99>;
 using Matrix = NCDataMatrix<float>;
 using Vector = NCDataVector<float>;
-
-/// The data of one group's sub-model; rows share their elements with the model's.
-struct PLSCrossValidation::Round {
-  Round(const NCPLS& model, const Groups& rowGroups, int group)
-      : xTrain(0, model.GetXResiduals()->SizeColumns(), kMissing<float>),
-        yTrain(0, model.GetYResiduals()->SizeColumns(), kMissing<float>),
-        xTest(0, model.GetXResiduals()->SizeColumns(), kMissing<float>) {
-    const Matrix& x = *model.GetXResiduals();
-    const Matrix& y = *model.GetYResiduals();
-    const auto left = static_cast<int>(std::count(rowGroups.begin(), rowGroups.end(), group));
-    xTest.ReserveRows(left);
-    for (Matrix* m : {&xTrain, &yTrain}) m->ReserveRows(x.SizeRows() - left);
-    for (int i = 1; i <= x.SizeRows(); ++i) {
-      if (rowGroups[i] == group) {
-        xTest.push_back(x[i]);
-        test.push_back(i);
-      } else {
-        xTrain.push_back(x[i]);
-        yTrain.push_back(y[i]);
-        train.push_back(i);
-      }
-    }
-  }
-
-  Matrix xTrain;
-  Matrix yTrain;
-  Matrix xTest;
-  std::vector<int> train;  // rows of the model's data
-  std::vector<int> test;
-};
 
 PLSCrossValidation::PLSCrossValidation(NCPLS* model, int groups, const Groups* rowGroups)
     : PLSCrossValidation(model, 0.0f, Vector(model->GetYResiduals()->SizeColumns(), 0.0f), groups, rowGroups) {}
@@ -136,7 +106,7 @@ void PLSCrossValidation::TakeLeftOut(int group, const detail::LeftOutFit& fit, c
 
 void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int iterationLimit, NCProgress* progress,
                                        bool silent) {
-  Round round(*model_, rowGroups_, group);
+  detail::CvSplit round(*model_->GetXResiduals(), *model_->GetYResiduals(), rowGroups_, group);
   if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.yTrain.GetSS()));
   NCPLS sub(&round.xTrain, &round.yTrain, iterationLimit);
   if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
@@ -153,7 +123,7 @@ void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int
   Keep((*sub.GetWprim())[1], (*sub.GetPprim())[1], (*sub.GetCprim())[1], scores, modelWeight);
 }
 
-void PLSCrossValidation::PredictLeftOut(const Round& round, const NCPLS& sub, Vector& scores) {
+void PLSCrossValidation::PredictLeftOut(const detail::CvSplit& round, const NCPLS& sub, Vector& scores) {
   constexpr float kPracticallyAnyRow = 0.9999f;
   const Matrix& y = *model_->GetYResiduals();
   NCPLSPred prediction(&round.xTest, sub.GetWprim(), sub.GetPprim(), sub.GetCprim(), kPracticallyAnyRow);
@@ -222,13 +192,6 @@ int CountAbove(const Vector& values, int n, float limit) {
   return count;
 }
 
-/// How many responses must be predicted for a component to count: a fifth of many, the root of few.
-int ResponsesNeeded(int responses) {
-  constexpr int kMany = 25;
-  const double share = responses >= kMany ? responses * 0.2 : std::sqrt(responses);
-  return static_cast<int>(std::lround(static_cast<float>(share)));
-}
-
 }  // namespace
 
 SignificanceE::Significance PLSCrossValidation::GetSignificance(int observations, int xVariables, int yVariables,
@@ -239,7 +202,8 @@ SignificanceE::Significance PLSCrossValidation::GetSignificance(int observations
   if (std::min(xVariables, observations - 3) <= components) return SignificanceE::kN3;
   if (r2x < kLittleOfX && CountAbove(r2y, yVariables, kLittleOfY) == 0) return SignificanceE::kN4;
   if (q2 > q2Limit) return SignificanceE::kR1;
-  return CountAbove(q2y, yVariables, q2Limit) < ResponsesNeeded(yVariables) ? SignificanceE::kNS : SignificanceE::kR2;
+  return CountAbove(q2y, yVariables, q2Limit) < detail::ResponsesNeeded(yVariables) ? SignificanceE::kNS
+                                                                                    : SignificanceE::kR2;
 }
 
 }  // namespace voran

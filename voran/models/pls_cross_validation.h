@@ -15,8 +15,9 @@ class NCPLS;
 class NCProgress;
 
 namespace detail {
+struct CvSplit;
 struct LeftOutFit;
-}
+}  // namespace detail
 
 /// How well the newest component of a PLS model predicts Y for observations that were left out.
 ///
@@ -76,11 +77,9 @@ class VORAN_EXPORT PLSCrossValidation : public VStreamBase {
   const NCDataMatrix<float>* GetYPredResiduals() const { return &YPredResiduals_; }
 
  private:
-  struct Round;
-
   void LeaveGroupOut(int group, const NCDataVector<float>& modelWeight, int iterationLimit, NCProgress* progress,
                      bool silent);
-  void PredictLeftOut(const Round& round, const NCPLS& sub, NCDataVector<float>& scores);
+  void PredictLeftOut(const detail::CvSplit& round, const NCPLS& sub, NCDataVector<float>& scores);
   void TakeLeftOut(int group, const detail::LeftOutFit& fit, const NCDataVector<float>& modelWeight);
   void Keep(const NCDataVector<float>& w, const NCDataVector<float>& p, const NCDataVector<float>& c,
             const NCDataVector<float>& scores, const NCDataVector<float>& modelWeight);

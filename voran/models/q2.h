@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 
 #include "voran/containers/missing_value.h"
 
@@ -28,6 +29,14 @@ class Q2 {
     return hadNothing ? 0.0f : 1.0f;
   }
 };
+
+/// How many responses must be predicted for a component to count although the whole of Y is not: a fifth of many, the
+/// root of few.
+inline int ResponsesNeeded(int responses) {
+  constexpr int kMany = 25;
+  const double share = responses >= kMany ? responses * 0.2 : std::sqrt(responses);
+  return static_cast<int>(std::lround(static_cast<float>(share)));
+}
 
 }  // namespace detail
 }  // namespace voran

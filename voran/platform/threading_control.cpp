@@ -69,7 +69,7 @@ void ThreadingControl::Reset() {
 namespace detail {
 
 int ParallelWidth() {
-  return CurrentSettings().width.load(std::memory_order_relaxed);
+  return omp_in_parallel() != 0 ? 1 : CurrentSettings().width.load(std::memory_order_relaxed);
 }
 
 }  // namespace detail

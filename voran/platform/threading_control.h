@@ -29,7 +29,8 @@ class VORAN_EXPORT ThreadingControl {
 
 namespace detail {
 
-/// What every parallel region of the library names in num_threads: the thread count last given to OpenMP.
+/// What every parallel region of the library names in num_threads: the thread count last given to OpenMP, or 1 inside
+/// of a region, where no second team is to start on top of the first.
 ///
 /// OpenMP keeps its own count per calling thread. Without naming it, a region entered from a thread of the host's would
 /// not know of a setting made on another.

@@ -1,0 +1,50 @@
+#include "voran/orthogonal/covariances.h"
+
+#include <cstddef>
+
+#include <gtest/gtest.h>
+
+#include "tests/models/model_samples.h"
+#include "voran/platform/threading_control.h"
+
+namespace {
+
+using NCMultiThreading::ThreadingControl;
+using samples::FloatMatrix;
+using samples::kGap;
+using samples::Related;
+using samples::WithGaps;
+
+FloatMatrix Filled(FloatMatrix m) {
+  for (int i = 1; i <= m.SizeRows(); ++i) {
+    for (int j = 1; j <= m.SizeColumns(); ++j) {
+      if (m[i][j] == kGap) m(i, j, 0.0f);
+    }
+  }
+  return m;
+}
+
+/// On both sides of a chunk of 512 columns, in one and in several blocks of rows, and on both sides of the width from
+/// which the product of matrices takes over.
+TEST(Covariances, AreTheProductOfTheFilledMatrices) {
+  for (const std::size_t rows : {1U, 5U, 130U}) {
+    for (const std::size_t columns : {1U, 511U, 1026U}) {
+      for (const std::size_t responses : {1U, 6U, 7U}) {
+        const FloatMatrix x = WithGaps(Related(rows, columns, 1, 3).x, 2);
+        const FloatMatrix y = WithGaps(Related(rows, responses, 1, 4).x, 5);
+        const FloatMatrix expected = Filled(y).MatrixMultiply(Filled(x), true, false, false);
+        for (const int threads : {1, 3}) {
+          ThreadingControl::SetNumberOfProcessors(threads);
+          ThreadingControl::SetThreadingIsOn(true);
+          EXPECT_TRUE(detail::Covariances(y, x) == expected) << rows << " x " << columns << ", " << responses;
+          EXPECT_EQ(detail::Covariances(y, x).GetNumMisVal(), 0);
+          FloatMatrix f = y;
+          EXPECT_TRUE(detail::RowCovariances(f.Transpose(), x) == expected);
+        }
+      }
+    }
+  }
+  ThreadingControl::Reset();
+}
+
+}  // namespace

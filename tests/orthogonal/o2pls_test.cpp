@@ -1,0 +1,310 @@
+#include "voran/orthogonal/o2pls.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/models/model_samples.h"
+#include "tests/orthogonal/o2pls_samples.h"
+#include "tests/orthogonal/plain_o2pls.h"
+#include "voran/orthogonal/o2pls_dimensionality.h"
+#include "voran/orthogonal/o2pls_prediction.h"
+#include "voran/platform/nc_error.h"
+
+namespace {
+
+using samples::AllOf;
+using samples::Blocks;
+using samples::BlockSizes;
+using samples::ExpectNear;
+using samples::ExpectSame;
+using samples::Fitted;
+using samples::FloatMatrix;
+using samples::FloatVector;
+using samples::MadeBlocks;
+using samples::PlainMatrix;
+using samples::ToPlain;
+
+/// An iterate stops within a relative squared change of 1e-10, and float elements lose a digit with each deflation.
+constexpr double kTolerance = 3e-4;
+/// Float elements alone.
+constexpr double kRounding = 1e-5;
+
+/// Rows that agree but for the sign of a row in all matrices: that of the first one decides.
+void ExpectNearUpToSigns(const std::vector<const FloatMatrix*>& matrices, std::vector<PlainMatrix> expected) {
+  ASSERT_EQ(static_cast<std::size_t>(matrices.front()->SizeRows()), expected.front().size());
+  for (std::size_t a = 0; a < expected.front().size(); ++a) {
+    const auto first = ToPlain((*matrices.front())[static_cast<int>(a) + 1]);
+    if (plain_o2pls::Dot(first, expected.front()[a]) > 0.0) continue;
+    for (PlainMatrix& m : expected) plain_o2pls::Scale(m[a], -1.0);
+  }
+  for (std::size_t k = 0; k < matrices.size(); ++k) {
+    SCOPED_TRACE(::testing::Message() << "matrix " << k);
+    ExpectNear(*matrices[k], expected[k], kTolerance);
+  }
+}
+
+TEST(O2pls, EqualsThePlainAlgorithm) {
+  const struct {
+    BlockSizes sizes;
+    int joint, xOrtho, yOrtho;
+  } cases[] = {{{}, 2, 2, 1}, {{.xColumns = 5, .yColumns = 14, .joint = 1, .yAlone = 3}, 1, 1, 3}, {{}, 3, 0, 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << c.joint << " + " << c.xOrtho << " + " << c.yOrtho);
+    const Blocks data = MadeBlocks(c.sizes, 0.2, 11);
+    const NCO2PLS m = Fitted(data.x, data.y, c.joint, c.xOrtho, c.yOrtho);
+    const auto plain = plain_o2pls::Fit(ToPlain(data.x), ToPlain(data.y), static_cast<std::size_t>(c.joint),
+                                        static_cast<std::size_t>(c.xOrtho), static_cast<std::size_t>(c.yOrtho));
+    ExpectNearUpToSigns({&m.GetW(), &m.GetT(), &m.GetP(), &m.GetC(), &m.GetU(), &m.GetQ()},
+                        {plain.w, plain.t, plain.p, plain.c, plain.u, plain.q});
+    ExpectNearUpToSigns({&m.GetWo(), &m.GetTo(), &m.GetPo()}, {plain.wo, plain.to, plain.po});
+    ExpectNearUpToSigns({&m.GetCo(), &m.GetUo(), &m.GetQo()}, {plain.co, plain.uo, plain.qo});
+  }
+}
+
+TEST(O2pls, FindsTheSubspacesThatTheDataWereMadeOf) {
+  const Blocks data = MadeBlocks({.xAlone = 2, .yAlone = 1}, 0.0, 3);
+  const NCO2PLS m = Fitted(data.x, data.y, 2, 2, 1);
+  const struct {
+    const FloatMatrix& found;
+    const PlainMatrix& made;
+  } cases[] = {{m.GetT(), data.joint}, {m.GetU(), data.joint}, {m.GetTo(), data.xAlone}, {m.GetUo(), data.yAlone}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(c.found.SizeRows(), static_cast<int>(c.made.size()));
+    for (const FloatVector& t : c.found) EXPECT_LT(plain_o2pls::ShareOutside(ToPlain(t), c.made), kTolerance);
+  }
+  // Y has the joint scores twice, and neither block has anything of the other's own.
+  EXPECT_LT(m.GetR().GetSS() / m.GetSSXOrig(), kRounding);
+  EXPECT_LT(m.GetS().GetSS() / m.GetSSYOrig(), kRounding);
+}
+
+TEST(O2pls, MatricesKeepTheirDefinitions) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  const NCO2PLS m = Fitted(data.x, data.y, 2, 2, 2);
+  EXPECT_TRUE(m.GetX() == data.x && m.GetY() == data.y) << "the data stay as they were";
+  EXPECT_FLOAT_EQ(m.GetSSXOrig(), static_cast<float>(plain_o2pls::SumOfSquares(ToPlain(data.x))));
+  EXPECT_FLOAT_EQ(m.GetSSYOrig(), static_cast<float>(plain_o2pls::SumOfSquares(ToPlain(data.y))));
+  for (const FloatMatrix* weights : {&m.GetW(), &m.GetC(), &m.GetWo(), &m.GetCo()}) {
+    for (const FloatVector& w : *weights) EXPECT_NEAR(w.GetSS(), 1.0, kRounding);
+  }
+  for (int j = 1; j <= 2; ++j) {
+    ExpectNear(m.GetS()[j], plain_o2pls::ColumnSlopes(ToPlain(data.y), ToPlain(m.GetTo()[j])), kRounding);
+    ExpectNear(m.GetR()[j], plain_o2pls::ColumnSlopes(ToPlain(data.x), ToPlain(m.GetUo()[j])), kRounding);
+  }
+  // T T' Lambda = T U' and U U' XLambda = U T'.
+  const PlainMatrix t = ToPlain(m.GetT());
+  const PlainMatrix u = ToPlain(m.GetU());
+  using plain_o2pls::Times;
+  using plain_o2pls::TimesTransposed;
+  ExpectNear(samples::ToMatrix(Times(TimesTransposed(t, t), ToPlain(m.GetLambda()))), TimesTransposed(t, u), kRounding);
+  ExpectNear(samples::ToMatrix(Times(TimesTransposed(u, u), ToPlain(m.GetXLambda()))), TimesTransposed(u, t),
+             kRounding);
+  // The first component without orthogonal ones is made by the regressions themselves, to the bit.
+  const NCO2PLS plain = Fitted(data.x, data.y, 1, 0, 0);
+  EXPECT_TRUE(plain.GetT()[1] == data.x.SpecialNipalsRegressRowsFix(plain.GetW()[1]));
+  EXPECT_TRUE(plain.GetP()[1] == data.x.SpecialNipalsRegressColumnsFix(plain.GetT()[1]));
+  FloatVector c = data.y.SpecialNipalsRegressColumnsFix(plain.GetT()[1]);
+  c.Normalise();
+  EXPECT_TRUE(plain.GetC()[1] == c);
+}
+
+TEST(O2pls, StepByStepEqualsFit) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  NCO2PLS m(data.x, data.y, true, 500);
+  m.NextOrthogonalComponent(true, 2);
+  m.CalculatePredictiveComps(2);
+  m.Finalise();
+  ExpectSame(AllOf(m), AllOf(Fitted(data.x, data.y, 2, 1, 0)));
+  const FloatMatrix before = m.GetT();
+  m.NextOrthogonalComponent(false, m.SizePredComps());
+  EXPECT_TRUE(m.GetT() == before) << "readable until it is calculated anew";
+  EXPECT_EQ(m.SizePredComps(), 2);
+  m.InitPredCompCalculation();
+  EXPECT_EQ(m.SizePredComps(), 0);
+  EXPECT_EQ(m.GetLambda().SizeRows(), 0);
+  m.NextPredictiveComp();
+  m.SubtractLastPredictiveComp();
+  m.NextPredictiveComp();
+  m.Finalise();
+  m.EndFit();
+  ExpectSame(AllOf(m), AllOf(Fitted(data.x, data.y, 2, 1, 1)));
+  EXPECT_EQ(m.SizeXSideOrthoComps(), 1);
+  EXPECT_EQ(m.SizeYSideOrthoComps(), 1);
+
+  m.Fit(1, 0, 2);
+  ExpectSame(AllOf(m), AllOf(Fitted(data.x, data.y, 1, 0, 2)));
+  m.UnFit();
+  for (const FloatMatrix& matrix : AllOf(m)) EXPECT_EQ(matrix.SizeRows(), 0);
+  m.Fit(0, 0, 0);
+  for (const FloatMatrix& matrix : AllOf(m)) EXPECT_EQ(matrix.SizeRows(), 0);
+}
+
+TEST(O2pls, CopiesAndSwappedModelsGoTheirOwnWays) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  NCO2PLS m = Fitted(data.x, data.y, 1, 1, 0);
+  const auto all = AllOf(m);
+  NCO2PLS copy(m);
+  copy.NextOrthogonalComponent(true, 1);
+  copy.CalculatePredictiveComps(1);
+  copy.Finalise();
+  copy.FlipXSideModel({true, true});
+  ExpectSame(AllOf(m), all);
+  const auto ofCopy = AllOf(copy);
+  NCO2PLS other;
+  other.swap(copy);
+  ExpectSame(AllOf(other), ofCopy);
+  EXPECT_EQ(copy.SizeXColumns(), 0);
+  EXPECT_EQ(copy.GetSSXOrig(), 0.0f);
+  EXPECT_EQ(other.GetSSXOrig(), m.GetSSXOrig());
+  EXPECT_EQ(other.SizeXColumns(), 11);
+  EXPECT_EQ(other.SizeYColumns(), 8);
+  EXPECT_THROW(other.NextOrthogonalComponent(true, 10), NCO2PLSDimensionalityException) << "the check went along";
+}
+
+TEST(O2pls, FlipsTurnWhatBelongsTogether) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  const NCO2PLS whole = Fitted(data.x, data.y, 2, 2, 2);
+  NCO2PLS m = whole;
+  m.FlipPredictiveModel({false, true}, {true, false});
+  m.FlipXSideModel({true, false});
+  m.FlipYSideModel({false, true});
+  const auto sign = [](const FloatVector& a, const FloatVector& b) { return a == b ? 1 : a == b * -1.0 ? -1 : 0; };
+  const auto signs = [&](auto get) {
+    return std::vector<int>{sign((m.*get)()[1], (whole.*get)()[1]), sign((m.*get)()[2], (whole.*get)()[2])};
+  };
+  for (const auto get : {&NCO2PLS::GetT, &NCO2PLS::GetP, &NCO2PLS::GetW, &NCO2PLS::GetUo, &NCO2PLS::GetCo,
+                         &NCO2PLS::GetQo, &NCO2PLS::GetR}) {
+    EXPECT_EQ(signs(get), (std::vector<int>{1, -1}));
+  }
+  for (const auto get : {&NCO2PLS::GetU, &NCO2PLS::GetC, &NCO2PLS::GetQ, &NCO2PLS::GetTo, &NCO2PLS::GetWo,
+                         &NCO2PLS::GetPo, &NCO2PLS::GetS}) {
+    EXPECT_EQ(signs(get), (std::vector<int>{-1, 1}));
+  }
+  ExpectNear(NCO2PLSYPred(&data.x, &m, 0).GetYPred(), ToPlain(NCO2PLSYPred(&data.x, &whole, 0).GetYPred()), kRounding);
+  ExpectNear(NCO2PLSXPred(&data.y, &m, 0).GetXPred(), ToPlain(NCO2PLSXPred(&data.y, &whole, 0).GetXPred()), kRounding);
+  m.FlipPredictiveModel({false, false}, {false, false});
+  m.FlipPredictiveModel({false, true}, {true, false});
+  m.FlipXSideModel({true, false});
+  m.FlipYSideModel({false, true});
+  ExpectSame(AllOf(m), AllOf(whole));
+}
+
+TEST(O2pls, CoefficientsGiveThePrediction) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  for (const int xOrtho : {0, 2}) {
+    const NCO2PLS m = Fitted(data.x, data.y, 2, xOrtho, 1);
+    const FloatMatrix b =
+        NCO2PLS::GetCoefficients(m.GetW(), m.GetP(), m.GetWo(), m.GetPo(), m.GetLambda(), m.GetS(), m.GetQ());
+    ExpectNear(data.x * b, ToPlain(NCO2PLSYPred(&data.x, &m, 0).GetYPred()), kRounding);
+  }
+}
+
+// Errors.
+
+template <class Error, class Work>
+std::string TextOf(const Work& work) {
+  try {
+    work();
+  } catch (const Error& error) {
+    return error.what();
+  }
+  return "nothing thrown";
+}
+
+TEST(O2pls, RefusesDataThatDoNotFit) {
+  const FloatMatrix x(5, 3, 1.0f);
+  FloatMatrix gap(5, 2, 1.0f);
+  gap(5, 2, samples::kGap);
+  EXPECT_EQ(TextOf<NCInternalError>([&] { NCO2PLS(x, FloatMatrix(4, 2, 1.0f), true, 10); }),
+            "NCO2PLS::NCO2PLS: The X and Y matrices have different number of rows.");
+  for (const bool inX : {true, false}) {
+    EXPECT_EQ(TextOf<NCInternalError>([&] { inX ? NCO2PLS(gap, x, true, 10) : NCO2PLS(x, gap, true, 10); }),
+              "NCO2PLS::NCO2PLS: The X and Y matrices can not contain missing values.");
+  }
+}
+
+TEST(O2pls, TellsACallOutOfSequence) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  NCO2PLS m(data.x, data.y, true, 10);
+  const std::string text = "NCO2PLS::NextPredictiveComp: Function call out of sequence.";
+  EXPECT_EQ(TextOf<NCInternalError>([&] { m.NextPredictiveComp(); }), text);
+  m.InitPredCompCalculation();
+  m.NextOrthogonalComponent(false, 1);
+  EXPECT_EQ(TextOf<NCInternalError>([&] { m.NextPredictiveComp(); }), text);
+  m.Fit(1, 1, 1);
+  EXPECT_EQ(TextOf<NCInternalError>([&] { m.NextPredictiveComp(); }), text);
+}
+
+TEST(O2pls, TellsAComponentThatCouldNotBeFormed) {
+  const Blocks data = MadeBlocks({}, 0.3, 5);
+  NCO2PLS m(data.x, FloatMatrix(40, 2, 0.0f), false, 10);
+  try {
+    m.Fit(1, 0, 0);
+    FAIL() << "nothing thrown";
+  } catch (const NCError& error) {
+    EXPECT_STREQ(error.what(), "OPLS model could not be calculated.");
+    EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+  }
+}
+
+TEST(O2pls, StopsAtTheDimensionsOfTheData) {
+  const struct {
+    std::size_t rows, columns;
+    int joint, possible;
+  } cases[] = {{20, 4, 1, 4}, {20, 4, 3, 2}, {5, 9, 1, 4}, {5, 9, 2, 3}, {20, 4, 5, 0}};
+  for (const auto& c : cases) {
+    for (const bool xSide : {true, false}) {
+      SCOPED_TRACE(::testing::Message() << c.rows << " x " << c.columns << ", " << c.joint << " of " << xSide);
+      const Blocks data = MadeBlocks(
+          {.rows = c.rows, .xColumns = xSide ? c.columns : 15, .yColumns = xSide ? 15 : c.columns, .joint = 1}, 1.0, 7);
+      NCO2PLS m(data.x, data.y, true, 20);
+      NCO2PLS unchecked(data.x, data.y, false, 20);
+      for (int j = 0; j < c.possible; ++j) m.NextOrthogonalComponent(xSide, c.joint);
+      try {
+        m.NextOrthogonalComponent(xSide, c.joint);
+        FAIL() << "nothing thrown";
+      } catch (const NCO2PLSDimensionalityException& error) {
+        EXPECT_EQ(error.GetDimensionality(), xSide ? 1 : 2);
+        EXPECT_EQ(error.GetPredictiveComps(), c.joint);
+        EXPECT_EQ(error.GetXSideOrthoComps(), xSide ? c.possible : 0);
+        EXPECT_EQ(error.GetYSideOrthoComps(), xSide ? 0 : c.possible);
+        EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+        const std::unique_ptr<NCO2PLSDimensionalityException> clone(error.Clone());
+        EXPECT_STREQ(clone->what(), error.what());
+        EXPECT_EQ(clone->GetPredictiveComps(), c.joint);
+      }
+      EXPECT_EQ(xSide ? m.SizeXSideOrthoComps() : m.SizeYSideOrthoComps(), c.possible) << "what was there stays";
+      EXPECT_NO_THROW(unchecked.NextOrthogonalComponent(xSide, c.joint));
+    }
+  }
+}
+
+TEST(O2pls, TellsWhichDimensionsRanOut) {
+  using E = NCO2PLSDimensionalityException;
+  const std::string end = "More components can not be calculated.";
+  const auto text = [](int sides, int xOrtho, int yOrtho) {
+    return E::FormatException(static_cast<E::Dimensionality>(sides), xOrtho, yOrtho).GetText();
+  };
+  EXPECT_EQ(text(1, 0, 5), "There are no OPLS-orthogonal dimensions in X.\n" + end);
+  EXPECT_EQ(text(1, 1, 0), "There is only 1 OPLS-orthogonal dimension in X.\n" + end);
+  EXPECT_EQ(text(1, 3, 0), "There are only 3 OPLS-orthogonal dimensions in X.\n" + end);
+  EXPECT_EQ(text(2, 5, 0), "There are no OPLS-orthogonal dimensions in Y.\n" + end);
+  EXPECT_EQ(text(2, 0, 1), "There is only 1 OPLS-orthogonal dimension in Y.\n" + end);
+  EXPECT_EQ(text(3, 0, 2),
+            "There are no OPLS-orthogonal dimensions in X.\n"
+            "There are only 2 OPLS-orthogonal dimensions in Y.\n" +
+                end);
+  EXPECT_EQ(E(E::kXSide, 2, 1, 0).what(), "There is only 1 OPLS-orthogonal dimension in X.\n" + end);
+}
+
+TEST(O2pls, TheSwitchForFillingInStartsOff) {
+  EXPECT_FALSE(NCO2PLS::GetShowMissingValueSupstitution());
+  NCO2PLS::SetShowMissingValueSupstitution(true);
+  EXPECT_TRUE(NCO2PLS::GetShowMissingValueSupstitution());
+  NCO2PLS::SetShowMissingValueSupstitution(false);
+}
+
+}  // namespace

@@ -1,0 +1,324 @@
+#include "voran/orthogonal/opls_cross_validation.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/models/model_samples.h"
+#include "tests/orthogonal/plain_opls.h"
+#include "voran/models/cv_groups.h"
+#include "voran/orthogonal/opls.h"
+#include "voran/platform/nc_error.h"
+#include "voran/platform/progress.h"
+
+namespace {
+
+using samples::ExpectNear;
+using samples::FloatMatrix;
+using samples::FloatVector;
+using samples::kGap;
+using samples::PlainMatrix;
+using samples::Related;
+using samples::ToPlain;
+using samples::WithGaps;
+using samples::XY;
+using Groups = NCIntegralVector<int, -99>;
+using Plain = std::vector<double>;
+
+/// Of float elements after several deflations, against double.
+constexpr double kTolerance = 1e-3;
+constexpr double kPlainGap = plain_opls::kGap;
+
+class OplsCv : public ::testing::Test {
+ protected:
+  void TearDown() override { NCProgress::SetDisplay(nullptr); }
+};
+
+/// All rounds, refitted from the start for every number of orthogonal components.
+struct PlainOplsCv {
+  PlainOplsCv(const XY& data, const Groups& rowGroups, int groups, int predictive, int orthogonal)
+      : yPred(ToPlain(data.y)) {
+    const PlainMatrix x = ToPlain(data.x);
+    const PlainMatrix y = yPred;
+    for (Plain& row : yPred) std::fill(row.begin(), row.end(), kPlainGap);
+    std::vector<plain_opls::Model> models;
+    t.resize(static_cast<std::size_t>(predictive));
+    for (int g = 0; g < groups; ++g) {
+      PlainMatrix xTrain;
+      PlainMatrix yTrain;
+      PlainMatrix xTest;
+      for (std::size_t i = 0; i < x.size(); ++i) {
+        const bool isLeftOut = rowGroups[static_cast<int>(i) + 1] == g;
+        (isLeftOut ? xTest : xTrain).push_back(x[i]);
+        if (!isLeftOut) yTrain.push_back(y[i]);
+      }
+      models.emplace_back(xTrain, yTrain, predictive);
+      for (int k = 0; k < orthogonal; ++k) models.back().TakeOutOne();
+      const plain_opls::Prediction prediction(models.back(), xTest);
+      ssBefore.push_back(plain_opls::SumOfSquares(yTrain));
+      ssAfter.push_back(plain_opls::SumOfSquares(models.back().yResiduals));
+
+      const auto merged = [&](const Plain& fitted, const Plain& predicted, double sign) {
+        Plain all;
+        std::size_t fit = 0;
+        std::size_t left = 0;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+          all.push_back(rowGroups[static_cast<int>(i) + 1] == g ? predicted[left++] : fitted[fit++]);
+        }
+        plain_opls::Scale(all, sign);
+        return all;
+      };
+      for (std::size_t a = 0; a < t.size(); ++a) {
+        const double sign = Sign(models.back().w.back()[a], models.front().w.back()[a]);
+        t[a].push_back(merged(models.back().t[a], prediction.t[a], sign));
+      }
+      if (orthogonal > 0) {
+        const double sign = Sign(models.back().wo.back(), models.front().wo.back());
+        to.push_back(merged(models.back().to.back(), prediction.to.back(), sign));
+      }
+      for (std::size_t i = 0, left = 0; i < x.size(); ++i) {
+        if (rowGroups[static_cast<int>(i) + 1] == g) yPred[i] = prediction.y[left++];
+      }
+    }
+    SumUp(y);
+  }
+
+  static double Sign(const Plain& a, const Plain& b) {
+    double dot = 0.0;
+    for (std::size_t j = 0; j < a.size(); ++j) dot += a[j] == kPlainGap || b[j] == kPlainGap ? 0.0 : a[j] * b[j];
+    return dot < 0.0 ? -1.0 : 1.0;
+  }
+
+  void SumUp(const PlainMatrix& y) {
+    double allSS = 0.0;
+    double allPress = 0.0;
+    for (std::size_t m = 0; m < y.front().size(); ++m) {
+      double ss = 0.0;
+      double press = 0.0;
+      for (std::size_t i = 0; i < y.size(); ++i) {
+        if (y[i][m] == kPlainGap) continue;
+        ss += y[i][m] * y[i][m];
+        if (yPred[i][m] != kPlainGap) press += (y[i][m] - yPred[i][m]) * (y[i][m] - yPred[i][m]);
+      }
+      q2.push_back(1.0 - press / ss);
+      allSS += ss;
+      allPress += press;
+    }
+    q2Total = 1.0 - allPress / allSS;
+  }
+
+  std::vector<PlainMatrix> t;
+  PlainMatrix to, yPred;
+  Plain ssBefore, ssAfter, q2;
+  double q2Total = 0.0;
+};
+
+TEST_F(OplsCv, EqualsPlainRefits) {
+  Groups uneven(30, 1);
+  for (int i = 1; i <= 30; i += 4) uneven(i, 0);
+  for (int i = 2; i <= 30; i += 7) uneven(i, 2);
+  struct {
+    std::size_t responses;
+    int predictive;
+    bool gaps;
+    Groups* groups;
+  } const cases[] = {{1, 1, false, nullptr}, {1, 1, true, &uneven}, {3, 1, true, nullptr}, {3, 2, false, &uneven}};
+  for (const auto& c : cases) {
+    XY data = Related(30, 11, c.responses, 3);
+    if (c.gaps) {
+      data = {WithGaps(data.x, 5), WithGaps(data.y, 6)};
+      for (int j = 1; j <= 11; ++j) data.x(7, j, kGap);
+    }
+    const int groups = c.groups == nullptr ? 5 : 3;
+    OPLSCrossValidation cv(&data.x, &data.y, c.predictive, groups, nullptr, c.groups);
+    EXPECT_EQ(cv.GetToSet()->GetNumMisVal(), groups * 30);
+    for (int n = 0; n <= 3 - c.predictive; ++n) {
+      SCOPED_TRACE(::testing::Message() << c.responses << " responses, " << c.predictive << " predictive, " << n
+                                        << " orthogonal components" << (c.gaps ? ", gaps" : ""));
+      if (n > 0) cv.NextComponent(nullptr);
+      const PlainOplsCv expected(data, c.groups == nullptr ? GetDeafultCVGroupsVector(30, 5) : uneven, groups,
+                                 c.predictive, n);
+      EXPECT_EQ(cv.SizeCVRounds(), groups);
+      EXPECT_EQ(cv.SizeOComponents(), n);
+      ASSERT_EQ(cv.GetTSets()->size(), static_cast<std::size_t>(c.predictive));
+      for (std::size_t a = 0; a < expected.t.size(); ++a) ExpectNear((*cv.GetTSets())[a], expected.t[a], kTolerance);
+      if (n > 0) ExpectNear(*cv.GetToSet(), expected.to, kTolerance);
+      ExpectNear(*cv.GetYPred(), expected.yPred, kTolerance);
+      ExpectNear(*cv.GetSSYcv(), expected.ssAfter, kTolerance);
+      ExpectNear(*cv.GetSSYcvOriginal(), expected.ssBefore, kTolerance);
+      ExpectNear(*cv.GetQ2YVarCum(), expected.q2, kTolerance);
+      EXPECT_NEAR(cv.GetQ2TotCum(), expected.q2Total, kTolerance);
+      EXPECT_TRUE(cv.GetYPredResiduals() == data.y - *cv.GetYPred());
+    }
+  }
+}
+
+TEST_F(OplsCv, LeavesOutWhatItSays) {
+  const XY data = Related(20, 8, 2, 3);
+  OPLSCrossValidation cv(&data.x, &data.y, 1, 4, nullptr, nullptr);
+  cv.NextComponent(nullptr);
+  for (int g = 0; g < 4; ++g) {
+    XY wild = data;
+    for (int i = g == 0 ? 4 : g; i <= 20; i += 4) {
+      for (int j = 1; j <= 8; ++j) wild.x(i, j, static_cast<float>(1000 * i - j));
+      for (int m = 1; m <= 2; ++m) wild.y(i, m, static_cast<float>(500 * i + m));
+    }
+    OPLSCrossValidation other(&wild.x, &wild.y, 1, 4, nullptr, nullptr);
+    other.NextComponent(nullptr);
+    // Signs follow the first round, which the wild rows move if they are in it.
+    const auto same = [](FloatVector a, const FloatVector& b) { return a == b || a * -1.0 == b; };
+    for (std::size_t r = 0; r < 4; ++r) {
+      const bool isWild = static_cast<int>(r) != g;
+      for (std::size_t k = 0; k < 2; ++k) {
+        EXPECT_EQ(same(other.GetData()->WSets[r][k][1], cv.GetData()->WSets[r][k][1]), !isWild);
+        EXPECT_EQ(same(other.GetData()->PSets[r][k][1], cv.GetData()->PSets[r][k][1]), !isWild);
+      }
+      EXPECT_EQ(same(other.GetData()->WOSets[r][1], cv.GetData()->WOSets[r][1]), !isWild);
+      EXPECT_EQ((*other.GetSSYcv())[static_cast<int>(r) + 1] == (*cv.GetSSYcv())[static_cast<int>(r) + 1], !isWild);
+    }
+  }
+}
+
+TEST_F(OplsCv, GoesOnFromStoredDataAsIfNothingHadBeen) {
+  XY data = Related(25, 9, 2, 3);
+  data = {WithGaps(data.x, 5), WithGaps(data.y, 6)};
+  OPLSCrossValidation whole(&data.x, &data.y, 2, 4, nullptr, nullptr);
+  whole.NextComponent(nullptr);
+  std::stringstream file;
+  ASSERT_TRUE(whole.GetData()->WriteObject(file));
+  OPLSCrossvalidationData stored;
+  ASSERT_TRUE(stored.ReadObject(file));
+  OPLSCrossValidation rest(&data.x, &data.y, &stored, nullptr);
+  EXPECT_EQ(rest.SizeCVRounds(), 4);
+  EXPECT_EQ(rest.SizeOComponents(), 1);
+  EXPECT_EQ(rest.GetYPred()->GetNumMisVal(), 50);
+  ASSERT_EQ(rest.GetTSets()->size(), 2U);
+  EXPECT_EQ(rest.GetTSets()->back().GetNumMisVal(), 100);
+  rest.NextComponent(nullptr);
+  whole.NextComponent(nullptr);
+  EXPECT_EQ(rest.GetSSYcvOriginal()->Size(), 0);
+  EXPECT_TRUE(*rest.GetTSets() == *whole.GetTSets());
+  EXPECT_TRUE(*rest.GetToSet() == *whole.GetToSet());
+  EXPECT_TRUE(*rest.GetYPred() == *whole.GetYPred());
+  EXPECT_TRUE(*rest.GetSSYcv() == *whole.GetSSYcv());
+  EXPECT_TRUE(*rest.GetQ2YVarCum() == *whole.GetQ2YVarCum());
+  EXPECT_EQ(rest.GetQ2TotCum(), whole.GetQ2TotCum());
+}
+
+/// Weights that all point the same way, however the rounds' own fits fall out.
+TEST_F(OplsCv, AllRoundsHaveTheSignsOfTheFirst) {
+  const XY data = Related(24, 9, 3, 12);
+  OPLSCrossValidation cv(&data.x, &data.y, 3, 6, nullptr, nullptr);
+  for (int n = 0; n <= 3; ++n) {
+    if (n > 0) cv.NextComponent(nullptr);
+    for (std::size_t r = 1; r < 6; ++r) {
+      for (int a = 1; a <= 3; ++a) {
+        EXPECT_GE(cv.GetData()->WSets[r].back()[a] * cv.GetData()->WSets[0].back()[a], 0.0);
+      }
+      for (int k = 1; k <= n; ++k) EXPECT_GE(cv.GetData()->WOSets[r][k] * cv.GetData()->WOSets[0][k], 0.0);
+    }
+  }
+}
+
+TEST_F(OplsCv, TakesGroupsAsTheyAre) {
+  const XY data = Related(6, 5, 1, 3);
+  const OPLSCrossValidation many(&data.x, &data.y, 1, 50, nullptr, nullptr);
+  EXPECT_EQ(many.SizeCVRounds(), 6) << "no more rounds than rows";
+  EXPECT_EQ(many.GetYPred()->GetNumMisVal(), 0);
+
+  Groups some(6, 0);
+  some(5, 9);
+  some(6, 9);
+  OPLSCrossValidation uncovered(&data.x, &data.y, 1, 2, nullptr, &some);
+  uncovered.NextComponent(nullptr);
+  EXPECT_EQ(uncovered.GetYPred()->GetNumMisVal(), 2) << "rows that no round leaves out";
+  EXPECT_EQ((*uncovered.GetYPred())[6][1], kGap);
+  NCOPLS whole(&data.x, &data.y, 1, 200);
+  whole.NextComponent(nullptr);
+  EXPECT_TRUE(uncovered.GetData()->WSets[1][0] == *whole.GetWprim()) << "the second round leaves nothing out";
+}
+
+TEST_F(OplsCv, EveryRoundCanEstimateItsPredictiveComponents) {
+  const XY data = Related(24, 9, 3, 12);
+  OPLSCrossValidation cv(&data.x, &data.y, 0, 4, nullptr, nullptr);
+  cv.NextComponent(nullptr);
+  std::set<int> counts;
+  for (const auto& stages : cv.GetData()->WSets) {
+    EXPECT_EQ(stages[0].SizeRows(), stages[1].SizeRows());
+    counts.insert(stages[0].SizeRows());
+  }
+  EXPECT_GE(cv.GetTSets()->size(), static_cast<std::size_t>(*counts.rbegin()));
+  EXPECT_EQ(cv.GetTSets()->front().GetNumMisVal(), 0);
+  const XY one = Related(24, 9, 1, 12);
+  EXPECT_EQ(OPLSCrossValidation(&one.x, &one.y, 3, 4, nullptr, nullptr).GetTSets()->size(), 1U);
+}
+
+TEST_F(OplsCv, AnExactPredictionHasQ2One) {
+  XY data = Related(12, 6, 3, 3);
+  data.y.SetColumn(1, 0.0f);
+  data.y.SetColumn(3, 0.0f);
+  const OPLSCrossValidation first(&data.x, &data.y, 1, 4, nullptr, nullptr);
+  EXPECT_EQ((*first.GetQ2YVarCum())[1], 1.0f);
+  EXPECT_FALSE((*first.GetQ2YVarCum())[3] == 1.0f) << "the errors of the second response count for it too";
+
+  const FloatMatrix same = samples::ToMatrix({{1}, {-1}, {2}, {-2}});
+  const OPLSCrossValidation exact(&same, &same, 1, 4, nullptr, nullptr);
+  EXPECT_EQ((*exact.GetQ2YVarCum())[1], 1.0f);
+  EXPECT_EQ(exact.GetQ2TotCum(), 1.0f);
+  const FloatMatrix zero(4, 1, 0.0f);
+  EXPECT_EQ(OPLSCrossValidation(&same, &zero, 1, 4, nullptr, nullptr).GetQ2TotCum(), 1.0f) << "nothing to explain";
+}
+
+TEST_F(OplsCv, AsksMoreOfFewRows) {
+  for (const auto& [rows, limit] : {std::pair(100, 0.05f), std::pair(101, 0.0f)}) {
+    const XY data = Related(static_cast<std::size_t>(rows), 2, 1, 3);
+    EXPECT_EQ(OPLSCrossValidation(&data.x, &data.y, 1, 2, nullptr, nullptr).GetQ2Lim(), limit) << rows;
+  }
+}
+
+TEST_F(OplsCv, CanBeCancelledAtAnyPoll) {
+  const XY data = Related(20, 8, 1, 3);
+  std::set<std::string> texts;
+  int cancelled = 0;
+  for (bool done = false; !done; ++cancelled) {
+    ASSERT_LT(cancelled, 100);
+    NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(cancelled + 1));
+    NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+    try {
+      OPLSCrossValidation cv(&data.x, &data.y, 1, 2, &progress, nullptr);
+      cv.NextComponent(&progress);
+      done = true;
+    } catch (const NCError& error) {
+      EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+      texts.insert(error.what());
+    }
+    NCProgress::SetDisplay(nullptr);
+  }
+  // Two rounds of five and three looks, twice: three in the fit, which has no progress in the second step.
+  EXPECT_EQ(cancelled, 17);
+  EXPECT_EQ(texts, (std::set<std::string>{"OPLS cross validation aborted.", "OPLS component aborted."}));
+}
+
+TEST_F(OplsCv, ProgressRunsFromEndToEnd) {
+  const XY data = Related(20, 8, 1, 3);
+  const auto display = std::make_shared<samples::RecordingDisplay>();
+  NCProgress::SetDisplay(display);
+  NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+  OPLSCrossValidation cv(&data.x, &data.y, 1, 3, &progress, nullptr);
+  for (int n = 0; n <= 1; ++n) {
+    EXPECT_TRUE(std::is_sorted(display->fractions.begin(), display->fractions.end()));
+    EXPECT_EQ(display->fractions.back(), 1.0);
+    EXPECT_THAT(display->fractions, ::testing::Contains(::testing::DoubleNear(0.95 / 3.0, 1e-6))) << "the end of a fit";
+    display->fractions.clear();
+    if (n == 0) cv.NextComponent(&progress);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,343 @@
+#include "voran/orthogonal/opls.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/models/model_samples.h"
+#include "tests/orthogonal/plain_opls.h"
+#include "voran/containers/simd_target.h"
+#include "voran/models/pls.h"
+#include "voran/platform/nc_error.h"
+#include "voran/platform/progress.h"
+#include "voran/platform/threading_control.h"
+
+namespace {
+
+using NCMultiThreading::ThreadingControl;
+using samples::Dot;
+using samples::ExpectNear;
+using samples::FloatMatrix;
+using samples::FloatVector;
+using samples::kGap;
+using samples::PlainMatrix;
+using samples::Related;
+using samples::ToMatrix;
+using samples::ToPlain;
+using samples::WithGaps;
+using samples::XY;
+
+/// Float elements lose a digit by each deflation, and weights by PCA stop within some 1e-5 of the end.
+constexpr double kTolerance = 1e-4;
+
+class Opls : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    NCProgress::SetDisplay(nullptr);
+    ThreadingControl::Reset();
+  }
+};
+
+NCOPLS Fitted(const XY& data, int predictive, int orthogonal) {
+  NCOPLS opls(&data.x, &data.y, predictive, plain_opls::kPcaLimit);
+  for (int k = 0; k <= orthogonal; ++k) opls.NextComponent(nullptr);
+  return opls;
+}
+
+/// Some gaps anywhere, a row of X and another of Y without data, and an empty column of X.
+XY Riddled(const XY& data) {
+  XY riddled = {WithGaps(data.x, 3), WithGaps(data.y, 4)};
+  for (int j = 1; j <= data.x.SizeColumns(); ++j) riddled.x(5, j, kGap);
+  for (int m = 1; m <= data.y.SizeColumns(); ++m) riddled.y(9, m, kGap);
+  for (int i = 1; i <= data.x.SizeRows(); ++i) riddled.x(i, 2, kGap);
+  return riddled;
+}
+
+TEST_F(Opls, EqualsAPlainFitWithAndWithoutGaps) {
+  struct {
+    std::size_t responses;
+    int predictive;
+  } const cases[] = {{1, 1}, {3, 1}, {3, 2}};
+  for (const auto& c : cases) {
+    for (const bool gaps : {false, true}) {
+      XY data = Related(60, 14, c.responses, 7);
+      if (gaps) data = Riddled(data);
+      NCOPLS opls = Fitted(data, c.predictive, 0);
+      plain_opls::Model expected(ToPlain(data.x), ToPlain(data.y), c.predictive);
+      const int most = 3 - c.predictive;  // what is left then is noise
+      for (int n = 0; n <= most; ++n) {
+        SCOPED_TRACE(::testing::Message() << c.responses << " responses, " << c.predictive << " predictive, " << n
+                                          << " orthogonal components" << (gaps ? ", gaps" : ""));
+        if (n > 0) {
+          opls.NextComponent(nullptr);
+          expected.TakeOutOne();
+        }
+        ASSERT_EQ(opls.SizeComponents(), c.predictive);
+        ASSERT_EQ(opls.SizeOrthogonalComponents(), n);
+        EXPECT_TRUE(!gaps || expected.passes > 1) << "the refinement is not tried";
+        ExpectNear(*opls.GetWprim(), expected.w.back(), kTolerance);
+        ExpectNear(*opls.GetPprim(), expected.p.back(), kTolerance);
+        ExpectNear(*opls.GetCprim(), expected.c.back(), kTolerance);
+        ExpectNear(*opls.GetTprim(), expected.t, kTolerance);
+        ExpectNear(*opls.GetUprim(), expected.u, kTolerance);
+        ExpectNear(*opls.GetTOprim(), expected.to, kTolerance);
+        ExpectNear(*opls.GetPOprim(), expected.po, kTolerance);
+        ExpectNear(*opls.GetWOprim(), expected.wo, kTolerance);
+        const bool carriesY = n > 0 && opls.GetUOprim()->back().GetNumMisVal() < 60;
+        EXPECT_EQ(carriesY, n > 0 && (gaps || c.responses > 1)) << "orthogonal scores are, to a single complete Y";
+        if (carriesY) {
+          ExpectNear(*opls.GetCOprim(), expected.co, kTolerance * 10.0);
+          ExpectNear(*opls.GetUOprim(), expected.uo, kTolerance * 10.0);
+        }
+        ExpectNear(opls.GetYResiduals(), expected.yResiduals, kTolerance * 10.0);
+        ExpectNear(opls.GetXResiduals(), expected.xResiduals, kTolerance * 10.0);
+      }
+      ASSERT_EQ(opls.GetWMatrices()->size(), expected.w.size());
+      for (std::size_t stage = 0; stage < expected.w.size(); ++stage) {
+        ExpectNear((*opls.GetWMatrices())[stage], expected.w[stage], kTolerance);
+        ExpectNear((*opls.GetPMatrices())[stage], expected.p[stage], kTolerance);
+        ExpectNear((*opls.GetCMatrices())[stage], expected.c[stage], kTolerance);
+      }
+    }
+  }
+}
+
+TEST_F(Opls, RefinementEndsAtTheLimit) {
+  const XY data = Riddled(Related(60, 14, 1, 7));
+  ASSERT_GT(plain_opls::Model(ToPlain(data.x), ToPlain(data.y), 1).passes, 1) << "there is nothing to cut short";
+  NCOPLS opls(&data.x, &data.y, 1, 1);
+  opls.NextComponent(nullptr);
+  const plain_opls::Model expected(ToPlain(data.x), ToPlain(data.y), 1, 1);
+  ExpectNear(*opls.GetWprim(), expected.w.back(), kTolerance);
+  ExpectNear(*opls.GetTprim(), expected.t, kTolerance);
+}
+
+TEST_F(Opls, OfOneResponseIsThePublishedAlgorithm) {
+  const XY data = Related(40, 25, 1, 11);
+  const NCOPLS opls = Fitted(data, 1, 2);
+  plain_opls::Published expected(ToPlain(data.x), ToPlain(data.y.GetColumn(1)));
+  for (int n = 1; n <= 2; ++n) expected.TakeOutOne();
+  ExpectNear((*opls.GetWprim())[1], expected.w, kTolerance);
+  ExpectNear(*opls.GetWOprim(), expected.wo, kTolerance);
+  ExpectNear(*opls.GetTOprim(), expected.to, kTolerance);
+  ExpectNear(*opls.GetPOprim(), expected.po, kTolerance);
+}
+
+TEST_F(Opls, TheComponentsKeepTheirIdentities) {
+  for (const std::size_t responses : {1U, 3U}) {
+    const XY data = Related(50, 12, responses, 3);
+    const auto predictive = static_cast<int>(responses);
+    const NCOPLS opls = Fitted(data, predictive, 3);
+    FloatMatrix x = opls.GetXResiduals();
+    FloatMatrix y = opls.GetYResiduals();
+    for (int a = 1; a <= predictive; ++a) {
+      x.AddVprimV((*opls.GetTprim())[a], (*opls.GetPprim())[a], 1.0f);
+      y.AddVprimV((*opls.GetTprim())[a], (*opls.GetCprim())[a], 1.0f);
+      EXPECT_NEAR((*opls.GetWprim())[a].GetSS(), 1.0, 1e-6);
+    }
+    for (int k = 1; k <= 3; ++k) {
+      x.AddVprimV((*opls.GetTOprim())[k], (*opls.GetPOprim())[k], 1.0f);
+      y.AddVprimV((*opls.GetTOprim())[k], (*opls.GetCOprim())[k], 1.0f);
+      for (std::size_t m = 1; m <= responses; ++m) {
+        const FloatVector response = data.y.GetColumn(static_cast<int>(m));
+        const double scale = std::sqrt(response.GetSS() * (*opls.GetTOprim())[k].GetSS());
+        EXPECT_NEAR(Dot((*opls.GetTOprim())[k], response) / scale, 0.0, kTolerance) << "orthogonal to Y";
+      }
+    }
+    ExpectNear(x, ToPlain(data.x), kTolerance);
+    ExpectNear(y, ToPlain(data.y), kTolerance);
+  }
+}
+
+/// What an orthogonal component takes out leaves less of Y for nobody: n of them and one predictive component fit what
+/// n + 1 components of PLS do.
+TEST_F(Opls, FitsWhatPlsDoesWithOneComponentMore) {
+  const XY data = Related(40, 25, 1, 11);
+  NCOPLS opls(&data.x, &data.y, 1, 200);
+  NCPLS pls(&data.x, &data.y, 200);
+  for (int n = 0; n <= 4; ++n) {
+    opls.NextComponent(nullptr);
+    samples::Fit(pls, 1);
+    ExpectNear(opls.GetYResiduals().GetColumn(1), ToPlain(pls.GetYResiduals()->GetColumn(1)), 10.0 * kTolerance);
+    if (n == 0) {
+      EXPECT_TRUE(*opls.GetWprim() == *pls.GetWprim() ||
+                  (*opls.GetWprim())[1].Difference((*pls.GetWprim())[1]) < 1e-12);
+      ExpectNear(*opls.GetTprim(), ToPlain(*pls.GetTprim()), kTolerance);
+      ExpectNear(*opls.GetPprim(), ToPlain(*pls.GetPprim()), kTolerance);
+    }
+  }
+}
+
+TEST_F(Opls, PredictiveComponentsAreClampedOrEstimated) {
+  const XY three = Related(40, 10, 3, 5);
+  const XY twoRows = Related(2, 10, 3, 5);
+  const XY one = Related(40, 10, 1, 5);
+  EXPECT_EQ(Fitted(three, 7, 0).SizeComponents(), 3);
+  EXPECT_EQ(Fitted(twoRows, 7, 0).SizeComponents(), 2);
+  EXPECT_EQ(Fitted(one, 2, 0).SizeComponents(), 1);
+  EXPECT_EQ(Fitted(one, 0, 1).SizeComponents(), 1);
+
+  // X is the identity, so that Y'X is Y', whose singular values are given: a component counts from 1 % of the first
+  // one's square on.
+  struct {
+    std::vector<double> values;
+    int components;
+  } const cases[] = {{{1.0, 0.5, 0.05}, 2},
+                     {{1.0, 0.05, 0.01}, 1},
+                     {{1.0, 0.5, 0.3}, 3},
+                     {{1.0, 0.5, 0.11}, 3},
+                     {{1.0, 0.5, 0.09}, 2}};
+  for (const auto& c : cases) {
+    XY data{FloatMatrix(5, 5, 0.0f), FloatMatrix(5, 3, 0.0f)};
+    for (int i = 1; i <= 5; ++i) data.x(i, i, 1.0f);
+    for (int m = 1; m <= 3; ++m) data.y(m, m, static_cast<float>(c.values[static_cast<std::size_t>(m - 1)]));
+    for (const int asked : {0, -3}) EXPECT_EQ(Fitted(data, asked, 0).SizeComponents(), c.components) << c.values[1];
+  }
+  NCOPLS estimated = Fitted(three, 0, 0);
+  const int components = estimated.SizeComponents();
+  for (int n = 0; n < 3; ++n) estimated.NextComponent(nullptr);
+  for (const FloatMatrix& stage : *estimated.GetWMatrices()) EXPECT_EQ(stage.SizeRows(), components);
+}
+
+/// With X of two columns, y + z and y, and a second response of e z, the orthogonal component is z, and its share of Y
+/// is e.
+TEST_F(Opls, AComponentWithoutShareOfYHasNoYScores) {
+  for (const double e : {0.85e-6, 0.55e-6}) {
+    const XY data = {ToMatrix({{2, 1}, {0, 1}, {0, -1}, {-2, -1}}), ToMatrix({{1, e}, {1, -e}, {-1, e}, {-1, -e}})};
+    const NCOPLS opls = Fitted(data, 1, 1);
+    EXPECT_EQ((*opls.GetUOprim())[1].GetNumMisVal(), e > 1e-6 / std::sqrt(2.0) ? 0 : 4);
+    EXPECT_EQ(opls.GetUOprim()->GetNumMisVal(), (*opls.GetUOprim())[1].GetNumMisVal());
+    EXPECT_NEAR((*opls.GetCOprim())[1][2] / (std::sqrt(2.0) * e), 1.0, 1e-3);
+  }
+  const XY constant = {FloatMatrix(4, 2, 1.0f), FloatMatrix(4, 1, 0.0f)};
+  EXPECT_EQ((*Fitted(constant, 1, 1).GetUOprim())[1].GetNumMisVal(), 4) << "0/0";
+}
+
+TEST_F(Opls, ARestoredModelGoesOnAsIfNothingHadBeen) {
+  for (const std::size_t responses : {1U, 3U}) {
+    for (const bool gaps : {false, true}) {
+      XY data = Related(30, 12, responses, 9);
+      if (gaps) data = Riddled(data);
+      NCOPLS opls = Fitted(data, responses > 1 ? 2 : 1, 2);
+      opls.NegateOComp(2);
+      opls.NegatePredictiveComp(1);
+      NCOPLS restored(&data.x, &data.y, opls.GetWMatrices(), opls.GetPMatrices(), opls.GetCMatrices(), opls.GetWOprim(),
+                      opls.GetPOprim(), opls.GetCOprim(), 7, plain_opls::kPcaLimit);
+      EXPECT_TRUE(*restored.GetTprim() == *opls.GetTprim());
+      EXPECT_TRUE(*restored.GetTOprim() == *opls.GetTOprim());
+      EXPECT_EQ(restored.GetUprim()->SizeRows(), 0);
+      ASSERT_EQ(restored.GetUOprim()->SizeRows(), 2);
+      if (opls.GetUOprim()->begin()->GetNumMisVal() < 30) {
+        EXPECT_TRUE((*restored.GetUOprim())[1] == (*opls.GetUOprim())[1]);
+      }
+      EXPECT_TRUE(restored.GetXResiduals() == opls.GetXResiduals());
+      opls.NextComponent(nullptr);
+      restored.NextComponent(nullptr);
+      EXPECT_TRUE(*restored.GetWMatrices() == *opls.GetWMatrices());
+      EXPECT_TRUE(*restored.GetTOprim() == *opls.GetTOprim());
+      EXPECT_TRUE(*restored.GetUprim() == *opls.GetUprim());
+      EXPECT_TRUE(restored.GetYResiduals() == opls.GetYResiduals());
+    }
+  }
+}
+
+TEST_F(Opls, TurningASignLeavesYScoresAndOtherStagesAlone) {
+  const XY data = Related(30, 12, 3, 9);
+  const NCOPLS before = Fitted(data, 2, 1);
+  NCOPLS turned = before;
+  turned.NegatePredictiveComp(2);
+  turned.NegateOComp(1);
+  const auto expectTurned = [](const FloatMatrix* now, const FloatMatrix* then, int row) {
+    for (int a = 1; a <= now->SizeRows(); ++a) EXPECT_TRUE((*now)[a] == (*then)[a] * (a == row ? -1.0 : 1.0)) << a;
+  };
+  expectTurned(turned.GetWprim(), before.GetWprim(), 2);
+  expectTurned(turned.GetPprim(), before.GetPprim(), 2);
+  expectTurned(turned.GetCprim(), before.GetCprim(), 2);
+  expectTurned(turned.GetTprim(), before.GetTprim(), 2);
+  expectTurned(turned.GetUprim(), before.GetUprim(), 0);
+  expectTurned(turned.GetWOprim(), before.GetWOprim(), 1);
+  expectTurned(turned.GetPOprim(), before.GetPOprim(), 1);
+  expectTurned(turned.GetCOprim(), before.GetCOprim(), 1);
+  expectTurned(turned.GetTOprim(), before.GetTOprim(), 1);
+  expectTurned(turned.GetUOprim(), before.GetUOprim(), 0);
+  EXPECT_TRUE(turned.GetWMatrices()->front() == before.GetWMatrices()->front());
+  EXPECT_TRUE(turned.GetXResiduals() == before.GetXResiduals());
+  EXPECT_TRUE(turned.GetYResiduals() == before.GetYResiduals());
+  turned.NegatePredictiveComp(2);
+  turned.NegateOComp(1);
+  EXPECT_TRUE(*turned.GetTprim() == *before.GetTprim());
+  EXPECT_TRUE(*turned.GetTOprim() == *before.GetTOprim());
+  EXPECT_TRUE(*turned.GetWMatrices() == *before.GetWMatrices());
+}
+
+TEST_F(Opls, TheSameBitsAtAnyThreadCountAndOnAnyTarget) {
+  XY data = Related(512, 1100, 2, 2);  // enough cells for seven threads
+  for (const bool gaps : {false, true}) {
+    if (gaps) data.x = WithGaps(data.x, 3);
+    const auto fit = [&data] {
+      const NCOPLS opls = Fitted(data, 2, 1);
+      return std::pair(*opls.GetTOprim(), opls.GetXResiduals());
+    };
+    ThreadingControl::SetThreadingIsOn(false);
+    const auto expected = fit();
+    for (const int threads : {2, 3, 7}) {
+      ThreadingControl::SetNumberOfProcessors(threads);
+      ThreadingControl::SetThreadingIsOn(true);
+      EXPECT_TRUE(fit() == expected) << threads << " threads";
+    }
+    const std::string best = SimdTarget::GetName();
+    for (const std::string& target : SimdTarget::GetAvailable()) {
+      SimdTarget::Set(target);
+      EXPECT_TRUE(fit() == expected) << target;
+    }
+    SimdTarget::Set(best);
+  }
+}
+
+TEST_F(Opls, CanBeCancelledAtAnyPoll) {
+  for (const bool gaps : {false, true}) {
+    XY data = Related(20, 8, 1, 3);
+    if (gaps) data = {WithGaps(data.x, 5), WithGaps(data.y, 6)};
+    int cancelled = 0;
+    for (bool done = false; !done; ++cancelled) {
+      ASSERT_LT(cancelled, 100);
+      NCOPLS opls(&data.x, &data.y, 1, 200);
+      NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(cancelled + 1));
+      NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+      try {
+        opls.NextComponent(&progress);
+        opls.NextComponent(&progress);
+        done = true;
+      } catch (const NCError& error) {
+        EXPECT_STREQ(error.what(), "OPLS component aborted.");
+        EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+      }
+      NCProgress::SetDisplay(nullptr);
+    }
+    // Three of each fit, one of each pass but the first, and three around the second fit.
+    EXPECT_TRUE(gaps ? cancelled > 10 : cancelled == 10) << cancelled;
+  }
+}
+
+TEST_F(Opls, ProgressRunsFromEndToEnd) {
+  const XY data = {WithGaps(Related(20, 8, 1, 3).x, 5), Related(20, 8, 1, 3).y};
+  const auto display = std::make_shared<samples::RecordingDisplay>();
+  NCProgress::SetDisplay(display);
+  NCOPLS opls(&data.x, &data.y, 1, 200);
+  for (int n = 0; n <= 1; ++n) {
+    display->fractions.clear();
+    NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+    opls.NextComponent(&progress);
+    EXPECT_TRUE(std::is_sorted(display->fractions.begin(), display->fractions.end()));
+    EXPECT_NEAR(display->fractions[1], n * 0.1, 1e-6) << "a tenth is for the orthogonal component";
+    EXPECT_NEAR(display->fractions.back(), 1.0, 1e-6);
+  }
+}
+
+}  // namespace
