@@ -2,6 +2,11 @@
 
 // Everything that the library offers, for programs that would rather not choose.
 
+#include "voran/cluster/cluster_distance_calculator.h"
+#include "voran/cluster/dendrogram.h"
+#include "voran/cluster/dendrogram_drawer.h"
+#include "voran/cluster/dendrogram_node.h"
+#include "voran/cluster/dendrogram_node_lister.h"
 #include "voran/containers/bool_vector.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
@@ -28,11 +33,13 @@
 #include "voran/platform/configuration_section.h"
 #include "voran/platform/exception.h"
 #include "voran/platform/exception_message.h"
+#include "voran/platform/md5.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 #include "voran/platform/progress_display.h"
 #include "voran/platform/stream_directory.h"
 #include "voran/platform/stream_light.h"
+#include "voran/platform/stream_source.h"
 #include "voran/platform/stream_values.h"
 #include "voran/platform/streamable.h"
 #include "voran/platform/string_compare.h"
