@@ -223,8 +223,8 @@ void ExpectSameCells(const DendroGramNode& tree) {
   PlainCells plain(tree);
   ASSERT_EQ(lister.SizeRows(), plain.rows);
   ASSERT_EQ(lister.SizeCols(), plain.columns);
+  for (int r = 1; r <= plain.rows; ++r) EXPECT_EQ(lister.GetRowID(r), plain.ids[static_cast<std::size_t>(r) - 1]);
   for (int r = 0; r <= plain.rows + 1; ++r) {
-    if (r >= 1 && r <= plain.rows) EXPECT_EQ(lister.GetRowID(r), plain.ids[static_cast<std::size_t>(r) - 1]);
     EXPECT_EQ(lister.IsBreak(r), plain.breaks.count(r) != 0);
     for (int c = -1; c <= plain.columns + 1; ++c) {
       const PlainCells::Cell cell = plain.cells[{r, c}];

@@ -123,9 +123,10 @@ TEST(TreeStream, LeavesNothingBehindWhenMemoryRunsOut) {
       const DendroGramPointer copy(new DendroGramNode(*tree));
       *read = *copy;
       isDone = ReadStreamable(stream, *read);
-      if (!isDone) EXPECT_EQ(Spell(*read), "");
+      // As it was, if not even a header was read.
+      EXPECT_TRUE(isDone || Spell(*read).empty() || Spell(*read) == kTree) << k;
     } catch (const std::bad_alloc&) {
-      EXPECT_FALSE(isDone);
+      EXPECT_FALSE(isDone) << k;
     }
     EXPECT_EQ(LiveAllocations(), before) << k;
     ASSERT_LT(k, 200);
