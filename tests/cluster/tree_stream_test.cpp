@@ -94,6 +94,7 @@ TEST(TreeStream, RefusesWhatIsNoTreeAndTakesNoMemoryForIt) {
       {"a node too many", Stored(leaf + leaf)},
       {"a child too few", Stored(Inner(0.5F, 1, 2) + leaf)},
       {"rows without end", Stored(kIsLeaf + Element(0.5F) + Int(0x7FFFFFFF) + Int(1) + Int(0))},
+      {"more rows than bytes", Stored(kIsLeaf + Element(0.5F) + Int(40000) + std::string(40000, '\0'))},
       {"a negative count of rows", Stored(kIsLeaf + Element(0.5F) + Int(-1) + Int(0))},
       {"rows out of order", Stored(Leaf({2, 1}))},
       {"leaves without end", Stored(Inner(0.5F, 1, 0x7FFFFFFF) + leaf + leaf)},

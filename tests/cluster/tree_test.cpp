@@ -182,6 +182,7 @@ TEST(DendroGramNode, RelinkingPutsAParentWhereItsFirstChildWas) {
                         {{"lr", "rl", "ll"}, "(8 1 2) 3"},
                         {{"rr", "l", "lr", "lr", "ll"}, "4 (8 1 2)"},
                         {{"rl", "ll", "lr", "", "rr"}, "(9 (8 1 2) (4 3 4))"},
+                        {{"ll", "rl", "l", "lr"}, "(8 1 2) 3"},
                         {{"l", "ll"}, "(8 1 2) 1"}};
   for (const Case& c : cases) {
     Nodes nodes;
