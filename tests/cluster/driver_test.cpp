@@ -22,8 +22,6 @@ using DendroGram::ClusterDistanceCalculator;
 using DendroGram::GetDendroGram;
 using spelt::DendroGramPointer;
 using spelt::Spell;
-using testing::StartsWith;
-using testing::StrEq;
 
 constexpr float kGap = -99;
 

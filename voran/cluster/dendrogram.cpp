@@ -57,7 +57,7 @@ void CheckDataForClustering(const Matrix& data) {
     }
   }
   const auto root = static_cast<float>(std::sqrt(static_cast<double>(data.SizeColumns())));
-  const auto minCommon = static_cast<int>(static_cast<double>(root) + 0.5);
+  const auto minCommon = static_cast<int>(std::floor(static_cast<double>(root) + 0.5));
   for (int i = 1; i <= data.SizeRows(); ++i) CheckPartners(data, i, minCommon);
 }
 

@@ -19,6 +19,7 @@ namespace DendroGram {
 ///
 /// Threads: a tree that nobody changes can be read by several. The reorderings are const, since they leave the
 /// clustering as it is, but they do change the tree.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): private on purpose, so that Destroy() is the only way
 class VORAN_EXPORT DendroGramNode : public StreamWalk<DendroGramNode> {
  public:
   /// A leaf without rows.
