@@ -18,10 +18,10 @@ install(FILES "${PROJECT_BINARY_DIR}/include/voran/export.h" "${PROJECT_BINARY_D
 if(NOT BUILD_SHARED_LIBS)
   set(VORAN_CONFIG_BOOST_COMPONENTS "COMPONENTS locale thread")
   set(VORAN_CONFIG_STATIC_DEPENDENCIES "list(APPEND CMAKE_MODULE_PATH \"\${CMAKE_CURRENT_LIST_DIR}\")
-find_dependency(OpenMP COMPONENTS CXX)\nfind_dependency(hwy)\nfind_dependency(xxhash)")
-  install(FILES cmake/Findxxhash.cmake DESTINATION "${voran_package_dir}")
+find_dependency(OpenMP COMPONENTS CXX)\nfind_dependency(hwy)\nfind_dependency(xxhash)\nfind_dependency(libmd)")
+  install(FILES cmake/Findxxhash.cmake cmake/Findlibmd.cmake DESTINATION "${voran_package_dir}")
   set(VORAN_PC_STATIC_CFLAGS " -DVORAN_STATIC_DEFINE")
-  set(VORAN_PC_STATIC_LIBS " -lboost_locale -lboost_thread -lhwy -lxxhash ${OpenMP_CXX_FLAGS}")
+  set(VORAN_PC_STATIC_LIBS " -lboost_locale -lboost_thread -lhwy -lxxhash -lmd ${OpenMP_CXX_FLAGS}")
 endif()
 
 configure_package_config_file(cmake/voranConfig.cmake.in "${PROJECT_BINARY_DIR}/voranConfig.cmake"

@@ -17,17 +17,25 @@ namespace {
 constexpr bool kIsAvailable = !THREAD_SANITIZER_IS_ON;
 thread_local int allocationsUntilFailure = 0;  // 0: none fails
 thread_local std::size_t largestAllocation = 0;
+thread_local long liveAllocations = 0;
 
 [[maybe_unused]] void* TryAllocate(std::size_t size) noexcept {
   if (size > largestAllocation) largestAllocation = size;
   if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) return nullptr;
-  return std::malloc(size == 0 ? 1 : size);
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (memory != nullptr) ++liveAllocations;
+  return memory;
 }
 
 [[maybe_unused]] void* Allocate(std::size_t size) {
   void* const memory = TryAllocate(size);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
+}
+
+[[maybe_unused]] void Free(void* memory) noexcept {
+  if (memory != nullptr) --liveAllocations;
+  std::free(memory);
 }
 
 }  // namespace
@@ -47,6 +55,9 @@ AllocationWatch::AllocationWatch() {
 std::size_t AllocationWatch::Largest() {
   return largestAllocation;
 }
+long LiveAllocations() {
+  return liveAllocations;
+}
 
 #if !THREAD_SANITIZER_IS_ON
 // All forms, since the runtime of a sanitizer brings its own, and each must meet its like.
@@ -63,21 +74,21 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return TryAllocate(size);
 }
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  Free(memory);
 }
 void operator delete[](void* memory) noexcept {
-  std::free(memory);
+  Free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
+  Free(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
+  Free(memory);
 }
 void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
+  Free(memory);
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
+  Free(memory);
 }
 #endif

@@ -22,3 +22,6 @@ class AllocationWatch {
   AllocationWatch();
   static std::size_t Largest();
 };
+
+/// How many pieces of memory its thread has taken and not given back; 0 where no allocation fails.
+long LiveAllocations();

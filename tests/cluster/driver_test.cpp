@@ -1,0 +1,251 @@
+#include <map>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/cluster/spelt_trees.h"
+#include "tests/containers/failing_allocation.h"
+#include "voran/cluster/dendrogram.h"
+#include "voran/platform/md5.h"
+#include "voran/platform/nc_error.h"
+
+namespace {
+
+using DendroGram::CachedDendroGramName;
+using DendroGram::ClusterDistanceCalculator;
+using DendroGram::GetDendroGram;
+using spelt::DendroGramPointer;
+using spelt::Spell;
+
+constexpr float kGap = -99;
+
+NCDataMatrix<float> Matrix(const std::vector<std::vector<float>>& rows) {
+  NCDataMatrix<float> matrix(static_cast<int>(rows.size()), rows.empty() ? 0 : static_cast<int>(rows.front().size()),
+                             0.0F);
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    for (std::size_t k = 0; k < rows[i].size(); ++k) {
+      matrix(static_cast<int>(i) + 1, static_cast<int>(k) + 1, rows[i][k]);
+    }
+  }
+  return matrix;
+}
+NCDataMatrix<float> Rows(int count) {
+  return NCDataMatrix<float>(count, 2, 1.0F);
+}
+
+struct Merge {
+  float height;
+  int first;
+  int second;
+};
+
+/// Says what it was told to, and can fail, or break off, at a merge.
+class ScriptedCalculator : public ClusterDistanceCalculator {
+ public:
+  explicit ScriptedCalculator(std::vector<Merge> script) : script_(std::move(script)) {}
+
+  void Init(const NCDataMatrix<float>& /*data*/, NCProgress* /*progress*/) override {
+    ++inits;
+    merges = 0;
+    if (failsAt == 0) throw NCError(ExceptionMessage::translate("No"), NCError::Level::kGeneral);
+  }
+  float FindNearestAndMerge(int& first, int& second) override {
+    const Merge& merge = script_.at(merges++);
+    if (static_cast<int>(merges) == failsAt) throw std::bad_alloc();
+    if (static_cast<int>(merges) == breaksAt) breaks->RequestCancel();
+    first = merge.first;
+    second = merge.second;
+    return merge.height;
+  }
+  std::string GetId() override { return "Scripted"; }
+
+  int inits = 0;
+  std::size_t merges = 0;
+  int failsAt = -1;
+  int breaksAt = -1;
+  NCProgress* breaks = nullptr;
+
+ private:
+  std::vector<Merge> script_;
+};
+
+/// Five rows: 2 joins 4, then 5 that pair, 1 joins 3, at last all.
+ScriptedCalculator FiveRows() {
+  return ScriptedCalculator({{1, 1, 3}, {2, 3, 1}, {2.5F, 0, 2}, {4, 1, 0}});
+}
+const char* const kFiveRows = "(4 (2.5 1 3) (2 5 (1 2 4)))";
+
+/// Keeps streams in a map.
+class MapSource : public VrStreamSource {
+ public:
+  std::unique_ptr<std::istream> OpenInput(const std::string& name) override {
+    const auto found = kept.find(name);
+    if (found == kept.end()) return nullptr;
+    return std::make_unique<std::istringstream>(found->second);
+  }
+  std::unique_ptr<std::ostream> OpenOutput(const std::string& name) override {
+    if (isReadOnly) return nullptr;
+    return std::make_unique<KeptStream>(kept[name]);
+  }
+
+  std::map<std::string, std::string> kept;
+  bool isReadOnly = false;
+
+ private:
+  class KeptStream : public std::ostringstream {
+   public:
+    explicit KeptStream(std::string& place) : place_(place) {}
+    ~KeptStream() override { place_ = str(); }
+
+   private:
+    std::string& place_;
+  };
+};
+
+TEST(GetDendroGram, JoinsWhatTheCalculatorNames) {
+  ScriptedCalculator calculator = FiveRows();
+  const DendroGramPointer tree(GetDendroGram(Rows(5), calculator, nullptr, nullptr));
+  EXPECT_EQ(Spell(*tree), kFiveRows);
+  EXPECT_EQ(calculator.inits, 1);
+}
+
+TEST(GetDendroGram, MakesALeafOfOneRowAndNothingOfNone) {
+  ScriptedCalculator calculator({});
+  const DendroGramPointer leaf(GetDendroGram(Rows(1), calculator, nullptr, nullptr));
+  EXPECT_EQ(Spell(*leaf), "1");
+  EXPECT_EQ(calculator.merges, 0u);
+  EXPECT_EQ(GetDendroGram(Rows(0), calculator, nullptr, nullptr), nullptr);
+}
+
+TEST(GetDendroGram, RefusesRowsWithTooManyGaps) {
+  const std::string row =
+      "Cluster analysis can not be performed on data that has rows with more than 50% missing values";
+  const std::string pair =
+      "Cluster analysis can not be performed on data where two rows have less than the square root of the number of "
+      "columns common non-missing elements.";
+  constexpr float g = kGap;
+  const std::pair<std::vector<std::vector<float>>, std::string> cases[] = {
+      {{{1, 1, g, g}, {1, 1, 1, 1}}, ""},  // exactly half
+      {{{1, 1, 1, 1}, {1, g, g, g}}, row},
+      {{{1, 1, g, g}, {g, g, 1, 1}}, pair},
+      {{{1, 1, g, g}, {g, 1, g, 1}}, pair},
+      {{{1, 1, g, g}, {g, 1, 1, 1}}, pair},  // one common column, and two are asked for
+      {{{1, 1, g, g}, {1, 1, g, 1}}, ""},
+      {{{1, 1, 1, 1}, {g, g, 1, 1}, {1, 1, g, g}}, pair},
+      {{{1, 1, g, g}, {1, 1, 1, g}, {g, g, 1, 1}}, pair},
+      // Rows 1 and 3 have nothing in common, but row 1 has enough with its first partner.
+      {{{1, 1, 1, g, g, g}, {1, 1, 1, 1, 1, g}, {g, g, g, 1, 1, 1}}, ""},
+      {{{1, 1, g, g, g}, {1, 1, 1, 1, 1}}, row},
+      {{{1, 1, 1, g, g}, {g, 1, 1, 1, g}}, ""},                // the root of 5 rounds to 2
+      {{{1, 1, 1, 1, g, g, g}, {g, g, 1, 1, 1, 1, g}}, pair},  // that of 7 to 3
+  };
+  for (const auto& [data, message] : cases) {
+    ScriptedCalculator calculator({{1, 0, 1}, {2, 0, 1}});
+    std::string found;
+    try {
+      const DendroGramPointer tree(GetDendroGram(Matrix(data), calculator, nullptr, nullptr));
+    } catch (const NCError& error) {
+      found = error.what();
+      EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+    }
+    EXPECT_EQ(found, message) << testing::PrintToString(data);
+  }
+}
+
+TEST(GetDendroGram, BreaksOffAfterAnyMergeAndGivesTheProgressBack) {
+  for (int k = 1; k <= 4; ++k) {
+    NCProgress progress("", 0, 1, false, false, true, "");
+    ScriptedCalculator calculator = FiveRows();
+    calculator.breaksAt = k;
+    calculator.breaks = &progress;
+    try {
+      const DendroGramPointer tree(GetDendroGram(Rows(5), calculator, &progress, nullptr));
+      ADD_FAILURE() << k;
+    } catch (const NCError& error) {
+      EXPECT_STREQ(error.what(), "Cluster analysis aborted.");
+    }
+    EXPECT_EQ(calculator.merges, static_cast<std::size_t>(k));
+    progress.ClearCancel();
+    EXPECT_FALSE(progress.PopSubRange());  // nothing is left pushed
+    const DendroGramPointer tree(GetDendroGram(Rows(5), calculator = FiveRows(), &progress, nullptr));
+    EXPECT_EQ(Spell(*tree), kFiveRows);
+    EXPECT_FALSE(progress.PopSubRange());
+  }
+}
+
+TEST(GetDendroGram, LeavesNothingBehindWhenTheCalculatorFails) {
+  if (!FailingAllocation::IsAvailable()) GTEST_SKIP();
+  const NCDataMatrix<float> data = Rows(5);
+  for (int k = 0; k <= 4; ++k) {
+    ScriptedCalculator calculator = FiveRows();
+    calculator.failsAt = k;
+    const long before = LiveAllocations();
+    EXPECT_ANY_THROW(GetDendroGram(data, calculator, nullptr, nullptr)) << k;
+    EXPECT_EQ(LiveAllocations(), before) << k;
+  }
+}
+
+TEST(GetDendroGram, LeavesNothingBehindWhenMemoryRunsOut) {
+  if (!FailingAllocation::IsAvailable()) GTEST_SKIP();
+  const NCDataMatrix<float> data = Rows(5);
+  ScriptedCalculator calculator = FiveRows();
+  bool isDone = false;
+  for (int k = 1; !isDone; ++k) {
+    const long before = LiveAllocations();
+    try {
+      const FailingAllocation failing(k);
+      const DendroGramPointer tree(GetDendroGram(data, calculator, nullptr, nullptr));
+      isDone = true;
+    } catch (const std::bad_alloc&) {
+      EXPECT_GT(k, 0);
+    }
+    EXPECT_EQ(LiveAllocations(), before) << k;
+    ASSERT_LT(k, 100);
+  }
+}
+
+TEST(CachedTrees, AreNamedByDataAndStrategy) {
+  ScriptedCalculator calculator({});
+  const NCDataMatrix<float> data = Matrix({{1, 2, 3}, {4, 5, kGap}});
+  EXPECT_EQ(CachedDendroGramName(data, calculator), "Dendro_2_3_2cf034a7226fe2fcd154a50b6f037ccb");
+  MD5 digest;
+  digest.Update("a", 1);
+  digest.Update(std::string("bc"));
+  EXPECT_EQ(digest.GetDigest(), "");
+  digest.Finalize();
+  digest.Finalize();
+  EXPECT_EQ(digest.GetDigest(), "900150983cd24fb0d6963f7d28e17f72");  // RFC 1321, A.5
+}
+
+TEST(CachedTrees, AreFoundAgainWithoutTheCalculator) {
+  MapSource source;
+  ScriptedCalculator calculator = FiveRows();
+  const DendroGramPointer first(GetDendroGram(Rows(5), calculator, nullptr, &source));
+  const DendroGramPointer second(GetDendroGram(Rows(5), calculator, nullptr, &source));
+  EXPECT_EQ(calculator.inits, 1);
+  EXPECT_TRUE(*first == *second);
+  ASSERT_EQ(source.kept.size(), 1u);
+  EXPECT_EQ(source.kept.begin()->first, CachedDendroGramName(Rows(5), calculator));
+
+  std::string& kept = source.kept.begin()->second;
+  const std::string whole = kept;
+  kept[whole.size() - 3] ^= 1;
+  const DendroGramPointer third(GetDendroGram(Rows(5), calculator, nullptr, &source));
+  EXPECT_EQ(calculator.inits, 2);
+  EXPECT_TRUE(*first == *third);
+  EXPECT_EQ(kept, whole);  // mended
+
+  source.kept.clear();
+  source.isReadOnly = true;
+  const DendroGramPointer fourth(GetDendroGram(Rows(5), calculator, nullptr, &source));
+  EXPECT_TRUE(*first == *fourth);
+  EXPECT_EQ(source.kept.size(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "voran/cluster/dendrogram_node.h"
+
+inline namespace voran {
+namespace detail {
+
+/// A node and the horizontal range that it is drawn in.
+struct PlacedNode {
+  const DendroGram::DendroGramNode* node;
+  float x0;
+  float x1;
+};
+
+/// How a walk goes on from the node visited.
+enum class LayoutStep { kDescend, kSkip, kStop };
+
+/// Walks the subtree of `start`, a node before its children and left before right. The children share the range of
+/// their parent by their leaves. `visit` takes a PlacedNode and tells whether to go below it.
+template <class Visit>
+void WalkLayout(PlacedNode start, Visit visit) {
+  std::vector<PlacedNode> waiting;
+  waiting.reserve(static_cast<std::size_t>(start.node->SizeLeafs()));
+  waiting.push_back(start);
+  while (!waiting.empty()) {
+    const PlacedNode place = waiting.back();
+    waiting.pop_back();
+    const LayoutStep step = visit(place);
+    if (step == LayoutStep::kStop) return;
+    if (step == LayoutStep::kSkip || place.node->IsLeaf()) continue;
+    const DendroGram::DendroGramNode* const left = place.node->GetLeft();
+    const DendroGram::DendroGramNode* const right = place.node->GetRight();
+    const auto leftLeafs = static_cast<float>(left->SizeLeafs());
+    const float share = leftLeafs / static_cast<float>(left->SizeLeafs() + right->SizeLeafs());
+    const float middle = place.x0 + (place.x1 - place.x0) * share;
+    waiting.push_back({right, middle, place.x1});
+    waiting.push_back({left, place.x0, middle});
+  }
+}
+
+}  // namespace detail
+}  // namespace voran

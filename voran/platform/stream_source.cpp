@@ -1,0 +1,7 @@
+#include "voran/platform/stream_source.h"
+
+inline namespace voran {
+
+VrStreamSource::~VrStreamSource() = default;
+
+}  // namespace voran
