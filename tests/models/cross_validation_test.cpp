@@ -448,6 +448,25 @@ TEST_F(CrossValidation, OfPlsLeavesOutWhatItSays) {
   }
 }
 
+/// Nor does an infinity in it reach the sub-model that leaves it out.
+TEST_F(CrossValidation, OfPlsLeavesOutAnInfinity) {
+  XY data = Related(20, 8, 1, 3);
+  NCPLS model(&data.x, &data.y, 200);
+  model.NextComponent(nullptr, nullptr, true, true);
+  const FloatVector weight = model.GetWprim()->back();
+  PLSCrossValidation cv(&model, 17, nullptr);  // the last group is fitted by itself
+  cv.NextComponent(&weight, 200, {1.0f}, nullptr, true);
+  data.x(16, 2, std::numeric_limits<float>::infinity());
+  NCPLS wild(&data.x, &data.y, model.GetCprim(), model.GetPprim(), model.GetWprim(), model.GetUprim(), model.GetTprim(),
+             200);
+  PLSCrossValidation other(&wild, 17, nullptr);
+  other.NextComponent(&weight, 200, {1.0f}, nullptr, true);
+  for (int j = 1; j <= 8; ++j) {
+    EXPECT_NEAR((*other.GetWSet())[17][j], (*cv.GetWSet())[17][j], 1e-6);
+    EXPECT_NEAR((*other.GetPSet())[17][j], (*cv.GetPSet())[17][j], 1e-6);
+  }
+}
+
 /// Without its two rows that hold something, the response is nothing: their sub-model has nothing to fit.
 TEST_F(CrossValidation, OfPlsLetsASubModelBeEmpty) {
   XY data = Related(20, 8, 1, 3);

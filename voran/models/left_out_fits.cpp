@@ -33,6 +33,11 @@ bool HoldsMarker(const Vector& v) {
   return std::find(v.begin(), v.end(), kMissing<float>) != v.end();
 }
 
+/// An infinity in a row that is left out makes the loadings NaNs: 0 times it is none.
+bool IsUsable(const LeftOutFit& fit) {
+  return !HoldsMarker(fit.t) && !HoldsMarker(fit.p) && std::isfinite(fit.p.GetSS());
+}
+
 }  // namespace
 
 /// Some rows of X, and their responses.
@@ -86,10 +91,21 @@ std::vector<LeftOutFit> LeftOutFits::Fit(int first, int count) const {
   });
   std::vector<LeftOutFit> fits;
   for (Work& work : works) {
-    if (!work.isRegular || HoldsMarker(work.fit.t) || HoldsMarker(work.fit.p)) return {};
+    if (!work.isRegular || !IsUsable(work.fit)) return {};
     fits.push_back(std::move(work.fit));
   }
   return fits;
+}
+
+/// The rows that each of the works leaves out, and at the end those that none does.
+std::vector<LeftOutFits::Rows> LeftOutFits::Parts(const std::vector<Work>& works) const {
+  const auto count = static_cast<int>(works.size());
+  std::vector<Rows> parts(works.size() + 1);
+  for (std::size_t i = 0; i < y_.size(); ++i) {
+    const int g = rowGroups_[static_cast<int>(i) + 1] - works.front().group;
+    parts[static_cast<std::size_t>(g >= 0 && g < count ? g : count)].Add(rows_[i], y_[i]);
+  }
+  return parts;
 }
 
 /// The regressions of the columns of X on y, brought to unit length. The sums of a sub-model are those of the rows that
@@ -99,11 +115,7 @@ void LeftOutFits::FitWeights(std::vector<Work>& works, int threads) const {
   const auto& kernels = NipalsKernels<float>::Current();
   const int columns = X_.SizeColumns();
   const auto count = static_cast<int>(works.size());
-  std::vector<Rows> parts(works.size() + 1);  // of each group, and of the rows that are never left out
-  for (std::size_t i = 0; i < y_.size(); ++i) {
-    const int g = rowGroups_[static_cast<int>(i) + 1] - works.front().group;
-    parts[static_cast<std::size_t>(g >= 0 && g < count ? g : count)].Add(rows_[i], y_[i]);
-  }
+  const std::vector<Rows> parts = Parts(works);
   for (int g = 0; g < count; ++g) {
     Work& work = works[static_cast<std::size_t>(g)];
     for (int h = 0; h <= count; ++h) work.squares += h == g ? 0.0 : parts[static_cast<std::size_t>(h)].squares;

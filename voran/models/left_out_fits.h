@@ -26,19 +26,22 @@ class LeftOutFits {
   /// How many sub-models are worth fitting together; scratch memory is a few rows and columns of X for each.
   static constexpr int kMostTogether = 16;
 
+  /// Whether Y is one column, and neither has gaps.
   static bool CanFit(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y);
 
   /// X and Y, of one column, stay the caller's, with `rowGroups`, the group of each row.
   LeftOutFits(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y, const NCIntegralVector<int, -99>& rowGroups);
 
   /// One component for each of the groups first..first+count-1; count is at most kMostTogether. Nothing if one of the
-  /// sub-models has nothing to fit, or comes upon a value that stands for a gap.
+  /// sub-models has nothing to fit, or comes upon a value that stands for a gap,
+  /// or an infinity: NCPLS then has to fit them one by one. May throw std::bad_alloc.
   std::vector<LeftOutFit> Fit(int first, int count) const;
 
  private:
   struct Rows;
   struct Work;
 
+  std::vector<Rows> Parts(const std::vector<Work>& works) const;
   void FitWeights(std::vector<Work>& works, int threads) const;
   void FitScoresAndLoadings(Work* first, Work* last) const;
 
