@@ -3,7 +3,6 @@
 #include <map>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "tools/voran/cross_validation.h"
 #include "tools/voran/failure.h"
