@@ -87,14 +87,14 @@ Option Command::Add(const std::string& name, std::vector<std::string>& values, c
   return Option(app_->add_option(name, values, help)->allow_extra_args(false));
 }
 
-Option Command::AddRead(const std::string& name, std::function<void(const std::string&)> read,
+Option Command::AddRead(const std::string& name, const std::function<void(const std::string&)>& read,
                         const std::string& help) {
-  return Option(app_->add_option_function(name, std::move(read), help));
+  return Option(app_->add_option_function(name, read, help));
 }
 
-Option Command::AddReadList(const std::string& name, std::function<void(const std::vector<std::string>&)> read,
+Option Command::AddReadList(const std::string& name, const std::function<void(const std::vector<std::string>&)>& read,
                             const std::string& help) {
-  return Option(app_->add_option_function(name, std::move(read), help)->allow_extra_args(false));
+  return Option(app_->add_option_function(name, read, help)->allow_extra_args(false));
 }
 
 void Command::Footer(const std::string& text) {

@@ -55,8 +55,8 @@ class Command {
   /// May be given several times.
   Option Add(const std::string& name, std::vector<std::string>& values, const std::string& help);
   /// `read` may throw WrongUse. With a list it is given all values at once.
-  Option AddRead(const std::string& name, std::function<void(const std::string&)> read, const std::string& help);
-  Option AddReadList(const std::string& name, std::function<void(const std::vector<std::string>&)> read,
+  Option AddRead(const std::string& name, const std::function<void(const std::string&)>& read, const std::string& help);
+  Option AddReadList(const std::string& name, const std::function<void(const std::vector<std::string>&)>& read,
                      const std::string& help);
 
   /// What the help ends with.
