@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "voran/platform/nc_error.h"
+#include "voran/cluster/cluster_progress.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -16,12 +16,6 @@ constexpr std::size_t kInsertionMost = 32;
 constexpr std::size_t kMedianOfThreeMost = 41;
 constexpr std::ptrdiff_t kChunk = 64;
 constexpr unsigned kStepsPerPoll = 256;
-
-void ThrowOnBreak(NCProgress* progress) {
-  if (progress != nullptr && progress->IsBreakPressed()) {
-    throw NCError(ExceptionMessage::translate("Cluster analysis aborted."), NCError::Level::kGeneral);
-  }
-}
 
 /// Asks for a break once in so many steps: often enough to be noticed at once, seldom enough to cost nothing.
 class BreakPoll {
