@@ -1,5 +1,6 @@
 #include "voran/platform/temporary_files.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <system_error>
@@ -9,12 +10,15 @@
 inline namespace voran {
 namespace {
 
+/// The standard library does not tell the name of a directory that does not exist.
 std::filesystem::path SystemDirectory() {
-  try {
-    return std::filesystem::temp_directory_path();
-  } catch (const std::filesystem::filesystem_error& error) {
-    return error.path1();  // it was named, but does not exist
+  std::error_code error;
+  std::filesystem::path directory = std::filesystem::temp_directory_path(error);
+  if (!error) return directory;
+  for (const char* const name : {"TMPDIR", "TMP", "TEMP", "TEMPDIR"}) {
+    if (const char* const value = std::getenv(name)) return value;
   }
+  return "/tmp";
 }
 
 std::string RandomDigits() {
