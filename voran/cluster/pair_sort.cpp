@@ -6,8 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/kernels/pair_compare.h"
-#include "voran/platform/nc_error.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -18,12 +18,6 @@ constexpr std::size_t kInsertionMost = 32;
 constexpr std::size_t kMedianOfThreeMost = 41;
 constexpr std::ptrdiff_t kChunk = PairCompareKernels::kTogether;
 constexpr unsigned kStepsPerPoll = 256;
-
-void ThrowOnBreak(NCProgress* progress) {
-  if (progress != nullptr && progress->IsBreakPressed()) {
-    throw NCError(ExceptionMessage::translate("Cluster analysis aborted."), NCError::Level::kGeneral);
-  }
-}
 
 /// Asks for a break once in so many steps: often enough to be noticed at once, seldom enough to cost nothing.
 class BreakPoll {
