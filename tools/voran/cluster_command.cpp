@@ -98,7 +98,7 @@ void AddMethod(CLI::App& command, ClusterOptions& options) {
           "The heights of Ward's method: by how much the sum of squares within groups grows, or the root of that")
       ->check(CLI::IsMember({"ss", "root"}).description(""))
       ->type_name("ss|root")
-      ->default_str("ss");
+      ->default_str("root");
 }
 
 void AddCut(CLI::App& command, ClusterSettings& settings) {

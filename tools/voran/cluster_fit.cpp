@@ -82,7 +82,9 @@ DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, con
   } catch (const DendroGram::ClusterAllocationError&) {
     throw NoMemory(table.source, table.rowIds.size(), settings);
   } catch (const NCError& error) {
-    throw FailureOf(error, table.source, progress, GapHint(x, table.rowIds));
+    const Failure failure = FailureOf(error, table.source, progress);
+    const std::string hint = failure.Code() == ExitCode::kCancelled ? "" : GapHint(x, table.rowIds);
+    throw hint.empty() ? failure : BadData(failure.what() + hint);
   }
 }
 

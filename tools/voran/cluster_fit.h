@@ -23,7 +23,7 @@ constexpr std::size_t kMostClusterRows = 65535;
 
 struct ClusterSettings {
   /// What height Ward's method gives a merge; nothing means single linkage.
-  std::optional<DendroGram::DistanceType> ward = DendroGram::DistanceType::kErrorSumOfSquares;
+  std::optional<DendroGram::DistanceType> ward = DendroGram::DistanceType::kSquareRoot;
   Scaling scaling = Scaling::kUnitVariance;
   NCTransform transforms;             ///< empty, or one a variable
   std::optional<double> cut;          ///< the height at which the tree is cut into groups

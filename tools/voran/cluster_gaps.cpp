@@ -36,9 +36,10 @@ std::string PairHint(const NCDataMatrix<float>& x, const std::vector<std::string
     if (j > x.SizeRows()) continue;
     const int common = CommonColumns(x[i], x[j]);
     if (common >= least) continue;
-    return fmt::format(" ({} and {} have {} of {} in common); leave out one of them, or fill gaps: see voran fill",
-                       Quoted(ids[static_cast<std::size_t>(i) - 1]), Quoted(ids[static_cast<std::size_t>(j) - 1]),
-                       common, Counted(static_cast<std::size_t>(x.SizeColumns()), "column"));
+    return fmt::format(
+        " ({} and {} have {} of {} in common, and {} are needed); leave out one of them, or fill gaps: see voran fill",
+        Quoted(ids[static_cast<std::size_t>(i) - 1]), Quoted(ids[static_cast<std::size_t>(j) - 1]), common,
+        Counted(static_cast<std::size_t>(x.SizeColumns()), "column"), least);
   }
   return {};
 }

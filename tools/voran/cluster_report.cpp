@@ -50,7 +50,9 @@ std::string MemberLines(const ClusterReport& report) {
   const auto members = Members(report);
   std::string text = "\n";
   for (std::size_t g = 0; g < std::min(members.size(), kGroupsShown); ++g) {
-    text += fmt::format("  group {}, {}: {}\n", g + 1, Counted(members[g].size(), "row"), Enumerated(members[g]));
+    std::vector<std::string> names;
+    for (const std::string& name : members[g]) names.push_back(ShortName(name, kLongestName));
+    text += fmt::format("  group {}, {}: {}\n", g + 1, Counted(names.size(), "row"), Enumerated(names));
   }
   return text + More(members.size() - std::min(members.size(), kGroupsShown));
 }

@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <filesystem>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -104,7 +106,8 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
   }
 
   void WriteLines() {
-    svg_.BeginGroup({{"fill", "none"}, {"stroke-width", fontSize_ < 9.0 ? "1" : "1.4"}, {"stroke-linecap", "square"}});
+    svg_.BeginGroup(
+        {{"fill", "none"}, {"stroke-width", fontSize_ < 10.0 ? "1.1" : "1.4"}, {"stroke-linecap", "square"}});
     for (std::size_t g = 0; g < groups_.size(); ++g) {
       if (!groups_[g].path.empty()) svg_.Element("path", {{"stroke", ColourOf(g)}, {"d", groups_[g].path}});
     }
@@ -143,8 +146,11 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
   std::vector<Group> groups_;  // behind what is in none
 };
 
-// The axis of heights with its lines down the page, above and below the tree.
-void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom, bool isTwice) {
+// The axis of heights with its lines down the page, below the tree and, if that is tall, above it too. A label above
+// that would stand on the line at `cut` is left out.
+void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom, std::optional<double> cut) {
+  const bool isTwice = bottom > kTallPage;
+  constexpr double kLabelReach = 18.0;
   const std::vector<double> ticks = RoundTicks(axis.low, axis.high, kTicks);
   const std::vector<std::string> labels = TickLabels(ticks);
   svg.BeginGroup(TextStyle(kSmallText, kGrey, "middle"));
@@ -152,15 +158,20 @@ void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom,
     const double x = axis.At(ticks[i]);
     svg.Line(x, top, x, bottom, {{"stroke", std::string(kGrid)}});
     svg.Text(x, bottom + 15.0, labels[i]);
-    if (isTwice) svg.Text(x, top - 6.0, labels[i]);
+    const bool isFree = !cut || std::abs(x - axis.At(*cut)) > kLabelReach;
+    if (isTwice && isFree) svg.Text(x, top - 6.0, labels[i]);
   }
   svg.EndGroup();
+}
+
+std::string FileName(const ClusterReport& report) {
+  return std::filesystem::path(report.table.source).filename().string();
 }
 
 void WriteHead(SvgWriter& svg, const ClusterReport& report) {
   SvgAttributes style = TextStyle(15.0, kInk);
   style.emplace_back("font-weight", "bold");
-  svg.Text(kMargin, 26.0, ShortName(report.table.source, kLongestSource), style);
+  svg.Text(kMargin, 26.0, ShortName(FileName(report), kLongestSource), style);
   const std::string groups = report.result.groups ? ", " + Counted(report.result.groups->nodes.size(), "group") : "";
   svg.Text(kMargin, 43.0,
            fmt::format("{}, {}, {}, scaling {}{}", Counted(report.table.rowIds.size(), "row"),
@@ -169,10 +180,14 @@ void WriteHead(SvgWriter& svg, const ClusterReport& report) {
            TextStyle(kSmallText, kGrey));
 }
 
-void WriteCut(SvgWriter& svg, const ClusterReport& report, const ChartAxis& axis, double top, double bottom) {
-  if (!report.result.groups || !report.result.groups->line) return;
-  const double height = *report.result.groups->line * report.result.unit;
-  if (height > axis.high) return;
+// The height of the line that cuts the tree, if it is one to draw.
+std::optional<double> CutHeight(const ClusterResult& result, double highest) {
+  if (!result.groups || !result.groups->line) return std::nullopt;
+  const double height = *result.groups->line * result.unit;
+  return height < highest ? std::optional(height) : std::nullopt;
+}
+
+void WriteCut(SvgWriter& svg, const ChartAxis& axis, double height, double top, double bottom) {
   constexpr double kHalfText = 40.0;
   const double x = axis.At(height);
   svg.Line(x, top - 20.0, x, bottom, {{"stroke", std::string(kInk)}, {"stroke-dasharray", "6 4"}});
@@ -188,7 +203,7 @@ std::string DendrogramPicture(const ClusterReport& report) {
   const double pitch = PitchOf(leaves);
   const double fontSize = std::min(12.0, 0.85 * pitch);
   const double end = kHeadHeight + pitch * static_cast<double>(leaves);
-  SvgWriter svg(kPageWidth, end + kFootHeight, "Cluster tree of " + report.table.source);
+  SvgWriter svg(kPageWidth, end + kFootHeight, "Cluster tree of " + FileName(report));
   TreeOutput output(svg, report, fontSize);
 
   const DendroGramDrawer drawer(tree);
@@ -203,8 +218,9 @@ std::string DendrogramPicture(const ClusterReport& report) {
   const float highest = Highest(report);
   const ChartAxis axis = {0.0, static_cast<double>(highest) * report.result.unit, static_cast<double>(foot), kMargin};
   WriteHead(svg, report);
-  WriteAxis(svg, axis, kHeadHeight, end, end > kTallPage);
-  svg.Text(0.5 * (axis.from + axis.to), end + 34.0, HeightText(report.settings),
+  const std::optional<double> cut = CutHeight(report.result, axis.high);
+  WriteAxis(svg, axis, kHeadHeight, end, cut);
+  svg.Text(0.5 * (axis.from + axis.to), end + 34.0, highest > 0.0f ? HeightText(report.settings) : "every height is 0",
            TextStyle(kSmallText, kGrey, "middle"));
   svg.BeginGroup(TextStyle(fontSize, kInk));
   // A root that is lower than a cluster below it leaves room for that.
@@ -213,7 +229,7 @@ std::string DendrogramPicture(const ClusterReport& report) {
   svg.EndGroup();
   output.WriteLines();
   if (report.result.groups) output.WriteGroupBars(static_cast<double>(limit) + 6.0);
-  WriteCut(svg, report, axis, kHeadHeight, end);
+  if (cut) WriteCut(svg, axis, *cut, kHeadHeight, end);
   return svg.Finish();
 }
 
