@@ -232,10 +232,10 @@ TEST_F(Cluster, ATreeInTheCacheIsTakenAndADamagedOneReplaced) {
   const std::vector<std::string> arguments = {"cluster", kWine, "--class", "class", "--cache", "kept/trees"};
   const std::string fresh = Run({"cluster", kWine, "--class", "class"}).out;
   const auto run = [&](const std::string& says) {
-    const Outcome outcome = Run(arguments);
+    Outcome outcome = Run(arguments);
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.out, fresh);
-    EXPECT_EQ(outcome.err.find(says) != std::string::npos, true) << outcome.err << "should say: " << says;
+    EXPECT_THAT(outcome.err, HasSubstr(says));
     return outcome;
   };
   EXPECT_THAT(run("").err, Not(HasSubstr("the tree")));

@@ -40,6 +40,7 @@ std::vector<std::string> TickLabels(const std::vector<double>& ticks) {
   const int decimals = step > 0.0 ? std::max(0, -static_cast<int>(std::floor(std::log10(step * 1.000001)))) : 0;
   const bool isPlain = largest < kLargest && (largest == 0.0 || step >= kSmallest);
   std::vector<std::string> labels;
+  labels.reserve(ticks.size());
   for (const double tick : ticks) {
     labels.push_back(isPlain ? fmt::format("{:.{}f}", tick, decimals) : fmt::format("{:.4g}", tick));
   }

@@ -29,7 +29,7 @@ std::string RowsHint(const NCDataMatrix<float>& x, const std::vector<std::string
 
 // The library asks about each row and the first later one with which so little may be in common.
 std::string PairHint(const NCDataMatrix<float>& x, const std::vector<std::string>& ids) {
-  const auto least = static_cast<int>(std::sqrt(static_cast<double>(x.SizeColumns())) + 0.5);
+  const auto least = static_cast<int>(std::floor(std::sqrt(static_cast<double>(x.SizeColumns())) + 0.5));
   for (int i = 1; i < x.SizeRows(); ++i) {
     int j = i + 1;
     while (j <= x.SizeRows() && x[i].GetNumMisVal() + x[j].GetNumMisVal() + least < x.SizeColumns()) ++j;
