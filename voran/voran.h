@@ -52,6 +52,7 @@
 #include "voran/platform/configuration_section.h"
 #include "voran/platform/exception.h"
 #include "voran/platform/exception_message.h"
+#include "voran/platform/folder_stream_source.h"
 #include "voran/platform/md5.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"

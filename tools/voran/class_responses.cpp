@@ -11,7 +11,6 @@
 #include "tools/voran/table.h"
 
 namespace tool {
-namespace {
 
 ClassColumn ReadClasses(const TextColumn& column) {
   ClassColumn result;
@@ -28,6 +27,8 @@ ClassColumn ReadClasses(const TextColumn& column) {
   }
   return result;
 }
+
+namespace {
 
 void RefuseUselessClasses(const std::string& source, const ClassColumn& column) {
   const std::size_t classes = column.classes.size();

@@ -31,6 +31,9 @@ struct ClassColumn : ClassResponses {
   std::vector<int> ofRow;  ///< an index into `classes`, or `kNoClass`
 };
 
+/// The classes that a column names; a missing cell is of none.
+ClassColumn ReadClasses(const TextColumn& column);
+
 /// Makes responses of a column of class names: NAME=CLASS for each class, in the order in which they appear, 1 where
 /// the row is of that class and 0 where it is of another, missing where it is of none. Throws `Failure` (bad data) if
 /// there are fewer than two classes, or more than there are for two rows each.

@@ -27,13 +27,18 @@ void RunOptions::AddSaveTo(Command& command) {
   AddPath(command, "--save", save, "FILE", "Keep the model in this file, for voran predict");
 }
 
+void RunOptions::AddSvgTo(Command& command, const std::string& help) {
+  AddPath(command, "--svg", svg, "FILE", help);
+}
+
 CommandRun::CommandRun(const RunOptions& options, std::vector<std::string> otherInputs) : options_(options) {
   std::vector<std::string> inputs = std::move(otherInputs);
   inputs.push_back(options.table.Path());
   options.threads.Apply();
   if (!options.output.quiet) NCProgress::SetDisplay(MakeTerminalDisplay());
   if (!options.output.folder.empty()) folder_.emplace(options.output.folder, inputs);
-  if (!options.save.empty()) model_.emplace("--save", options.save, inputs);
+  if (!options.save.empty()) file_.emplace("--save", options.save, inputs);
+  if (!options.svg.empty()) file_.emplace("--svg", options.svg, inputs);
 }
 
 Table CommandRun::ReadTable() const {
@@ -49,15 +54,15 @@ void CommandRun::Tell(const std::string& source, const std::vector<std::string>&
 
 void CommandRun::Finish(const std::string& text, const nlohmann::ordered_json& json,
                         const std::function<void(OutputDirectory&)>& writeTables,
-                        const std::function<void(std::ostream&)>& writeModel) {
-  if (model_) model_->Write(writeModel);
+                        const std::function<void(std::ostream&)>& writeFile) {
+  if (file_) file_->Write(writeFile);
   if (folder_) {
     writeTables(*folder_);
     folder_->Write("summary.json", [&](std::ostream& out) { out << ToText(json); });
   }
   StopIfInterrupted();
   if (folder_) folder_->Commit();
-  if (model_) model_->Commit();
+  if (file_) file_->Commit();
   WriteToStdout(options_.output.json ? ToText(json) : text);
 }
 

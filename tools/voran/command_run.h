@@ -22,10 +22,12 @@ struct RunOptions {
   ThreadOptions threads;
   OutputOptions output;
   std::string save;  ///< where the model goes; empty means nowhere
+  std::string svg;   ///< where the picture goes; no command has both
 
   void AddTo(Command& command);
   void AddToPredict(Command& command);
   void AddSaveTo(Command& command);
+  void AddSvgTo(Command& command, const std::string& help);
 };
 
 /// One run of a command, from the table to the results.
@@ -42,15 +44,15 @@ class CommandRun {
   void Tell(const std::string& source, const std::vector<std::string>& sentences) const;
 
   /// Writes the files, `json` as summary.json behind those that `writeTables` writes, and prints `text` or `json`. With
-  /// `--save`, `writeModel` writes the model. Throws `Failure`, and then no file is written.
+  /// `--save` or `--svg`, `writeFile` writes the model or the picture. Throws `Failure`, and then no file is written.
   void Finish(const std::string& text, const nlohmann::ordered_json& json,
               const std::function<void(OutputDirectory&)>& writeTables,
-              const std::function<void(std::ostream&)>& writeModel = nullptr);
+              const std::function<void(std::ostream&)>& writeFile = nullptr);
 
  private:
   const RunOptions& options_;
   std::optional<OutputDirectory> folder_;
-  std::optional<OutputFile> model_;
+  std::optional<OutputFile> file_;
 };
 
 /// The keys that every summary begins with.

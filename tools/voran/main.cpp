@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "tools/voran/cluster_command.h"
 #include "tools/voran/command_line.h"
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
@@ -42,6 +43,7 @@ int main(int argc, char** argv) {
     tool::AddYoplsCommand(program);
     tool::AddPredictCommand(program);
     tool::AddFillCommand(program);
+    tool::AddClusterCommand(program);
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
     tool::AddTransformCommand(program);

@@ -22,6 +22,11 @@ void Interrupt(int) {
   NCProgress::RequestCancelAll();
 }
 
+bool CanRewriteLine() {
+  const char* kind = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nothing here changes the environment
+  return kind != nullptr && std::string_view(kind) != "dumb" && isatty(STDERR_FILENO) != 0;
+}
+
 class TerminalDisplay : public ProgressDisplay {
  public:
   void Begin(const ProgressView& view) override { Show(view, true); }
@@ -69,9 +74,12 @@ void StopIfInterrupted() {
 }
 
 std::shared_ptr<ProgressDisplay> MakeTerminalDisplay() {
-  const char* kind = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): nothing here changes the environment
-  const bool rewrites = kind != nullptr && std::string_view(kind) != "dumb";
-  return rewrites && isatty(STDERR_FILENO) != 0 ? std::make_shared<TerminalDisplay>() : nullptr;
+  return CanRewriteLine() ? std::make_shared<TerminalDisplay>() : nullptr;
+}
+
+void WriteToStderr(const std::string& text) {
+  fmt::print(stderr, "{}{}", CanRewriteLine() ? "\r\x1b[K" : "", text);
+  std::fflush(stderr);
 }
 
 void WriteToStdout(const std::string& text) {

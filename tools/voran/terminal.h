@@ -21,6 +21,9 @@ void StopIfInterrupted();
 /// A progress line on standard error; null unless that is a terminal that can rewrite a line. It has no colours.
 std::shared_ptr<ProgressDisplay> MakeTerminalDisplay();
 
+/// Writes to standard error, in place of a progress line if there is one.
+void WriteToStderr(const std::string& text);
+
 /// Writes to standard output, all of it or `Failure` (computation failed).
 void WriteToStdout(const std::string& text);
 

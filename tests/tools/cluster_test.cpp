@@ -1,0 +1,311 @@
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/tools/program_runner.h"
+
+namespace program {
+namespace {
+
+using nlohmann::json;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+// Relative: the table and the distances are floats.
+constexpr double kTolerance = 2e-6;
+
+class Cluster : public Program {
+ protected:
+  json RunJson(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), "cluster");
+    arguments.insert(arguments.end(), {"--json", "--quiet"});
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    return json::parse(outcome.out);
+  }
+
+  static double SumOfHeights(const json& summary) {
+    double sum = 0.0;
+    for (const json& merge : summary["merges"]) sum += merge["height"].get<double>();
+    return sum;
+  }
+
+  static std::vector<std::size_t> Sizes(const json& summary) {
+    std::vector<std::size_t> sizes;
+    for (const json& group : summary["groups"]) sizes.push_back(group["size"]);
+    std::sort(sizes.begin(), sizes.end());
+    return sizes;
+  }
+};
+
+TEST_F(Cluster, TreesAndGroupsAgreeWithR) {
+  // R 4.2.2, hclust(dist(scale(x)), method) and cutree. A height of "ward.D2" is the square root of twice the growth of
+  // the sum of squares. On wine, Ward's order of merging is another than R's.
+  struct Case {
+    const char* file;
+    const char* kept;
+    const char* method;
+    double unit;  // R's heights by ours
+    std::vector<double> highest;
+    double sum;
+    std::vector<std::size_t> sizes;
+  };
+  const double root2 = std::sqrt(2.0);
+  const std::vector<Case> cases = {
+      {"usarrests", "", "single", 1.0, {2.0580889, 1.2965798, 1.2609417}, 40.974097, {1, 1, 2, 46}},
+      {"usarrests", "", "ward", root2, {13.5162423, 7.1881893, 6.4618664}, 88.635203, {7, 12, 12, 19}},
+      {"wine", "class", "single", 1.0, {3.9921882, 3.8966055, 3.8495448}, 341.848547, {1, 1, 3, 173}},
+      {"gasoline", "octane", "single", 1.0, {15.2062141, 14.9911406, 12.9652581}, 452.946335, {1, 1, 1, 57}},
+      {"gasoline", "octane", "ward", root2, {143.9024464, 74.8368193, 73.8741226}, 1018.400237, {5, 8, 18, 29}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(fmt::format("{} {}", c.file, c.method));
+    std::vector<std::string> arguments = {DataFile(c.file), "--method", c.method, "--groups", "4"};
+    if (*c.kept != '\0') arguments.insert(arguments.end(), {"--exclude", c.kept});
+    const json summary = RunJson(arguments);
+    EXPECT_EQ(Sizes(summary), c.sizes);
+    EXPECT_NEAR(SumOfHeights(summary) * c.unit / c.sum, 1.0, kTolerance);
+    const json& merges = summary["merges"];
+    for (std::size_t k = 0; k < c.highest.size(); ++k) {
+      const double height = merges[merges.size() - 1 - k]["height"];
+      EXPECT_NEAR(height * c.unit / c.highest[k], 1.0, kTolerance) << k;
+    }
+  }
+  const json usarrests = RunJson({DataFile("usarrests"), "--method", "single", "--groups", "4"});
+  EXPECT_EQ(usarrests["groups"][2]["rows"], json({"California", "Nevada"}));
+  EXPECT_EQ(usarrests["ward_type"], json());
+
+  // The heights of the other type are the squares.
+  const json squares = RunJson({DataFile("usarrests"), "--ward-type", "ss"});
+  EXPECT_NEAR(squares["merges"].back()["height"].get<double>(), 13.5162423 * 13.5162423 / 2.0, 1e-4);
+  EXPECT_EQ(squares["groups"], json());
+}
+
+// Groups as sets of ids, from a table of merges alone.
+std::set<std::set<std::size_t>> GroupsOfMerges(const json& merges, std::size_t rows, std::size_t made) {
+  std::map<std::size_t, std::set<std::size_t>> clusters;
+  for (std::size_t i = 1; i <= rows; ++i) clusters[i] = {i};
+  for (std::size_t p = 0; p < made; ++p) {
+    auto joined = clusters.extract(merges[p]["first"].get<std::size_t>()).mapped();
+    joined.merge(clusters.extract(merges[p]["second"].get<std::size_t>()).mapped());
+    clusters[merges[p]["new"]] = joined;
+  }
+  std::set<std::set<std::size_t>> groups;
+  for (auto& [id, members] : clusters) groups.insert(members);
+  return groups;
+}
+
+TEST_F(Cluster, GroupsAreThoseOfTheMergesMade) {
+  const json all = RunJson({kWine, "--class", "class"});
+  const json& merges = all["merges"];
+  const std::size_t rows = 178;
+  ASSERT_EQ(merges.size(), rows - 1);
+  const auto groupsOf = [&](const std::string& option, const std::string& value) {
+    const json summary = RunJson({kWine, "--class", "class", option, value, "--out", "made"});
+    const TextCells cells = CellsOf(Path("made/groups.csv"));
+    std::map<std::string, std::set<std::size_t>> groups;
+    for (std::size_t i = 1; i < cells.size(); ++i) groups[cells[i][1]].insert(i);
+    std::set<std::set<std::size_t>> sets;
+    for (auto& [name, members] : groups) {
+      EXPECT_EQ(members.size(), summary["groups"][std::stoul(name) - 1]["size"]);
+      sets.insert(members);
+    }
+    return sets;
+  };
+  for (const std::size_t k : {1UL, 3UL, 17UL, 178UL}) {
+    EXPECT_EQ(groupsOf("--groups", std::to_string(k)), GroupsOfMerges(merges, rows, rows - k)) << k;
+  }
+  // A height as it stands in the file is one that was reached, though its digits are often less than the float.
+  const TextCells cells = CellsOf(Path("made/merges.csv"));
+  std::size_t p = 170;
+  while (std::stod(cells[p][0]) >= static_cast<double>(std::stof(cells[p][0]))) --p;
+  EXPECT_EQ(groupsOf("--cut", cells[p][0]), GroupsOfMerges(merges, rows, p));
+  EXPECT_EQ(groupsOf("--cut", "1000"), GroupsOfMerges(merges, rows, 177));
+  EXPECT_EQ(groupsOf("--cut", "0"), GroupsOfMerges(merges, rows, 0));
+
+  // Numbered as the tree is drawn.
+  const json summary = RunJson({kWine, "--class", "class", "--groups", "3"});
+  std::vector<std::string> order;
+  for (const json& group : summary["groups"]) {
+    const std::set<std::string> members = group["rows"];
+    for (std::size_t i = 0; i < members.size(); ++i) EXPECT_EQ(members.count(summary["order"][order.size() + i]), 1u);
+    order.insert(order.end(), members.begin(), members.end());
+  }
+  EXPECT_EQ(order.size(), rows);
+}
+
+TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
+  const Outcome outcome =
+      Run({"cluster", DataFile("iris"), "--class", "class", "--method", "single", "--groups", "2", "--quiet"});
+  EXPECT_THAT(outcome.out, HasSubstr("150 rows, 4 columns, single linkage, scaling uv, no gaps\n"));
+  // Setosa stands apart from the other two.
+  EXPECT_THAT(outcome.out, HasSubstr("  group, by class  rows  setosa  versicolor  virginica\n"
+                                     "  1                  50      50           0          0\n"
+                                     "  2                 100       0          50         50\n"));
+  EXPECT_THAT(outcome.out, HasSubstr("\n  2       "));
+  const json classes =
+      RunJson({DataFile("iris"), "--class", "class", "--method", "single", "--groups", "2"})["classes"];
+  EXPECT_EQ(classes[0]["counts"], json({{50, 0, 0}, {0, 50, 50}}));
+
+  Put("t.csv", "id,a,b\nx,1,2\ny,1,2\nz,1,2\n");
+  EXPECT_THAT(Run({"cluster", "t.csv", "--scaling", "none", "--groups", "2", "--quiet"}).out,
+              HasSubstr("  all rows are equal: every height is 0\n\n  groups  above  up to  range\n"
+                        "  2           0      0      0\n  3           0      0      0\n\n"
+                        "  group 1, 1 row: x\n  group 2, 2 rows: y, z\n"));
+  EXPECT_EQ(RunJson({"t.csv", "--scaling", "none", "--cut", "0"})["groups"].size(), 1u);
+  Put("one.csv", "id,a,b\nx,1,2\n");
+  EXPECT_THAT(Run({"cluster", "one.csv", "--scaling", "none", "--quiet", "--out", "one"}).out,
+              HasSubstr("  one row is a tree of one leaf: there is nothing to join\n"));
+  EXPECT_EQ(ContentOf(Path("one/merges.csv")), "height,first,second,new\n");
+  EXPECT_EQ(ContentOf(Path("one/order.csv")), "id\nx\n");
+  EXPECT_FALSE(fs::exists(Path("one/groups.csv")));
+  // Heights keep their size where scaling by a power of two keeps squares in range: sqrt(((3e20)^2 + (4e20)^2) / 2).
+  Put("large.csv", "id,a,b\nx,0,0\ny,3e20,4e20\n");
+  EXPECT_NEAR(RunJson({"large.csv", "--scaling", "none"})["merges"][0]["height"].get<double>() / 3.53553391e20, 1.0,
+              kTolerance);
+  EXPECT_NEAR(RunJson({"large.csv", "--scaling", "none", "--ward-type", "ss", "--cut", "1e38"})["merges"][0]["height"]
+                      .get<double>() /
+                  1.25e41,
+              1.0, kTolerance);
+}
+
+TEST_F(Cluster, ThePictureIsWellFormedAndNamesEveryRowOnce) {
+  std::string table = "id,a\n\"<&\"\"'>\",7\n\xff\x01,9\n";
+  for (int i = 0; i < 60; ++i) table += fmt::format("row number {} with a long name {},{}\n", i, i, i * i % 31);
+  Put("t.csv", table);
+  struct Case {
+    std::string file;
+    std::vector<std::string> options;
+    std::size_t rows;
+    bool hasLine;
+  };
+  const std::vector<Case> cases = {{kWine, {"--class", "class", "--groups", "3"}, 178, true},
+                                   {"t.csv", {"--method", "single", "--cut", "0.01"}, 62, true},
+                                   {"t.csv", {"--cut", "100"}, 62, false},
+                                   {"t.csv", {}, 62, false}};
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments = {"cluster", c.file, "--svg", "tree.svg", "--out", "made"};
+    arguments.insert(arguments.end(), c.options.begin(), c.options.end());
+    Done(arguments);
+    const std::string svg = ContentOf(Path("tree.svg"));
+    // Elements open and close in order, and no character is left that XML would refuse.
+    std::vector<std::string> open;
+    const std::regex tag("<(/?)([a-z]+)((?: [a-zA-Z0-9:-]+=\"[^\"<]*\")*)(/?)>");
+    const std::string body = svg.substr(svg.find("<svg"));
+    std::size_t end = 0;
+    for (std::sregex_iterator i(body.begin(), body.end(), tag), last; i != last; ++i) {
+      EXPECT_THAT(i->prefix().str(), Not(::testing::ContainsRegex("[<>\"\x01\xff]")));
+      if (i->str(1) == "/") {
+        ASSERT_FALSE(open.empty());
+        EXPECT_EQ(open.back(), i->str(2));
+        open.pop_back();
+      } else if (i->str(4).empty()) {
+        open.push_back(i->str(2));
+      }
+      end = static_cast<std::size_t>(i->position() + i->length());
+    }
+    EXPECT_TRUE(open.empty());
+    EXPECT_EQ(body.substr(end), "\n");
+    EXPECT_EQ(svg.find("nan"), std::string::npos);
+    EXPECT_EQ(svg.find("stroke-dasharray") != std::string::npos, c.hasLine);
+    for (const auto& row : CellsOf(Path("made/order.csv"))) {
+      if (row[0].find_first_of("<\xff") != std::string::npos || row[0] == "id") continue;
+      std::size_t count = 0;
+      const std::string entry = ">" + row[0] + "<";
+      for (auto at = svg.find(entry); at != std::string::npos; at = svg.find(entry, at + 1)) ++count;
+      EXPECT_EQ(count, 1u) << row[0];
+    }
+    if (c.rows == 178) continue;
+    EXPECT_THAT(svg, HasSubstr(">&lt;&amp;&quot;'&gt;</text>"));
+    EXPECT_THAT(svg, HasSubstr(">\xef\xbf\xbd </text>"));
+  }
+}
+
+TEST_F(Cluster, ATreeInTheCacheIsTakenAndADamagedOneReplaced) {
+  const std::vector<std::string> arguments = {"cluster", kWine, "--class", "class", "--cache", "kept/trees"};
+  const std::string fresh = Run({"cluster", kWine, "--class", "class"}).out;
+  const auto run = [&](const std::string& says) {
+    Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, fresh);
+    EXPECT_THAT(outcome.err, HasSubstr(says));
+    return outcome;
+  };
+  EXPECT_THAT(run("").err, Not(HasSubstr("the tree")));
+  const fs::path file = fs::directory_iterator(Path("kept/trees"))->path();
+  EXPECT_THAT(file.filename().string(), ::testing::MatchesRegex("Dendro_178_13_[0-9a-f]{32}"));
+  const std::string good = ContentOf(file);
+  run("the tree was taken from kept/trees");
+  EXPECT_TRUE(RunJson({kWine, "--class", "class", "--cache", "kept/trees"})["from_cache"]);
+
+  std::string flipped = good;
+  flipped[good.size() / 2] = static_cast<char>(flipped[good.size() / 2] ^ 1);
+  // Another table's tree, which is no damaged stream, is no tree of this one.
+  Done({"cluster", DataFile("usarrests"), "--cache", "other"});
+  const std::string foreign = ContentOf(fs::directory_iterator(Path("other"))->path());
+  for (const std::string& bad : {flipped, good.substr(0, good.size() - 1), std::string(), foreign}) {
+    std::ofstream(file, std::ios::binary) << bad;
+    run("was damaged, and has been made anew");
+    EXPECT_EQ(ContentOf(file), good);
+    run("was taken from");
+  }
+  // A tree with other heights, put in the place of this one, is believed: it is read, and nothing is computed.
+  Done({"cluster", kWine, "--class", "class", "--scaling", "pareto", "--cache", "pareto"});
+  fs::copy_file(fs::directory_iterator(Path("pareto"))->path(), file, fs::copy_options::overwrite_existing);
+  EXPECT_NE(Run(arguments).out, fresh);
+  EXPECT_EQ(std::distance(fs::directory_iterator(Path("kept/trees")), fs::directory_iterator()), 1);
+}
+
+TEST_F(Cluster, RefusalsSayWhatToDo) {
+  Put("t.csv", "id,a,b\nx,1,2\ny,3,4\n");
+  Put("rows.csv", "id,a,b,c\nr,1,,\ns,2,3,1\nt,,,\nu,3,2,4\n");
+  Put("pairs.csv", "id,a,b,c,d\nr,1,2,,\ns,,,2,3\nt,1,1,2,5\nu,3,1,4,1\n");
+  std::string tall = "a\n";
+  for (int i = 0; i <= 65535; ++i) tall += "1\n2\n";
+  Put("tall.csv", tall);
+  struct Case {
+    std::vector<std::string> arguments;
+    int code;
+    const char* says;
+  };
+  const std::vector<Case> cases = {
+      {{"t.csv", "--cut", "1", "--groups", "2"}, 2, "--cut excludes --groups"},
+      {{"t.csv", "--cut", "-1"}, 2, "--cut: a height is 0 or above"},
+      {{"t.csv", "--cut", "nan"}, 2, "--cut: a height is 0 or above"},
+      {{"t.csv", "--groups", "3"}, 2, "--groups: 2 rows of t.csv cannot make 3 groups"},
+      {{"t.csv", "--groups", "0"}, 2, "--groups"},
+      {{"t.csv", "--method", "single", "--ward-type", "ss"}, 2, "--ward-type goes with --method ward alone"},
+      {{"t.csv", "--memory", "much"}, 2, "--memory: \"much\" is no amount of memory such as 256M or 1.5GiB"},
+      {{"t.csv", "--memory", "8"},
+       1,
+       "the distances of 2 rows take 12 bytes, and there may be 8 bytes; --memory allows"},
+      {{"t.csv", "--svg", "absent/tree.svg"}, 2, "--svg: absent/tree.svg cannot be written"},
+      {{"t.csv", "--svg", "t.csv"}, 2, "--svg: t.csv is the input itself"},
+      {{"t.csv", "--cache", "t.csv"}, 2, "--cache: t.csv is a file; give the name of a folder"},
+      {{"t.csv", "--cache", "/proc"}, 2, "--cache: nothing can be written to the folder /proc"},
+      {{"rows.csv"}, 3, "with more than 50% missing values (2 rows: r, t); leave out these rows"},
+      {{"pairs.csv", "--scaling", "none"},
+       3,
+       "(\"r\" and \"s\" have 0 of 4 columns in common, and 2 are needed); leave"},
+      {{"tall.csv", "--header", "yes"}, 1, "131072 rows are more than can be clustered, which are 65535"},
+      {{"t.csv", "--scaling", "uv", "--exclude", "a,b"}, 3, ""},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments = c.arguments;
+    arguments.insert(arguments.begin(), "cluster");
+    ExpectRefusal(arguments, c.code, c.says);
+  }
+  EXPECT_EQ(Files().size(), 4u) << "the tables alone";
+}
+
+}  // namespace
+}  // namespace program

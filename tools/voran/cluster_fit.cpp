@@ -1,0 +1,152 @@
+#include "tools/voran/cluster_fit.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "tools/voran/cluster_gaps.h"
+#include "tools/voran/component_loop.h"
+#include "tools/voran/failure.h"
+#include "tools/voran/library_error.h"
+#include "tools/voran/memory_size.h"
+#include "tools/voran/number_text.h"
+#include "tools/voran/terminal_user.h"
+#include "tools/voran/tree_cache.h"
+#include "voran/cluster/cluster_allocation_error.h"
+#include "voran/cluster/dendrogram.h"
+#include "voran/cluster/distance_and_index.h"
+#include "voran/cluster/distance_memory.h"
+#include "voran/cluster/single_linkage_distance_calculator.h"
+
+namespace tool {
+namespace {
+
+using DendroGram::DendroGramNode;
+using DendroGram::DendroGramPointer;
+using DendroGram::DistanceType;
+
+std::unique_ptr<DendroGram::ClusterDistanceCalculator> MakeCalculator(const ClusterSettings& settings) {
+  if (settings.ward) return std::make_unique<DendroGram::WardDistanceCalculator>(*settings.ward);
+  return std::make_unique<DendroGram::SingleLinkageDistanceCalculator>();
+}
+
+void RefuseSize(const std::string& source, std::size_t rows, const ClusterSettings& settings) {
+  if (rows > kMostClusterRows) {
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{}: {} are more than can be clustered, which are {}; leave out rows", source,
+                              Counted(rows, "row"), kMostClusterRows));
+  }
+  if (settings.groups && *settings.groups > rows) {
+    throw WrongUse(fmt::format("--groups: {} of {} cannot make {}", Counted(rows, "row"), source,
+                               Counted(*settings.groups, "group")));
+  }
+}
+
+std::uint64_t DistanceBytes(std::size_t rows) {
+  return static_cast<std::uint64_t>(rows) * (rows - 1) / 2 * sizeof(DendroGram::DistanceAndIndex);
+}
+
+Failure NoMemory(const std::string& source, std::size_t rows, const ClusterSettings& settings) {
+  constexpr std::size_t kMostRowsInMemory = 46341;  // the library counts the pairs in 32 bits
+  std::string what =
+      fmt::format("{}: the distances of {} take {}", source, Counted(rows, "row"), MemorySizeText(DistanceBytes(rows)));
+  std::vector<std::string> advice;
+  if (rows > kMostRowsInMemory) {
+    what += fmt::format(", and no more than those of {} rows are kept in memory", kMostRowsInMemory);
+  } else {
+    what += fmt::format(", and there may be {}", MemorySizeText(DendroGram::DistanceMemory::GetBudget()));
+    advice.emplace_back("--memory allows more");
+  }
+  if (settings.ward) advice.emplace_back("--method single can keep them on disk");
+  return Failure(ExitCode::kComputationFailed, fmt::format("{}; {}", what, fmt::join(advice, ", and ")));
+}
+
+Failure NoDisk(const std::string& source, std::size_t rows) {
+  return Failure(ExitCode::kComputationFailed,
+                 fmt::format("{}: the distances of {} take {}, more memory than there may be, and the folder of "
+                             "temporary files has less than twice that free to keep them; free some, or allow more "
+                             "memory by --memory",
+                             source, Counted(rows, "row"), MemorySizeText(DistanceBytes(rows))));
+}
+
+DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, const ClusterSettings& settings,
+                           TreeCache* cache, NCProgress* progress) {
+  try {
+    const auto calculator = MakeCalculator(settings);
+    return DendroGramPointer(DendroGram::GetDendroGram(x, *calculator, progress, cache));
+  } catch (const Declined& declined) {
+    if (declined.WasAsked()) throw;
+    throw NoDisk(table.source, table.rowIds.size());
+  } catch (const DendroGram::ClusterAllocationError&) {
+    throw NoMemory(table.source, table.rowIds.size(), settings);
+  } catch (const NCError& error) {
+    const Failure failure = FailureOf(error, table.source, progress);
+    const std::string hint = failure.Code() == ExitCode::kCancelled ? "" : GapHint(x, table.rowIds);
+    throw hint.empty() ? failure : BadData(failure.what() + hint);
+  }
+}
+
+std::size_t CountLowMerges(const std::vector<ClusterMerge>& merges, std::size_t rows) {
+  const auto isLower = [&](const ClusterMerge& merge, std::size_t child) {
+    return child > rows && merge.height < merges[child - rows - 1].height;
+  };
+  return static_cast<std::size_t>(std::count_if(merges.begin(), merges.end(), [&](const ClusterMerge& merge) {
+    return isLower(merge, merge.first) || isLower(merge, merge.second);
+  }));
+}
+
+ClusterGroups Cut(DendroGramNode& tree, const ClusterSettings& settings, double unit) {
+  if (settings.groups) return CutIntoGroups(tree, *settings.groups);
+  // Heights are floats: one that was copied from the results is to be what it was.
+  return CutAtHeight(tree, static_cast<double>(static_cast<float>(*settings.cut)) / unit);
+}
+
+}  // namespace
+
+ClusterResult FitCluster(Table& table, const ClusterSettings& settings, TreeCache* cache, NCProgress* progress) {
+  const std::size_t rows = table.rowIds.size();
+  RefuseSize(table.source, rows, settings);
+  ClusterResult result;
+  result.gaps = CountGaps(table.x);
+  PreparedTable prepared =
+      Prepare({table.source, table.x, table.variables, table.rowIds, settings.transforms}, settings.scaling);
+  RefuseNothingLeft(table.source, prepared);
+  if (prepared.note) result.notes.push_back(*prepared.note);
+  const double unit = prepared.columns.unit;
+  result.unit = settings.ward == DistanceType::kErrorSumOfSquares ? unit * unit : unit;
+  result.columns = std::move(prepared.columns);
+
+  result.tree = GrowTree(table, prepared.x, settings, cache, progress);
+  if (cache != nullptr && !IsTreeOf(*result.tree, rows)) {
+    cache->Forget();
+    result.tree = GrowTree(table, prepared.x, settings, cache, progress);
+  }
+  if (cache != nullptr) {
+    result.isFromCache = cache->HadTree();
+    for (std::string& note : cache->Notes()) result.notes.push_back(std::move(note));
+  }
+  result.merges = MergesOf(*result.tree, result.unit);
+  result.lowMerges = CountLowMerges(result.merges, rows);
+  result.order = RowOrder(*result.tree);
+  if (settings.cut || settings.groups) result.groups = Cut(*result.tree, settings, result.unit);
+  for (const TextColumn& column : table.classes) result.classes.push_back(ReadClasses(column));
+  return result;
+}
+
+std::string WardTypeName(DistanceType type) {
+  return type == DistanceType::kSquareRoot ? "root" : "ss";
+}
+
+std::string MethodText(const ClusterSettings& settings) {
+  return settings.ward ? fmt::format("Ward's method ({})", WardTypeName(*settings.ward)) : "single linkage";
+}
+
+std::string HeightText(const ClusterSettings& settings) {
+  if (!settings.ward) return "distance of the nearest rows";
+  return settings.ward == DistanceType::kSquareRoot ? "square root of the growth of the sum of squares within groups"
+                                                    : "growth of the sum of squares within groups";
+}
+
+}  // namespace tool

@@ -1,0 +1,206 @@
+#include "tools/voran/cluster_report.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "tools/voran/command_run.h"
+#include "tools/voran/csv_writer.h"
+#include "tools/voran/number_text.h"
+#include "tools/voran/text_table.h"
+
+namespace tool {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kHeightsShown = 9;
+constexpr std::size_t kGroupsShown = 20;
+constexpr std::size_t kClassesAcross = 10;
+constexpr std::size_t kLongestName = 24;
+
+std::string More(std::size_t rest) {
+  return rest == 0 ? "" : fmt::format("  and {} more, which --json and --out give\n", rest);
+}
+
+// Between which heights the tree has 2, 3, ... groups.
+std::string HeightLines(const std::vector<ClusterMerge>& merges) {
+  TextTable lines({"groups", "above", "up to", "range"});
+  const std::size_t shown = std::min(merges.size(), kHeightsShown);
+  for (std::size_t k = 1; k <= shown; ++k) {
+    const double upper = merges[merges.size() - k].height;
+    const double lower = k == merges.size() ? 0.0 : merges[merges.size() - k - 1].height;
+    lines.Row({std::to_string(k + 1), ShortNumber(lower), ShortNumber(upper), ShortNumber(upper - lower)});
+  }
+  return shown == 0 ? "" : "\n" + lines.Text();
+}
+
+std::vector<std::vector<std::string>> Members(const ClusterReport& report) {
+  const ClusterGroups& groups = *report.result.groups;
+  std::vector<std::vector<std::string>> members(groups.nodes.size());
+  for (std::size_t i = 0; i < groups.ofRow.size(); ++i) {
+    members[groups.ofRow[i] - 1].push_back(report.table.rowIds[i]);
+  }
+  return members;
+}
+
+std::string MemberLines(const ClusterReport& report) {
+  const auto members = Members(report);
+  std::string text = "\n";
+  for (std::size_t g = 0; g < std::min(members.size(), kGroupsShown); ++g) {
+    std::vector<std::string> names;
+    for (const std::string& name : members[g]) names.push_back(ShortName(name, kLongestName));
+    text += fmt::format("  group {}, {}: {}\n", g + 1, Counted(names.size(), "row"), Enumerated(names));
+  }
+  return text + More(members.size() - std::min(members.size(), kGroupsShown));
+}
+
+std::string ClassLines(const ClassColumn& column, const ClusterGroups& groups) {
+  const auto counts = CountClasses(column, groups);
+  const std::size_t across = std::min(column.classes.size(), kClassesAcross);
+  const std::size_t shown = std::min(counts.size(), kGroupsShown);
+  std::vector<std::string> headings = {fmt::format("group, by {}", ShortName(column.name, kLongestName)), "rows"};
+  for (std::size_t k = 0; k < across; ++k) headings.push_back(ShortName(column.classes[k], kLongestName));
+  TextTable table(headings);
+  for (std::size_t g = 0; g < shown; ++g) {
+    std::vector<std::string> cells = {std::to_string(g + 1), std::to_string(groups.nodes[g]->SizeLeafs())};
+    for (std::size_t k = 0; k < across; ++k) cells.push_back(std::to_string(counts[g][k]));
+    table.Row(std::move(cells));
+  }
+  const std::size_t rest = column.classes.size() - across;
+  return "\n" + table.Text() + More(counts.size() - shown) +
+         (rest == 0 ? "" : fmt::format("  and {}, which --json gives\n", Counted(rest, "more class")));
+}
+
+std::string GroupLines(const ClusterReport& report) {
+  if (!report.result.groups) return {};
+  std::string text;
+  for (const ClassColumn& column : report.result.classes) {
+    if (!column.classes.empty()) text += ClassLines(column, *report.result.groups);
+  }
+  return text.empty() ? MemberLines(report) : text;
+}
+
+Json GroupsJson(const ClusterReport& report) {
+  if (!report.result.groups) return {};
+  Json json = Json::array();
+  for (const auto& members : Members(report)) {
+    json.push_back({{"group", json.size() + 1}, {"size", members.size()}, {"rows", members}});
+  }
+  return json;
+}
+
+Json ClassesJson(const ClusterResult& result) {
+  if (!result.groups) return {};
+  Json json = Json::array();
+  for (const ClassColumn& column : result.classes) {
+    json.push_back(
+        {{"name", column.name}, {"classes", column.classes}, {"counts", CountClasses(column, *result.groups)}});
+  }
+  return json;
+}
+
+Json MergesJson(const std::vector<ClusterMerge>& merges) {
+  Json json = Json::array();
+  for (const ClusterMerge& merge : merges) {
+    json.push_back(
+        {{"height", AsWritten(merge.height)}, {"first", merge.first}, {"second", merge.second}, {"new", merge.made}});
+  }
+  return json;
+}
+
+Json OrderJson(const ClusterReport& report) {
+  Json json = Json::array();
+  for (const std::size_t row : report.result.order) json.push_back(report.table.rowIds[row]);
+  return json;
+}
+
+std::string HeadText(const ClusterReport& report) {
+  const ClusterResult& result = report.result;
+  std::string text =
+      fmt::format("Clusters of {}: {}, {}, {}, scaling {}, {}\n", report.table.source,
+                  Counted(report.table.rowIds.size(), "row"), Counted(result.columns.names.size(), "column"),
+                  MethodText(report.settings), ScalingName(report.settings.scaling), GapText(result.gaps));
+  const std::string transforms = TransformsText(result.columns);
+  if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
+  if (!result.columns.dropped.empty()) {
+    text += fmt::format("  columns left out: {}\n", DroppedText(result.columns.dropped));
+  }
+  if (result.merges.empty()) text += "  one row is a tree of one leaf: there is nothing to join\n";
+  if (!result.merges.empty() && result.tree->Height() == 0.0f) text += "  all rows are equal: every height is 0\n";
+  if (result.lowMerges > 0) {
+    text += fmt::format("  {} lower than a cluster that {}: heights do not ascend everywhere\n",
+                        result.lowMerges == 1 ? "1 merge is" : fmt::format("{} merges are", result.lowMerges),
+                        result.lowMerges == 1 ? "it joins" : "they join");
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string ClusterText(const ClusterReport& report) {
+  return HeadText(report) + HeightLines(report.result.merges) + GroupLines(report);
+}
+
+Json ClusterJson(const ClusterReport& report) {
+  const ClusterSettings& settings = report.settings;
+  const ClusterResult& result = report.result;
+  Json json = JsonHead("cluster", report.table);
+  json["columns"] = result.columns.names.size();
+  json["method"] = settings.ward ? "ward" : "single";
+  json["ward_type"] = settings.ward ? Json(WardTypeName(*settings.ward)) : Json();
+  json["scaling"] = ScalingName(settings.scaling);
+  json["transforms"] = TransformsJson(result.columns);
+  json["missing"] = GapJson(result.gaps);
+  json["dropped_columns"] = DroppedJson(result.columns.dropped);
+  json["from_cache"] = result.isFromCache;
+  json["low_merges"] = result.lowMerges;
+  json["cut"] = settings.cut ? Json(*settings.cut) : Json();
+  json["groups_requested"] = settings.groups ? Json(*settings.groups) : Json();
+  json["groups"] = GroupsJson(report);
+  json["classes"] = ClassesJson(result);
+  json["order"] = OrderJson(report);
+  json["merges"] = MergesJson(result.merges);
+  return json;
+}
+
+void WriteClusterTables(const ClusterReport& report, OutputDirectory& folder) {
+  const ClusterResult& result = report.result;
+  const auto writeIds = [&](std::ostream& out, const std::vector<std::string>& headings, const auto& writeRows) {
+    CsvWriter csv(out);
+    for (const std::string& heading : headings) csv.Text(heading);
+    csv.EndRow();
+    writeRows(csv);
+  };
+  folder.Write("merges.csv", [&](std::ostream& out) {
+    writeIds(out, {"height", "first", "second", "new"}, [&](CsvWriter& csv) {
+      for (const ClusterMerge& merge : result.merges) {
+        csv.Number(merge.height);
+        for (const std::size_t id : {merge.first, merge.second, merge.made}) csv.Text(std::to_string(id));
+        csv.EndRow();
+      }
+    });
+  });
+  folder.Write("order.csv", [&](std::ostream& out) {
+    writeIds(out, {report.table.idName}, [&](CsvWriter& csv) {
+      for (const std::size_t row : result.order) {
+        csv.Text(report.table.rowIds[row]);
+        csv.EndRow();
+      }
+    });
+  });
+  if (!result.groups) return;
+  folder.Write("groups.csv", [&](std::ostream& out) {
+    writeIds(out, {report.table.idName, "group"}, [&](CsvWriter& csv) {
+      for (std::size_t i = 0; i < report.table.rowIds.size(); ++i) {
+        csv.Text(report.table.rowIds[i]);
+        csv.Text(std::to_string(result.groups->ofRow[i]));
+        csv.EndRow();
+      }
+    });
+  });
+}
+
+}  // namespace tool
