@@ -96,8 +96,10 @@ class VORAN_EXPORT MegaDistances::TempFile {
   void Write(const DistanceAndIndex* entries, std::size_t n, NCProgress* progress);
   /// To the start, for reading.
   void Rewind();
-  /// Whether the next n could be read. The disk may have their room back then.
+  /// Whether the next n could be read.
   bool Read(DistanceAndIndex* entries, std::size_t n, NCProgress* progress);
+  /// Gives the disk back the room of the first n of those that have been read, and still have it.
+  void Release(std::size_t n);
 
   float upperLimit = 0.0F;  ///< above all distances; in the file of the largest ones, the largest
   float lowerLimit = 0.0F;  ///< no distance is below
@@ -106,7 +108,7 @@ class VORAN_EXPORT MegaDistances::TempFile {
  private:
   std::string pathName_;
   voran::detail::FilePointer file_;
-  std::uint64_t readCount_ = 0;
+  std::uint64_t releasedCount_ = 0;
 };
 
 }  // namespace DendroGram

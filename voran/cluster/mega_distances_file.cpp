@@ -49,9 +49,12 @@ bool MegaDistances::TempFile::Read(DistanceAndIndex* entries, std::size_t n, NCP
     const std::size_t piece = std::min(kPiece, n - done);
     if (std::fread(entries + done, sizeof(DistanceAndIndex), piece, file_.get()) != piece) return false;
   }
-  voran::detail::ReleaseFilePart(file_.get(), readCount_ * sizeof(DistanceAndIndex), n * sizeof(DistanceAndIndex));
-  readCount_ += n;
   return true;
+}
+
+void MegaDistances::TempFile::Release(std::size_t n) {
+  voran::detail::ReleaseFilePart(file_.get(), releasedCount_ * sizeof(DistanceAndIndex), n * sizeof(DistanceAndIndex));
+  releasedCount_ += n;
 }
 
 }  // namespace DendroGram
