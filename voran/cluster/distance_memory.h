@@ -9,8 +9,9 @@ inline namespace voran {
 namespace DendroGram {
 
 /// How much memory the list of distances of a clustering may take: 12 bytes for each pair of rows. A list that would
-/// take more counts as one for which there is no memory, as does one that the system refuses. Many systems refuse
-/// nothing, and end the process when the memory is used.
+/// take more counts as one for which there is no memory, as does one that the system refuses: Ward's method throws, and
+/// single linkage goes to disk, with a buffer within the budget. Many systems refuse nothing, and end the process when
+/// the memory is used. See docs/clustering.md.
 ///
 /// Process-wide, without a limit at the start; to be changed between runs, not during one.
 class VORAN_EXPORT DistanceMemory {

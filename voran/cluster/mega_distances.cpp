@@ -2,16 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <ios>
 #include <limits>
-#include <system_error>
 
 #include <boost/format.hpp>
 
 #include "voran/cluster/cluster_progress.h"
 #include "voran/platform/nc_error.h"
-#include "voran/platform/temporary_files.h"
 #include "voran/statistics/distributions.h"
 
 inline namespace voran {
@@ -25,10 +21,6 @@ std::string Translated(const char* text) {
   return voran::detail::TranslateText(text, "Cluster analysis");
 }
 
-std::streamsize Bytes(std::size_t entries) {
-  return static_cast<std::streamsize>(entries * sizeof(DistanceAndIndex));
-}
-
 /// So many that an average file fills half of the buffer.
 int PlannedSegments(std::uint64_t entries, std::uint64_t ramCapacity) {
   const double planned =
@@ -38,39 +30,6 @@ int PlannedSegments(std::uint64_t entries, std::uint64_t ramCapacity) {
 }
 
 }  // namespace
-
-MegaDistances::TempFile::TempFile() : pathName_(VrGetTempFileName(nullptr, "vor-", "clu")) {
-  stream_.rdbuf()->pubsetbuf(nullptr, 0);  // whole blocks are written and read
-  stream_.open(pathName_, std::ios::in | std::ios::out | std::ios::trunc | std::ios::binary);
-  if (!stream_) {
-    throw NCError(ExceptionMessage::translate("The temporary file {1} could not be opened") % pathName_,
-                  NCError::Level::kGeneral);
-  }
-  // Without a name it vanishes with the process, even a killed one. Where that is refused, the destructor removes it.
-  std::error_code ignored;
-  std::filesystem::remove(pathName_, ignored);
-}
-
-MegaDistances::TempFile::~TempFile() {
-  stream_.close();
-  std::error_code ignored;
-  std::filesystem::remove(pathName_, ignored);
-}
-
-void MegaDistances::TempFile::Write(const DistanceAndIndex* entries, std::size_t n) {
-  stream_.write(reinterpret_cast<const char*>(entries), Bytes(n));
-  entryCount += n;
-}
-
-void MegaDistances::TempFile::Rewind() {
-  stream_.clear();
-  stream_.seekg(0);
-}
-
-bool MegaDistances::TempFile::Read(DistanceAndIndex* entries, std::size_t n) {
-  stream_.read(reinterpret_cast<char*>(entries), Bytes(n));
-  return !stream_.fail();
-}
 
 MegaDistances::MegaDistances(detail::PairList& buffer, NCProgress* progress, std::uint64_t totalDistances)
     : ramCapacity_(buffer.size()),
@@ -102,7 +61,7 @@ void MegaDistances::WriteBlock() {
   sumOfSquares_ = sum;
   file.upperLimit = largest;
   const std::uint64_t reports = file.entryCount / kEntriesPerReport;
-  file.Write(loaded_.data(), loaded_.size());
+  file.Write(loaded_.data(), loaded_.size(), progress_);
   loaded_.clear();
   if (const std::uint64_t now = file.entryCount / kEntriesPerReport; now != reports) {
     detail::SetValue(progress_, static_cast<float>(now * kEntriesPerReport) / static_cast<float>(totalDistances_));
@@ -152,7 +111,7 @@ void MegaDistances::LoadNextSegment() {
   TempFile& file = *segments_.back();
   loaded_.resize(static_cast<std::size_t>(file.entryCount));
   file.Rewind();
-  if (!file.Read(loaded_.data(), loaded_.size())) throw NCInternalError("MegaDistances::LoadNextSegment");
+  if (!file.Read(loaded_.data(), loaded_.size(), progress_)) throw NCInternalError("MegaDistances::LoadNextSegment");
   segments_.pop_back();
   detail::SetText(progress_, Translated("Sorting"));
   sort_ = detail::PairSort(loaded_.size());  // a break does not reach it

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "voran/cluster/pair_sort.h"
 #include "voran/export.h"
 #include "voran/platform/progress.h"
+#include "voran/platform/temporary_files.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -19,8 +19,9 @@ namespace DendroGram {
 ///
 /// Three stages, on the caller's thread. AppendDistance writes all to one file. SplitDistances cuts it into files by
 /// ranges of distance. Top and Pop bring one file after another into memory, those of the smallest distances first; a
-/// file that is not reached is never read again. At most 24 bytes a pair are on disk, while the file is being cut; in
-/// memory there is one buffer. The order of equal distances depends on the size of this buffer.
+/// file that is not reached is never read again. At most 24 bytes a pair are on disk, while the file is being cut (12
+/// on Linux, where most file systems take back what has been read); in memory there is one buffer. The order of equal
+/// distances depends on the size of this buffer.
 ///
 /// A file whose distances are all equal cannot be cut. If it does not fit into the buffer it is cut again and again,
 /// until a break: give a progress.
@@ -82,8 +83,7 @@ class VORAN_EXPORT MegaDistances {
   std::uint64_t totalDistances_;
 };
 
-/// Pairs on disk, as they stand in memory. The system's temporary directory shows nothing of it where an open file can
-/// lose its name.
+/// Pairs on disk, as they stand in memory: written, and then read once. A break of `progress`, if not null, throws.
 class VORAN_EXPORT MegaDistances::TempFile {
  public:
   /// Throws NCError if it cannot be opened.
@@ -92,12 +92,14 @@ class VORAN_EXPORT MegaDistances::TempFile {
   TempFile& operator=(const TempFile&) = delete;
   ~TempFile();
 
-  /// At the end, before anything has been read. Whether it succeeds is seen by reading.
-  void Write(const DistanceAndIndex* entries, std::size_t n);
-  /// To the start, for reading, whatever has happened before.
+  /// Whether it succeeds is seen by reading.
+  void Write(const DistanceAndIndex* entries, std::size_t n, NCProgress* progress);
+  /// To the start, for reading.
   void Rewind();
-  /// Whether so many could be read.
-  bool Read(DistanceAndIndex* entries, std::size_t n);
+  /// Whether the next n could be read.
+  bool Read(DistanceAndIndex* entries, std::size_t n, NCProgress* progress);
+  /// Gives the disk back the room of the first n of those that have been read, and still have it.
+  void Release(std::size_t n);
 
   float upperLimit = 0.0F;  ///< above all distances; in the file of the largest ones, the largest
   float lowerLimit = 0.0F;  ///< no distance is below
@@ -105,7 +107,8 @@ class VORAN_EXPORT MegaDistances::TempFile {
 
  private:
   std::string pathName_;
-  std::fstream stream_;
+  voran::detail::FilePointer file_;
+  std::uint64_t releasedCount_ = 0;
 };
 
 }  // namespace DendroGram

@@ -52,13 +52,14 @@ MegaDistances::Segments MakeFiles(const std::vector<float>& limits, float lowest
 }
 
 /// Deals the entries out, which come to stand in another order.
-void Deal(detail::PairList& entries, const MegaDistances::Segments& files, std::uint64_t done,
-          const PartitionProgress& progress) {
+void Deal(detail::PairList& entries, MegaDistances::TempFile& source, const MegaDistances::Segments& files,
+          std::uint64_t done, const PartitionProgress& progress) {
   DistanceAndIndex* first = entries.data();
   DistanceAndIndex* const last = first + entries.size();
   for (std::size_t i = 0; i < files.size(); ++i) {
     DistanceAndIndex* const end = i + 1 < files.size() ? MoveToFront(first, last, files[i]->lowerLimit) : last;
-    files[i]->Write(first, static_cast<std::size_t>(end - first));
+    source.Release(static_cast<std::size_t>(end - first));
+    files[i]->Write(first, static_cast<std::size_t>(end - first), progress.progress);
     first = end;
     const float part = static_cast<float>(i + 1);
     const double fraction = kReading + kWriting * static_cast<double>(part) / static_cast<double>(files.size());
@@ -76,12 +77,12 @@ MegaDistances::Segments MegaDistances::Partition(TempFile& source, std::vector<f
   source.Rewind();
   for (std::uint64_t done = 0; done < source.entryCount; done += buffer.size()) {
     buffer.resize(static_cast<std::size_t>(std::min<std::uint64_t>(buffer.capacity(), source.entryCount - done)));
-    const bool isRead = source.Read(buffer.data(), buffer.size());
+    const bool isRead = source.Read(buffer.data(), buffer.size(), progress);
     report.Report(static_cast<float>(kReading), done, buffer.size());
     if (!isRead) {
       throw NCError(ExceptionMessage::translate("Error when reading from temporary file."), NCError::Level::kGeneral);
     }
-    Deal(buffer, files, done, report);
+    Deal(buffer, source, files, done, report);
   }
   std::erase_if(files, [](const auto& file) { return file->entryCount == 0; });
   buffer.clear();

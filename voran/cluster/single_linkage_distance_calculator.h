@@ -20,7 +20,8 @@ class MegaDistances;
 /// Pairs are taken from the smallest distance up, and those inside one cluster skipped (Kruskal's minimum spanning
 /// tree). Equal distances are taken in the order in which the sort leaves them (see detail::PairSort), which is the
 /// same for every run, machine and number of threads. Time and memory grow with the square of the number of rows, 12
-/// bytes a pair; distances beyond those that merging reaches are not sorted.
+/// bytes a pair; distances beyond those that merging reaches are not sorted. Where memory does not suffice they go to
+/// disk (see MegaDistances and DistanceMemory); then the order of equal ones depends on the memory that there was.
 ///
 /// `progress` is asked for a break by Init and by FindNearestAndMerge, and must outlive both.
 class VORAN_EXPORT SingleLinkageDistanceCalculator : public ClusterDistanceCalculator {
@@ -31,7 +32,7 @@ class VORAN_EXPORT SingleLinkageDistanceCalculator : public ClusterDistanceCalcu
   SingleLinkageDistanceCalculator& operator=(const SingleLinkageDistanceCalculator&);
   ~SingleLinkageDistanceCalculator() override;
 
-  /// Throws NCError: ClusterAllocationError where there is no memory for the pairs (see DistanceMemory).
+  /// Throws NCError for 65536 rows or more, on a break, if the user does not want the disk to be used, and if it fails.
   void Init(const NCDataMatrix<float>& data, NCProgress* progress) override;
   float FindNearestAndMerge(int& first, int& second) override;
   std::string GetId() override;

@@ -1,5 +1,9 @@
 #include "voran/platform/temporary_files.h"
 
+#ifdef __linux__
+#include <fcntl.h>
+#endif
+
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -37,6 +41,24 @@ std::string VrGetTempFileName(const char* directory, const char* prefix, const c
 }
 
 namespace detail {
+
+FilePointer OpenTemporaryFile(const std::string& pathName) {
+  FilePointer file(std::fopen(pathName.c_str(), "w+bx"));
+  if (!file) return nullptr;
+  std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  std::error_code inUse;
+  std::filesystem::remove(pathName, inUse);
+  return file;
+}
+
+void ReleaseFilePart([[maybe_unused]] std::FILE* file, [[maybe_unused]] std::uint64_t begin,
+                     [[maybe_unused]] std::uint64_t bytes) {
+#ifdef __linux__
+  // Some file systems cannot do it; then the part stays until the file is closed.
+  fallocate(fileno(file), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(begin),
+            static_cast<off_t>(bytes));
+#endif
+}
 
 std::optional<std::uint64_t> GetFreeDiskSpace(const std::string& directory) {
   std::error_code error;
