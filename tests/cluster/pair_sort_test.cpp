@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <numeric>
 #include <random>
 #include <string>
@@ -11,6 +12,7 @@
 
 #include "tests/cluster/plain_cluster.h"
 #include "voran/platform/nc_error.h"
+#include "voran/platform/progress_display.h"
 
 namespace {
 
@@ -145,6 +147,33 @@ TEST(PairSort, BreakIsSeenWhereverTheSortGoesOn) {
     EXPECT_STREQ(error.what(), "Cluster analysis aborted.");
     EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
   }
+}
+
+/// Cancels at its k-th poll.
+class CancelAt : public ProgressDisplay {
+ public:
+  explicit CancelAt(int poll) : poll_(poll) {}
+  void Begin(const ProgressView&) override {}
+  void ShowPosition(const ProgressView&) override {}
+  void ShowSpin(const ProgressView&) override {}
+  void End(const ProgressView&) override {}
+  bool IsCancelRequested() const noexcept override { return ++polls_ >= poll_; }
+
+ private:
+  int poll_;
+  mutable int polls_ = 0;
+};
+
+TEST(PairSort, OneLongStepSeesABreak) {
+  std::mt19937 generator(8);
+  const Pairs pairs = Numbered(Made(200000, [&](std::size_t) { return static_cast<float>(generator() % (1U << 24)); }));
+  PairList list(pairs.begin(), pairs.end());
+  NCProgress::SetDisplay(std::make_shared<CancelAt>(3));  // the first is before the step
+  {
+    NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
+    EXPECT_THROW(voran::DendroGram::detail::SortOneStep(list, {0, list.size(), list.size()}, &progress), NCError);
+  }
+  NCProgress::SetDisplay(nullptr);
 }
 
 }  // namespace

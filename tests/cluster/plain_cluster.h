@@ -89,8 +89,9 @@ class Sort {
   void Run(T* first, T* end, std::ptrdiff_t budget) {
     const std::ptrdiff_t n = end - first;
     if (n <= 32) {
-      for (T* next = first; next != end; ++next)
-        std::rotate(std::upper_bound(first, next, *next, isBefore_), next, next + 1);
+      for (T* next = first; next != end; ++next) {
+        for (T* x = next; x != first && isBefore_(*x, x[-1]); --x) std::iter_swap(x, x - 1);
+      }
     } else if (budget == 0) {
       ++heapSorts_;
       std::make_heap(first, end, isBefore_);
@@ -123,19 +124,20 @@ class Sort {
     } else {
       Three(first, mid, last);
     }
-    T* begin = mid;  // [begin, behind) is known to equal the pivot
+    const T pivot = *mid;  // by value: what equals it may be a NaN
+    T* begin = mid;        // [begin, behind) is known to equal the pivot
     T* behind = mid + 1;
-    while (begin != first && Equal(begin[-1], *begin)) --begin;
-    while (behind != end && Equal(*behind, *begin)) ++behind;
+    while (begin != first && Equal(begin[-1], pivot)) --begin;
+    while (behind != end && Equal(*behind, pivot)) ++behind;
     T* up = behind;
     T* down = begin;
     for (;;) {
-      while (up != end && !isBefore_(*up, *begin)) {
-        if (Equal(*up, *begin)) std::iter_swap(up, behind++);
+      while (up != end && !isBefore_(*up, pivot)) {
+        if (Equal(*up, pivot)) std::iter_swap(up, behind++);
         ++up;
       }
-      while (down != first && !isBefore_(*begin, down[-1])) {
-        if (Equal(down[-1], *begin)) std::iter_swap(down - 1, --begin);
+      while (down != first && !isBefore_(pivot, down[-1])) {
+        if (Equal(down[-1], pivot)) std::iter_swap(down - 1, --begin);
         --down;
       }
       if (up == end && down == first) return {begin, behind};

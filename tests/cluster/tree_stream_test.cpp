@@ -1,3 +1,4 @@
+#include <list>
 #include <new>
 #include <sstream>
 #include <string>
@@ -97,7 +98,6 @@ TEST(TreeStream, RefusesWhatIsNoTreeAndTakesNoMemoryForIt) {
       {"more rows than bytes", Stored(kIsLeaf + Element(0.5F) + Int(40000) + std::string(40000, '\0'))},
       {"a negative count of rows", Stored(kIsLeaf + Element(0.5F) + Int(-1) + Int(0))},
       {"rows out of order", Stored(Leaf({2, 1}))},
-      {"leaves without end", Stored(Inner(0.5F, 1, 0x7FFFFFFF) + leaf + leaf)},
       {"a single leaf below", Stored(Inner(0.5F, 1, 1) + leaf + leaf)},
   };
   for (const auto& [what, bytes] : cases) {
@@ -108,6 +108,22 @@ TEST(TreeStream, RefusesWhatIsNoTreeAndTakesNoMemoryForIt) {
   }
   const DendroGramPointer read = Tree("(5 5 6)");
   EXPECT_TRUE(Read(Stored(Leaf({})), *read));
+}
+
+TEST(TreeStream, CountsOfLeavesAreBelievedAndCostNothing) {
+  const auto leaf = Leaf({1});
+  const DendroGramPointer read = Tree("(5 5 6)");
+  std::list<int> rows;
+  const AllocationWatch watch;
+  EXPECT_TRUE(Read(Stored(Inner(0.5F, 1, 0x7FFFFFFF) + leaf + leaf), *read));
+  read->GetLeafs(rows);
+  EXPECT_LE(watch.Largest(), std::size_t{1} << 20U);
+  EXPECT_EQ(rows, (std::list<int>{1, 1}));
+
+  const DendroGramPointer tree = Tree("(9 (8 (7 1 2) 3) 4)");
+  *tree->GetLeft() = *tree->GetRight();  // the root still counts four
+  EXPECT_TRUE(Read(Written(*tree), *read));
+  EXPECT_TRUE(*read == *tree);
 }
 
 TEST(TreeStream, LeavesNothingBehindWhenMemoryRunsOut) {

@@ -126,6 +126,11 @@ TEST(DendroGramNode, CopiesStandByThemselves) {
   EXPECT_EQ(Spell(*copy), "(9 (4 4 5) (8 1 2+3))");
   *copy->GetLeft() = *tree;
   EXPECT_EQ(Spell(*copy), "(9 2+3 (8 1 2+3))");
+  EXPECT_FLOAT_EQ(copy->GetXOffset(), 0.5f * (1.0f / 4 * 0.5f + (2 * 0.5f + 1) / 4));  // 4 leaves still
+  const DendroGramPointer uneven = Tree("(9 (8 1 (5 2 6)) (4 3 4))");
+  uneven->GetLeft()->swap(*uneven->GetRight());
+  EXPECT_EQ(Spell(*uneven), "(9 (4 3 4) (8 1 (5 2 6)))");
+  ExpectSound(*uneven);
   EXPECT_EQ(At(*copy, "l").GetParent(), copy.get());
   tree->CopyLocalData(At(*copy, "rl"));
   EXPECT_EQ(Spell(*tree), "1");

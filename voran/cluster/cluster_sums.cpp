@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "voran/cluster/distance_rows.h"
 #include "voran/containers/missing_value.h"
 
 inline namespace voran {
@@ -21,7 +22,7 @@ double ScaledSS(double sum, double sumOfSquares, double count, double size) {
 ClusterSums::ClusterSums(const NCDataMatrix<float>& data)
     : data_(data),
       columns_(static_cast<std::size_t>(std::max(0, data.SizeColumns()))),
-      hasGaps_(data.GetNumMisVal() != 0),
+      hasGaps_(HasGaps(data)),
       members_(static_cast<std::size_t>(data.SizeRows())),
       sums_(members_.size() * columns_),
       counts_(hasGaps_ ? sums_.size() : 0),

@@ -7,6 +7,7 @@
 #include <memory>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "voran/cluster/dendrogram_layout.h"
 #include "voran/containers/missing_value.h"
@@ -213,13 +214,17 @@ Nodes* DendroGramDrawer::SplitByHeight(float top, float bottom, float cut) const
 
 Nodes* DendroGramDrawer::WidthHitTest(float left, float right, float from, float to) const {
   if (from > to) std::swap(from, to);
-  auto nodes = std::make_unique<Nodes>();
+  std::vector<PlacedNode> hits;
   WalkLayout({root_, left, right}, [&](const PlacedNode& place) {
     const auto half = static_cast<float>((place.x1 - place.x0) / (place.node->SizeLeafs() * 2.0));
     if (!(place.x0 + half >= from && to >= place.x1 - half)) return LayoutStep::kDescend;
-    nodes->push_back(place.node);
+    hits.push_back(place);
     return LayoutStep::kSkip;
   });
+  // They are in this order already, unless the drawing runs from right to left.
+  std::stable_sort(hits.begin(), hits.end(), [](const PlacedNode& a, const PlacedNode& b) { return a.x0 < b.x0; });
+  auto nodes = std::make_unique<Nodes>();
+  for (const PlacedNode& hit : hits) nodes->push_back(hit.node);
   return nodes.release();
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
 #include "voran/cluster/dendrogram_node.h"
+#include "voran/cluster/tree_walk.h"
 
 inline namespace voran {
 namespace detail {
@@ -23,7 +23,7 @@ enum class LayoutStep { kDescend, kSkip, kStop };
 template <class Visit>
 void WalkLayout(PlacedNode start, Visit visit) {
   std::vector<PlacedNode> waiting;
-  waiting.reserve(static_cast<std::size_t>(start.node->SizeLeafs()));
+  waiting.reserve(RoomToWait(*start.node));
   waiting.push_back(start);
   while (!waiting.empty()) {
     const PlacedNode place = waiting.back();

@@ -15,11 +15,11 @@ namespace {
 
 constexpr double kRelativeTolerance = 1e-5;
 
-/// The relative difference, formed in float, by which equal trees may differ.
+/// The relative difference, formed in float, by which equal trees may differ; a NaN exceeds nothing.
 bool IsSameNumber(float a, float b) {
   if (a == b) return true;
   if (a == 0.0F || b == 0.0F) return false;
-  return static_cast<double>(std::fabs((b - a) / b)) <= kRelativeTolerance;
+  return !(static_cast<double>(std::fabs((b - a) / b)) > kRelativeTolerance);
 }
 
 bool IsSameNode(const DendroGramNode& a, const DendroGramNode& b) {
@@ -67,6 +67,8 @@ void DendroGramNode::swap(DendroGramNode& other) noexcept {
   DendroGramNode* const right = std::exchange(other.right_, right_);
   AdoptChildren(left, right);
   other.AdoptChildren(other.left_, other.right_);
+  if (parent_ != nullptr) parent_->UpdateOffsetsUpward();
+  if (other.parent_ != nullptr) other.parent_->UpdateOffsetsUpward();
 }
 
 void DendroGramNode::CopyLocalData(const DendroGramNode& other) {

@@ -32,9 +32,11 @@ class VORAN_EXPORT DendroGramNode : public StreamWalk<DendroGramNode> {
   DendroGramNode(float height, DendroGramNode* left, DendroGramNode* right);
   /// A root of its own, with copies of everything below `other`.
   DendroGramNode(const DendroGramNode& other);
-  /// Replaces what this node holds and all below it by a copy; its place under its parent stays.
+  /// Replaces what this node holds and all below it by a copy; its place under its parent stays. The ancestors' offsets
+  /// follow, and they keep their counts of leaves.
   DendroGramNode& operator=(const DendroGramNode& other);
-  /// Exchanges what two nodes hold and all below them; each stays in its place. Neither may lie below the other.
+  /// Exchanges what two nodes hold and all below them; each stays in its place. Neither may lie below the other. The
+  /// ancestors as above.
   void swap(DendroGramNode& other) noexcept;
   /// Copies everything but the links to children and parent.
   void CopyLocalData(const DendroGramNode& other);

@@ -51,10 +51,21 @@ DendroGramNodeLister::Cell DendroGramNodeLister::ListInnerNode(const DendroGramN
   return {row, column};
 }
 
+/// Lines that meet become one, so that no line hides another from IsOnLine.
 void DendroGramNodeLister::AddLine(Lines& lines, int at, int first, int last) {
   if (first > last) return;
-  int& end = lines.try_emplace({at, first}, last).first->second;
-  end = std::max(end, last);
+  auto next = lines.upper_bound({at, first});
+  if (next != lines.begin()) {
+    const auto before = std::prev(next);
+    if (before->first.first == at && before->second >= first - 1) {
+      first = before->first.second;
+      next = before;
+    }
+  }
+  for (; next != lines.end() && next->first.first == at && next->first.second <= last + 1; next = lines.erase(next)) {
+    last = std::max(last, next->second);
+  }
+  lines[{at, first}] = last;
 }
 
 bool DendroGramNodeLister::IsOnLine(const Lines& lines, int at, int position) {

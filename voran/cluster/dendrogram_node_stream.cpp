@@ -19,7 +19,6 @@ namespace {
 enum Entry : unsigned short { kNodes, kEntries };
 
 constexpr std::uint64_t kItemBytes = 4;
-constexpr std::uint64_t kLeastLeafBytes = 13;  // a leaf without rows
 
 template <typename T>
 T ReadValue(std::istream& stream) {
@@ -109,7 +108,7 @@ void DendroGramNode::DeSerialize(std::istream& stream) {
   } else {
     height_ = ReadValue<float>(stream);
     leafCount_ = ReadValue<std::int32_t>(stream);
-    RequireRead(leafCount_ >= 2 && static_cast<std::uint64_t>(leafCount_) <= RemainingBytes(stream) / kLeastLeafBytes);
+    RequireRead(leafCount_ >= 2);
   }
   model_ = ReadValue<std::int32_t>(stream);
 }

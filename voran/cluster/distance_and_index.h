@@ -26,22 +26,23 @@ namespace detail {
 /// Leaves new elements as the memory comes: a list of all pairs is first touched by the threads that fill it. A long
 /// list asks for large pages, of which the system sets up fewer.
 template <typename T>
-class UnsetAllocator : public std::allocator<T> {
+class UnsetAllocator {
  public:
+  using value_type = T;
+
+  UnsetAllocator() = default;
   template <typename U>
-  struct rebind {
-    using other = UnsetAllocator<U>;
-  };
+  explicit UnsetAllocator(const UnsetAllocator<U>& /*other*/) {}
 
   T* allocate(std::size_t n) {
-    if (!IsLong(n)) return std::allocator<T>::allocate(n);
+    if (!IsLong(n)) return std::allocator<T>().allocate(n);
     if (n > std::numeric_limits<std::size_t>::max() / sizeof(T)) throw std::bad_array_new_length();
     void* const memory = ::operator new(n * sizeof(T), std::align_val_t(voran::detail::kLargePage));
     voran::detail::AskForLargePages(memory, n * sizeof(T));
     return static_cast<T*>(memory);
   }
   void deallocate(T* memory, std::size_t n) {
-    if (!IsLong(n)) return std::allocator<T>::deallocate(memory, n);
+    if (!IsLong(n)) return std::allocator<T>().deallocate(memory, n);
     ::operator delete(memory, std::align_val_t(voran::detail::kLargePage));
   }
 
@@ -53,6 +54,8 @@ class UnsetAllocator : public std::allocator<T> {
   void construct(U* place, Arguments&&... arguments) {
     ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
   }
+
+  bool operator==(const UnsetAllocator&) const = default;
 
  private:
   static bool IsLong(std::size_t n) { return n >= 4 * voran::detail::kLargePage / sizeof(T); }

@@ -7,10 +7,17 @@ inline namespace voran {
 namespace DendroGram {
 namespace detail {
 
+bool HasGaps(const NCDataMatrix<float>& data) {
+  for (int i = 1; i <= data.SizeRows(); ++i) {
+    if (data[i].GetNumMisVal() != 0) return true;
+  }
+  return false;
+}
+
 DistanceRows::DistanceRows(const NCDataMatrix<float>& data)
     : rows_(static_cast<std::size_t>(data.SizeRows())),
       columns_(static_cast<std::size_t>(data.SizeColumns())),
-      hasGaps_(data.GetNumMisVal() != 0),
+      hasGaps_(HasGaps(data)),
       blocks_((rows_ + kRowsOfBlock - 1) / kRowsOfBlock * kRowsOfBlock * columns_) {
   byRow_.reserve(rows_ * columns_);
   for (std::size_t i = 0; i < rows_; ++i) {

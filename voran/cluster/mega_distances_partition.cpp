@@ -1,9 +1,13 @@
 #include <algorithm>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 
 #include "voran/cluster/cluster_progress.h"
+#include "voran/cluster/kernels/pair_compare.h"
 #include "voran/cluster/mega_distances.h"
+#include "voran/cluster/misplaced_pairs.h"
 #include "voran/platform/nc_error.h"
 
 inline namespace voran {
@@ -27,9 +31,40 @@ struct PartitionProgress {
   }
 };
 
+/// Which of the entries of a chunk are at or above `limit`.
+std::uint64_t AtOrAbove(const DistanceAndIndex* chunk, float limit,
+                        decltype(detail::PairCompareKernels::compare) compare) {
+  const detail::PairCompareKernels::Bits bits = compare(chunk, limit);
+  std::uint64_t result = bits.greater;
+  for (std::uint64_t rest = ~(bits.greater | bits.less); rest != 0; rest &= rest - 1) {
+    const int k = std::countr_zero(rest);
+    if (chunk[k].distance >= limit) result |= std::uint64_t{1} << k;
+  }
+  return result;
+}
+
 /// Moves the entries at or above `limit` to the front, and returns where the others begin. From both ends inward, two
 /// misplaced entries are swapped: part of the results, as equal distances are not told apart later.
 DistanceAndIndex* MoveToFront(DistanceAndIndex* first, DistanceAndIndex* last, float limit) {
+  constexpr std::ptrdiff_t kChunk = detail::PairCompareKernels::kTogether;
+  const auto compare = detail::PairCompareKernels::Current().compare;
+  detail::MisplacedPairs backward;  // of the front
+  detail::MisplacedPairs forward;   // of the back
+  while (last - first >= 2 * kChunk) {
+    if (backward.IsEmpty()) {
+      backward = {first, ~AtOrAbove(first, limit, compare)};
+      first += kChunk;
+    }
+    if (forward.IsEmpty()) {
+      last -= kChunk;
+      forward = {last, AtOrAbove(last, limit, compare)};
+    }
+    for (; !backward.IsEmpty() && !forward.IsEmpty(); backward.DropLowest(), forward.DropHighest()) {
+      std::swap(backward.Lowest(), forward.Highest());
+    }
+  }
+  if (!backward.IsEmpty()) first = &backward.Lowest();
+  if (!forward.IsEmpty()) last = &forward.Highest() + 1;
   for (;;) {
     while (first != last && first->distance >= limit) ++first;
     if (first == last) return first;

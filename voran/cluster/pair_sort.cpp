@@ -1,13 +1,13 @@
 #include "voran/cluster/pair_sort.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <optional>
 #include <utility>
 
 #include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/kernels/pair_compare.h"
+#include "voran/cluster/misplaced_pairs.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -56,18 +56,6 @@ void PreparePivot(DistanceAndIndex* first, std::size_t n) {
   SortThree(*(last - 2 * s), *(last - s), *last);
   SortThree(first[s], *mid, *(last - s));
 }
-
-/// Elements of one side that belong on the other, found but not yet swapped: bit k stands for base[k].
-struct Misplaced {
-  DistanceAndIndex* base = nullptr;
-  std::uint64_t bits = 0;
-
-  bool IsEmpty() const { return bits == 0; }
-  DistanceAndIndex& Lowest() const { return base[std::countr_zero(bits)]; }
-  void DropLowest() { bits &= bits - 1; }
-  DistanceAndIndex& Highest() const { return base[63 - std::countl_zero(bits)]; }
-  void DropHighest() { bits ^= std::uint64_t{1} << (63 - std::countl_zero(bits)); }
-};
 
 /// The block of elements equal to the pivot, and how far the two sides have been scanned: the elements in between are
 /// where they belong, but for those that `rightward_` and `leftward_` hold.
@@ -176,10 +164,10 @@ class Partition {
   DistanceAndIndex* blockEnd_;
   float pivot_;
   decltype(PairCompareKernels::compare) compare_;
-  DistanceAndIndex* left_;   ///< from here to the block everything has been scanned
-  DistanceAndIndex* right_;  ///< from the block to here everything has been scanned
-  Misplaced leftward_;       ///< of the right side, upward
-  Misplaced rightward_;      ///< of the left side, downward
+  DistanceAndIndex* left_;    ///< from here to the block everything has been scanned
+  DistanceAndIndex* right_;   ///< from the block to here everything has been scanned
+  MisplacedPairs leftward_;   ///< of the right side, upward
+  MisplacedPairs rightward_;  ///< of the left side, downward
 };
 
 void InsertionSort(DistanceAndIndex* first, std::size_t n) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <vector>
@@ -16,12 +17,19 @@ inline int LowestRow(const DendroGramNode& leaf) {
   return leaf.SizeItems() == 0 ? std::numeric_limits<int>::max() : leaf.Items()->front();
 }
 
+/// What a walk sets aside for the nodes that wait: enough for every tree that clustering makes, and little where a
+/// count of leaves was read that is not true.
+inline std::size_t RoomToWait(const DendroGramNode& root) {
+  constexpr int kMostClusteredRows = 65535;
+  return static_cast<std::size_t>(std::min(root.SizeLeafs(), kMostClusteredRows));
+}
+
 /// Calls `visit` for a node and all below it: a node, its left subtree, its right subtree. The next node is chosen
 /// before the visit, which thus may exchange the children of the node.
 template <class Node, class Visit>
 void WalkPreOrder(Node& root, Visit visit) {
   std::vector<Node*> waiting;
-  waiting.reserve(static_cast<std::size_t>(root.SizeLeafs()) - 1);
+  waiting.reserve(RoomToWait(root));
   for (Node* node = &root; node != nullptr;) {
     Node* const visited = node;
     if (!visited->IsLeaf()) {

@@ -18,14 +18,17 @@ constexpr float kUnknown = std::numeric_limits<float>::infinity();
 
 /// A search stops at a NaN, so it bounds nothing.
 float BoundWith(float bound, float distance) {
-  if (std::isnan(distance)) return kUnknown;
-  return std::max(bound, distance);
+  return std::isnan(distance) ? kUnknown : std::max(bound, distance);
 }
 
 }  // namespace
 
 WardPairList::WardPairList(PairList pairs, const PairSort& sort, NCProgress* progress, int rows)
-    : initial_(std::move(pairs)), lastMerge_(static_cast<std::size_t>(rows)), progress_(progress) {
+    : initial_(std::move(pairs)),
+      hasNaN_(
+          std::any_of(initial_.begin(), initial_.end(), [](const auto& pair) { return std::isnan(pair.distance); })),
+      lastMerge_(static_cast<std::size_t>(rows)),
+      progress_(progress) {
   Group all{kUnknown, {}};
   std::size_t sorted = 0;
   for (const SortRange& range : sort.GetPending()) {
@@ -41,7 +44,11 @@ WardPairList::WardPairList(PairList pairs, const PairSort& sort, NCProgress* pro
 void WardPairList::AddSorted(std::size_t begin, std::size_t end, std::vector<Block>& blocks) const {
   for (; begin < end; begin += kPairsOfBlock) {
     const SortRange range{begin, std::min(end, begin + kPairsOfBlock), 0};
-    blocks.push_back({Kind::kSorted, BoundWith(kNothing, initial_[begin].distance), range});
+    const std::size_t bounding =
+        hasNaN_ ? range.end : begin + 1;  // with a NaN among them, the first need not be largest
+    float bound = kNothing;
+    for (std::size_t k = begin; k < bounding; ++k) bound = BoundWith(bound, initial_[k].distance);
+    blocks.push_back({Kind::kSorted, bound, range});
   }
 }
 
@@ -150,7 +157,7 @@ void WardPairList::LowerBound(Block& block) {
     isEmpty = isEmpty && state == State::kGone;
     if (state != State::kValid) continue;
     block.bound = BoundWith(block.bound, pair.distance);
-    if (block.kind == Kind::kSorted) return;
+    if (block.kind == Kind::kSorted && !hasNaN_) return;
   }
   if (isEmpty) block.initial.end = block.initial.begin;
 }
@@ -177,11 +184,7 @@ void WardPairList::InsertAt(std::size_t g, std::size_t b, std::size_t place, con
     group.blocks.insert(group.blocks.begin() + static_cast<std::ptrdiff_t>(b), Block{Kind::kOwn, kNothing});
   }
   Block& block = group.blocks[b];
-  if (block.kind == Kind::kSorted) {
-    block.own.reserve(2 * kPairsOfBlock);
-    for (std::size_t k = 0; k < SizeOf(block); ++k) block.own.push_back(PairAt(block, k));
-    block.kind = Kind::kOwn;
-  }
+  if (block.kind == Kind::kSorted) place = TakeOver(block, place);
   block.own.insert(block.own.begin() + static_cast<std::ptrdiff_t>(place), pair);
   block.bound = BoundWith(block.bound, pair.distance);
   group.bound = std::max(group.bound, block.bound);
@@ -189,11 +192,22 @@ void WardPairList::InsertAt(std::size_t g, std::size_t b, std::size_t place, con
   if (group.blocks.size() >= 2 * kBlocksOfGroup) SplitGroup(g);
 }
 
+std::size_t WardPairList::TakeOver(Block& block, std::size_t place) const {
+  std::size_t placed = 0;
+  for (std::size_t k = 0; k < SizeOf(block); ++k) {
+    const Pair pair = PairAt(block, k);
+    if (StateOf(pair) == State::kGone) continue;
+    block.own.push_back(pair);
+    if (k < place) ++placed;
+  }
+  block.kind = Kind::kOwn;
+  return placed;
+}
+
 void WardPairList::SplitBlock(std::vector<Block>& blocks, std::size_t b) {
   std::vector<Pair>& left = blocks[b].own;
   const auto middle = left.begin() + static_cast<std::ptrdiff_t>(left.size() / 2);
   Block right{Kind::kOwn, blocks[b].bound};
-  right.own.reserve(2 * kPairsOfBlock);
   right.own.assign(middle, left.end());
   left.erase(middle, left.end());
   blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(b) + 1, std::move(right));

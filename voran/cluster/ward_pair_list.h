@@ -74,6 +74,8 @@ class WardPairList {
   Pair PairAt(const Block& block, std::size_t k) const;
   /// Where in the block a pair of this distance belongs; kNowhere if the block has nothing for a search to stop at.
   std::size_t PlaceIn(const Block& block, float distance) const;
+  /// Gives a sorted block its own pairs, without those that are gone; returns where `place` has come to be.
+  std::size_t TakeOver(Block& block, std::size_t place) const;
   void InsertAt(std::size_t g, std::size_t b, std::size_t place, const Pair& pair);
   /// Makes the bound of a block exact, and takes away what is gone.
   void LowerBound(Block& block);
@@ -86,6 +88,7 @@ class WardPairList {
   void SplitGroup(std::size_t g);
 
   PairList initial_;
+  bool hasNaN_ = false;  ///< whether a distance of the initial list is one: then what is sorted need not descend
   std::vector<Group> groups_;
   std::vector<int> lastMerge_;  ///< of each cluster, 0 before the first; kNever for one that is gone
   int merges_ = 0;

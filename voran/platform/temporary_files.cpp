@@ -20,10 +20,17 @@ std::filesystem::path SystemDirectory() {
   std::filesystem::path directory = std::filesystem::temp_directory_path(error);
   if (!error) return directory;
   for (const char* const name : {"TMPDIR", "TMP", "TEMP", "TEMPDIR"}) {
-    if (const char* const value = std::getenv(name)) return value;
+    const char* const value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return value;
   }
   return "/tmp";
 }
+
+#ifdef __linux__
+constexpr const char* kMode = "w+bxe";  // no program that the host starts keeps the file open
+#else
+constexpr const char* kMode = "w+bx";
+#endif
 
 std::string RandomDigits() {
   std::random_device device;
@@ -43,7 +50,7 @@ std::string VrGetTempFileName(const char* directory, const char* prefix, const c
 namespace detail {
 
 FilePointer OpenTemporaryFile(const std::string& pathName) {
-  FilePointer file(std::fopen(pathName.c_str(), "w+bx"));
+  FilePointer file(std::fopen(pathName.c_str(), kMode));
   if (!file) return nullptr;
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
   std::error_code inUse;
