@@ -88,7 +88,8 @@ double FisherNetwork::ProbabilityUpTo(double length) {
 
 void FisherNetwork::Expand(const FisherNode& node, FisherStage& next) {
   if (node.paths.empty()) return;
-  if (IsChiSquare(node.rows)) return CountByChiSquare(node);
+  const bool isWholeTable = numOpen_ + 1 == margins_.columns.size();
+  if (!isWholeTable && IsChiSquare(node.rows)) return CountByChiSquare(node);
   next_ = &next;
   sums_ = node.rows;
   paths_ = node.paths;
