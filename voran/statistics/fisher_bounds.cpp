@@ -161,7 +161,6 @@ double PathLengths::ShortestOfTwoColumns(std::span<const int> rows, int firstCol
       const double gain = logFactorial(rows[i]) - logFactorial(left) - logFactorial(rows[i] - left);
       shortest = std::min(shortest, undivided + gain);
     }
-    if (left == 0) shortest = std::min(shortest, undivided);
   }
   return shortest;
 }

@@ -76,8 +76,7 @@ Margins MarginsOf(const ColumnTable& table) {
 }
 
 StageCapacity CapacityOf(int workspace, int mult) {
-  const long long even = workspace - workspace % 2;
-  const long long ldkey = even / (mult * 10 + 18) - 1;
+  const long long ldkey = workspace / (mult * 10 + 18) - 1;
   if (ldkey <= 0) FailExactTest(kTooManyNodes);
   return {static_cast<int>(ldkey), static_cast<int>(ldkey * mult)};
 }

@@ -69,10 +69,9 @@ struct Descent {
       const bool isStillFalling = beyond.value < c.value;
       MoveTo(beyond);
       if (isStillFalling) MoveTo(PlaceAt(f, GoldenStep(b.x, c.x)));
-    } else if ((u - limit) * (limit - c.x) >= 0.0F) {
-      MoveTo(PlaceAt(f, limit));
     } else {
-      MoveTo(PlaceAt(f, GoldenStep(b.x, c.x)));
+      const bool isBeyondLimit = (u - limit) * (limit - c.x) >= 0.0F;
+      MoveTo(PlaceAt(f, isBeyondLimit ? static_cast<double>(limit) : GoldenStep(b.x, c.x)));
     }
   }
 
