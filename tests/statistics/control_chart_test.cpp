@@ -227,25 +227,21 @@ TEST(ControlChart, LambdaStaysWithinItsRange) {
 }
 
 TEST(ControlChart, KnownSigmaReplacesTheEstimate) {
-  const struct {
-    ControlChart::ControlType type;
-    double process;
-  } cases[] = {{ControlChart::kIndividual, 2.0}, {ControlChart::kMeanRange, 2.0}, {ControlChart::kMeanStdDev, 2.0},
-               {ControlChart::kCuSum, 2.0},      {ControlChart::kEWMA, 2.0},      {ControlChart::kIndividualEWMA, 2.0}};
-  for (const auto& c : cases) {
-    ControlChart chart = Chart(c.type);
+  for (const auto type : {ControlChart::kIndividual, ControlChart::kMeanRange, ControlChart::kMeanStdDev,
+                          ControlChart::kCuSum, ControlChart::kEWMA, ControlChart::kIndividualEWMA}) {
+    ControlChart chart = Chart(type);
     chart.SetEWMALambda(0.5);
     const double before = chart.GetEWMAStdDev();
     chart.SetStdDevSubgroup(kMissing);
     EXPECT_EQ(chart.GetEWMAStdDev(), before);
     chart.SetStdDevSubgroup(2.0);
-    EXPECT_NEAR(chart.GetStdDevProcess(), c.process, kFloat) << c.type;
-    if (c.type == ControlChart::kCuSum) {
+    EXPECT_NEAR(chart.GetStdDevProcess(), 2.0, kFloat) << type;
+    if (type == ControlChart::kCuSum) {
       EXPECT_NEAR(chart.GetActionLimit(), 4.5 * 2.0 * 0.8862, kFloat);
       EXPECT_NEAR(chart.GetDeadBand(), 0.5 * 2.0 * 0.8862, kFloat);
     }
-    if (c.type >= ControlChart::kEWMA) {
-      EXPECT_NEAR(chart.GetEWMAStdDev(), 2.0 * 0.8862 * std::sqrt(0.5 / 1.5), kFloat) << c.type;
+    if (type >= ControlChart::kEWMA) {
+      EXPECT_NEAR(chart.GetEWMAStdDev(), 2.0 * 0.8862 * std::sqrt(0.5 / 1.5), kFloat) << type;
       EXPECT_NEAR(chart.GetMeanUCL(), 6.25 + 1.954 * 0.8862 * 2.0, 1e-5);
     }
   }

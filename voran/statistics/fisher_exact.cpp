@@ -8,6 +8,7 @@
 #include <mutex>
 #include <thread>
 
+#include "voran/platform/exception_message.h"
 #include "voran/platform/progress.h"
 #include "voran/statistics/fisher_error.h"
 
@@ -26,7 +27,7 @@ std::mutex theOnlyTest;
 std::unique_lock<std::mutex> WaitForTurn(NCProgress& progress) {
   std::unique_lock<std::mutex> turn(theOnlyTest, std::try_to_lock);
   while (!turn.owns_lock()) {
-    if (progress.IsBreakPressed()) throw CancelException();
+    if (!progress.NextSpin()) throw CancelException();
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
     turn.try_lock();
   }
@@ -90,7 +91,7 @@ void ExpectNoNegativeCell(const int* first, const int* last) {
 
 void fexact(int nrow, int ncol, const int* table, int ldtabl, const HybridControls& controls, double& prt, double& pre,
             int workspace, int mult) {
-  NCProgress progress("", 0.0F, 1.0F, false, true, true, "");
+  NCProgress progress(voran::detail::TranslateText("Fisher's exact test").c_str(), 0.0F, 0.0F, false, true, true, "");
   const std::unique_lock<std::mutex> turn = WaitForTurn(progress);
   const ColumnTable observed = {table, nrow, ncol, ldtabl};
   ExpectTestable(observed);
@@ -101,7 +102,7 @@ void fexact(int nrow, int ncol, const int* table, int ldtabl, const HybridContro
     pre = 1.0;
     return;
   }
-  FisherNetwork network(margins, controls, capacity, [&] { return progress.IsBreakPressed(); });
+  FisherNetwork network(margins, controls, capacity, [&] { return !progress.NextSpin(); });
   double length = 0.0;
   observed.ForEachCell([&](int, int, int count) { length -= network.LogFactorial(count); });
   prt = std::exp(network.LogScale() + length);

@@ -59,8 +59,8 @@ FisherNetwork::FisherNetwork(const Margins& margins, const HybridControls& contr
       controls_(controls),
       capacity_(capacity),
       poll_(std::move(isCancelled)),
-      logFactorials_(LogFactorials(Total(margins.rows))),
       radices_(Radices(margins_.rows)),
+      logFactorials_(LogFactorials(Total(margins.rows))),
       pathLengths_(logFactorials_),
       rest_(margins.rows.size()),
       sortedRest_(margins.rows.size()) {

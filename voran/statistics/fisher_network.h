@@ -65,8 +65,8 @@ class FisherNetwork {
   HybridControls controls_;
   StageCapacity capacity_;
   voran::detail::CancelPoll poll_;
-  std::vector<double> logFactorials_;
   std::vector<int> radices_;
+  std::vector<double> logFactorials_;
   PathLengths pathLengths_;
   double logScale_ = 0.0;
 
