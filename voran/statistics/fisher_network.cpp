@@ -88,6 +88,7 @@ double FisherNetwork::ProbabilityUpTo(double length) {
 
 void FisherNetwork::Expand(const FisherNode& node, FisherStage& next) {
   if (node.paths.empty()) return;
+  // Of the table itself at least one column is always taken apart: else nothing of the test would be exact.
   const bool isWholeTable = numOpen_ + 1 == margins_.columns.size();
   if (!isWholeTable && IsChiSquare(node.rows)) return CountByChiSquare(node);
   next_ = &next;

@@ -39,6 +39,8 @@ class FisherNetwork {
   /// `isCancelled` is asked every few milliseconds. Throws NCError if the keys of the nodes outgrow an int.
   FisherNetwork(const Margins& margins, const HybridControls& controls, StageCapacity capacity,
                 std::function<bool()> isCancelled);
+  FisherNetwork(const FisherNetwork&) = delete;
+  FisherNetwork& operator=(const FisherNetwork&) = delete;
 
   /// ln(probability) of a table less its length.
   double LogScale() const { return logScale_; }
