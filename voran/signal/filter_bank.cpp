@@ -18,7 +18,7 @@ FilterBank::FilterBank(const NCDataVector<float>& highPass, const NCDataVector<f
 }
 
 FilterBank::Channel FilterBank::MakeChannel(const NCDataVector<float>& filter, bool isHighPass) {
-  return {{filter.begin(), filter.end()}, isHighPass ? 1 : filter.Size() - 2};
+  return {{filter.begin(), filter.end()}, isHighPass ? 1 : filter.Size() - 1};
 }
 
 void FilterBank::Continue(float* phase, int half) const {

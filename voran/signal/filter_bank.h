@@ -12,7 +12,7 @@ namespace detail {
 ///
 /// With x(0) to x(n - 1) a block, of an even n and continued periodically, and f(0) to f(m - 1) a filter:
 ///   high(i) = sum over j of f(j) x(2i + 1 - j)      with the high-pass filter,
-///   low(i) = sum over j of f(j) x(2i + m - 2 - j)   with the low-pass filter, for i < n/2.
+///   low(i) = sum over j of f(j) x(2i + m - 1 - j)   with the low-pass filter, for i < n/2.
 /// Merge() is the adjoint. A sum runs in ascending j; in Merge() the terms of the high half come first.
 ///
 /// Holds work space for one block: one object serves one thread.
