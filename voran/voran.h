@@ -70,6 +70,7 @@
 #include "voran/preprocessing/transform_errors.h"
 #include "voran/preprocessing/transform_struct.h"
 #include "voran/preprocessing/transform_type.h"
+#include "voran/signal/derivate.h"
 #include "voran/signal/fft.h"
 #include "voran/signal/wavelet.h"
 #include "voran/statistics/distributions.h"
