@@ -7,39 +7,26 @@ namespace detail {
 
 namespace {
 
-/// A complex series, real and imaginary parts apart.
-struct Parts {
-  explicit Parts(std::size_t n) : re(n), im(n) {}
-
-  std::vector<float> re;
-  std::vector<float> im;
-};
-
-/// A(k) conj(B(k)) / (n/2) for k < n/2, where z is the transform of a + ib; the value at n/2 is real like the one at 0
-/// and stands in its imaginary part.
-Parts CrossSpectrum(const Parts& z) {
-  const std::size_t n = z.re.size();
+/// Turns the transform of a + ib at n frequencies into A(k) conj(B(k)) / (n/2) for k < n/2; the value at n/2 is real
+/// like the one at 0 and stands in its imaginary part.
+void MakeCrossSpectrum(float* re, float* im, std::size_t n) {
   const std::size_t half = n / 2;
   const auto divisor = static_cast<float>(half);
-  Parts product(half);
   for (std::size_t k = 1; k < half; ++k) {
-    const float aRe = 0.5f * (z.re[k] + z.re[n - k]);
-    const float aIm = 0.5f * (z.im[k] - z.im[n - k]);
-    const float bRe = 0.5f * (z.im[k] + z.im[n - k]);
-    const float bIm = -0.5f * (z.re[k] - z.re[n - k]);
-    product.re[k] = (aRe * bRe + aIm * bIm) / divisor;
-    product.im[k] = (aIm * bRe - aRe * bIm) / divisor;
+    const float aRe = 0.5f * (re[k] + re[n - k]);
+    const float aIm = 0.5f * (im[k] - im[n - k]);
+    const float bRe = 0.5f * (im[k] + im[n - k]);
+    const float bIm = -0.5f * (re[k] - re[n - k]);
+    re[k] = (aRe * bRe + aIm * bIm) / divisor;
+    im[k] = (aIm * bRe - aRe * bIm) / divisor;
   }
-  product.re[0] = z.re[0] * z.im[0] / divisor;
-  product.im[0] = z.re[half] * z.im[half] / divisor;
-  return product;
+  re[0] = re[0] * im[0] / divisor;
+  im[0] = re[half] * im[half] / divisor;
 }
 
-/// Turns the first half of the spectrum of a real series into the spectrum of the complex series whose real and
-/// imaginary parts are its even and odd elements. The turning is in double.
-void JoinEvenAndOdd(Parts& spectrum, const FourierTransform& transform) {
-  auto& [re, im] = spectrum;
-  const std::size_t half = re.size();
+/// Turns the first half of the spectrum of a real series, packed as above, into the spectrum of the complex series
+/// whose real and imaginary parts are its even and odd elements. The turning is in double.
+void JoinEvenAndOdd(float* re, float* im, std::size_t half, const FourierTransform& transform) {
   for (std::size_t k = 1; k < (half + 1) / 2; ++k) {
     const std::size_t mirror = half - k;
     const double wRe = transform.Cosine(k, 2 * half);
@@ -60,21 +47,26 @@ void JoinEvenAndOdd(Parts& spectrum, const FourierTransform& transform) {
 
 }  // namespace
 
-std::vector<float> Correlation(const float* a, const float* b, std::size_t n) {
-  if (n == 1) return {a[0] * b[0]};
-  FourierTransform transform(n);
-  Parts both(n);
-  transform.Forward(a, b, n, both.re.data(), both.im.data());
-  Parts spectrum = CrossSpectrum(both);
-  JoinEvenAndOdd(spectrum, transform);
-  const std::size_t half = n / 2;
-  transform.Inverse(spectrum.re.data(), spectrum.im.data(), half, both.re.data(), both.im.data());
-  std::vector<float> result(n);
-  for (std::size_t j = 0; j < half; ++j) {
-    result[2 * j] = both.re[j];
-    result[2 * j + 1] = both.im[j];
+LargeArray<float> Correlation(const float* a, const float* b, std::size_t n) {
+  LargeArray<float> re = MakeLargeArray<float>(n);
+  if (n == 1) {
+    re[0] = a[0] * b[0];
+    return re;
   }
-  return result;
+  LargeArray<float> im = MakeLargeArray<float>(n);
+  FourierTransform transform(n);
+  transform.Forward(a, b, n, re.get(), im.get());
+  MakeCrossSpectrum(re.get(), im.get(), n);
+  const std::size_t half = n / 2;
+  JoinEvenAndOdd(re.get(), im.get(), half, transform);
+  // The upper halves, no longer needed, take the series back; its elements are then put in order from below, where
+  // none is overwritten before it has been read.
+  transform.Inverse(re.get(), im.get(), half, re.get() + half, im.get() + half);
+  for (std::size_t j = 0; j < half; ++j) {
+    re[2 * j] = re[half + j];
+    re[2 * j + 1] = im[half + j];
+  }
+  return re;
 }
 
 }  // namespace detail

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+
+#include "voran/platform/large_array.h"
 
 inline namespace voran {
 namespace detail {
@@ -9,7 +10,7 @@ namespace detail {
 /// The circular correlation of two real series of n elements each, n a power of 2, by way of one transform for both
 /// and one back: element k is the sum over l of a(l + k) b(l), negative k counted from the end. The spectrum is
 /// rounded to float, its products are formed and divided by n/2 in float.
-std::vector<float> Correlation(const float* a, const float* b, std::size_t n);
+LargeArray<float> Correlation(const float* a, const float* b, std::size_t n);
 
 }  // namespace detail
 }  // namespace voran

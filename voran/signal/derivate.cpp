@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <vector>
 
 #include "voran/containers/missing_value.h"
 #include "voran/signal/kernels/window_fits.h"
@@ -91,27 +93,37 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
 }
 
 template <typename T>
+bool Derivate<T>::SlopeMayBeMarker(const T* y, int count) const {
+  const auto [least, most] = std::minmax_element(y, y + count);
+  double sumOfWeights = 0.0;
+  for (const T weight : operator_[1]) sumOfWeights += static_cast<double>(std::abs(weight));
+  const double bound = (static_cast<double>(*most) - static_cast<double>(*least)) * sumOfWeights;
+  return !(bound < 98.0);
+}
+
+template <typename T>
 template <class Values>
 void Derivate<T>::WalkWithoutGaps(const T* y, int count, T* centres, const Values& values) const {
-  if (operator_.SizeRows() == 0) {
+  if (operator_.SizeRows() == 0 || count == 0) {
     std::fill_n(centres, count, kMissing<T>);
     return;
   }
-  std::array<T, kChunk> means;
-  std::array<T, kChunk> slopes;
-  std::array<T, kChunk> terms{};
-  const bool hasTerm = Values::kTerm > 1 && Values::kTerm <= NumTerms();
-  const T* const weights[] = {operator_[1].begin(), operator_[hasTerm ? Values::kTerm : 1].begin()};
-  T* const sums[] = {slopes.data(), terms.data()};
+  const bool hasTerm = Values::kTerm <= NumTerms();
+  const bool checksSlope = Values::kTerm != 1 && SlopeMayBeMarker(y, count + windowSize_ - 1);
   const auto& kernels = detail::WindowFitKernels::Current();
+  const auto w = static_cast<std::size_t>(windowSize_);
+  const std::vector<double> wide(y, y + count + windowSize_ - 1);
+  std::array<T, kChunk> means;
+  std::array<T, kChunk> sums{};
+  std::array<T, kChunk> slopes{};
   for (int done = 0; done < count; done += kChunk) {
-    const int n = std::min(kChunk, count - done);
-    kernels.fit(y + done, static_cast<std::size_t>(n), static_cast<std::size_t>(windowSize_), weights, hasTerm ? 2 : 1,
-                means.data(), sums);
-    const std::array<T, kChunk>& used = Values::kTerm == 1 ? slopes : terms;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
-      const T value = values.AtCentre(means[i], used[i]);
-      centres[done + static_cast<int>(i)] = slopes[i] == kMissing<T> ? kMissing<T> : value;
+    const auto n = static_cast<std::size_t>(std::min(kChunk, count - done));
+    kernels.means(wide.data() + done, n, w, means.data());
+    if (hasTerm) kernels.sums(y + done, means.data(), n, w, operator_[Values::kTerm].begin(), sums.data());
+    if (checksSlope) kernels.sums(y + done, means.data(), n, w, operator_[1].begin(), slopes.data());
+    T* const out = centres + done;
+    for (std::size_t i = 0; i < n; ++i) {
+      out[i] = slopes[i] == kMissing<T> ? kMissing<T> : values.AtCentre(means[i], sums[i]);
     }
   }
 }

@@ -117,7 +117,7 @@ void FFT::AutoCorrelation(const NCDataVector<float>* x, DetrendMode detrend, int
   if (length == 0) return;
   assert(result->Size() > lags);
   const NCDataVector<float> v = Standardised(*x, detrend, length);
-  result->SetRange(1, detail::Correlation(v.begin(), v.begin(), static_cast<std::size_t>(length)).data(), lags + 1);
+  result->SetRange(1, detail::Correlation(v.begin(), v.begin(), static_cast<std::size_t>(length)).get(), lags + 1);
 }
 
 void FFT::CrossCorrelation(const NCDataVector<float>* x, const NCDataVector<float>* y, DetrendMode detrend, int lags,
@@ -128,8 +128,8 @@ void FFT::CrossCorrelation(const NCDataVector<float>* x, const NCDataVector<floa
   assert(result->Size() > 2 * lags);
   const NCDataVector<float> a = Standardised(*x, detrend, length);
   const NCDataVector<float> b = Standardised(*y, detrend, length);
-  const std::vector<float> correlation = detail::Correlation(a.begin(), b.begin(), static_cast<std::size_t>(length));
-  ReorderFromVec(correlation.data(), *result, length, 2 * lags + 1);
+  const auto correlation = detail::Correlation(a.begin(), b.begin(), static_cast<std::size_t>(length));
+  ReorderFromVec(correlation.get(), *result, length, 2 * lags + 1);
 }
 
 }  // namespace voran

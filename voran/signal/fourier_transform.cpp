@@ -36,12 +36,21 @@ struct Rotation {
   double im = 0.0;
 };
 
+/// Most rows are this short, too short for a call.
+void CopyRow(const float* from, std::size_t width, float* to) {
+  if (width == kStrip) {
+    std::copy_n(from, kStrip, to);
+  } else {
+    std::copy_n(from, width, to);
+  }
+}
+
 }  // namespace
 
 FourierTransform::FourierTransform(std::size_t greatestLength)
     : kernels_(ButterflyKernels::Current()),
-      cosines_(std::make_unique_for_overwrite<double[]>(greatestLength + 1)),
-      sines_(std::make_unique_for_overwrite<double[]>(greatestLength + 1)) {
+      cosines_(MakeLargeArray<double>(greatestLength + 1)),
+      sines_(MakeLargeArray<double>(greatestLength + 1)) {
   TabulateFactors(greatestLength / 2);
   decimated_.resize(std::size_t{1} << std::bit_width(greatestLength) / 2);
   for (std::size_t row = 1; row < decimated_.size(); ++row) {
@@ -79,8 +88,8 @@ void FourierTransform::TransformColumns(const float* re, const float* im, std::s
   for (std::size_t first = 0; first < columns; first += width) {
     for (std::size_t row = 0; row < rows; ++row) {
       const std::size_t source = Decimated(row, rows) * columns + first;
-      std::copy_n(re + source, width, stripRe_.data() + row * width);
-      std::copy_n(im + source, width, stripIm_.data() + row * width);
+      CopyRow(re + source, width, stripRe_.data() + row * width);
+      CopyRow(im + source, width, stripIm_.data() + row * width);
     }
     kernels_.transformColumns(stripRe_.data(), stripIm_.data(), rows, width, {cosines_.get(), sines_.get()});
     for (std::size_t c = 0; c < width; ++c) {

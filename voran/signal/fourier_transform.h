@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <vector>
 
+#include "voran/platform/large_array.h"
 #include "voran/signal/kernels/butterflies.h"
 
 inline namespace voran {
@@ -30,8 +30,6 @@ class FourierTransform {
   double Sine(std::size_t k, std::size_t n) const { return sines_[n / 2 + k]; }
 
  private:
-  using Doubles = std::unique_ptr<double[]>;
-
   void TabulateFactors(std::size_t greatestHalf);
   void TransformColumns(const float* re, const float* im, std::size_t rows, std::size_t columns, float* outRe,
                         float* outIm);
@@ -40,8 +38,8 @@ class FourierTransform {
   std::size_t Decimated(std::size_t row, std::size_t rows) const { return decimated_[row] * rows / decimated_.size(); }
 
   const ButterflyKernels& kernels_;
-  Doubles cosines_;  ///< those of the stage that joins transforms of h elements are at h to 2h - 1
-  Doubles sines_;
+  LargeArray<double> cosines_;  ///< those of the stage that joins transforms of h elements are at h to 2h - 1
+  LargeArray<double> sines_;
   std::vector<std::size_t> decimated_;  ///< positions of as many rows as there are at most
   std::vector<float> stripRe_;
   std::vector<float> stripIm_;

@@ -18,65 +18,62 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Wide = hn::CappedTag<double, 8>;
 using Single = hn::CappedTag<double, 1>;
 
-/// The windows that begin at y[i] and behind it, as many as Vectors vectors of D have elements.
-template <class D, std::size_t Vectors, std::size_t NumSums>
-HWY_INLINE void FitAt(const float* y, std::size_t i, std::size_t w, const float* const* weights, float* means,
-                      float* const* sums) {
-  const D wide;
+/// Vectors of windows worked on together: enough independent sums to keep the adders busy.
+constexpr std::size_t kVectors = 4;
+
+template <class D, std::size_t Vectors>
+HWY_INLINE void MeansAt(const double* wide, std::size_t w, float* means) {
+  const D d;
+  const std::size_t lanes = hn::Lanes(d);
+  hn::Vec<D> sums[Vectors];
+  for (auto& sum : sums) sum = hn::Zero(d);
+  for (std::size_t j = 0; j < w; ++j) {
+    for (std::size_t v = 0; v < Vectors; ++v) sums[v] = hn::Add(sums[v], hn::LoadU(d, wide + j + v * lanes));
+  }
   const hn::Rebind<float, D> narrow;
-  const std::size_t lanes = hn::Lanes(wide);
-  hn::Vec<D> total[Vectors];
-  for (auto& t : total) t = hn::Zero(wide);
-  for (std::size_t j = 0; j < w; ++j) {
-    for (std::size_t v = 0; v < Vectors; ++v) {
-      total[v] = hn::Add(total[v], hn::PromoteTo(wide, hn::LoadU(narrow, y + i + j + v * lanes)));
-    }
-  }
-  const auto size = hn::Set(wide, static_cast<double>(w));
-  hn::Vec<hn::Rebind<float, D>> mean[Vectors];
-  hn::Vec<D> sum[NumSums][Vectors];
+  const auto size = hn::Set(d, static_cast<double>(w));
   for (std::size_t v = 0; v < Vectors; ++v) {
-    mean[v] = hn::DemoteTo(narrow, hn::Div(total[v], size));
-    hn::StoreU(mean[v], narrow, means + i + v * lanes);
-    for (std::size_t s = 0; s < NumSums; ++s) sum[s][v] = hn::Zero(wide);
-  }
-  for (std::size_t j = 0; j < w; ++j) {
-    for (std::size_t v = 0; v < Vectors; ++v) {
-      const auto centred = hn::Sub(hn::LoadU(narrow, y + i + j + v * lanes), mean[v]);
-      for (std::size_t s = 0; s < NumSums; ++s) {
-        const auto term = hn::Mul(centred, hn::Set(narrow, weights[s][j]));
-        sum[s][v] = hn::Add(sum[s][v], hn::PromoteTo(wide, term));
-      }
-    }
-  }
-  for (std::size_t s = 0; s < NumSums; ++s) {
-    for (std::size_t v = 0; v < Vectors; ++v) {
-      hn::StoreU(hn::DemoteTo(narrow, sum[s][v]), narrow, sums[s] + i + v * lanes);
-    }
+    hn::StoreU(hn::DemoteTo(narrow, hn::Div(sums[v], size)), narrow, means + v * lanes);
   }
 }
 
-template <std::size_t NumSums>
-void FitAll(const float* y, std::size_t n, std::size_t w, const float* const* weights, float* means,
-            float* const* sums) {
-  constexpr std::size_t kVectors = 4;
+template <class D, std::size_t Vectors>
+HWY_INLINE void SumsAt(const float* y, const float* means, std::size_t w, const float* weights, float* out) {
+  const D d;
+  const hn::Rebind<float, D> narrow;
+  const std::size_t lanes = hn::Lanes(d);
+  hn::Vec<decltype(narrow)> mean[Vectors];
+  hn::Vec<D> sums[Vectors];
+  for (std::size_t v = 0; v < Vectors; ++v) {
+    mean[v] = hn::LoadU(narrow, means + v * lanes);
+    sums[v] = hn::Zero(d);
+  }
+  for (std::size_t j = 0; j < w; ++j) {
+    const auto weight = hn::Set(narrow, weights[j]);
+    for (std::size_t v = 0; v < Vectors; ++v) {
+      const auto centred = hn::Sub(hn::LoadU(narrow, y + j + v * lanes), mean[v]);
+      sums[v] = hn::Add(sums[v], hn::PromoteTo(d, hn::Mul(centred, weight)));
+    }
+  }
+  for (std::size_t v = 0; v < Vectors; ++v) hn::StoreU(hn::DemoteTo(narrow, sums[v]), narrow, out + v * lanes);
+}
+
+void Means(const double* wide, std::size_t n, std::size_t w, float* means) {
   constexpr std::size_t kStep = kVectors * hn::MaxLanes(Wide());
   std::size_t i = 0;
-  for (; i + kStep <= n; i += kStep) FitAt<Wide, kVectors, NumSums>(y, i, w, weights, means, sums);
-  for (; i < n; ++i) FitAt<Single, 1, NumSums>(y, i, w, weights, means, sums);
+  for (; i + kStep <= n; i += kStep) MeansAt<Wide, kVectors>(wide + i, w, means + i);
+  for (; i < n; ++i) MeansAt<Single, 1>(wide + i, w, means + i);
 }
 
-void Fit(const float* y, std::size_t n, std::size_t w, const float* const* weights, std::size_t numSums, float* means,
-         float* const* sums) {
-  if (numSums == 1) {
-    FitAll<1>(y, n, w, weights, means, sums);
-  } else {
-    FitAll<2>(y, n, w, weights, means, sums);
-  }
+void Sums(const float* y, const float* means, std::size_t n, std::size_t w, const float* weights, float* sums) {
+  constexpr std::size_t kStep = kVectors * hn::MaxLanes(Wide());
+  std::size_t i = 0;
+  for (; i + kStep <= n; i += kStep) SumsAt<Wide, kVectors>(y + i, means + i, w, weights, sums + i);
+  for (; i < n; ++i) SumsAt<Single, 1>(y + i, means + i, w, weights, sums + i);
 }
 
 const WindowFitKernels& Table() {
-  static constexpr WindowFitKernels kTable = {Fit};
+  static constexpr WindowFitKernels kTable = {Means, Sums};
   return kTable;
 }
 
