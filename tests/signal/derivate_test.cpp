@@ -239,6 +239,14 @@ TEST(Derivates, AFailedFitLeavesItsPlacesMissing) {
   }
 }
 
+/// The coefficient that marks a failed fit is told by its number.
+TEST(Derivates, ASlopeOfTheMarkerCountsAsAFailedFit) {
+  const Derivator derivator(kQuadratic, 3);
+  EXPECT_THAT(Elements(Derived(derivator, Vec{300, 201, 102, 3, -96}, 0, 1.0f, true)), Each(kGap));
+  EXPECT_THAT(Elements(Derived(derivator, Vec{300, 202, 104, 6, -92}, 0, 1.0f, true)),
+              ElementsAre(300, 202, 104, 6, -92));
+}
+
 TEST(Derivates, OnlyThreeDerivativesExist) {
   const Derivator derivator(kQuadratic, 5);
   Vec result(2, 1.0f);

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "voran/containers/missing_value.h"
@@ -78,8 +80,9 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
   const T* const y = source.begin();
   T* const out = result.GetWritableVector() + 1;
   T* const centres = out + windowSize_ / 2;
+  const bool hasGaps = std::count(source.begin(), source.end(), kMissing<T>) != 0;
   for (int i = 0; i < windows;) {
-    const int gap = static_cast<int>(std::find(y + i, source.end(), kMissing<T>) - y);
+    const int gap = hasGaps ? static_cast<int>(std::find(y + i, source.end(), kMissing<T>) - y) : source.Size();
     const int firstWithGap = std::min(windows, std::max(i, gap - windowSize_ + 1));
     WalkWithoutGaps(y + i, firstWithGap - i, centres + i, values);
     i = firstWithGap;
@@ -94,11 +97,13 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
 
 template <typename T>
 bool Derivate<T>::SlopeMayBeMarker(const T* y, int count) const {
-  const auto [least, most] = std::minmax_element(y, y + count);
   double sumOfWeights = 0.0;
   for (const T weight : operator_[1]) sumOfWeights += static_cast<double>(std::abs(weight));
-  const double bound = (static_cast<double>(*most) - static_cast<double>(*least)) * sumOfWeights;
-  return !(bound < 98.0);
+  // The largest distance from the first element, told by its bits: those of a NaN are larger than any number's.
+  std::uint32_t largest = 0;
+  for (int i = 1; i < count; ++i) largest = std::max(largest, std::bit_cast<std::uint32_t>(std::abs(y[i] - y[0])));
+  const double range = 2.0 * static_cast<double>(std::bit_cast<T>(largest));
+  return !(range * sumOfWeights < 98.0);
 }
 
 template <typename T>
@@ -122,8 +127,9 @@ void Derivate<T>::WalkWithoutGaps(const T* y, int count, T* centres, const Value
     if (hasTerm) kernels.sums(y + done, means.data(), n, w, operator_[Values::kTerm].begin(), sums.data());
     if (checksSlope) kernels.sums(y + done, means.data(), n, w, operator_[1].begin(), slopes.data());
     T* const out = centres + done;
-    for (std::size_t i = 0; i < n; ++i) {
-      out[i] = slopes[i] == kMissing<T> ? kMissing<T> : values.AtCentre(means[i], sums[i]);
+    for (std::size_t i = 0; i < n; ++i) out[i] = values.AtCentre(means[i], sums[i]);
+    for (std::size_t i = 0; checksSlope && i < n; ++i) {
+      if (slopes[i] == kMissing<T>) out[i] = kMissing<T>;
     }
   }
 }
