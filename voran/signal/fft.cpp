@@ -75,8 +75,10 @@ void FFT::ReorderFromVec(const float* source, NCDataVector<float>& target, int n
   target.SetRange(negative + 1, source, count - negative);
 }
 
-NCDataVector<float> FFT::Prepared(const NCDataVector<float>& x, DetrendMode detrend) {
-  NCDataVector<float> v(x);
+NCDataVector<float> FFT::Prepared(const NCDataVector<float>& x, DetrendMode detrend, int room) {
+  NCDataVector<float> v;
+  v.Reserve(room);  // before the elements come: one copy of a long series less
+  v.InsertValues(1, x);
   v.InterpolateMisVals(nullptr);
   DetrendVector(v, detrend);
   return v;
@@ -92,8 +94,9 @@ void FFT::PowerSpectrum(const NCDataVector<float>* x, int segmentLength, bool ov
   }
   std::vector<float> powers;
   try {
-    NCDataVector<float> v = Prepared(*x, detrend);
-    PadVectorLinearly(v, static_cast<int>(segments.length));
+    const auto length = static_cast<int>(segments.length);
+    NCDataVector<float> v = Prepared(*x, detrend, length);
+    PadVectorLinearly(v, length);
     const detail::PowerEstimate estimate(static_cast<std::size_t>(m), window);
     powers = estimate.Average(v.begin(), static_cast<std::size_t>(segments.pairs), overlap, scaling);
   } catch (const std::bad_alloc&) {
@@ -105,7 +108,7 @@ void FFT::PowerSpectrum(const NCDataVector<float>* x, int segmentLength, bool ov
 }
 
 NCDataVector<float> FFT::Standardised(const NCDataVector<float>& x, DetrendMode detrend, int length) {
-  NCDataVector<float> v = Prepared(x, detrend);
+  NCDataVector<float> v = Prepared(x, detrend, length);
   PadVectorZeros(v, length);
   DetrendVecMeanStd(v);
   return v;

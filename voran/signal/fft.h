@@ -51,8 +51,8 @@ class VORAN_EXPORT FFT {
   static void ReorderFromVec(const float* source, NCDataVector<float>& target, int n, int count);
 
  private:
-  /// A copy without gaps and trend.
-  static NCDataVector<float> Prepared(const NCDataVector<float>& x, DetrendMode detrend);
+  /// A copy without gaps and trend, with room for `room` elements.
+  static NCDataVector<float> Prepared(const NCDataVector<float>& x, DetrendMode detrend, int room);
   /// The same, followed by zeros, at mean 0 and norm 1.
   static NCDataVector<float> Standardised(const NCDataVector<float>& x, DetrendMode detrend, int length);
 };

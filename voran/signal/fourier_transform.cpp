@@ -10,8 +10,8 @@ namespace detail {
 
 namespace {
 
-/// A line of the cache: what a strip has of each row.
-constexpr std::size_t kStrip = 16;
+/// What a strip has of each row: two lines of the cache, which are fetched together.
+constexpr std::size_t kStrip = 32;
 /// From this length on, rows lie so far apart that strips of them are copied together before they are joined.
 constexpr std::size_t kLong = std::size_t{1} << 15;
 
