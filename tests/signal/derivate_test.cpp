@@ -234,6 +234,9 @@ TEST(Derivates, AFailedFitLeavesItsPlacesMissing) {
     EXPECT_EQ(kept[14], 0.5f);
     EXPECT_EQ(kept.GetNumMisVal(), 6);
   }
+  // As many elements as terms determine nothing.
+  const Vec scarce{1, 4, kGap, kGap, 2, kGap, kGap};
+  EXPECT_THAT(Elements(Derived(Derivator(kCubic, 7), scarce, 0, 1.0f, true)), Each(kGap));
   for (const auto& [order, window] : {std::pair(kQuadratic, 1), {kQuadratic, 2}, {kCubic, 3}, {kCubic, 0}}) {
     EXPECT_THAT(Elements(Derived(Derivator(order, window), Vec{1, 2, 4}, 1, 1.0f, true)), Each(kGap)) << window;
   }

@@ -486,6 +486,7 @@ TEST(WaveletSummary, EnergyIsSharedOutByLevel) {
   EXPECT_THAT(energies({{9, 9}, {1, 0}, {0, 1}, {1, 1}}), ElementsAre(0.75f, 0.25f));
   EXPECT_THAT(energies({{9}, {0}, {0}, {0}}), ElementsAre(0.0f, 0.0f));
   EXPECT_THAT(energies({{9}, {2}, {1}, {2}, {-99}, {1}, {5}}), ElementsAre(0.06f * 100.0f / 91.0f, 85.0f / 91.0f));
+  EXPECT_THAT(energies({{1}, {1}, {1}, {1}, {1}, {1}, {1}, {1}, {9}}), ElementsAre(0.5f, 0.25f, 0.25f));
   EXPECT_THROW(energies({{1}}), NCError);
   EXPECT_THROW(energies({{1}, {3e38f}}), NCError);
 }
