@@ -30,8 +30,9 @@ constexpr float kGap = -99.0f;
 /// A polynomial and its derivatives about the middle of `n` elements that are `step` apart.
 std::vector<float> Polynomial(const std::array<double, 4>& c, int n, int derivative, double step) {
   std::vector<float> values;
+  const int middle = n / 2;
   for (int i = 0; i < n; ++i) {
-    const double t = (i - n / 2) * step;
+    const double t = (i - middle) * step;
     const double all[] = {c[0] + t * (c[1] + t * (c[2] + t * c[3])), c[1] + t * (2 * c[2] + 3 * t * c[3]),
                           2 * c[2] + 6 * t * c[3], 6 * c[3]};
     values.push_back(static_cast<float>(all[derivative]));
@@ -150,8 +151,9 @@ std::vector<float> Plain(const std::vector<float>& x, const std::vector<std::vec
 /// The operator by the steps of the definition: (X'X)^-1 X' with the square centred.
 std::vector<std::vector<float>> Weights(int terms, int w, float& meanSquare) {
   NCDataMatrix<float> x(w, terms, 0.0f);
+  const int middle = w / 2 + 1;
   for (int i = 1; i <= w; ++i) {
-    const auto t = static_cast<float>(i - 1 - w / 2);
+    const auto t = static_cast<float>(i - middle);
     x(i, 1, t);
     x(i, 2, t * t);
     if (terms == 3) x(i, 3, t * t * t);

@@ -63,7 +63,8 @@ Doubles PlainSpectrum(const std::vector<float>& x, int m, int segments, int step
     for (int k = 0; k < 2 * m; ++k) {
       std::complex<double> z;
       for (int j = 0; j < 2 * m; ++j) {
-        const double value = x[static_cast<std::size_t>(s * step + j)] * window[static_cast<std::size_t>(j)];
+        const int at = s * step + j;
+        const double value = x[static_cast<std::size_t>(at)] * window[static_cast<std::size_t>(j)];
         z += std::polar(value, kTwoPi * (j * k % (2 * m)) / (2 * m));
       }
       powers[static_cast<std::size_t>(std::min(k, 2 * m - k))] += std::norm(z);
@@ -103,10 +104,10 @@ TEST(PowerSpectrum, IsTheMeanPowerOfItsSegments) {
 
 /// A line of amplitude 3 has the power 4.5, in its own frequency and, by the window, the two beside it.
 TEST(PowerSpectrum, ShowsTheAmplitudeOfALine) {
-  std::vector<float> x;
-  for (int i = 0; i < 1 << 14; ++i) x.push_back(static_cast<float>(7.0 + 3.0 * std::sin(kTwoPi * i * 20.0 / 256)));
+  Vec x(1 << 14);
+  for (int i = 1; i <= x.Size(); ++i) x(i, static_cast<float>(7.0 + 3.0 * std::sin(kTwoPi * i * 20.0 / 256)));
   for (const bool overlap : {true, false}) {
-    const Vec powers = Spectrum(Vector(x), 256, overlap, Detrend::kMean, Scaling::kSpectrum, Window::kHann);
+    const Vec powers = Spectrum(x, 256, overlap, Detrend::kMean, Scaling::kSpectrum, Window::kHann);
     EXPECT_NEAR(powers[21], 4.5, 0.03);
     EXPECT_LT(powers[24], 1e-3f);
     EXPECT_LT(powers[1], 1e-2f);
@@ -130,8 +131,8 @@ TEST(PowerSpectrum, KeepsTheEnergy) {
 }
 
 TEST(PowerSpectrum, TrendsAreTakenOffAndGapsFilled) {
-  std::vector<float> line;
-  for (int i = 0; i < 64; ++i) line.push_back(5.0f + 0.25f * static_cast<float>(i));
+  std::vector<float> line(64, 5.0f);
+  for (std::size_t i = 0; i < line.size(); ++i) line[i] += 0.25f * static_cast<float>(i);
   const Vec gappy = WithGaps(line, 1, 3);
   EXPECT_THAT(Elements(Spectrum(gappy, 16, false, Detrend::kLinear, kDensity, Window::kHann)), Each(0.0f));
   Vec centred(Vector(line));
@@ -230,8 +231,8 @@ TEST(Correlation, AnEarlierSecondSeriesGivesAPositiveLag) {
 }
 
 TEST(Correlation, GapsAreFilledAndTrendsTakenOff) {
-  std::vector<float> values;
-  for (int i = 0; i < 41; ++i) values.push_back(static_cast<float>(i % 8 < 4 ? i % 8 : 8 - i % 8) + 3.0f);
+  std::vector<float> values(41);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<float>(i % 8 < 4 ? i % 8 : 8 - i % 8) + 3.0f;
   Vec expected(11);
   Vec result(11);
   const Vec whole = Vector(values);

@@ -10,8 +10,8 @@
 /// Reproducible values between -1 and 1.
 inline std::vector<float> RandomSeries(int n, unsigned seed = 1) {
   std::mt19937 generator(seed);
-  std::vector<float> series;
-  for (int i = 0; i < n; ++i) series.push_back(static_cast<float>(generator() % 20001) / 10000.0f - 1.0f);
+  std::vector<float> series(static_cast<std::size_t>(n));
+  for (float& value : series) value = static_cast<float>(generator() % 20001) / 10000.0f - 1.0f;
   return series;
 }
 

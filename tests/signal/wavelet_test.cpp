@@ -384,7 +384,7 @@ TEST_F(WaveletMatrix, RowsAndColumnsAreTransformedEachForItself) {
     ExpectRightCounts(*y);
     for (int i = 1; i <= x.SizeRows(); ++i) {
       double t[4] = {-99.0, -99.0, -99.0, 0.0};
-      const Vec row = x[i];
+      const Vec& row = x[i];
       const VecPtr expected(Wavelet::ForwardTransform(&row, filters, Detrend::kLinear, t[0], t[1], nullptr, true));
       const VecPtr best(
           Wavelet::ForwardTransformBestBasis(&row, filters, flags.get(), Detrend::kMean, t[2], t[3], nullptr));

@@ -73,13 +73,13 @@ void Derivate<T>::DoDerivate(const NCDataVector<T>& x, NCDataVector<T>& result, 
 template <typename T>
 template <class Values>
 void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool edges, const Values& values) const {
-  const NCDataVector<T> source(x);  // `result` may be x
+  const NCDataVector<T> source(x);  // NOLINT(performance-unnecessary-copy-initialization): `result` may be x
   result.SetSize(x.Size());
   const int windows = x.Size() - windowSize_ + 1;
   if (windows < 1) return;
   const T* const y = source.begin();
   T* const out = result.GetWritableVector() + 1;
-  T* const centres = out + windowSize_ / 2;
+  T* const centres = out + HalfWidth();
   const bool hasGaps = std::count(source.begin(), source.end(), kMissing<T>) != 0;
   for (int i = 0; i < windows;) {
     const int gap = hasGaps ? static_cast<int>(std::find(y + i, source.end(), kMissing<T>) - y) : source.Size();
@@ -137,7 +137,7 @@ void Derivate<T>::WalkWithoutGaps(const T* y, int count, T* centres, const Value
 template <typename T>
 template <class Values>
 void Derivate<T>::SetEdges(const NCDataVector<T>& x, T* out, bool edges, const Values& values) const {
-  const int h = windowSize_ / 2;
+  const int h = HalfWidth();
   const int n = x.Size();
   const Fit first = Estimate(x.begin());
   if (first.HasFailed()) {

@@ -73,6 +73,7 @@ class VORAN_EXPORT Derivate {
   static bool Solve(const NCDataMatrix<T>& terms, NCDataMatrix<T>& solution);
 
   int NumTerms() const { return static_cast<int>(polynomialOrder_); }
+  int HalfWidth() const { return windowSize_ / 2; }
   /// The fit to the windowSize elements from window[0] on.
   Fit Estimate(const T* window) const;
   Fit EstimateWithMisVal(const T* window) const;

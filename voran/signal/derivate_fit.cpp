@@ -12,7 +12,7 @@ template <typename T>
 Derivate<T>::Derivate(PolynomialOrder polynomialOrder, int windowSize)
     : polynomialOrder_(polynomialOrder), windowSize_(std::max(windowSize, 1)) {
   NCDataMatrix<T> terms(windowSize_, NumTerms(), T{0});
-  for (int i = 1; i <= windowSize_; ++i) SetTerms(terms, i, static_cast<T>(i - 1 - windowSize_ / 2));
+  for (int i = 1; i <= windowSize_; ++i) SetTerms(terms, i, static_cast<T>(i - 1 - HalfWidth()));
   meanSquare_ = Centre(terms, 2);
   if (windowSize_ <= NumTerms() || !Solve(terms, operator_)) operator_ = NCDataMatrix<T>();
 }
@@ -78,7 +78,7 @@ typename Derivate<T>::Fit Derivate<T>::EstimateWithMisVal(const T* window) const
     if (window[i] == kMissing<T>) continue;
     ++present;
     fit.ybar += window[i];
-    fit.xbar += static_cast<T>(i - windowSize_ / 2);
+    fit.xbar += static_cast<T>(i - HalfWidth());
   }
   if (present <= NumTerms()) return FailedFit();
   fit.ybar /= static_cast<T>(present);
@@ -86,7 +86,7 @@ typename Derivate<T>::Fit Derivate<T>::EstimateWithMisVal(const T* window) const
   NCDataMatrix<T> terms(present, NumTerms(), T{0});
   int r = 0;
   for (int i = 0; i < windowSize_; ++i) {
-    if (window[i] != kMissing<T>) SetTerms(terms, ++r, static_cast<T>(i - windowSize_ / 2) - fit.xbar);
+    if (window[i] != kMissing<T>) SetTerms(terms, ++r, static_cast<T>(i - HalfWidth()) - fit.xbar);
   }
   fit.x2mean = Centre(terms, 2);
   if (NumTerms() == 3) fit.x3mean = Centre(terms, 3);
@@ -142,7 +142,7 @@ T Derivate<T>::GetOptima(const NCDataVector<T>& window, T step, bool minimum, bo
   const bool isPlain = fit.xbar == 0 && optimum == 0 && fit.x3mean == 0;
   value = isPlain ? fit.ybar - fit.b[2] * fit.x2mean : (Square(t) - fit.x2mean) * fit.b[2] + t * fit.b[1] + fit.ybar;
   if (!isPlain && NumTerms() == 3) value += (Cube(t) - fit.x3mean) * fit.b[3];
-  const T position = static_cast<T>(windowSize_ / 2 + 1) + t;
+  const T position = static_cast<T>(HalfWidth() + 1) + t;
   if (position > static_cast<T>(windowSize_) || (limitToWindow && position < 1)) return kMissing<T>;
   return position * step;
 }

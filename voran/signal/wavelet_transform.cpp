@@ -97,8 +97,9 @@ NCDataVector<float>* Wavelet::BackwardTransform(const NCDataVector<float>* coeff
   if (!IsUsable(coefficients, filters) || coefficients->GetNumMisVal() != 0) return nullptr;
   NCDataVector<float> v(*coefficients);
   FilterBank bank(*filters.highPass, *filters.lowPass, v.Size());
-  const std::vector<int> sizes = LevelSizes(v.Size());
-  for (auto n = sizes.rbegin(); n != sizes.rend(); ++n) SubBackwardTransform(v, v, *n, 1, *n / 2 + 1, bank);
+  std::vector<int> sizes = LevelSizes(v.Size());
+  std::reverse(sizes.begin(), sizes.end());
+  for (const int n : sizes) SubBackwardTransform(v, v, n, 1, n / 2 + 1, bank);
   return detail::InResultOrNew(Restored(v, mode, trend1, trend2, originalLength), result);
 }
 
