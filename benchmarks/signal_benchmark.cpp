@@ -1,0 +1,98 @@
+// Spectra, correlations, wavelets and smoothing of long and of many series. One line for each work and thread count;
+// see README.md.
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include <omp.h>
+
+#include "benchmarks/in_turn.h"
+#include "voran/containers/simd_target.h"
+#include "voran/platform/threading_control.h"
+#include "voran/signal/derivate.h"
+#include "voran/signal/fft.h"
+#include "voran/signal/wavelet.h"
+
+namespace {
+
+using NCMultiThreading::ThreadingControl;
+using Vec = NCDataVector<float>;
+using Mat = NCDataMatrix<float>;
+
+constexpr int kRepeats = 7;
+
+/// Two waves in noise.
+Vec MadeSeries(int n, unsigned seed) {
+  std::mt19937 generator(seed);
+  std::normal_distribution<float> noise;
+  Vec x(n);
+  for (int i = 1; i <= n; ++i) {
+    const double t = i;
+    x(i, static_cast<float>(std::sin(0.0625 * t) + 0.5 * std::cos(0.331 * t)) + 0.3f * noise(generator));
+  }
+  return x;
+}
+
+Mat MadeRows(int rows) {
+  Mat x;
+  for (int i = 0; i < rows; ++i) x.push_back(MadeSeries(4096, static_cast<unsigned>(i)));
+  return x;
+}
+
+void Spectrum(const Vec& x) {
+  Vec powers(2049);
+  FFT::PowerSpectrum(&x, 4096, true, FFT::DetrendMode::kNone, FFT::ScalingMode::kDensity, FFT::DataWindowMode::kHann,
+                     &powers);
+}
+
+void Autocorrelation(const Vec& x) {
+  Vec lags(1001);
+  FFT::AutoCorrelation(&x, FFT::DetrendMode::kMean, 1000, &lags);
+}
+
+void Wavelets(const Mat& x, int order) {
+  Wavelet::WaveletFilters filters = Wavelet::GetDecompositionFilter(Wavelet::WaveletFunctionType::kDaubechies, order);
+  NCDataVector<double> trends[2];
+  delete Wavelet::ForwardTransformObswise(&x, filters, Wavelet::DetrendMode::kNone, trends[0], trends[1], nullptr,
+                                          false);
+  filters.CleanUp();
+}
+
+/// A series is one thread's work, so the rows are shared out among them here.
+void SmoothAndDerive(const Mat& x, int threads) {
+  const Derivate<float> derivator(Derivate<float>::PolynomialOrder::kQuadratic, 21);
+#pragma omp parallel for num_threads(threads)
+  for (int i = 1; i <= x.SizeRows(); ++i) {
+    Vec smooth;
+    Vec slope;
+    derivator.Smooth(x[i], smooth, true);
+    derivator.DoDerivate(x[i], slope, 1, 1.0f, true);
+  }
+}
+
+}  // namespace
+
+int main() {
+  const Vec longest = MadeSeries(1 << 22, 1);
+  const Vec longSeries = MadeSeries(1 << 20, 2);
+  const Mat thousand = MadeRows(1000);
+  const Mat twoThousand = MadeRows(2000);
+  std::printf("%s, median of %d, milliseconds\n", SimdTarget::GetName().c_str(), kRepeats);
+  std::printf("threads  spectrum  autocorrelation  wavelet, taps 4      12      20  smooth and derive\n");
+  omp_set_dynamic(0);
+  for (const int threads : {1, 2}) {
+    ThreadingControl::SetNumberOfProcessors(threads);
+    ThreadingControl::SetThreadingIsOn(true);
+    const auto seconds =
+        MediansInTurn(kRepeats, {[&] { Spectrum(longest); }, [&] { Autocorrelation(longSeries); },
+                                 [&] { Wavelets(thousand, 1); }, [&] { Wavelets(thousand, 5); },
+                                 [&] { Wavelets(thousand, 6); }, [&] { SmoothAndDerive(twoThousand, threads); }});
+    std::printf("%7d %9.1f %16.1f %16.1f %7.1f %7.1f %18.1f\n", threads, 1e3 * seconds[0], 1e3 * seconds[1],
+                1e3 * seconds[2], 1e3 * seconds[3], 1e3 * seconds[4], 1e3 * seconds[5]);
+  }
+  return 0;
+}

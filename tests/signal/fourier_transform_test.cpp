@@ -1,0 +1,125 @@
+#include "voran/signal/fourier_transform.h"
+
+#include <cmath>
+#include <complex>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/signal/series.h"
+#include "voran/containers/simd_target.h"
+#include "voran/signal/correlation.h"
+
+namespace {
+
+using detail::FourierTransform;
+using Floats = std::vector<float>;
+
+struct Parts {
+  Floats re;
+  Floats im;
+};
+
+Parts RandomParts(std::size_t n) {
+  return {RandomSeries(static_cast<int>(n), 1), RandomSeries(static_cast<int>(n), 2)};
+}
+
+Parts Transformed(const Parts& x, bool inverse) {
+  const std::size_t n = x.re.size();
+  FourierTransform transform(n);
+  Parts out{Floats(n), Floats(n)};
+  if (inverse) {
+    transform.Inverse(x.re.data(), x.im.data(), n, out.re.data(), out.im.data());
+  } else {
+    transform.Forward(x.re.data(), x.im.data(), n, out.re.data(), out.im.data());
+  }
+  return out;
+}
+
+/// The textbook's radix-2 loop: elements to their bit-reversed places, then stage after stage, with one factor after
+/// the other from the recurrence.
+Parts Plain(const Parts& x, double sign) {
+  const std::size_t n = x.re.size();
+  Parts z{Floats(n), Floats(n)};
+  for (std::size_t i = 0; i < n; ++i) {
+    std::size_t reversed = 0;
+    for (std::size_t bit = 1, mirror = n / 2; bit < n; bit *= 2, mirror /= 2) {
+      if ((i & bit) != 0) reversed += mirror;
+    }
+    z.re[reversed] = x.re[i];
+    z.im[reversed] = x.im[i];
+  }
+  for (std::size_t half = 1; half < n; half *= 2) {
+    const double angle = sign * 3.141592653589793 / static_cast<double>(half);
+    const double stepRe = -2.0 * std::sin(0.5 * angle) * std::sin(0.5 * angle);
+    const double stepIm = std::sin(angle);
+    double wRe = 1.0;
+    double wIm = 0.0;
+    for (std::size_t k = 0; k < half; ++k) {
+      for (std::size_t i = k; i < n; i += 2 * half) {
+        const std::size_t j = i + half;
+        const auto re = static_cast<double>(z.re[j]);
+        const auto im = static_cast<double>(z.im[j]);
+        const auto tRe = static_cast<float>(wRe * re - wIm * im);
+        const auto tIm = static_cast<float>(wRe * im + wIm * re);
+        z.re[j] = z.re[i] - tRe;
+        z.im[j] = z.im[i] - tIm;
+        z.re[i] += tRe;
+        z.im[i] += tIm;
+      }
+      const double before = wRe;
+      wRe = before * stepRe - wIm * stepIm + before;
+      wIm = wIm * stepRe + before * stepIm + wIm;
+    }
+  }
+  return z;
+}
+
+/// Both ways through the stages, of all numbers of them, and the strips of a long series.
+TEST(FourierTransform, HasTheBitsOfThePlainLoopOnEveryTarget) {
+  const std::string before = SimdTarget::GetName();
+  for (const std::string& target : SimdTarget::GetAvailable()) {
+    SimdTarget::Set(target);
+    for (std::size_t n = 1; n <= 1 << 16; n *= 2) {
+      const Parts x = RandomParts(n);
+      for (const bool inverse : {false, true}) {
+        const Parts z = Transformed(x, inverse);
+        const Parts expected = Plain(x, inverse ? -1.0 : 1.0);
+        ASSERT_TRUE(z.re == expected.re && z.im == expected.im) << target << ", " << n << " elements";
+      }
+    }
+  }
+  SimdTarget::Set(before);
+}
+
+TEST(FourierTransform, IsTheSumOfItsDefinition) {
+  for (std::size_t n = 1; n <= 512; n *= 2) {
+    const Parts x = RandomParts(n);
+    const Parts z = Transformed(x, false);
+    for (std::size_t k = 0; k < n; ++k) {
+      std::complex<double> sum;
+      for (std::size_t j = 0; j < n; ++j) {
+        const double angle = 2.0 * 3.141592653589793 * static_cast<double>(j * k % n) / static_cast<double>(n);
+        sum += std::complex<double>(x.re[j], x.im[j]) * std::polar(1.0, angle);
+      }
+      EXPECT_NEAR(z.re[k], sum.real(), 2e-6 * std::sqrt(n)) << n << ", " << k;
+      EXPECT_NEAR(z.im[k], sum.imag(), 2e-6 * std::sqrt(n)) << n << ", " << k;
+    }
+  }
+}
+
+TEST(FourierTransform, CorrelationPairsALagAheadOfTheSecondSeries) {
+  for (std::size_t n = 1; n <= 256; n *= 2) {
+    const Parts x = RandomParts(n);
+    const auto correlation = detail::Correlation(x.re.data(), x.im.data(), n);
+    for (std::size_t k = 0; k < n; ++k) {
+      double sum = 0.0;
+      for (std::size_t l = 0; l < n; ++l) sum += static_cast<double>(x.re[(l + k) % n] * x.im[l]);
+      EXPECT_NEAR(correlation[k], sum, 3e-6 * std::sqrt(n)) << n << ", lag " << k;
+    }
+  }
+}
+
+}  // namespace
