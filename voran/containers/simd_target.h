@@ -10,8 +10,8 @@ inline namespace voran {
 /// Which set of vector instructions the kernels use. Results are the same bits for every one of them.
 ///
 /// The first use of a kernel picks the best set that this processor has, unless the environment variable `VORAN_SIMD`
-/// names another: the only environment of its own that the library reads. Names are those of GetAvailable(), such as "AVX2".
-/// Process-wide; not to be changed while a computation runs.
+/// names another: the only environment of its own that the library reads. Names are those of GetAvailable(), such as
+/// "AVX2". Process-wide; not to be changed while a computation runs.
 class VORAN_EXPORT SimdTarget {
  public:
   SimdTarget() = delete;
