@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <utility>
+#include <vector>
 
 #include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/kernels/pair_compare.h"
@@ -31,50 +32,69 @@ struct PartitionProgress {
   }
 };
 
-/// Which of the entries of a chunk are at or above `limit`.
-std::uint64_t AtOrAbove(const DistanceAndIndex* chunk, float limit,
-                        decltype(detail::PairCompareKernels::compare) compare) {
-  const detail::PairCompareKernels::Bits bits = compare(chunk, limit);
-  std::uint64_t result = bits.greater;
-  for (std::uint64_t rest = ~(bits.greater | bits.less); rest != 0; rest &= rest - 1) {
-    const int k = std::countr_zero(rest);
-    if (chunk[k].distance >= limit) result |= std::uint64_t{1} << k;
-  }
-  return result;
-}
+/// A piece of the source, each entry with the number of the file that it belongs to. A byte for each is all that is
+/// read again and again, once for every file, and not the entries.
+class Piece {
+ public:
+  static constexpr std::size_t kMostLimits = 255;
 
-/// Moves the entries at or above `limit` to the front, and returns where the others begin. From both ends inward, two
-/// misplaced entries are swapped: part of the results, as equal distances are not told apart later.
-DistanceAndIndex* MoveToFront(DistanceAndIndex* first, DistanceAndIndex* last, float limit) {
-  constexpr std::ptrdiff_t kChunk = detail::PairCompareKernels::kTogether;
-  const auto compare = detail::PairCompareKernels::Current().compare;
-  detail::MisplacedPairs backward;  // of the front
-  detail::MisplacedPairs forward;   // of the back
-  while (last - first >= 2 * kChunk) {
-    if (backward.IsEmpty()) {
-      backward = {first, ~AtOrAbove(first, limit, compare)};
-      first += kChunk;
+  /// File k takes what is at or above lowerLimits[k], and not above that of the file before.
+  Piece(DistanceAndIndex* first, DistanceAndIndex* last, const std::vector<float>& lowerLimits)
+      : first_(first), last_(last), numbers_(static_cast<std::size_t>(last - first)) {
+    kernels_.countLimitsAbove(first_, numbers_.size(), lowerLimits.data(), lowerLimits.size(), numbers_.data());
+  }
+
+  /// Moves the entries of a file to the front of those that are left, and returns where the others begin. Files are
+  /// taken in order. From both ends inward, two misplaced entries are swapped: part of the results, as equal distances
+  /// are not told apart later.
+  DistanceAndIndex* Take(std::uint8_t file) {
+    DistanceAndIndex* end = last_;
+    detail::MisplacedPairs backward;  // of the front
+    detail::MisplacedPairs forward;   // of the back
+    while (end - first_ >= 2 * kChunk) {
+      if (backward.IsEmpty()) {
+        backward = {first_, ~kernels_.findByte(NumberOf(first_), file)};
+        first_ += kChunk;
+      }
+      if (forward.IsEmpty()) {
+        end -= kChunk;
+        forward = {end, kernels_.findByte(NumberOf(end), file)};
+      }
+      for (; !backward.IsEmpty() && !forward.IsEmpty(); backward.DropLowest(), forward.DropHighest()) {
+        Swap(backward.Lowest(), forward.Highest());
+      }
     }
-    if (forward.IsEmpty()) {
-      last -= kChunk;
-      forward = {last, AtOrAbove(last, limit, compare)};
-    }
-    for (; !backward.IsEmpty() && !forward.IsEmpty(); backward.DropLowest(), forward.DropHighest()) {
-      std::swap(backward.Lowest(), forward.Highest());
+    if (!backward.IsEmpty()) first_ = &backward.Lowest();
+    if (!forward.IsEmpty()) end = &forward.Highest() + 1;
+    TakeOneByOne(file, end);
+    return first_;
+  }
+
+ private:
+  static constexpr std::ptrdiff_t kChunk = detail::PairCompareKernels::kTogether;
+
+  std::uint8_t* NumberOf(const DistanceAndIndex* entry) { return numbers_.data() + numbers_.size() - (last_ - entry); }
+  void Swap(DistanceAndIndex& a, DistanceAndIndex& b) {
+    std::swap(a, b);
+    std::swap(*NumberOf(&a), *NumberOf(&b));
+  }
+  void TakeOneByOne(std::uint8_t file, DistanceAndIndex* end) {
+    for (;;) {
+      while (first_ != end && *NumberOf(first_) == file) ++first_;
+      if (first_ == end) return;
+      do {
+        --end;
+        if (first_ == end) return;
+      } while (*NumberOf(end) != file);
+      Swap(*first_++, *end);
     }
   }
-  if (!backward.IsEmpty()) first = &backward.Lowest();
-  if (!forward.IsEmpty()) last = &forward.Highest() + 1;
-  for (;;) {
-    while (first != last && first->distance >= limit) ++first;
-    if (first == last) return first;
-    do {
-      --last;
-      if (first == last) return first;
-    } while (!(last->distance >= limit));
-    std::swap(*first++, *last);
-  }
-}
+
+  const detail::PairCompareKernels& kernels_ = detail::PairCompareKernels::Current();
+  DistanceAndIndex* first_;
+  DistanceAndIndex* last_;
+  std::vector<std::uint8_t> numbers_;
+};
 
 MegaDistances::Segments MakeFiles(const std::vector<float>& limits, float lowest) {
   MegaDistances::Segments files;
@@ -91,15 +111,23 @@ void Deal(detail::PairList& entries, MegaDistances::TempFile& source, const Mega
           std::uint64_t done, const PartitionProgress& progress) {
   DistanceAndIndex* first = entries.data();
   DistanceAndIndex* const last = first + entries.size();
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    DistanceAndIndex* const end = i + 1 < files.size() ? MoveToFront(first, last, files[i]->lowerLimit) : last;
+  const auto write = [&](std::size_t i, DistanceAndIndex* end) {
     source.Release(static_cast<std::size_t>(end - first));
     files[i]->Write(first, static_cast<std::size_t>(end - first), progress.progress);
     first = end;
     const float part = static_cast<float>(i + 1);
     const double fraction = kReading + kWriting * static_cast<double>(part) / static_cast<double>(files.size());
     progress.Report(static_cast<float>(fraction), done, entries.size());
+  };
+  const std::size_t lastFile = files.size() - 1;
+  for (std::size_t begin = 0; begin < lastFile; begin += Piece::kMostLimits) {
+    const std::size_t end = std::min(lastFile, begin + Piece::kMostLimits);
+    std::vector<float> lowerLimits;
+    for (std::size_t i = begin; i < end; ++i) lowerLimits.push_back(files[i]->lowerLimit);
+    Piece piece(first, last, lowerLimits);
+    for (std::size_t i = begin; i < end; ++i) write(i, piece.Take(static_cast<std::uint8_t>(i - begin)));
   }
+  write(lastFile, last);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "voran/cluster/distance_and_index.h"
@@ -19,6 +20,12 @@ struct PairCompareKernels {
     std::uint64_t less;
   };
   Bits (*compare)(const DistanceAndIndex* pairs, float distance);
+
+  /// For each of n pairs the number of `limits`, at most 255, that its distance is not at or above.
+  void (*countLimitsAbove)(const DistanceAndIndex* pairs, std::size_t n, const float* limits, std::size_t numLimits,
+                           std::uint8_t* counts);
+  /// Which of 64 bytes are `value`.
+  std::uint64_t (*findByte)(const std::uint8_t* bytes, std::uint8_t value);
 
   static const PairCompareKernels& Current();
 };
