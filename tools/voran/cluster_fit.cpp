@@ -71,6 +71,16 @@ Failure NoDisk(const std::string& source, std::size_t rows) {
                              source, Counted(rows, "row"), MemorySizeText(DistanceBytes(rows))));
 }
 
+Failure FailureWhy(const NCError& error, const Table& table, const NCDataMatrix<float>& x, NCProgress* progress) {
+  const std::string gaps = GapHint(x, table.rowIds);
+  if (!gaps.empty()) {
+    Failure failure = FailureOf(error, table.source, progress, gaps);
+    return failure.Code() == ExitCode::kCancelled ? failure : BadData(failure.what());
+  }
+  const bool isOnDisk = DistanceBytes(table.rowIds.size()) > DendroGram::DistanceMemory::GetBudget();
+  return FailureOf(error, table.source, progress, isOnDisk ? "; is the disk full where temporary files are kept?" : "");
+}
+
 DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, const ClusterSettings& settings,
                            TreeCache* cache, NCProgress* progress) {
   try {
@@ -82,9 +92,7 @@ DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, con
   } catch (const DendroGram::ClusterAllocationError&) {
     throw NoMemory(table.source, table.rowIds.size(), settings);
   } catch (const NCError& error) {
-    const Failure failure = FailureOf(error, table.source, progress);
-    const std::string hint = failure.Code() == ExitCode::kCancelled ? "" : GapHint(x, table.rowIds);
-    throw hint.empty() ? failure : BadData(failure.what() + hint);
+    throw FailureWhy(error, table, x, progress);
   }
 }
 
