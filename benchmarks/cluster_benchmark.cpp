@@ -7,9 +7,12 @@
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
+
 #include "benchmarks/in_turn.h"
 #include "benchmarks/machine_bounds.h"
 #include "voran/cluster/compute_distances.h"
+#include "voran/cluster/distance_memory.h"
 #include "voran/cluster/single_linkage_distance_calculator.h"
 #include "voran/cluster/ward_distance_calculator.h"
 #include "voran/containers/data_matrix.h"
@@ -68,12 +71,34 @@ void MeasureDistances(int rows, int threads) {
   const NCDataMatrix<float> data = MadeGroups(rows);
   const DistanceRows prepared(data);
   PairList pairs(static_cast<std::size_t>(NumberOfPairs(rows)));
-  const auto terms = static_cast<long>(pairs.size()) * kColumns;
+  const auto numPairs = static_cast<long>(pairs.size());
   const std::vector<double> seconds = MediansInTurn(
-      5, {[&] { sink += bounds::SumSquaredDifferences(terms, threads); },
+      5, {[&] { sink += bounds::FormDistances(numPairs, kColumns, threads); },
           [&] { FillOnThreads(prepared, pairs, threads, PairFunction::kSquaredDifference, Finish::kSquareRoot); }});
   std::printf("distances %5d rows, %d threads: bound %.1f ms, taken %.1f ms, bound/it %.0f%%\n", rows, threads,
               1e3 * seconds[0], 1e3 * seconds[1], 1e2 * seconds[0] / seconds[1]);
+}
+
+double PeakMiB() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+/// Single linkage with distances on disk, beside the same in memory. First the disk: the peak is that of the process.
+void MeasureDisk(int rows, std::uint64_t budgetMiB) {
+  const NCDataMatrix<float> data = MadeGroups(rows);
+  const double before = PeakMiB();
+  double sums[2];
+  double seconds[2];
+  for (const int inMemory : {0, 1}) {
+    dendro::DistanceMemory::SetBudget(inMemory == 1 ? dendro::DistanceMemory::kUnlimited : budgetMiB << 20);
+    dendro::SingleLinkageDistanceCalculator calculator;
+    seconds[inMemory] = Seconds([&] { sums[inMemory] = SumOfHeights(calculator, data); });
+    std::printf("%-8s %6d rows %9.3f s   sum of heights %.9g   peak memory %.0f MiB (%.0f before)\n",
+                inMemory == 1 ? "memory" : "disk", rows, seconds[inMemory], sums[inMemory], PeakMiB(), before);
+  }
+  std::printf("disk/memory %.2f, budget %d MiB\n", seconds[0] / seconds[1], static_cast<int>(budgetMiB));
 }
 
 }  // namespace
@@ -82,6 +107,7 @@ int main(int argc, char** argv) {
   const std::string only = argc > 1 ? argv[1] : "";
   const int threads = ThreadingControl::GetNumberOfProcessors();
   std::printf("%d columns, %s, %d threads, median of %d\n", kColumns, SimdTarget::GetName().c_str(), threads, kRepeats);
+  if (only.empty() || only == "disk") MeasureDisk(20000, 256);
   if (only.empty() || only == "distances") {
     for (const int rows : {2000, 10000}) {
       MeasureDistances(rows, 1);

@@ -77,9 +77,8 @@ double ProductsInCache(float* storage, double* sums, int repeats) {
   return total + sums[0];
 }
 
-/// Four elements against 32 lanes of 64 columns, `repeats` times.
-double SquaresInCache(const float* storage, long repeats) {
-  constexpr std::size_t kColumns = 64;
+/// Four elements against 32 lanes of so many columns, at most 64, `repeats` times.
+double DistancesInCache(const float* storage, std::size_t columns, long repeats) {
   const hn::CappedTag<float, 16> d;
   const std::size_t lanes = hn::Lanes(d);
   auto total = hn::Zero(d);
@@ -93,11 +92,11 @@ double SquaresInCache(const float* storage, long repeats) {
       auto b1 = total;
       auto b2 = total;
       auto b3 = total;
-      for (std::size_t k = 0; k < kColumns; ++k) {
+      for (std::size_t k = 0; k < columns; ++k) {
         const auto a = hn::LoadU(d, storage + 32 * k + j);
         const auto b = hn::LoadU(d, storage + 32 * k + j + lanes);
         const auto add = [&](auto& sum, auto x, std::size_t row) HWY_ATTR {
-          const auto difference = hn::Sub(x, hn::Set(d, storage[row * kColumns + k]));
+          const auto difference = hn::Sub(x, hn::Set(d, storage[row * columns + k]));
           sum = hn::Add(sum, hn::Mul(difference, difference));
         };
         add(a0, a, 0);
@@ -109,7 +108,8 @@ double SquaresInCache(const float* storage, long repeats) {
         add(b2, b, 2);
         add(b3, b, 3);
       }
-      const auto sum = hn::Add(hn::Add(hn::Add(a0, a1), hn::Add(a2, a3)), hn::Add(hn::Add(b0, b1), hn::Add(b2, b3)));
+      auto sum = total;
+      for (const auto& x : {a0, a1, a2, a3, b0, b1, b2, b3}) sum = hn::Add(sum, hn::Sqrt(x));
       total = hn::Mul(sum, hn::Set(d, 1e-30f));
     }
   }
@@ -126,7 +126,7 @@ namespace bounds {
 
 HWY_EXPORT(SumOfRow);
 HWY_EXPORT(ProductsInCache);
-HWY_EXPORT(SquaresInCache);
+HWY_EXPORT(DistancesInCache);
 
 double ReadOnce(const NCDataMatrix<float>& x, int threads) {
   std::vector<double> sums(static_cast<std::size_t>(threads) * 16);
@@ -158,16 +158,16 @@ double FormProducts(long cells, int threads) {
   return total;
 }
 
-double SumSquaredDifferences(long terms, int threads) {
-  constexpr long kTermsPerRepeat = 4 * 32 * 64;
-  const long repeats = terms / kTermsPerRepeat / threads;
+double FormDistances(long pairs, int columns, int threads) {
+  constexpr long kPairsPerRepeat = 4 * 32;
+  const long repeats = pairs / kPairsPerRepeat / threads;
   std::vector<double> totals(static_cast<std::size_t>(threads) * 16);
 #pragma omp parallel num_threads(threads)
   {
     alignas(64) static thread_local float storage[64 * 32 + 16];
     for (std::size_t i = 0; i < 64 * 32 + 16; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
     totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] =
-        HWY_DYNAMIC_DISPATCH(SquaresInCache)(storage, repeats);
+        HWY_DYNAMIC_DISPATCH(DistancesInCache)(storage, static_cast<std::size_t>(columns), repeats);
   }
   double total = 0.0;
   for (const double sum : totals) total += sum;

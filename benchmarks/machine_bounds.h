@@ -13,8 +13,8 @@ double ReadOnce(const NCDataMatrix<float>& x, int threads);
 /// half as shares of column sums.
 double FormProducts(long cells, int threads);
 
-/// Adds `terms` squares of differences of floats to float sums, all in registers and the nearest cache: the least work
-/// that squared distances can be.
-double SumSquaredDifferences(long terms, int threads);
+/// For `pairs` pairs adds the squares of differences of floats in so many columns, at most 64, and takes the root, all
+/// in registers and the nearest cache: the least work that distances can be.
+double FormDistances(long pairs, int columns, int threads);
 
 }  // namespace bounds

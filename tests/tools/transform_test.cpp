@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "tests/tools/program_runner.h"
+#include "tools/voran/command_line.h"
 #include "tools/voran/table.h"
 #include "tools/voran/transform_option.h"
 
@@ -208,11 +208,12 @@ namespace tool {
 namespace {
 
 TEST(TransformOption, WithoutColumnsItHoldsForTheVariablesAlone) {
-  CLI::App app;
+  CommandLine program("program", "", "");
+  Command command = program.AddCommand("run", "");
   TransformOption option;
-  option.AddTo(app);
+  option.AddTo(command);
   EXPECT_FALSE(option.IsGiven());
-  app.parse("--transform log --transform b,y2=neglog");
+  program.Run({"run", "--transform", "log", "--transform", "b,y2=neglog"});
   EXPECT_TRUE(option.IsGiven());
   const NCTransform transform = option.Resolve({"a", "b", "y1", "y2"}, 2, {"id", "a", "y1", "b", "y2"});
   std::vector<TransformE::Transform> types;

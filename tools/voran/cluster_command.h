@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran cluster` to the program. Parsing the command line runs it, and throws what it throws.
-void AddClusterCommand(CLI::App& program);
+void AddClusterCommand(CommandLine& program);
 
 }  // namespace tool

@@ -2,32 +2,32 @@
 
 #include <cstdio>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/terminal.h"
 #include "voran/platform/progress.h"
 
 namespace tool {
 
-void RunOptions::AddTo(CLI::App& command) {
+void RunOptions::AddTo(Command& command) {
   threads.AddTo(command);
   table.AddTo(command);
   output.AddTo(command);
 }
 
-void RunOptions::AddToPredict(CLI::App& command) {
+void RunOptions::AddToPredict(Command& command) {
   threads.AddTo(command);
   table.AddToPredict(command);
   output.AddTo(command);
 }
 
-void RunOptions::AddSaveTo(CLI::App& command) {
+void RunOptions::AddSaveTo(Command& command) {
   AddPath(command, "--save", save, "FILE", "Keep the model in this file, for voran predict");
 }
 
-void RunOptions::AddSvgTo(CLI::App& command, const std::string& help) {
+void RunOptions::AddSvgTo(Command& command, const std::string& help) {
   AddPath(command, "--svg", svg, "FILE", help);
 }
 

@@ -8,14 +8,11 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/output_directory.h"
 #include "tools/voran/output_file.h"
 #include "tools/voran/table.h"
-
-namespace CLI {
-class App;
-}
 
 namespace tool {
 
@@ -27,10 +24,10 @@ struct RunOptions {
   std::string save;  ///< where the model goes; empty means nowhere
   std::string svg;   ///< where the picture goes; no command has both
 
-  void AddTo(CLI::App& command);
-  void AddToPredict(CLI::App& command);
-  void AddSaveTo(CLI::App& command);
-  void AddSvgTo(CLI::App& command, const std::string& help);
+  void AddTo(Command& command);
+  void AddToPredict(Command& command);
+  void AddSaveTo(Command& command);
+  void AddSvgTo(Command& command, const std::string& help);
 };
 
 /// One run of a command, from the table to the results.

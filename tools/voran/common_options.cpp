@@ -2,9 +2,7 @@
 
 #include <map>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "tools/voran/cross_validation.h"
 #include "tools/voran/failure.h"
@@ -30,17 +28,13 @@ const std::map<std::string, Scaling> kScalings = {{"uv", Scaling::kUnitVariance}
                                                   {"center", Scaling::kCentre},
                                                   {"none", Scaling::kNone}};
 
-CLI::Option* AddList(CLI::App& command, const std::string& name, std::vector<std::string>& list,
-                     const std::string& help) {
-  return command.add_option(name, list, help)->type_name("COLUMNS")->allow_extra_args(false)->group(kTableGroup);
+Option AddList(Command& command, const std::string& name, std::vector<std::string>& list, const std::string& help) {
+  return command.Add(name, list, help).Type("COLUMNS").Group(kTableGroup);
 }
 
-void AddChoice(CLI::App& command, const std::string& name, std::string& value, std::vector<std::string> choices,
+void AddChoice(Command& command, const std::string& name, std::string& value, const std::vector<std::string>& choices,
                const std::string& help) {
-  command.add_option(name, value, help)
-      ->check(CLI::IsMember(std::move(choices)))
-      ->capture_default_str()
-      ->group(kTableGroup);
+  command.Add(name, value, help).OneOf(choices).ShowDefault().Group(kTableGroup);
 }
 
 // Nothing for auto.
@@ -57,7 +51,7 @@ int ReadingThreads() {
 
 }  // namespace
 
-void TableOptions::AddTo(CLI::App& command) {
+void TableOptions::AddTo(Command& command) {
   AddSource(command);
   AddList(command, "--class", roles_.classes, "Columns of group names, kept out of the model");
   AddList(command, "--x", roles_.variables, "Use these columns alone");
@@ -65,34 +59,33 @@ void TableOptions::AddTo(CLI::App& command) {
   AddDialect(command);
 }
 
-void TableOptions::AddToPredict(CLI::App& command) {
+void TableOptions::AddToPredict(Command& command) {
   AddSource(command);
   AddDialect(command);
 }
 
-void TableOptions::AddResponses(CLI::App& command) {
-  AddList(command, "--y", roles_.responses, "The columns to predict")->required();
+void TableOptions::AddResponses(Command& command) {
+  AddList(command, "--y", roles_.responses, "The columns to predict").Required();
 }
 
-void TableOptions::AddSecondBlock(CLI::App& command) {
+void TableOptions::AddSecondBlock(Command& command) {
   AddList(command, "--y", roles_.responses, "The columns of a second block");
 }
 
-CLI::Option* TableOptions::AddCvColumn(CLI::App& command, CLI::Option* groups) {
+Option TableOptions::AddCvColumn(Command& command, const Option& groups) {
   return AddList(command, "--cv-column", roles_.cvGroups, "The column that names the group of each row")
-      ->type_name("COLUMN")
-      ->excludes(groups)
-      ->group(kCvGroup);
+      .Type("COLUMN")
+      .Excludes(groups)
+      .Group(kCvGroup);
 }
 
-void TableOptions::AddSource(CLI::App& command) {
-  command.add_option("TABLE", path_, "CSV, TSV or .npy file; - is standard input")->required()->option_text(" ");
+void TableOptions::AddSource(Command& command) {
+  command.AddArgument("TABLE", path_, "CSV, TSV or .npy file; - is standard input");
   AddList(command, "--id", roles_.id, "The column that names the rows");
-  command.add_flag("--no-id", roles_.noId, "Do not take the first column for the names of the rows")
-      ->group(kTableGroup);
+  command.AddFlag("--no-id", roles_.noId, "Do not take the first column for the names of the rows").Group(kTableGroup);
 }
 
-void TableOptions::AddDialect(CLI::App& command) {
+void TableOptions::AddDialect(Command& command) {
   AddChoice(command, "--separator", separator_, {"auto", "comma", "semicolon", "tab"}, "What stands between cells");
   AddChoice(command, "--decimal", decimalMark_, {"auto", "point", "comma"}, "The decimal mark");
   AddChoice(command, "--header", header_, {"auto", "yes", "no"}, "Whether the first row holds names");
@@ -116,24 +109,19 @@ Table TableOptions::Read() const {
   return ReadTable(path_, options, &Interrupted());
 }
 
-void AddPath(CLI::App& command, const std::string& option, std::string& path, const std::string& type,
+void AddPath(Command& command, const std::string& option, std::string& path, const std::string& type,
              const std::string& help) {
-  command.add_option(option, path, help)
-      ->type_name(type)
-      ->check([](const std::string& name) { return name.empty() ? "the name is empty" : ""; }, "")
-      ->group(kOutputGroup);
+  command.Add(option, path, help).Type(type).NotEmpty().Group(kOutputGroup);
 }
 
-void OutputOptions::AddTo(CLI::App& command) {
+void OutputOptions::AddTo(Command& command) {
   AddPath(command, "--out", folder, "DIR", "Write the results to this folder as well");
-  command.add_flag("--json", json, "Print the summary as one JSON object")->group(kOutputGroup);
-  command.add_flag("--quiet", quiet, "No remarks and no progress on standard error")->group(kOutputGroup);
+  command.AddFlag("--json", json, "Print the summary as one JSON object").Group(kOutputGroup);
+  command.AddFlag("--quiet", quiet, "No remarks and no progress on standard error").Group(kOutputGroup);
 }
 
-void ThreadOptions::AddTo(CLI::App& command) {
-  command.add_option("--threads", threads_, "Threads to use; without it, one for each processor")
-      ->type_name("N")
-      ->check(CLI::Range(1, kMostThreads));
+void ThreadOptions::AddTo(Command& command) {
+  command.Add("--threads", threads_, "Threads to use; without it, one for each processor").Between(1, kMostThreads);
 }
 
 void ThreadOptions::Apply() const {
@@ -141,51 +129,41 @@ void ThreadOptions::Apply() const {
   ThreadingControl::SetThreadingIsOn(ThreadingControl::GetNumberOfProcessors() > 1);
 }
 
-void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option, const std::string& help) {
+void AddScaling(Command& command, Scaling& scaling, const std::string& option, const std::string& help) {
   command
-      .add_option_function<std::string>(
+      .AddRead(
           option, [&scaling](const std::string& name) { scaling = kScalings.at(name); }, help)
-      ->check(CLI::IsMember({"uv", "pareto", "center", "none"}).description(""))
-      ->default_str(ScalingName(scaling))
-      ->type_name("uv|pareto|center|none");
+      .OneOf({"uv", "pareto", "center", "none"})
+      .Default(ScalingName(scaling));
 }
 
-void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help) {
-  command
-      .add_option_function<std::string>(
-          "--components",
-          [&count, &isAuto](const std::string& text) {
-            count = ReadCount("--components", text, 1);
-            isAuto = !count;
-          },
-          help)
-      ->type_name("N|auto");
+void AddComponents(Command& command, std::optional<int>& count, bool& isAuto, const std::string& help) {
+  const auto read = [&count, &isAuto](const std::string& text) {
+    count = ReadCount("--components", text, 1);
+    isAuto = !count;
+  };
+  command.AddRead("--components", read, help).Type("N|auto");
 }
 
-void AddCount(CLI::App& command, const std::string& option, std::optional<int>& count, int least,
+void AddCount(Command& command, const std::string& option, std::optional<int>& count, int least,
               const std::string& help) {
-  command
-      .add_option_function<std::string>(
-          option, [&count, option, least](const std::string& text) { count = ReadCount(option, text, least); }, help)
-      ->type_name("N|auto");
+  const auto read = [&count, option, least](const std::string& text) { count = ReadCount(option, text, least); };
+  command.AddRead(option, read, help).Type("N|auto");
 }
 
-CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups) {
+Option AddCvGroups(Command& command, std::optional<int>& groups) {
   return command
-      .add_option("--cv-groups", groups,
-                  fmt::format("Cross-validate, leaving out the rows in so many groups in turn (where it is done "
-                              "without being asked: {})",
-                              kDefaultCvGroups))
-      ->type_name("G")
-      ->check(CLI::Range(2, kMostCvGroups))
-      ->group(kCvGroup);
+      .Add("--cv-groups", groups,
+           fmt::format("Cross-validate, leaving out the rows in so many groups in turn (where it is done "
+                       "without being asked: {})",
+                       kDefaultCvGroups))
+      .Type("G")
+      .Between(2, kMostCvGroups)
+      .Group(kCvGroup);
 }
 
-void AddIterationLimit(CLI::App& command, int& limit) {
-  command.add_option("--max-iterations", limit, "Rounds that a component may take")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1000000000))
-      ->capture_default_str();
+void AddIterationLimit(Command& command, int& limit) {
+  command.Add("--max-iterations", limit, "Rounds that a component may take").Between(1, 1000000000).ShowDefault();
 }
 
 std::string ScalingName(Scaling scaling) {

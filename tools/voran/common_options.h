@@ -5,14 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/csv_reader.h"
 #include "tools/voran/scaling.h"
 #include "tools/voran/table.h"
-
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
 
 namespace tool {
 
@@ -23,13 +19,13 @@ namespace tool {
 class TableOptions {
  public:
   /// All that a command needs which takes the roles of the columns from the user.
-  void AddTo(CLI::App& command);
+  void AddTo(Command& command);
   /// The same without the roles, but for the id: those are the model's that SetModel() names.
-  void AddToPredict(CLI::App& command);
-  void AddResponses(CLI::App& command);
+  void AddToPredict(Command& command);
+  void AddResponses(Command& command);
   /// The same, but there may be none.
-  void AddSecondBlock(CLI::App& command);
-  CLI::Option* AddCvColumn(CLI::App& command, CLI::Option* groups);
+  void AddSecondBlock(Command& command);
+  Option AddCvColumn(Command& command, const Option& groups);
 
   void SetModel(ModelColumns columns) { roles_.model = std::move(columns); }
 
@@ -39,8 +35,8 @@ class TableOptions {
   const std::string& Path() const { return path_; }
 
  private:
-  void AddSource(CLI::App& command);
-  void AddDialect(CLI::App& command);
+  void AddSource(Command& command);
+  void AddDialect(Command& command);
   CsvOptions Resolve() const;
 
   std::string path_;
@@ -56,17 +52,17 @@ struct OutputOptions {
   bool json = false;
   bool quiet = false;
 
-  void AddTo(CLI::App& command);
+  void AddTo(Command& command);
 };
 
 /// An option that names where output goes; an empty name is wrong use.
-void AddPath(CLI::App& command, const std::string& option, std::string& path, const std::string& type,
+void AddPath(Command& command, const std::string& option, std::string& path, const std::string& type,
              const std::string& help);
 
 /// How many threads to use.
 class ThreadOptions {
  public:
-  void AddTo(CLI::App& command);
+  void AddTo(Command& command);
   /// Sets the library's number of threads.
   void Apply() const;
 
@@ -75,19 +71,19 @@ class ThreadOptions {
 };
 
 /// `--scaling`, or another `option`; what `scaling` holds before is the default.
-void AddScaling(CLI::App& command, Scaling& scaling, const std::string& option = "--scaling",
+void AddScaling(Command& command, Scaling& scaling, const std::string& option = "--scaling",
                 const std::string& help =
                     "uv: centre, divide by the standard deviation; pareto: centre, divide by its "
                     "square root; center: centre alone; none");
 /// `--components N|auto`; the default stays where the option is not given.
-void AddComponents(CLI::App& command, std::optional<int>& count, bool& isAuto, const std::string& help);
+void AddComponents(Command& command, std::optional<int>& count, bool& isAuto, const std::string& help);
 /// The same of another option, which takes numbers from `least`; nothing means auto.
-void AddCount(CLI::App& command, const std::string& option, std::optional<int>& count, int least,
+void AddCount(Command& command, const std::string& option, std::optional<int>& count, int least,
               const std::string& help);
 /// `--cv-groups`.
-CLI::Option* AddCvGroups(CLI::App& command, std::optional<int>& groups);
+Option AddCvGroups(Command& command, std::optional<int>& groups);
 /// `--max-iterations`.
-void AddIterationLimit(CLI::App& command, int& limit);
+void AddIterationLimit(Command& command, int& limit);
 
 /// "uv", "pareto", "center" or "none", as in the option.
 std::string ScalingName(Scaling scaling);

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/column_summary.h"
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/describe_report.h"
 #include "tools/voran/limits.h"
@@ -41,17 +41,16 @@ void RunDescribe(const DescribeOptions& options) {
 
 }  // namespace
 
-void AddDescribeCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("describe", "Statistics of each column");
+void AddDescribeCommand(CommandLine& program) {
+  Command command = program.AddCommand("describe", "Statistics of each column");
   auto options = std::make_shared<DescribeOptions>();
   command
-      ->add_option("--limits", options->limits,
-                   "Specification limits, for Cp and Cpk: of all columns, or of those named. Either number may be left "
-                   "out; a later --limits overrides an earlier one")
-      ->type_name("[COLUMNS=]LOW,HIGH")
-      ->allow_extra_args(false);
-  options->run.AddTo(*command);
-  command->footer(
+      .Add("--limits", options->limits,
+           "Specification limits, for Cp and Cpk: of all columns, or of those named. Either number may be left "
+           "out; a later --limits overrides an earlier one")
+      .Type("[COLUMNS=]LOW,HIGH");
+  options->run.AddTo(command);
+  command.Footer(
       R"(The skewness test is the skewness over its standard error: beyond 2 in magnitude, a column is hardly
 symmetric. Kurtosis is 0 for a normal distribution.
 
@@ -59,7 +58,7 @@ Examples:
   voran describe wine.csv --class class
   voran describe process.csv --x value --limits 700,1000
   voran describe batches.csv --limits ph=6.8,7.4 --limits yield=85, --out results)");
-  command->callback([options] { RunDescribe(*options); });
+  command.OnRun([options] { RunDescribe(*options); });
 }
 
 }  // namespace tool

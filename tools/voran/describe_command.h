@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran describe` to the program. Parsing the command line runs it, and throws what it throws.
-void AddDescribeCommand(CLI::App& program);
+void AddDescribeCommand(CommandLine& program);
 
 }  // namespace tool

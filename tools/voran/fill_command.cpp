@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/failure.h"
@@ -53,17 +53,17 @@ void RunFill(const FillOptions& options) {
 
 }  // namespace
 
-void AddFillCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("fill", "Fill the gaps of a table");
+void AddFillCommand(CommandLine& program) {
+  Command command = program.AddCommand("fill", "Fill the gaps of a table");
   auto options = std::make_shared<FillOptions>();
-  options->run.table.AddSecondBlock(*command);
-  AddCount(*command, "--components", options->settings.components, 1,
+  options->run.table.AddSecondBlock(command);
+  AddCount(command, "--components", options->settings.components, 1,
            "How many components of a table without --y; auto (the default): as many as cross-validation finds "
            "significant");
-  AddScaling(*command, options->settings.scaling);
-  options->transform.AddTo(*command);
-  options->run.AddTo(*command);
-  command->footer(
+  AddScaling(command, options->settings.scaling);
+  options->transform.AddTo(command);
+  options->run.AddTo(command);
+  command.Footer(
       R"(A gap gets what a model of the table says there: a PCA of all variables, or with --y two PLS models, each block
 on the other. What is present stays as it is. Without --out there is only the summary.
 
@@ -71,7 +71,7 @@ Examples:
   voran fill metabolites.csv --class class_hours --out complete
   voran fill metabolites.csv --class class_hours --y '#3..#7' --out complete
   voran fill metabolites.csv --class class_hours --transform log --components 2 --json)");
-  command->callback([options] { RunFill(*options); });
+  command.OnRun([options] { RunFill(*options); });
 }
 
 }  // namespace tool

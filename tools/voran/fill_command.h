@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran fill`.
-void AddFillCommand(CLI::App& program);
+void AddFillCommand(CommandLine& program);
 
 }  // namespace tool

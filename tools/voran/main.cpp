@@ -1,11 +1,12 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "tools/voran/cluster_command.h"
+#include "tools/voran/command_line.h"
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/fill_command.h"
@@ -28,32 +29,13 @@ int Say(ExitCode code, const char* sentence) {
   return static_cast<int>(code);
 }
 
-int Parse(CLI::App& program, int argc, char** argv) {
-  const auto isNamed = [&](const CLI::App* command) { return command->check_name(argv[1]); };
-  if (argc > 1 && argv[1][0] != '-' && program.get_subcommands(isNamed).empty()) {
-    throw tool::WrongUse(fmt::format("there is no command {}; see voran --help", argv[1]));
-  }
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::Success& help) {
-    return program.exit(help);
-  } catch (const CLI::ParseError& error) {
-    const auto commands = program.get_subcommands();
-    throw tool::WrongUse(fmt::format("{}; see voran {}--help", error.what(),
-                                     commands.empty() ? "" : commands.front()->get_name() + " "));
-  }
-  return static_cast<int>(ExitCode::kDone);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
     tool::CatchInterrupts();
-    CLI::App program("Multivariate data analysis of tables with missing values", "voran");
-    program.set_version_flag("--version", std::string("voran ") + GetVersion());
-    program.require_subcommand(1);
-    program.footer("voran COMMAND --help tells the options of a command.");
+    tool::CommandLine program("voran", "Multivariate data analysis of tables with missing values",
+                              std::string("voran ") + GetVersion());
     tool::AddPcaCommand(program);
     tool::AddPlsCommand(program);
     tool::AddOplsCommand(program);
@@ -65,7 +47,8 @@ int main(int argc, char** argv) {
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
     tool::AddTransformCommand(program);
-    return Parse(program, argc, argv);
+    program.Run({argv + 1, argv + argc});
+    return static_cast<int>(ExitCode::kDone);
   } catch (const tool::Failure& failure) {
     return Say(failure.Code(), failure.what());
   } catch (const std::bad_alloc&) {

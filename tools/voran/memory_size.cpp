@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
@@ -50,13 +49,6 @@ std::string MemorySizeText(std::uint64_t bytes) {
   std::size_t power = 0;
   for (; size >= kStep && power < kUnits.size(); ++power) size /= kStep;
   return power == 0 ? Counted(bytes, "byte") : fmt::format("{:.1f} {}iB", size, kUnits[power - 1]);
-}
-
-std::uint64_t MachineMemory() {
-  const long pages = sysconf(_SC_PHYS_PAGES);
-  const long pageBytes = sysconf(_SC_PAGESIZE);
-  if (pages <= 0 || pageBytes <= 0) return 0;
-  return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageBytes);
 }
 
 }  // namespace tool

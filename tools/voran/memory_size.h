@@ -13,7 +13,4 @@ std::uint64_t ReadMemorySize(const std::string& option, const std::string& text)
 /// "1.5 GiB".
 std::string MemorySizeText(std::uint64_t bytes);
 
-/// Of the whole machine; 0 if it cannot be told.
-std::uint64_t MachineMemory();
-
 }  // namespace tool

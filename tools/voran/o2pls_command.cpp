@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/failure.h"
@@ -69,18 +69,18 @@ void RunO2pls(const O2plsOptions& options) {
 
 }  // namespace
 
-void AddO2plsCommand(CLI::App& program) {
-  CLI::App* command =
-      program.add_subcommand("o2pls", "Two-way orthogonal PLS of two blocks: what they share, and what each has alone");
+void AddO2plsCommand(CommandLine& program) {
+  Command command =
+      program.AddCommand("o2pls", "Two-way orthogonal PLS of two blocks: what they share, and what each has alone");
   auto options = std::make_shared<O2plsOptions>();
-  options->common.run.table.AddResponses(*command);
-  AddCount(*command, "--components", options->joint, 1,
+  options->common.run.table.AddResponses(command);
+  AddCount(command, "--components", options->joint, 1,
            "How many joint components; auto (the default): cross-validation chooses this and the next two together");
-  AddCount(*command, "--ortho", options->xOrthogonal, 0, "How many components that the variables have alone");
-  AddCount(*command, "--y-ortho", options->yOrthogonal, 0, "How many components that the responses have alone");
-  command->add_flag("--fill", options->settings.isFilled, "Fill gaps first, those of each block by PLS on the other");
-  options->common.AddTo(*command, options->settings);
-  command->footer(
+  AddCount(command, "--ortho", options->xOrthogonal, 0, "How many components that the variables have alone");
+  AddCount(command, "--y-ortho", options->yOrthogonal, 0, "How many components that the responses have alone");
+  command.AddFlag("--fill", options->settings.isFilled, "Fill gaps first, those of each block by PLS on the other");
+  options->common.AddTo(command, options->settings);
+  command.Footer(
       std::string(kRegressionColumns) +
       R"(The responses are the second block, and both blocks have to be complete: see --fill. Either block predicts the
 other: voran predict --predict y|x.
@@ -89,7 +89,7 @@ Examples:
   voran o2pls oliveoil.csv --class class --y yellow..syrup
   voran o2pls oliveoil.csv --class class --y yellow..syrup --components 1 --ortho 1 --y-ortho 0 --save oil.model
   voran o2pls metabolites.csv --class class_hours --y '#3..#7' --fill --out results)");
-  command->callback([options] { RunO2pls(*options); });
+  command.OnRun([options] { RunO2pls(*options); });
 }
 
 }  // namespace tool

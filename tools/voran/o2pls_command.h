@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran o2pls`.
-void AddO2plsCommand(CLI::App& program);
+void AddO2plsCommand(CommandLine& program);
 
 }  // namespace tool

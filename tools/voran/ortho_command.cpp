@@ -4,9 +4,9 @@
 #include <ostream>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/model_file.h"
@@ -63,38 +63,37 @@ void RunOrtho(const OrthoKind& kind, const OrthoOptions& options) {
       });
 }
 
-void AddOrthoCommand(CLI::App& program, const OrthoKind& kind, const std::string& description,
+void AddOrthoCommand(CommandLine& program, const OrthoKind& kind, const std::string& description,
                      const std::string& examples) {
-  CLI::App* command = program.add_subcommand(kind.command, description);
+  Command command = program.AddCommand(kind.command, description);
   auto options = std::make_shared<OrthoOptions>();
-  options->common.run.table.AddResponses(*command);
-  AddCount(*command, "--components", options->settings.components, 1,
+  options->common.run.table.AddResponses(command);
+  AddCount(command, "--components", options->settings.components, 1,
            "How many predictive components; auto (the default): as many as X and Y have directions in common");
-  AddCount(*command, kind.orthoOption, options->settings.ortho, 0,
+  AddCount(command, kind.orthoOption, options->settings.ortho, 0,
            "How many orthogonal components; auto (the default): as many as cross-validation finds significant");
   if (kind.hasInnerModel) {
     command
-        ->add_option("--inner-components", options->settings.innerComponents,
-                     "At most so many components of the model inside an orthogonal one")
-        ->type_name("N")
-        ->check(CLI::Range(1, kMostInnerComponents))
-        ->capture_default_str();
+        .Add("--inner-components", options->settings.innerComponents,
+             "At most so many components of the model inside an orthogonal one")
+        .Between(1, kMostInnerComponents)
+        .ShowDefault();
   }
-  options->common.AddTo(*command, options->settings);
-  command->footer(kRegressionColumns + examples);
-  command->callback([&kind, options] { RunOrtho(kind, *options); });
+  options->common.AddTo(command, options->settings);
+  command.Footer(kRegressionColumns + examples);
+  command.OnRun([&kind, options] { RunOrtho(kind, *options); });
 }
 
 }  // namespace
 
-void AddOplsCommand(CLI::App& program) {
+void AddOplsCommand(CommandLine& program) {
   AddOrthoCommand(program, kOpls, "Orthogonal projections to latent structures", R"(Examples:
   voran opls gasoline.csv --y octane
   voran opls gasoline.csv --y octane --scaling center --ortho 3 --save octane.model --out results
   voran opls wine.csv --y class)");
 }
 
-void AddYoplsCommand(CLI::App& program) {
+void AddYoplsCommand(CommandLine& program) {
   AddOrthoCommand(program, kYopls, "PLS regression behind a filter of components that are orthogonal to Y", R"(Examples:
   voran yopls gasoline.csv --y octane
   voran yopls gasoline.csv --y octane --scaling center --y-ortho 2 --save octane.model --out results)");

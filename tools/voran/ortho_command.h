@@ -1,15 +1,13 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran opls`.
-void AddOplsCommand(CLI::App& program);
+void AddOplsCommand(CommandLine& program);
 
 /// Adds `voran yopls`.
-void AddYoplsCommand(CLI::App& program);
+void AddYoplsCommand(CommandLine& program);
 
 }  // namespace tool

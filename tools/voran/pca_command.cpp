@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/model_file.h"
@@ -54,18 +54,18 @@ void RunPca(const PcaOptions& options) {
 
 }  // namespace
 
-void AddPcaCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("pca", "Principal component analysis");
+void AddPcaCommand(CommandLine& program) {
+  Command command = program.AddCommand("pca", "Principal component analysis");
   auto options = std::make_shared<PcaOptions>();
-  AddComponents(*command, options->settings.components, options->settings.isAuto,
+  AddComponents(command, options->settings.components, options->settings.isAuto,
                 "How many components (without it, 5 at most); auto: as many as cross-validation finds significant");
-  AddScaling(*command, options->settings.scaling);
-  options->transform.AddTo(*command);
-  AddIterationLimit(*command, options->settings.iterationLimit);
-  options->run.table.AddCvColumn(*command, AddCvGroups(*command, options->settings.cvGroups));
-  options->run.AddSaveTo(*command);
-  options->run.AddTo(*command);
-  command->footer(R"(COLUMNS is a list of names, positions from 1, or ranges: class,3,nm900..nm1100. A range of numbers
+  AddScaling(command, options->settings.scaling);
+  options->transform.AddTo(command);
+  AddIterationLimit(command, options->settings.iterationLimit);
+  options->run.table.AddCvColumn(command, AddCvGroups(command, options->settings.cvGroups));
+  options->run.AddSaveTo(command);
+  options->run.AddTo(command);
+  command.Footer(R"(COLUMNS is a list of names, positions from 1, or ranges: class,3,nm900..nm1100. A range of numbers
 (900..1100) takes the columns whose name holds a number in it, or else these positions; #3 and
 #3..#5 are always positions. Without --id, the first column names the rows if its heading is "id" or
 empty, or if it holds texts that are all different.
@@ -75,7 +75,7 @@ Examples:
   voran pca spectra.csv --x 900..1700 --scaling center --components 3 --out results
   voran pca wine.csv --class class --components auto --save wine.model
   zcat big.csv.gz | voran pca - --json --quiet)");
-  command->callback([options] { RunPca(*options); });
+  command.OnRun([options] { RunPca(*options); });
 }
 
 }  // namespace tool

@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran pca` to the program. Parsing the command line runs it, and throws what it throws.
-void AddPcaCommand(CLI::App& program);
+void AddPcaCommand(CommandLine& program);
 
 }  // namespace tool

@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/model_file.h"
@@ -51,20 +51,20 @@ void RunPls(const PlsOptions& options) {
 
 }  // namespace
 
-void AddPlsCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("pls", "Partial least squares regression");
+void AddPlsCommand(CommandLine& program) {
+  Command command = program.AddCommand("pls", "Partial least squares regression");
   auto options = std::make_shared<PlsOptions>();
-  options->common.run.table.AddResponses(*command);
-  AddComponents(*command, options->settings.components, options->isAuto,
+  options->common.run.table.AddResponses(command);
+  AddComponents(command, options->settings.components, options->isAuto,
                 "How many components; auto (the default): as many as cross-validation finds significant");
-  options->common.AddTo(*command, options->settings);
-  command->footer(std::string(kRegressionColumns) +
-                  R"(Examples:
+  options->common.AddTo(command, options->settings);
+  command.Footer(std::string(kRegressionColumns) +
+                 R"(Examples:
   voran pls gasoline.csv --y octane
   voran pls gasoline.csv --y octane --scaling center --components 4 --save octane.model --out results
   voran pls batches.csv --y yield,purity --cv-column batch --exclude operator
   voran pls wine.csv --y class)");
-  command->callback([options] { RunPls(*options); });
+  command.OnRun([options] { RunPls(*options); });
 }
 
 }  // namespace tool

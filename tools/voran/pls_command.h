@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran pls`.
-void AddPlsCommand(CLI::App& program);
+void AddPlsCommand(CommandLine& program);
 
 }  // namespace tool

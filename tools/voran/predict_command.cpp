@@ -3,10 +3,10 @@
 #include <memory>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/model_file.h"
@@ -62,20 +62,16 @@ void RunPredict(PredictOptions& options) {
 
 }  // namespace
 
-void AddPredictCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("predict", "Apply a saved model to the rows of another table");
+void AddPredictCommand(CommandLine& program) {
+  Command command = program.AddCommand("predict", "Apply a saved model to the rows of another table");
   auto options = std::make_shared<PredictOptions>();
-  command->add_option("MODEL", options->model, "What --save of a command that fits models has written")
-      ->required()
-      ->option_text(" ");
-  command->add_option("--max-missing", options->maxMissing, "Largest share of a row's values that may be missing")
-      ->type_name("SHARE")
-      ->capture_default_str();
-  command->add_option("--predict", options->block, "The block that a model of voran o2pls predicts (y)")
-      ->check(CLI::IsMember({"y", "x"}).description(""))
-      ->type_name("y|x");
-  options->run.AddToPredict(*command);
-  command->footer(
+  command.AddArgument("MODEL", options->model, "What --save of a command that fits models has written");
+  command.Add("--max-missing", options->maxMissing, "Largest share of a row's values that may be missing")
+      .Type("SHARE")
+      .ShowDefault();
+  command.Add("--predict", options->block, "The block that a model of voran o2pls predicts (y)").OneOf({"y", "x"});
+  options->run.AddToPredict(command);
+  command.Footer(
       R"(Columns are matched by name, in any order; what the model does not use is left out. If the table has the
 responses themselves, the errors of the predictions are told, and of classes how many are right.
 
@@ -83,7 +79,7 @@ Examples:
   voran predict octane.model new.csv
   voran predict octane.model new.csv --out results --json
   voran predict oil.model sensory.csv --predict x)");
-  command->callback([options] { RunPredict(*options); });
+  command.OnRun([options] { RunPredict(*options); });
 }
 
 }  // namespace tool

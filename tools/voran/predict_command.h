@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran predict`.
-void AddPredictCommand(CLI::App& program);
+void AddPredictCommand(CommandLine& program);
 
 }  // namespace tool

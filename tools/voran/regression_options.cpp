@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/failure.h"
 
@@ -18,17 +18,17 @@ transform --help lists the functions.
 
 )";
 
-void RegressionOptions::AddTo(CLI::App& command, RegressionSettings& settings) {
+void RegressionOptions::AddTo(Command& command, RegressionSettings& settings) {
   AddScaling(command, settings.scaling);
   AddScaling(command, settings.yScaling, "--y-scaling", "The same of the responses");
   transform.AddTo(command);
   AddIterationLimit(command, settings.iterationLimit);
-  CLI::Option* groups = AddCvGroups(command, cvGroups);
-  CLI::Option* column = run.table.AddCvColumn(command, groups);
-  command.add_flag("--no-cv", isNotCrossValidated, "No cross-validation; then numbers of components have to be given")
-      ->excludes(groups)
-      ->excludes(column)
-      ->group("Cross-validation");
+  const Option groups = AddCvGroups(command, cvGroups);
+  const Option column = run.table.AddCvColumn(command, groups);
+  command.AddFlag("--no-cv", isNotCrossValidated, "No cross-validation; then numbers of components have to be given")
+      .Excludes(groups)
+      .Excludes(column)
+      .Group("Cross-validation");
   run.AddSaveTo(command);
   run.AddTo(command);
 }

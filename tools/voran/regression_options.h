@@ -3,13 +3,10 @@
 #include <optional>
 #include <string>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/regression.h"
 #include "tools/voran/transform_option.h"
-
-namespace CLI {
-class App;
-}
 
 namespace tool {
 
@@ -22,7 +19,7 @@ struct RegressionOptions {
 
   /// Adds all but `--y`, which is to come first, and the numbers of components. What `settings` holds before are the
   /// defaults; both objects have to outlive the command.
-  void AddTo(CLI::App& command, RegressionSettings& settings);
+  void AddTo(Command& command, RegressionSettings& settings);
 
   /// Throws `Failure` (wrong use) if without cross-validation `isAuto` has nothing to go by; `what` is to be counted,
   /// and `option` tells how many.

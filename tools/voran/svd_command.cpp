@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/svd_fit.h"
 #include "tools/voran/svd_report.h"
@@ -29,19 +29,19 @@ void RunSvd(const SvdOptions& options) {
 
 }  // namespace
 
-void AddSvdCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("svd", "Singular value decomposition");
+void AddSvdCommand(CommandLine& program) {
+  Command command = program.AddCommand("svd", "Singular value decomposition");
   auto options = std::make_shared<SvdOptions>();
-  AddScaling(*command, options->settings.scaling);
-  options->run.AddTo(*command);
-  command->footer(
+  AddScaling(command, options->settings.scaling);
+  options->run.AddTo(command);
+  command.Footer(
       R"(The table is decomposed as it stands, unless --scaling says otherwise; with --scaling center or uv, this is
 principal component analysis of a complete table. A table with gaps is refused: see voran pca.
 
 Examples:
   voran svd spectra.csv --x 900..1700
   voran svd wine.csv --class class --scaling uv --out results)");
-  command->callback([options] { RunSvd(*options); });
+  command.OnRun([options] { RunSvd(*options); });
 }
 
 }  // namespace tool

@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran svd` to the program. Parsing the command line runs it, and throws what it throws.
-void AddSvdCommand(CLI::App& program);
+void AddSvdCommand(CommandLine& program);
 
 }  // namespace tool

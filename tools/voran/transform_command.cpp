@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/transform_report.h"
@@ -45,14 +45,14 @@ void RunTransform(const TransformOptions& options) {
 
 }  // namespace
 
-void AddTransformCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("transform", "Functions of columns, and scaling");
+void AddTransformCommand(CommandLine& program) {
+  Command command = program.AddCommand("transform", "Functions of columns, and scaling");
   auto options = std::make_shared<TransformOptions>();
-  options->transform.AddTo(*command);
-  command->add_flag("--back", options->settings.back, "Transform back: the inverse of each function");
-  AddScaling(*command, options->settings.scaling);
-  options->run.AddTo(*command);
-  command->footer(
+  options->transform.AddTo(command);
+  command.AddFlag("--back", options->settings.back, "Transform back: the inverse of each function");
+  AddScaling(command, options->settings.scaling);
+  options->run.AddTo(command);
+  command.Footer(
       R"(The functions, of a value x and constants C1, C2, C3 (with a decimal point):
   linear,C1[,C2]            C1 x + C2; C2 is 0 if left out
   log[,C1[,C2]]             log10(C1 x + C2); C1 is 1 and C2 is 0 if left out
@@ -67,7 +67,7 @@ Examples:
   voran transform wine.csv --class class --transform proline,malic_acid=log --out logs
   voran transform wine.csv --class class --transform log --transform hue,ash=power,1,0,0.5 --scaling uv --out scaled
   voran transform logs/transform.csv --class class --transform proline,malic_acid=log --back --out again)");
-  command->callback([options] { RunTransform(*options); });
+  command.OnRun([options] { RunTransform(*options); });
 }
 
 }  // namespace tool

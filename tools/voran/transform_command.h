@@ -1,12 +1,10 @@
 #pragma once
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
 
+class CommandLine;
+
 /// Adds `voran transform` to the program. Parsing the command line runs it, and throws what it throws.
-void AddTransformCommand(CLI::App& program);
+void AddTransformCommand(CommandLine& program);
 
 }  // namespace tool

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <unordered_map>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "tools/voran/command_line.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/table.h"
@@ -98,9 +98,9 @@ TransformStruct ParseFunction(std::string_view function, const std::string& argu
 
 }  // namespace
 
-void TransformOption::AddTo(CLI::App& command) {
+void TransformOption::AddTo(Command& command) {
   command
-      .add_option_function<std::vector<std::string>>(
+      .AddReadList(
           kOption,
           [this](const std::vector<std::string>& list) {
             arguments_.clear();
@@ -108,8 +108,7 @@ void TransformOption::AddTo(CLI::App& command) {
           },
           "A function for all variables, or for the columns named, before scaling: linear, log, neglog, logit, "
           "exponential or power; a later --transform overrides an earlier one")
-      ->type_name("[COLUMNS=]NAME[,C1[,C2[,C3]]]")
-      ->allow_extra_args(false);
+      .Type("[COLUMNS=]NAME[,C1[,C2[,C3]]]");
 }
 
 TransformOption::Argument TransformOption::Parse(const std::string& argument) {

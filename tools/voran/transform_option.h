@@ -8,11 +8,9 @@
 #include "voran/containers/data_matrix.h"
 #include "voran/preprocessing/transform.h"
 
-namespace CLI {
-class App;
-}
-
 namespace tool {
+
+class Command;
 
 /// `--transform [COLUMNS=]NAME[,C1[,C2[,C3]]]`, given any number of times: the function that columns are put through
 /// before they are scaled.
@@ -20,7 +18,7 @@ class TransformOption {
  public:
   /// The option keeps a pointer to this object. Parsing the command line throws `Failure` (wrong use) for an argument
   /// of another form, an unknown function, or constants that it cannot do with.
-  void AddTo(CLI::App& command);
+  void AddTo(Command& command);
 
   bool IsGiven() const { return !arguments_.empty(); }
 

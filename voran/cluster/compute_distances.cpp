@@ -10,6 +10,7 @@
 #include <boost/thread.hpp>
 
 #include "voran/cluster/cluster_allocation_error.h"
+#include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/distance_memory.h"
 #include "voran/platform/exception_message.h"
 #include "voran/platform/nc_error.h"
@@ -83,14 +84,6 @@ class Threads {
  private:
   boost::thread_group group_;
 };
-
-void SetText(NCProgress* progress, const std::string& text) {
-  if (progress != nullptr) progress->SetText(text.c_str());
-}
-
-void SetValue(NCProgress* progress, float value) {
-  if (progress != nullptr) progress->SetValue(value);
-}
 
 }  // namespace
 

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 #include <vector>
 
@@ -55,22 +53,11 @@ class InitDistancesThreadClass {
  private:
   void Write(int i, const float* toItself) {
     if constexpr (std::is_same_v<OutputIterator, DistanceAndIndex*>) {
-      WriteToMemory(i, toItself);
+      const int numPairs = rows_->SizeRows() - i;
+      DistanceKernels::Current().writeRecords(toItself + 1, i, static_cast<std::size_t>(numPairs), output_);
+      output_ += numPairs;
     } else {
       for (int j = i + 1; j <= rows_->SizeRows(); ++j) *output_++ = DistanceAndIndex{toItself[j - i], i, j};
-    }
-  }
-
-  /// By vector instructions, which write bits: what they write is copied into the records.
-  void WriteToMemory(int i, const float* toItself) {
-    constexpr int kTogether = 256;
-    std::array<std::uint32_t, 3 * kTogether> bits;
-    for (int j = i + 1; j <= rows_->SizeRows(); j += kTogether) {
-      const auto n = static_cast<std::size_t>(std::min(kTogether, rows_->SizeRows() - j + 1));
-      DistanceKernels::Current().interleave(toItself + (j - i), static_cast<std::uint32_t>(i),
-                                            static_cast<std::uint32_t>(j), n, bits.data());
-      std::memcpy(output_, bits.data(), n * sizeof(DistanceAndIndex));
-      output_ += n;
     }
   }
 

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "voran/cluster/cluster_progress.h"
 #include "voran/containers/missing_value.h"
 #include "voran/platform/md5.h"
 #include "voran/platform/nc_error.h"
@@ -113,7 +114,7 @@ class Forest {
 
 void ReportMerge(NCProgress& progress, int merges) {
   if (merges % kMergesPerReport == 0) progress.SetValue(static_cast<float>(merges));
-  if (progress.IsBreakPressed()) Fail("Cluster analysis aborted.");
+  detail::ThrowOnBreak(&progress);
 }
 
 DendroGramPointer MergeAll(Forest& forest, ClusterDistanceCalculator& calculator, NCProgress* progress) {
@@ -127,34 +128,17 @@ DendroGramPointer MergeAll(Forest& forest, ClusterDistanceCalculator& calculator
   return forest.TakeRoot();
 }
 
-/// A stretch of a progress, given back at the end and after an error.
-class SubRange {
- public:
-  SubRange(NCProgress* progress, float from, float to) : progress_(progress) {
-    if (progress_ != nullptr) progress_->PushSubRange(from, to);
-  }
-  ~SubRange() {
-    if (progress_ != nullptr) progress_->PopSubRange();
-  }
-
-  SubRange(const SubRange&) = delete;
-  SubRange& operator=(const SubRange&) = delete;
-
- private:
-  NCProgress* progress_;
-};
-
 DendroGramPointer Cluster(const Matrix& data, ClusterDistanceCalculator& calculator, NCProgress* progress) {
   if (progress != nullptr) progress->SetRange(0.0F, 10.0F);
-  std::optional<SubRange> stretch(std::in_place, progress, 0.0F, 5.0F);
+  std::optional<detail::SubRange> stretch(std::in_place, progress, 0.0F, 5.0F);
   if (data.GetNumMisVal() > 0) CheckDataForClustering(data);
   Forest forest;
   forest.AddLeafs(data.SizeRows());
   calculator.Init(data, progress);
   stretch.reset();
   stretch.emplace(progress, 5.0F, 10.0F);
+  detail::SetText(progress, voran::detail::TranslateText("Merging clusters"));
   if (progress != nullptr) {
-    progress->SetText(voran::detail::TranslateText("Merging clusters").c_str());
     progress->SetRange(0.0F, static_cast<float>(forest.Size()));
   }
   DendroGramPointer root = MergeAll(forest, calculator, progress);

@@ -1,9 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
+
+#include "voran/platform/large_pages.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -19,7 +23,8 @@ static_assert(sizeof(DistanceAndIndex) == 12);
 
 namespace detail {
 
-/// Leaves new elements as the memory comes: a list of all pairs is first touched by the threads that fill it.
+/// Leaves new elements as the memory comes: a list of all pairs is first touched by the threads that fill it. A long
+/// list asks for large pages, of which the system sets up fewer.
 template <typename T>
 class UnsetAllocator : public std::allocator<T> {
  public:
@@ -27,6 +32,18 @@ class UnsetAllocator : public std::allocator<T> {
   struct rebind {
     using other = UnsetAllocator<U>;
   };
+
+  T* allocate(std::size_t n) {
+    if (!IsLong(n)) return std::allocator<T>::allocate(n);
+    if (n > std::numeric_limits<std::size_t>::max() / sizeof(T)) throw std::bad_array_new_length();
+    void* const memory = ::operator new(n * sizeof(T), std::align_val_t(voran::detail::kLargePage));
+    voran::detail::AskForLargePages(memory, n * sizeof(T));
+    return static_cast<T*>(memory);
+  }
+  void deallocate(T* memory, std::size_t n) {
+    if (!IsLong(n)) return std::allocator<T>::deallocate(memory, n);
+    ::operator delete(memory, std::align_val_t(voran::detail::kLargePage));
+  }
 
   template <typename U>
   void construct(U* place) {
@@ -36,6 +53,9 @@ class UnsetAllocator : public std::allocator<T> {
   void construct(U* place, Arguments&&... arguments) {
     ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
   }
+
+ private:
+  static bool IsLong(std::size_t n) { return n >= 4 * voran::detail::kLargePage / sizeof(T); }
 };
 
 using PairList = std::vector<DistanceAndIndex, UnsetAllocator<DistanceAndIndex>>;

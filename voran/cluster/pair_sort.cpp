@@ -1,11 +1,13 @@
 #include "voran/cluster/pair_sort.h"
 
 #include <algorithm>
-#include <array>
+#include <bit>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
-#include "voran/platform/nc_error.h"
+#include "voran/cluster/cluster_progress.h"
+#include "voran/cluster/kernels/pair_compare.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -14,14 +16,8 @@ namespace {
 
 constexpr std::size_t kInsertionMost = 32;
 constexpr std::size_t kMedianOfThreeMost = 41;
-constexpr std::ptrdiff_t kChunk = 64;
+constexpr std::ptrdiff_t kChunk = PairCompareKernels::kTogether;
 constexpr unsigned kStepsPerPoll = 256;
-
-void ThrowOnBreak(NCProgress* progress) {
-  if (progress != nullptr && progress->IsBreakPressed()) {
-    throw NCError(ExceptionMessage::translate("Cluster analysis aborted."), NCError::Level::kGeneral);
-  }
-}
 
 /// Asks for a break once in so many steps: often enough to be noticed at once, seldom enough to cost nothing.
 class BreakPoll {
@@ -61,28 +57,23 @@ void PreparePivot(DistanceAndIndex* first, std::size_t n) {
   SortThree(first[s], *mid, *(last - s));
 }
 
-/// Elements of one side that belong on the other, found but not yet swapped.
+/// Elements of one side that belong on the other, found but not yet swapped: bit k stands for base[k].
 struct Misplaced {
   DistanceAndIndex* base = nullptr;
-  std::array<std::uint8_t, kChunk> offsets{};
-  std::size_t next = 0;
-  std::size_t count = 0;
+  std::uint64_t bits = 0;
 
-  bool IsEmpty() const { return next == count; }
-  DistanceAndIndex& Front() const { return base[offsets[next]]; }
-  void Set(DistanceAndIndex* only) {
-    base = only;
-    offsets[0] = 0;
-    next = 0;
-    count = 1;
-  }
+  bool IsEmpty() const { return bits == 0; }
+  DistanceAndIndex& Lowest() const { return base[std::countr_zero(bits)]; }
+  void DropLowest() { bits &= bits - 1; }
+  DistanceAndIndex& Highest() const { return base[63 - std::countl_zero(bits)]; }
+  void DropHighest() { bits ^= std::uint64_t{1} << (63 - std::countl_zero(bits)); }
 };
 
 /// The block of elements equal to the pivot, and how far the two sides have been scanned: the elements in between are
 /// where they belong, but for those that `rightward_` and `leftward_` hold.
 ///
-/// Whether an element is misplaced cannot be predicted, so a chunk without elements equal to the pivot is scanned
-/// without branches. That changes no step: the k-th misplaced element of one side is swapped with the k-th of the other
+/// Whether an element is misplaced cannot be predicted, so a chunk without elements equal to the pivot is compared
+/// as a whole. That changes no step: the k-th misplaced element of one side is swapped with the k-th of the other
 /// either way, and all swaps of a side are done before an element equal to the pivot moves there.
 class Partition {
  public:
@@ -91,7 +82,8 @@ class Partition {
         last_(first + n),
         blockBegin_(first + n / 2),
         blockEnd_(blockBegin_ + 1),
-        pivot_(blockBegin_->distance) {
+        pivot_(blockBegin_->distance),
+        compare_(PairCompareKernels::Current().compare) {
     while (blockBegin_ > first_ && IsPivot(blockBegin_[-1])) --blockBegin_;
     while (blockEnd_ < last_ && IsPivot(*blockEnd_)) ++blockEnd_;
     right_ = blockEnd_;
@@ -102,14 +94,14 @@ class Partition {
     while (FindOnRight() && FindOnLeft()) {
       poll();
       while (!leftward_.IsEmpty() && !rightward_.IsEmpty()) {
-        std::swap(leftward_.Front(), rightward_.Front());
-        ++leftward_.next;
-        ++rightward_.next;
+        std::swap(leftward_.Lowest(), rightward_.Highest());
+        leftward_.DropLowest();
+        rightward_.DropHighest();
       }
     }
     FindOnLeft();
-    if (!leftward_.IsEmpty()) right_ = &leftward_.Front();
-    if (!rightward_.IsEmpty()) left_ = &rightward_.Front() + 1;
+    if (!leftward_.IsEmpty()) right_ = &leftward_.Lowest();
+    if (!rightward_.IsEmpty()) left_ = &rightward_.Highest() + 1;
     for (; right_ < last_; ScanRight(), poll()) MoveBlockUp();
     for (; left_ > first_; ScanLeft(), poll()) MoveBlockDown();
   }
@@ -122,46 +114,38 @@ class Partition {
   bool BelongsRight(const DistanceAndIndex& x) const { return pivot_ > x.distance; }
   bool IsPivot(const DistanceAndIndex& x) const { return !BelongsLeft(x) && !BelongsRight(x); }
 
+  using Chunk = std::optional<PairCompareKernels::Bits>;
+
   /// Whether the right side has an element that belongs on the left.
   bool FindOnRight() {
     while (leftward_.IsEmpty() && right_ < last_) {
-      if (last_ - right_ >= kChunk && ScanChunk(right_, leftward_, [this](auto& x) { return BelongsLeft(x); })) {
+      if (const Chunk chunk = last_ - right_ < kChunk ? Chunk() : Compared(right_)) {
+        leftward_ = {right_, chunk->greater};
         right_ += kChunk;
       } else {
         ScanRight();
-        if (right_ < last_) leftward_.Set(right_++);
+        if (right_ < last_) leftward_ = {right_++, 1};
       }
     }
     return !leftward_.IsEmpty();
   }
   bool FindOnLeft() {
     while (rightward_.IsEmpty() && left_ > first_) {
-      if (left_ - first_ >= kChunk &&
-          ScanChunk(left_ - kChunk, rightward_, [this](auto& x) { return BelongsRight(x); })) {
+      if (const Chunk chunk = left_ - first_ < kChunk ? Chunk() : Compared(left_ - kChunk)) {
         left_ -= kChunk;
-        std::reverse(rightward_.offsets.begin(), rightward_.offsets.begin() + rightward_.count);
+        rightward_ = {left_, chunk->less};
       } else {
         ScanLeft();
-        if (left_ > first_) rightward_.Set(--left_);
+        if (left_ > first_) rightward_ = {--left_, 1};
       }
     }
     return !rightward_.IsEmpty();
   }
 
-  /// False, and nothing found, if the chunk holds an element equal to the pivot.
-  template <class IsMisplaced>
-  bool ScanChunk(DistanceAndIndex* chunk, Misplaced& found, IsMisplaced isMisplaced) const {
-    std::size_t count = 0;
-    bool hasPivot = false;
-    for (std::size_t k = 0; k < kChunk; ++k) {
-      found.offsets[count] = static_cast<std::uint8_t>(k);
-      count += static_cast<std::size_t>(isMisplaced(chunk[k]));
-      hasPivot |= IsPivot(chunk[k]);
-    }
-    found.base = chunk;
-    found.next = 0;
-    found.count = hasPivot ? 0 : count;
-    return !hasPivot;
+  /// Nothing if one of the elements is equal to the pivot.
+  Chunk Compared(const DistanceAndIndex* chunk) const {
+    const PairCompareKernels::Bits bits = compare_(chunk, pivot_);
+    return (bits.greater | bits.less) == ~std::uint64_t{0} ? Chunk(bits) : Chunk();
   }
 
   void ScanRight() {
@@ -191,6 +175,7 @@ class Partition {
   DistanceAndIndex* blockBegin_;
   DistanceAndIndex* blockEnd_;
   float pivot_;
+  decltype(PairCompareKernels::compare) compare_;
   DistanceAndIndex* left_;   ///< from here to the block everything has been scanned
   DistanceAndIndex* right_;  ///< from the block to here everything has been scanned
   Misplaced leftward_;       ///< of the right side, upward

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -63,20 +64,30 @@ class PairSort {
   bool IsReached(std::size_t size) const { return pending_.empty() || pending_.back().end < size; }
   /// Sorts until the last element of the list is in its place. Elements behind may have been taken away.
   void ReachLast(PairList& pairs);
+  /// As above, but takes a range all of whose elements are useless away from the end of the list, unless it is all that
+  /// is left: not worth sorting.
+  template <class IsUseless>
+  void ReachLast(PairList& pairs, IsUseless isUseless) {
+    while (!IsReached(pairs.size())) {
+      const auto begin = pairs.begin() + static_cast<std::ptrdiff_t>(pending_.back().begin);
+      if (begin != pairs.begin() && std::all_of(begin, pairs.end(), isUseless)) {
+        pairs.erase(begin, pairs.end());
+        pending_.pop_back();
+      } else {
+        Step(pairs);
+      }
+    }
+  }
   /// Sorts what remains.
   void Finish(PairList& pairs);
 
   /// The ranges that are not sorted yet, from front to end, for somebody else to go on with.
   const std::vector<SortRange>& GetPending() const { return pending_; }
 
-  /// Where the last unsorted range of the list begins, if any element is unsorted. The elements from there on may be
-  /// taken away from the list, all of them, without sorting them.
-  std::size_t LastRangeBegin() const { return pending_.back().begin; }
-  void ForgetLastRange() { pending_.pop_back(); }
+ private:
   /// One step of the sort on the last unsorted range.
   void Step(PairList& pairs);
 
- private:
   std::vector<SortRange> pending_;  ///< from front to end; all elements that are in none are in their places
   NCProgress* progress_ = nullptr;
 };

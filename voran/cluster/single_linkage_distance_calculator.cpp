@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
+#include <vector>
 
 #include "voran/cluster/cluster_allocation_error.h"
 #include "voran/cluster/compute_distances.h"
+#include "voran/cluster/disk_fallback.h"
+#include "voran/cluster/mega_distances.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -24,7 +27,8 @@ void SingleLinkageDistanceCalculator::Init(const NCDataMatrix<float>& data, NCPr
     sort_ = detail::ComputeDistances(data, progress, pairs_, detail::PairFunction::kSquaredDifference,
                                      detail::Finish::kSquareRoot);
   } catch (const ClusterAllocationError&) {
-    throw;  // from here on store_ is to hold the distances, on disk
+    pairs_ = detail::PairList();  // its memory goes to the buffer
+    store_ = detail::KeepDistancesOnDisk(data, progress);
   }
 }
 
@@ -48,19 +52,13 @@ std::string SingleLinkageDistanceCalculator::GetId() {
 }
 
 DistanceAndIndex SingleLinkageDistanceCalculator::TakeSmallest() {
-  while (!sort_.IsReached(pairs_.size())) {
-    // A range of pairs that would all be skipped is not worth sorting.
-    const auto begin = pairs_.begin() + static_cast<std::ptrdiff_t>(sort_.LastRangeBegin());
-    const bool isSkipped = begin != pairs_.begin() && std::all_of(begin, pairs_.end(), [this](const auto& pair) {
-                             return IsInsideOneCluster(pair);
-                           });
-    if (isSkipped) {
-      pairs_.erase(begin, pairs_.end());
-      sort_.ForgetLastRange();
-    } else {
-      sort_.Step(pairs_);
-    }
+  const auto isUseless = [this](const DistanceAndIndex& pair) { return IsInsideOneCluster(pair); };
+  if (store_) {
+    const DistanceAndIndex pair = store_->Top(isUseless);
+    store_->Pop();
+    return pair;
   }
+  sort_.ReachLast(pairs_, isUseless);
   const DistanceAndIndex pair = pairs_.back();
   pairs_.pop_back();
   return pair;

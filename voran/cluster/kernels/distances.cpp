@@ -1,6 +1,8 @@
 #include "voran/cluster/kernels/distances.h"
 
-#include <bit>
+#include <cstdint>
+
+#include <hwy/cache_control.h>
 
 #include "voran/containers/kernels/dispatch.h"
 #include "voran/containers/missing_value.h"
@@ -129,26 +131,79 @@ void Distances(const float* const* rows, int numRows, std::size_t columns, const
   hasGaps ? RunRule<true>(work, pairFunction, finish) : RunRule<false>(work, pairFunction, finish);
 }
 
-void Interleave(const float* distances, std::uint32_t first, std::uint32_t second, std::size_t n, std::uint32_t* out) {
-  std::size_t j = 0;
 #if HWY_TARGET != HWY_SCALAR
-  const Floats d;
-  const hn::RebindToUnsigned<Floats> bits;
-  const auto firsts = hn::Set(bits, first);
-  for (; j + kLanes <= n; j += kLanes) {
-    const auto seconds = hn::Iota(bits, second + static_cast<std::uint32_t>(j));
-    hn::StoreInterleaved3(hn::BitCast(bits, hn::LoadU(d, distances + j)), firsts, seconds, bits, out + 3 * j);
+using Words = hn::RebindToUnsigned<Floats>;
+using WordVec = hn::Vec<Words>;
+
+/// Which record of kLanes the words of three vectors belong to, and which of its three words each of them is.
+struct WordPlaces {
+  alignas(64) std::uint32_t record[3 * kLanes];
+  alignas(64) std::uint32_t kind[3 * kLanes];
+};
+constexpr WordPlaces PlacesOfWords() {
+  WordPlaces places{};
+  for (std::uint32_t w = 0; w < 3 * kLanes; ++w) {
+    places.record[w] = w / 3;
+    places.kind[w] = w % 3;
   }
+  return places;
+}
+constexpr WordPlaces kPlaces = PlacesOfWords();
+
+/// One of the three vectors of words that hold kLanes records, going from them to the next kLanes.
+class RecordPart {
+ public:
+  HWY_INLINE RecordPart(std::size_t part, std::uint32_t first, std::uint32_t second)
+      : records_(hn::IndicesFromVec(Words(), hn::Load(Words(), kPlaces.record + part * kLanes))) {
+    const Words d;
+    const auto kind = hn::Load(d, kPlaces.kind + part * kLanes);
+    const auto isFirst = hn::Eq(kind, hn::Set(d, 1));
+    const auto seconds = hn::Add(hn::Set(d, second), hn::Load(d, kPlaces.record + part * kLanes));
+    isDistance_ = hn::VecFromMask(d, hn::Eq(kind, hn::Zero(d)));
+    positions_ = hn::IfThenElse(isFirst, hn::Set(d, first), seconds);
+    step_ = hn::IfThenZeroElse(isFirst, hn::Set(d, static_cast<std::uint32_t>(kLanes)));
+  }
+
+  HWY_INLINE WordVec Next(WordVec distances) {
+    const auto words = hn::IfVecThenElse(isDistance_, hn::TableLookupLanes(distances, records_), positions_);
+    positions_ = hn::Add(positions_, step_);
+    return words;
+  }
+
+ private:
+  decltype(hn::IndicesFromVec(Words(), WordVec())) records_;
+  WordVec isDistance_;
+  WordVec positions_;
+  WordVec step_;
+};
 #endif
-  for (; j < n; ++j) {
-    out[3 * j] = std::bit_cast<std::uint32_t>(distances[j]);
-    out[3 * j + 1] = first;
-    out[3 * j + 2] = second + static_cast<std::uint32_t>(j);
+
+void WriteRecords(const float* distances, int first, std::size_t n, DistanceAndIndex* out) {
+  std::size_t j = 0;
+  const auto writeOne = [&]() HWY_ATTR {
+    out[j] = DistanceAndIndex{distances[j], first, first + 1 + static_cast<int>(j)};
+    ++j;
+  };
+#if HWY_TARGET != HWY_SCALAR
+  // Past the caches, into which the list of all pairs does not fit.
+  constexpr std::size_t kAlignment = kLanes * sizeof(float);
+  while (j < n && reinterpret_cast<std::uintptr_t>(out + j) % kAlignment != 0) writeOne();
+  const Words d;
+  const auto firstWord = static_cast<std::uint32_t>(first);
+  const auto second = firstWord + 1 + static_cast<std::uint32_t>(j);
+  RecordPart parts[3] = {{0, firstWord, second}, {1, firstWord, second}, {2, firstWord, second}};
+  for (; j + kLanes <= n; j += kLanes) {
+    const auto bits = hn::BitCast(d, hn::LoadU(Floats(), distances + j));
+    auto* const words = reinterpret_cast<std::uint32_t*>(out + j);
+    for (std::size_t part = 0; part < 3; ++part) hn::Stream(parts[part].Next(bits), d, words + part * kLanes);
   }
+  hwy::FlushStream();
+#endif
+  while (j < n) writeOne();
 }
 
 const DistanceKernels& Table() {
-  static constexpr DistanceKernels kTable = {Distances, Interleave};
+  static constexpr DistanceKernels kTable = {Distances, WriteRecords};
   return kTable;
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
+
+#include "voran/cluster/distance_and_index.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -30,9 +31,8 @@ struct DistanceKernels {
   void (*distances)(const float* const* rows, int numRows, std::size_t columns, const float* blocks,
                     std::size_t numBlocks, bool hasGaps, PairFunction pairFunction, Finish finish, float* const* out);
 
-  /// The bits of n records of a distance and two positions: distances[j], first, second + j.
-  void (*interleave)(const float* distances, std::uint32_t first, std::uint32_t second, std::size_t n,
-                     std::uint32_t* out);
+  /// n records: those of row `first` and the n rows behind it.
+  void (*writeRecords)(const float* distances, int first, std::size_t n, DistanceAndIndex* out);
 
   static const DistanceKernels& Current();
 };

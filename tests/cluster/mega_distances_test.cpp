@@ -1,0 +1,497 @@
+#include "voran/cluster/mega_distances.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <map>
+#include <random>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "tests/cluster/plain_cluster.h"
+#include "voran/cluster/disk_fallback.h"
+#include "voran/cluster/distance_memory.h"
+#include "voran/cluster/single_linkage_distance_calculator.h"
+#include "voran/platform/nc_error.h"
+#include "voran/platform/temporary_files.h"
+#include "voran/platform/user_comm.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using namespace voran::DendroGram;
+using plain::Merge;
+using plain::Pairs;
+
+const char* const kAborted = "Cluster analysis aborted.";
+const char* const kCannotRead = "Error when reading from temporary file.";
+
+std::size_t OpenFiles() {
+  return static_cast<std::size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
+
+/// Says what it is told to, and keeps what it hears.
+class Listener : public UserComm {
+ public:
+  Listener(std::vector<std::string>& heard, int answer) : heard_(heard), answer_(answer) {}
+  void NotifyUser(const ExceptionMessageList& text, const ExceptionMessageList& caption, int number) override {
+    heard_.push_back(caption.GetText() + "/" + std::to_string(number) + "/" + text.GetText());
+  }
+  int AskUser(const ExceptionMessageList& text, const ExceptionMessageList& caption, int declineCode) override {
+    heard_.push_back(caption.GetText() + "?" + std::to_string(declineCode) + "?" + text.GetText());
+    return answer_;
+  }
+
+ private:
+  std::vector<std::string>& heard_;
+  int answer_;
+};
+
+/// Cancels at a poll, and keeps what it is shown.
+class Watcher : public ProgressDisplay {
+ public:
+  void Begin(const ProgressView&) override {}
+  void ShowPosition(const ProgressView& view) override {
+    if (texts.empty() || texts.back() != view.text) texts.push_back(view.text);
+    positions.push_back(view.fraction);
+  }
+  void ShowSpin(const ProgressView&) override {}
+  void End(const ProgressView&) override {}
+  bool IsCancelRequested() const noexcept override {
+    sawFile = sawFile || !fs::is_empty(fs::temp_directory_path());
+    return ++polls == cancelAt;
+  }
+  std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
+
+  std::vector<std::string> texts;
+  std::vector<double> positions;
+  int cancelAt = 0;
+  mutable int polls = 0;
+  mutable bool sawFile = false;
+};
+
+/// Every test has a temporary directory of its own, in which no file may be left, nor one be open.
+class OnDisk : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder_ = VrGetTempFileName(nullptr, "voran-test-", "");
+    fs::create_directory(folder_);
+    SetTemporaryDirectory(folder_);
+    openFiles_ = OpenFiles();
+    UserComm::SetUserComm(std::make_unique<Listener>(heard_, 1));
+  }
+  void TearDown() override {
+    ExpectNothingLeft();
+    DistanceMemory::SetBudget(DistanceMemory::kUnlimited);
+    NCProgress::SetDisplay(nullptr);
+    UserComm::SetUserComm(nullptr);
+    if (before_.empty()) {
+      ::unsetenv("TMPDIR");
+    } else {
+      SetTemporaryDirectory(before_);
+    }
+    fs::remove_all(folder_);
+  }
+
+  static void SetTemporaryDirectory(const std::string& path) { ::setenv("TMPDIR", path.c_str(), 1); }
+
+  void ExpectNothingLeft() const {
+    EXPECT_TRUE(fs::is_empty(folder_));
+    EXPECT_EQ(OpenFiles(), openFiles_);
+  }
+
+  std::shared_ptr<Watcher> Watch(int cancelAt = 0) {
+    auto watcher = std::make_shared<Watcher>();
+    watcher->cancelAt = cancelAt;
+    NCProgress::SetDisplay(watcher);
+    return watcher;
+  }
+
+  std::string folder_;
+  std::vector<std::string> heard_;
+
+ private:
+  std::size_t openFiles_ = 0;
+  std::string before_ = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "";
+};
+
+/// As long as it lives, a resource of the process is limited; a write that hits the limit fails, and kills nobody.
+class Limited {
+ public:
+  Limited(__rlimit_resource resource, rlim_t limit) : resource_(resource), handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(resource_, &before_);
+    const rlimit now{limit, before_.rlim_max};
+    setrlimit(resource_, &now);
+  }
+  ~Limited() {
+    setrlimit(resource_, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  Limited(const Limited&) = delete;
+  Limited& operator=(const Limited&) = delete;
+
+ private:
+  __rlimit_resource resource_;
+  rlimit before_{};
+  void (*handler_)(int);
+};
+
+NCProgress* NewProgress(std::unique_ptr<NCProgress>& owner) {
+  owner = std::make_unique<NCProgress>("", 0.0F, 1.0F, false, false, true, "");
+  return owner.get();
+}
+
+/// Pairs of these distances, each with positions of its own.
+Pairs WithPositions(const std::vector<float>& distances) {
+  Pairs pairs;
+  for (const float d : distances) {
+    pairs.push_back({d, static_cast<int>(pairs.size()) + 1, static_cast<int>(pairs.size()) + 2});
+  }
+  return pairs;
+}
+
+std::unique_ptr<MegaDistances> Written(const Pairs& pairs, std::size_t capacity, NCProgress* progress = nullptr) {
+  DendroGram::detail::PairList buffer(capacity);
+  auto store = std::make_unique<MegaDistances>(buffer, progress, pairs.size());
+  for (const DistanceAndIndex& pair : pairs) store->AppendDistance(pair);
+  return store;
+}
+
+std::unique_ptr<MegaDistances> Split(const Pairs& pairs, std::size_t capacity, NCProgress* progress = nullptr) {
+  auto store = Written(pairs, capacity, progress);
+  store->SplitDistances();
+  return store;
+}
+
+std::vector<std::tuple<float, int, int>> Sorted(const Pairs& pairs) {
+  std::vector<std::tuple<float, int, int>> sorted;
+  for (const auto& pair : pairs) sorted.emplace_back(pair.distance, pair.first, pair.second);
+  std::sort(sorted.begin(), sorted.end());
+  return sorted;
+}
+
+/// What taking everything gives, and that it comes in order, and is counted.
+Pairs TakeAll(MegaDistances& store) {
+  Pairs taken;
+  for (std::uint64_t left = store.Size(); left > 0; --left) {
+    EXPECT_EQ(store.Size(), left);
+    taken.push_back(store.Top());
+    store.Pop();
+    EXPECT_LE(taken[taken.size() < 2 ? 0 : taken.size() - 2].distance, taken.back().distance);
+  }
+  return taken;
+}
+
+std::string ErrorOf(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const NCInternalError& error) {
+    return std::string("internal: ") + error.what();
+  } catch (const NCError& error) {
+    EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
+    return error.what();
+  }
+  return "";
+}
+
+std::vector<float> Distances(const std::string& kind, std::size_t n) {
+  std::mt19937 generator(7);
+  std::normal_distribution<float> normal;
+  std::vector<float> distances(n);
+  for (float& d : distances) {
+    d = std::abs(normal(generator));
+    if (kind == "far") d += 100.0F;  // all in one of the first ranges
+    if (kind == "tied") d = std::floor(d * 64.0F);
+    if (kind == "skew") d = std::exp(4.0F * d);  // most in the last range
+  }
+  return distances;
+}
+
+using Store = OnDisk;
+
+TEST_F(Store, GivesEveryPairOnceTheSmallestFirst) {
+  for (const char* const kind : {"half-normal", "far", "tied", "skew"}) {
+    for (const std::size_t capacity : std::vector<std::size_t>{60, 100, 999, 1000, 5000}) {
+      SCOPED_TRACE(std::string(kind) + " through " + std::to_string(capacity));
+      const Pairs pairs = WithPositions(Distances(kind, 1000));
+      const auto store = Split(pairs, capacity);
+      EXPECT_EQ(store->Size(), pairs.size());
+      EXPECT_EQ(Sorted(TakeAll(*store)), Sorted(pairs));
+      EXPECT_EQ(ErrorOf([&] { store->Top(); }), "internal: MegaDistances::LoadNextSegment");
+    }
+  }
+  const Pairs few = WithPositions({3.0F, 1.0F, 2.0F, 5.0F, 4.0F});
+  EXPECT_EQ(Sorted(TakeAll(*Split(few, 1))), Sorted(few));
+}
+
+TEST_F(Store, KeepsDistancesThatAreNoNumbers) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+  const auto store = Split(WithPositions({3.0F, kNaN, 1.0F, 2.0F, kNaN, 5.0F, 4.0F, 6.0F}), 3);
+  std::vector<bool> isTaken(9);
+  for (; store->Size() > 0; store->Pop()) isTaken[static_cast<std::size_t>(store->Top().first)] = true;
+  EXPECT_EQ(std::count(isTaken.begin(), isTaken.end(), true), 8);
+}
+
+/// The magnitude that a share of all normal numbers does not exceed.
+double HalfNormalQuantile(double share) {
+  double lo = 0.0;
+  double hi = 10.0;
+  while (hi - lo > 1e-9) (std::erf((lo + hi) / 2.0 / std::sqrt(2.0)) > share ? hi : lo) = (lo + hi) / 2.0;
+  return lo;
+}
+
+TEST_F(Store, IsCutAtQuantilesOfANormalDistribution) {
+  constexpr double kTolerance = 1e-3;  // Student's t with 10000 degrees of freedom, to four decimals
+  const std::vector<float> distances = Distances("half-normal", 2000);
+  double squares = 0.0;
+  for (const float d : distances) squares += static_cast<double>(d) * static_cast<double>(d);
+  const double rms = std::sqrt(squares / 2000.0);
+  const auto store = Split(WithPositions(distances), 250);
+  const MegaDistances::Segments& files = store->GetSegments();
+  ASSERT_EQ(files.size(), 17u);  // twice 2000 / 250, and one
+  EXPECT_EQ(files.front()->upperLimit, *std::max_element(distances.begin(), distances.end()));
+  EXPECT_EQ(files.back()->lowerLimit, 0.0F);
+  for (std::size_t i = 1; i < files.size(); ++i) {
+    const MegaDistances::TempFile& file = *files[files.size() - i];
+    EXPECT_NEAR(static_cast<double>(file.upperLimit) / rms, HalfNormalQuantile(static_cast<double>(i) / 17.0),
+                kTolerance);
+    EXPECT_EQ(file.upperLimit, files[files.size() - i - 1]->lowerLimit);
+    const auto count = std::count_if(distances.begin(), distances.end(),
+                                     [&](float d) { return file.lowerLimit <= d && d < file.upperLimit; });
+    EXPECT_EQ(file.entryCount, static_cast<std::uint64_t>(count));
+  }
+}
+
+TEST_F(Store, HasNoFileForAnEmptyRange) {
+  // Above the largest distance there is no limit, and between 0 and the smallest nothing lies.
+  const auto store = Split(WithPositions(std::vector<float>(10, 4.0F)), 10);
+  ASSERT_EQ(store->GetSegments().size(), 1u);
+  EXPECT_EQ(store->GetSegments()[0]->entryCount, 10u);
+}
+
+TEST_F(Store, EqualDistancesBeyondTheBufferEndByABreak) {
+  const auto watcher = Watch(5000);
+  std::unique_ptr<NCProgress> progress;
+  const auto store = Split(WithPositions(std::vector<float>(20, 4.0F)), 19, NewProgress(progress));
+  EXPECT_EQ(ErrorOf([&] { store->Top(); }), kAborted);
+  EXPECT_EQ(watcher->polls, 5000);
+  EXPECT_EQ(watcher->texts.back(), "Re-partitioning");
+}
+
+TEST_F(Store, TellsWhatItDoesAndHowFarItIs) {
+  const auto watcher = Watch();
+  std::unique_ptr<NCProgress> progress;
+  std::vector<float> distances(20000, 1.0F);
+  for (std::size_t i = 0; i < 10000; ++i) distances[i] = 3.0F;
+  distances[0] = 2.9F;
+  const auto store = Split(WithPositions(distances), 20000, NewProgress(progress));
+  const auto texts = std::exchange(watcher->texts, {});
+  EXPECT_THAT(texts, ElementsAre("", "Calculating and saving 20000 distances", "Splitting distances"));
+  // Half of all written, all; the share of reading, and one file after the other (of three, whose limits are at 0.43
+  // and 0.97 of the root mean square of 2.24).
+  std::vector<double>& seen = watcher->positions;
+  seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
+  const std::vector<double> expected = {0.0, 0.5, 1.0, 0.0, 0.3, 0.3 + 0.7 / 3, 0.3 + 1.4 / 3, 1.0};
+  EXPECT_THAT(seen, testing::Pointwise(testing::DoubleNear(1e-6), expected));
+  store->Top();
+  EXPECT_THAT(watcher->texts, ElementsAre("Loading distances", "Sorting", "Merging clusters"));
+}
+
+TEST_F(Store, TellsOfAFullDiskWhenItReads) {
+  const Pairs pairs = WithPositions(Distances("far", 1000));
+  {
+    const Limited disk(RLIMIT_FSIZE, 11999);
+    EXPECT_EQ(ErrorOf([&] { Split(pairs, 100); }), kCannotRead);
+  }
+  ExpectNothingLeft();
+  const auto cutTwice = Written(pairs, 500);  // all lie in one of the first ranges, which has to be cut again
+  const auto cutOnce = Written(WithPositions(std::vector<float>(83, 1.0F)), 83);
+  const Limited disk(RLIMIT_FSIZE, 500);
+  cutTwice->SplitDistances();
+  EXPECT_EQ(ErrorOf([&] { cutTwice->Top(); }), kCannotRead);
+  cutOnce->SplitDistances();
+  EXPECT_EQ(ErrorOf([&] { cutOnce->Top(); }), "internal: MegaDistances::LoadNextSegment");
+}
+
+TEST_F(Store, TellsOfFilesThatCannotBeOpened) {
+  const Pairs pairs = WithPositions(Distances("half-normal", 1000));
+  {
+    const Limited files(RLIMIT_NOFILE, OpenFiles() + 8);
+    EXPECT_THAT(ErrorOf([&] { Split(pairs, 50); }), StartsWith("The temporary file " + folder_ + "/vor-"));
+  }
+  ExpectNothingLeft();
+  const std::string file = "/proc/self/status";  // where no file can be made, whoever asks
+  for (const std::string& path : {folder_ + "/missing", file}) {
+    SetTemporaryDirectory(path);
+    const std::string error = ErrorOf([&] { Split(pairs, 50); });
+    EXPECT_THAT(error, StartsWith("The temporary file " + path + "/vor-"));
+    EXPECT_THAT(error, HasSubstr("clu could not be opened"));
+  }
+  SetTemporaryDirectory(folder_);
+}
+
+/// The merges of single linkage, with this many bytes for the distances.
+std::vector<Merge> Merges(const plain::Rows& rows, std::uint64_t budget, NCProgress* progress = nullptr) {
+  DistanceMemory::SetBudget(budget);
+  SingleLinkageDistanceCalculator calculator;
+  calculator.Init(plain::ToMatrix(rows), progress);
+  std::vector<Merge> merges(rows.size() - 1);
+  for (Merge& merge : merges) merge.height = calculator.FindNearestAndMerge(merge.first, merge.second);
+  return merges;
+}
+
+using Fallback = OnDisk;
+
+TEST_F(Fallback, GivesTheTreeOfMemory) {
+  struct Case {
+    std::size_t rows;
+    std::size_t columns;
+    double gapShare;
+    std::uint64_t budget;
+  };
+  for (const Case& c : {Case{2, 3, 0.0, 0}, Case{61, 4, 0.0, 600}, Case{61, 4, 0.1, 21959}, Case{200, 1, 0.0, 9600},
+                        Case{200, 20, 0.2, 40000}}) {
+    SCOPED_TRACE(std::to_string(c.rows) + " rows in " + std::to_string(c.budget));
+    const plain::Rows rows = plain::MadeRows(c.rows, c.columns, 0, c.gapShare, 5);
+    EXPECT_EQ(Merges(rows, c.budget), plain::SingleLinkage(rows));
+    EXPECT_EQ(heard_.size(), 1u);  // it has been on disk
+    heard_.clear();
+    ExpectNothingLeft();
+  }
+}
+
+TEST_F(Fallback, GivesTheHeightsOfMemoryForTies) {
+  const plain::Rows rows = plain::MadeRows(150, 4, 5, 0.0, 6);
+  const std::vector<Merge> expected = plain::SingleLinkage(rows);
+  const std::vector<Merge> merges = Merges(rows, 60000);
+  EXPECT_EQ(heard_.size(), 1u);
+  for (std::size_t k = 0; k < merges.size(); ++k) EXPECT_EQ(merges[k].height, expected[k].height) << k;
+}
+
+TEST_F(Fallback, TellsTheUser) {
+  Merges(plain::MadeRows(5, 2, 0, 0.0, 1), 100);
+  EXPECT_THAT(heard_, ElementsAre("Cluster Analysis/854226/When doing cluster analysis, a total of N*(N-1)/2 initial "
+                                  "distances are calculated. In this case, enough RAM to hold these distances could "
+                                  "not be allocated (N=5). The disk ('" +
+                                  folder_ +
+                                  "') will be used to temporarily store the calculated distances. The calculations may "
+                                  "be time-consuming but you can increase the speed by using a fast disk for the "
+                                  "temporary storage."));
+}
+
+TEST_F(Fallback, AsksWhetherTheDiskSuffices) {
+  const auto asked = [](int rows, std::uint64_t freeBytes) {
+    const auto question = DendroGram::detail::DiskSpaceQuestion(rows, "/tmp", freeBytes);
+    return question ? question->GetText() : std::string();
+  };
+  EXPECT_EQ(asked(1001, 24 * 500500), "");
+  EXPECT_EQ(asked(1001, 24 * 500500 - 1),
+            "When doing cluster analysis, a total of N*(N-1)/2 initial distances are calculated. In this case, enough "
+            "RAM to hold these distances could not be allocated (N=1001). VORAN can use your disk to store these "
+            "numbers but it needs 11.456 Megabytes of free space on the disk where VORAN stores temporary files "
+            "('/tmp'). The free space on the disk is currently 11.456 Megabytes. Please make sure that there is enough "
+            "free space on the disk.\nDo you want to continue?");
+  // The unit goes no further than the smaller of the two.
+  EXPECT_THAT(asked(1001, 0), HasSubstr("needs 12012000.000 bytes of"));
+  EXPECT_THAT(asked(1001, 1024), HasSubstr("needs 12012000.000 bytes of"));
+  EXPECT_THAT(asked(1001, 1536), HasSubstr("needs 11730.469 Kilobytes of"));
+  EXPECT_THAT(asked(1001, 1536), HasSubstr("currently 1.500 Kilobytes."));
+  EXPECT_THAT(asked(46341, 1ULL << 33), HasSubstr("needs 24.000 Gigabytes of"));
+  EXPECT_THAT(asked(46342, 1ULL << 52), HasSubstr("needs 402653184.000 Terabytes of"));  // 24 times 2^64, about
+}
+
+TEST_F(Fallback, GoesNoFurtherThanTheUserWants) {
+  UserComm::SetUserComm(std::make_unique<Listener>(heard_, UserComm::kDeclined));
+  SingleLinkageDistanceCalculator calculator;
+  EXPECT_EQ(ErrorOf([&] { calculator.Init(NCDataMatrix<float>(46342, 1, 0.0F), nullptr); }), kAborted);
+  ASSERT_EQ(heard_.size(), 1u);
+  EXPECT_THAT(heard_[0], StartsWith("Cluster Analysis?3?When doing cluster analysis"));
+}
+
+TEST_F(Fallback, AsksNothingIfTheDiskDoesNotSayWhatIsFree) {
+  SetTemporaryDirectory(folder_ + "/missing");
+  const std::string error = ErrorOf([&] { Merges(plain::MadeRows(5, 2, 0, 0.0, 1), 100); });
+  EXPECT_THAT(error, StartsWith("The temporary file " + folder_ + "/missing/vor-"));
+  ASSERT_EQ(heard_.size(), 1u);
+  EXPECT_THAT(heard_[0], HasSubstr("The disk ('" + folder_ + "/missing') will be used"));
+  SetTemporaryDirectory(folder_);
+}
+
+TEST_F(Fallback, HalvesTheBufferUntilItFitsTheBudget) {
+  constexpr std::uint64_t kWrapped = std::numeric_limits<std::uint64_t>::max() - 98302;  // of 65535 rows
+  const std::vector<std::array<std::uint64_t, 3>> cases = {
+      {45, 45 * 12, 45}, {45, 45 * 12 - 1, 22},     {45, 22 * 12 - 1, 11}, {45, 11, 1}, {45, 0, 1},
+      {1, 0, 1},         {kWrapped, 1 << 20, 65535}};
+  for (const auto& [pairs, budget, size] : cases) {
+    DistanceMemory::SetBudget(budget);
+    EXPECT_EQ(DendroGram::detail::AllocateBuffer(pairs).size(), size) << pairs << " in " << budget;
+  }
+}
+
+TEST_F(Fallback, BeginsAlsoWhereTheNumberOfPairsWraps) {
+  DistanceMemory::SetBudget(1 << 20);
+  Watch(1000);
+  std::unique_ptr<NCProgress> progress;
+  SingleLinkageDistanceCalculator calculator;
+  const NCDataMatrix<float> data(46342, 1, 0.0F);
+  EXPECT_EQ(ErrorOf([&] { calculator.Init(data, NewProgress(progress)); }), kAborted);
+  ASSERT_EQ(heard_.size(), 2u);
+  EXPECT_THAT(heard_[1], HasSubstr("(N=46342)"));
+}
+
+TEST_F(Fallback, LeavesNothingWhereverItIsBroken) {
+  const plain::Rows rows = plain::MadeRows(12, 3, 0, 0.0, 8);
+  const std::vector<Merge> expected = plain::SingleLinkage(rows);
+  bool isDone = false;
+  int k = 1;
+  for (; !isDone; ++k) {
+    const auto watcher = Watch(k);
+    std::unique_ptr<NCProgress> owner;
+    NCProgress* const progress = NewProgress(owner);
+    const std::string error = ErrorOf([&] {
+      EXPECT_EQ(Merges(rows, 200, progress), expected);
+      isDone = true;
+    });
+    EXPECT_EQ(error, isDone ? "" : kAborted) << k;
+    EXPECT_FALSE(watcher->sawFile) << k;  // so that killing it leaves nothing either
+    ExpectNothingLeft();
+    progress->ClearCancel();
+    EXPECT_FALSE(progress->PopSubRange());  // nothing is left pushed
+    ASSERT_LT(k, 10000);
+  }
+  EXPECT_GT(k, 50);
+}
+
+TEST_F(Fallback, IsSharedByCopiesAndVanishesWithTheLast) {
+  DistanceMemory::SetBudget(600);
+  const plain::Rows rows = plain::MadeRows(40, 3, 0, 0.0, 8);
+  const std::vector<Merge> expected = plain::SingleLinkage(rows);
+  SingleLinkageDistanceCalculator copy;
+  {
+    SingleLinkageDistanceCalculator calculator;
+    calculator.Init(plain::ToMatrix(rows), nullptr);
+    copy = calculator;
+  }
+  EXPECT_GT(OpenFiles(), 5u);
+  Merge merge{};
+  for (int k = 0; k < 10; ++k) merge.height = copy.FindNearestAndMerge(merge.first, merge.second);
+  EXPECT_EQ(merge, expected[9]);
+  copy = SingleLinkageDistanceCalculator();
+  ExpectNothingLeft();
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+#include "tools/voran/command_line.h"
+
+#include <utility>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "tools/voran/failure.h"
+
+namespace tool {
+
+Option& Option::Required() {
+  option_->required();
+  return *this;
+}
+
+Option& Option::Type(const std::string& name) {
+  option_->type_name(name);
+  return *this;
+}
+
+Option& Option::Group(const std::string& heading) {
+  option_->group(heading);
+  return *this;
+}
+
+Option& Option::Default(const std::string& text) {
+  option_->default_str(text);
+  return *this;
+}
+
+Option& Option::ShowDefault() {
+  option_->capture_default_str();
+  return *this;
+}
+
+Option& Option::OneOf(const std::vector<std::string>& choices) {
+  option_->check(CLI::IsMember(choices).description(""));
+  return Type(fmt::format("{}", fmt::join(choices, "|")));
+}
+
+Option& Option::Between(int least, int most) {
+  option_->check(CLI::Range(least, most));
+  return *this;
+}
+
+Option& Option::NotEmpty() {
+  option_->check([](const std::string& value) { return value.empty() ? "the name is empty" : ""; }, "");
+  return *this;
+}
+
+Option& Option::Excludes(const Option& other) {
+  option_->excludes(other.option_);
+  return *this;
+}
+
+Option Command::AddArgument(const std::string& name, std::string& value, const std::string& help) {
+  return Option(app_->add_option(name, value, help)->required()->option_text(" "));
+}
+
+Option Command::AddFlag(const std::string& name, bool& value, const std::string& help) {
+  return Option(app_->add_flag(name, value, help));
+}
+
+Option Command::Add(const std::string& name, std::string& value, const std::string& help) {
+  return Option(app_->add_option(name, value, help));
+}
+
+Option Command::Add(const std::string& name, int& value, const std::string& help) {
+  return Option(app_->add_option(name, value, help)->type_name("N"));
+}
+
+Option Command::Add(const std::string& name, double& value, const std::string& help) {
+  return Option(app_->add_option(name, value, help)->type_name("NUMBER"));
+}
+
+Option Command::Add(const std::string& name, std::optional<int>& value, const std::string& help) {
+  return Option(app_->add_option(name, value, help)->type_name("N"));
+}
+
+Option Command::Add(const std::string& name, std::optional<double>& value, const std::string& help) {
+  return Option(app_->add_option(name, value, help)->type_name("NUMBER"));
+}
+
+Option Command::Add(const std::string& name, std::vector<std::string>& values, const std::string& help) {
+  return Option(app_->add_option(name, values, help)->allow_extra_args(false));
+}
+
+Option Command::AddRead(const std::string& name, const std::function<void(const std::string&)>& read,
+                        const std::string& help) {
+  return Option(app_->add_option_function(name, read, help));
+}
+
+Option Command::AddReadList(const std::string& name, const std::function<void(const std::vector<std::string>&)>& read,
+                            const std::string& help) {
+  return Option(app_->add_option_function(name, read, help)->allow_extra_args(false));
+}
+
+void Command::Footer(const std::string& text) {
+  app_->footer(text);
+}
+
+void Command::OnRun(std::function<void()> run) {
+  app_->callback(std::move(run));
+}
+
+CommandLine::CommandLine(const std::string& name, const std::string& description, const std::string& version)
+    : app_(std::make_unique<CLI::App>(description, name)) {
+  app_->set_version_flag("--version", version);
+  app_->require_subcommand(1);
+  app_->footer(fmt::format("{} COMMAND --help tells the options of a command.", name));
+}
+
+CommandLine::~CommandLine() = default;
+
+Command CommandLine::AddCommand(const std::string& name, const std::string& description) {
+  return Command(app_->add_subcommand(name, description));
+}
+
+void CommandLine::Run(const std::vector<std::string>& arguments) {
+  const std::string& name = app_->get_name();
+  const auto isNamed = [&](const CLI::App* command) { return command->check_name(arguments.front()); };
+  if (!arguments.empty() && arguments.front().substr(0, 1) != "-" && app_->get_subcommands(isNamed).empty()) {
+    throw WrongUse(fmt::format("there is no command {}; see {} --help", arguments.front(), name));
+  }
+  try {
+    app_->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::Success& help) {
+    app_->exit(help);
+  } catch (const CLI::ParseError& error) {
+    const auto commands = app_->get_subcommands();
+    throw WrongUse(fmt::format("{}; see {} {}--help", error.what(), name,
+                               commands.empty() ? "" : commands.front()->get_name() + " "));
+  }
+}
+
+}  // namespace tool
