@@ -1,3 +1,4 @@
+#include <chrono>
 #include <map>
 #include <memory>
 #include <new>
@@ -50,8 +51,9 @@ class ScriptedCalculator : public ClusterDistanceCalculator {
  public:
   explicit ScriptedCalculator(std::vector<Merge> script) : script_(std::move(script)) {}
 
-  void Init(const NCDataMatrix<float>& /*data*/, NCProgress* /*progress*/) override {
+  void Init(const NCDataMatrix<float>& /*data*/, NCProgress* progress) override {
     ++inits;
+    if (progress != nullptr) progress->SetValue(0.5F);
     merges = 0;
     if (failsAt == 0) throw NCError(ExceptionMessage::translate("No"), NCError::Level::kGeneral);
   }
@@ -176,6 +178,47 @@ TEST(GetDendroGram, BreaksOffAfterAnyMergeAndGivesTheProgressBack) {
     const DendroGramPointer tree(GetDendroGram(Rows(5), calculator = FiveRows(), &progress, nullptr));
     EXPECT_EQ(Spell(*tree), kFiveRows);
     EXPECT_FALSE(progress.PopSubRange());
+  }
+}
+
+/// What is shown, each once, as "fraction text".
+class Recorder : public ProgressDisplay {
+ public:
+  void Begin(const ProgressView& view) override { Keep(view); }
+  void ShowPosition(const ProgressView& view) override { Keep(view); }
+  void ShowSpin(const ProgressView& view) override { Keep(view); }
+  void End(const ProgressView& /*view*/) override {}
+  std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
+
+  std::vector<std::string> shown;
+
+ private:
+  void Keep(const ProgressView& view) {
+    std::ostringstream line;
+    line << view.fraction << ' ' << view.text;
+    if (shown.empty() || shown.back() != line.str()) shown.push_back(line.str());
+  }
+};
+
+TEST(GetDendroGram, ShowsHalfTheWayForDistancesAndHalfForEveryTenthMerge) {
+  // The second half is as long as there are rows, though there is one merge less.
+  const std::pair<int, std::vector<std::string>> cases[] = {
+      {10, {"0 t", "0.25 t", "0.5 t", "0.5 Merging clusters", "1 Merging clusters"}},
+      {11, {"0 t", "0.25 t", "0.5 t", "0.5 Merging clusters", "0.954545 Merging clusters", "1 Merging clusters"}},
+      {25,
+       {"0 t", "0.25 t", "0.5 t", "0.5 Merging clusters", "0.7 Merging clusters", "0.9 Merging clusters",
+        "1 Merging clusters"}},
+  };
+  for (const auto& [rows, shown] : cases) {
+    const auto recorder = std::make_shared<Recorder>();
+    NCProgress::SetDisplay(recorder);
+    {
+      NCProgress progress("t", 0, 1, false, false, true, "");
+      ScriptedCalculator calculator(std::vector<Merge>(static_cast<std::size_t>(rows) - 1, {1, 0, 1}));
+      const DendroGramPointer tree(GetDendroGram(Rows(rows), calculator, &progress, nullptr));
+    }
+    NCProgress::SetDisplay(nullptr);
+    EXPECT_EQ(recorder->shown, shown) << rows;
   }
 }
 

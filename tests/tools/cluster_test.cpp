@@ -158,8 +158,8 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
 
   Put("t.csv", "id,a,b\nx,1,2\ny,1,2\nz,1,2\n");
   EXPECT_THAT(Run({"cluster", "t.csv", "--scaling", "none", "--groups", "2", "--quiet"}).out,
-              HasSubstr("  all rows are equal: every height is 0\n\n  groups  above  up to  range\n"
-                        "  2           0      0      0\n  3           0      0      0\n\n"
+              HasSubstr("  all rows are equal: every height is 0\n\n  groups  from  up to  range\n"
+                        "  2          -      -      -\n  3          -      -      -\n\n"
                         "  group 1, 1 row: x\n  group 2, 2 rows: y, z\n"));
   EXPECT_EQ(RunJson({"t.csv", "--scaling", "none", "--cut", "0"})["groups"].size(), 1u);
   Put("one.csv", "id,a,b\nx,1,2\n");
@@ -176,6 +176,50 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
                       .get<double>() /
                   1.25e41,
               1.0, kTolerance);
+}
+
+TEST_F(Cluster, HeightsOfTheSummaryMakeItsGroups) {
+  for (const std::vector<std::string>& options :
+       std::vector<std::vector<std::string>>{{kWine, "--class", "class"},
+                                             {kWine, "--class", "class", "--method", "single"},
+                                             {DataFile("usarrests"), "--ward-type", "ss", "--scaling", "none"}}) {
+    std::vector<std::string> arguments = {"cluster", "--quiet"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    std::istringstream lines(Run(arguments).out);
+    std::string line;
+    while (std::getline(lines, line) && line.find("groups  ") == std::string::npos) continue;
+    std::size_t shown = 0;
+    for (std::string groups, from, upTo, range; lines >> groups >> from >> upTo >> range; ++shown) {
+      if (from == "-") continue;
+      for (const std::string& height : {from, upTo}) {
+        std::vector<std::string> cut = options;
+        cut.insert(cut.end(), {"--cut", height});
+        EXPECT_EQ(std::to_string(RunJson(cut)["groups"].size()), groups) << height;
+      }
+    }
+    EXPECT_EQ(shown, 9u);
+  }
+}
+
+TEST_F(Cluster, DistancesOnDiskGiveTheSameTree) {
+  for (const auto& [file, kept] :
+       {std::pair{"usarrests", ""}, std::pair{"wine", "class"}, std::pair{"iris", "class"}}) {
+    std::vector<std::string> arguments = {DataFile(file), "--method", "single"};
+    if (*kept != '\0') arguments.insert(arguments.end(), {"--class", kept});
+    const json inMemory = RunJson(arguments);
+    arguments.insert(arguments.end(), {"--memory", "10K"});
+    EXPECT_EQ(RunJson(arguments), inMemory) << file;
+    arguments.insert(arguments.begin(), "cluster");
+    EXPECT_THAT(Run(arguments).err, HasSubstr("will be used to temporarily store the calculated distances"));
+  }
+  const std::pair<const char*, const char*> folders[] = {
+      {"/absent/folder", "could not be opened (No such file or directory); set TMPDIR to another folder, or allow"},
+      {"/proc", "on disk they need 369.2 KiB in the folder /proc, which has 0 bytes free; free some, set TMPDIR"}};
+  for (const auto& [folder, says] : folders) {
+    setenv("TMPDIR", folder, 1);
+    ExpectRefusal({"cluster", kWine, "--class", "class", "--method", "single", "--memory", "20K"}, 1, says);
+    unsetenv("TMPDIR");
+  }
 }
 
 TEST_F(Cluster, ThePictureIsWellFormedAndNamesEveryRowOnce) {
@@ -263,6 +307,10 @@ TEST_F(Cluster, ATreeInTheCacheIsTakenAndADamagedOneReplaced) {
   fs::copy_file(fs::directory_iterator(Path("pareto"))->path(), file, fs::copy_options::overwrite_existing);
   EXPECT_NE(Run(arguments).out, fresh);
   EXPECT_EQ(std::distance(fs::directory_iterator(Path("kept/trees")), fs::directory_iterator()), 1);
+  // What cannot be kept is told.
+  fs::remove(file);
+  fs::create_directory(file);
+  run("the tree could not be kept in kept/trees under the name Dendro_178_13_");
 }
 
 TEST_F(Cluster, RefusalsSayWhatToDo) {
@@ -272,6 +320,8 @@ TEST_F(Cluster, RefusalsSayWhatToDo) {
   std::string tall = "a\n";
   for (int i = 0; i <= 65535; ++i) tall += "1\n2\n";
   Put("tall.csv", tall);
+  Put("ward.csv", tall.substr(0, 2 + 2 * 46342));
+  Put("equal.csv", "id,a,b\nx,1,2\ny,1,2\n");
   struct Case {
     std::vector<std::string> arguments;
     int code;
@@ -282,7 +332,12 @@ TEST_F(Cluster, RefusalsSayWhatToDo) {
       {{"t.csv", "--cut", "-1"}, 2, "--cut: a height is 0 or above"},
       {{"t.csv", "--cut", "nan"}, 2, "--cut: a height is 0 or above"},
       {{"t.csv", "--groups", "3"}, 2, "--groups: 2 rows of t.csv cannot make 3 groups"},
-      {{"t.csv", "--groups", "0"}, 2, "--groups"},
+      {{"t.csv", "--groups", "0"}, 2, "--groups: \"0\" is no whole number from 1 to 65535; see voran cluster --help"},
+      {{"t.csv", "--groups", "2.5"}, 2, "--groups: \"2.5\" is no whole number from 1 to 65535;"},
+      {{"t.csv", "--cut", "1,5"}, 2, "--cut: \"1,5\" is no number with a decimal point, such as 1.5;"},
+      {{"equal.csv"},
+       3,
+       "a (no variance) and the others hold nothing either; --scaling none keeps what has no variance"},
       {{"t.csv", "--method", "single", "--ward-type", "ss"}, 2, "--ward-type goes with --method ward alone"},
       {{"t.csv", "--memory", "much"}, 2, "--memory: \"much\" is no amount of memory such as 256M or 1.5GiB"},
       {{"t.csv", "--memory", "8"},
@@ -291,12 +346,14 @@ TEST_F(Cluster, RefusalsSayWhatToDo) {
       {{"t.csv", "--svg", "absent/tree.svg"}, 2, "--svg: absent/tree.svg cannot be written"},
       {{"t.csv", "--svg", "t.csv"}, 2, "--svg: t.csv is the input itself"},
       {{"t.csv", "--cache", "t.csv"}, 2, "--cache: t.csv is a file; give the name of a folder"},
-      {{"t.csv", "--cache", "/proc"}, 2, "--cache: nothing can be written to the folder /proc"},
+      {{"t.csv", "--svg", "-"}, 2, "--svg: a picture does not go to standard output"},
+      {{"t.csv", "--cache", "/proc"}, 2, "--cache: /proc does not hold this tree, and nothing can be written to it"},
       {{"rows.csv"}, 3, "with more than 50% missing values (2 rows: r, t); leave out these rows"},
       {{"pairs.csv", "--scaling", "none"},
        3,
        "(\"r\" and \"s\" have 0 of 4 columns in common, and 2 are needed); leave"},
       {{"tall.csv", "--header", "yes"}, 1, "131072 rows are more than can be clustered, which are 65535"},
+      {{"ward.csv", "--header", "yes"}, 1, "46342 rows are more than Ward's method can cluster, which are 46341;"},
       {{"t.csv", "--scaling", "uv", "--exclude", "a,b"}, 3, ""},
   };
   for (const Case& c : cases) {
@@ -304,7 +361,10 @@ TEST_F(Cluster, RefusalsSayWhatToDo) {
     arguments.insert(arguments.begin(), "cluster");
     ExpectRefusal(arguments, c.code, c.says);
   }
-  EXPECT_EQ(Files().size(), 4u) << "the tables alone";
+  for (const char* option : {"--groups", "--method", "--svg"}) {
+    EXPECT_THAT(Run({"cluster", "t.csv", option}).err, ::testing::StartsWith(fmt::format("voran: {} needs a", option)));
+  }
+  EXPECT_EQ(Files().size(), 6u) << "the tables alone";
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tools/voran/cluster_disk.h"
 #include "tools/voran/memory_size.h"
 
 namespace {
@@ -67,6 +68,35 @@ TEST(TerminalUser, OnlyAYesAtATerminalGoesOn) {
   EXPECT_EQ(Ask(false), kNobody);
   dup2(input, STDIN_FILENO);
   close(input);
+}
+
+TEST(ClusterUser, IsAskedOnlyWhereTheDiskLacksRoom) {
+  struct Case {
+    std::size_t rows;
+    std::uint64_t free;
+    const char* says;
+  };
+  const std::vector<Case> cases = {
+      {2, 24, nullptr},
+      {2, 23, "on disk they need 24 bytes in the folder /t, which has 23 bytes free"},
+      // From here on the library's own count wraps.
+      {46342, 25770415464, nullptr},
+      {46342, 25770415463, "the distances of 46342 rows do not fit"},
+      {65535, 51537248280, nullptr},
+      {65535, 3221225472, "on disk they need 48.0 GiB in the folder /t, which has 3.0 GiB free"},
+  };
+  for (const Case& c : cases) {
+    const auto shortage = tool::DiskShortage(c.rows, "/t", c.free);
+    ASSERT_EQ(shortage.has_value(), c.says != nullptr) << c.rows << ' ' << c.free;
+    if (shortage) {
+      EXPECT_NE(shortage->find(c.says), std::string::npos) << *shortage;
+    }
+  }
+  const ExceptionMessage question = ExceptionMessage::translate("Go on?");
+  constexpr std::size_t kMoreThanAnyDisk = 100000000;
+  EXPECT_NE(tool::ClusterUser("t.csv", 2, true).AskUser(question, question, UserComm::kDeclined), UserComm::kDeclined);
+  EXPECT_THROW(tool::ClusterUser("t.csv", kMoreThanAnyDisk, true).AskUser(question, question, UserComm::kDeclined),
+               tool::Failure);
 }
 
 TEST(TerminalUser, NoticesGoToStandardErrorUnlessQuiet) {

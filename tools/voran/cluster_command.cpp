@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/cluster_disk.h"
 #include "tools/voran/cluster_fit.h"
 #include "tools/voran/cluster_report.h"
 #include "tools/voran/command_line.h"
@@ -16,7 +17,6 @@
 #include "tools/voran/failure.h"
 #include "tools/voran/memory_size.h"
 #include "tools/voran/number_text.h"
-#include "tools/voran/terminal_user.h"
 #include "tools/voran/transform_option.h"
 #include "tools/voran/tree_cache.h"
 #include "voran/cluster/distance_memory.h"
@@ -70,7 +70,7 @@ void RunCluster(const ClusterOptions& options) {
   if (options.transform.IsGiven()) {
     settings.transforms = options.transform.Resolve(table.variables, table.variables.size(), table.columns);
   }
-  UserComm::SetUserComm(std::make_unique<TerminalUser>(table.source, options.run.output.quiet));
+  UserComm::SetUserComm(std::make_unique<ClusterUser>(table.source, table.rowIds.size(), options.run.output.quiet));
   const ClusterResult result = [&] {
     NCProgress progress("cluster", 0.0f, 1.0f, false, false, true, "");
     return FitCluster(table, settings, cache ? &*cache : nullptr, &progress);
@@ -130,7 +130,8 @@ void AddClusterCommand(CommandLine& program) {
   options->run.AddSvgTo(command, "Draw the tree to this file, as SVG");
   options->run.AddTo(command);
   command.Footer(
-      R"(The summary tells between which heights the tree has 2, 3, ... groups: a wide range speaks for that number.
+      R"(The summary tells from which height up to which a cut makes 2, 3, ... groups: a wide range speaks for that number,
+and - says that no height makes the groups that --groups makes.
 
 Examples:
   voran cluster usarrests.csv --svg tree.svg

@@ -6,13 +6,13 @@
 
 #include <fmt/format.h>
 
+#include "tools/voran/cluster_disk.h"
 #include "tools/voran/cluster_gaps.h"
 #include "tools/voran/component_loop.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/library_error.h"
 #include "tools/voran/memory_size.h"
 #include "tools/voran/number_text.h"
-#include "tools/voran/terminal_user.h"
 #include "tools/voran/tree_cache.h"
 #include "voran/cluster/cluster_allocation_error.h"
 #include "voran/cluster/dendrogram.h"
@@ -38,6 +38,12 @@ void RefuseSize(const std::string& source, std::size_t rows, const ClusterSettin
                   fmt::format("{}: {} are more than can be clustered, which are {}; leave out rows", source,
                               Counted(rows, "row"), kMostClusterRows));
   }
+  if (settings.ward && rows > kMostWardRows) {
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{}: {} are more than Ward's method can cluster, which are {}; leave out rows, or "
+                              "take --method single",
+                              source, Counted(rows, "row"), kMostWardRows));
+  }
   if (settings.groups && *settings.groups > rows) {
     throw WrongUse(fmt::format("--groups: {} of {} cannot make {}", Counted(rows, "row"), source,
                                Counted(*settings.groups, "group")));
@@ -49,42 +55,34 @@ std::uint64_t DistanceBytes(std::size_t rows) {
 }
 
 Failure NoMemory(const std::string& source, std::size_t rows, const ClusterSettings& settings) {
-  constexpr std::size_t kMostRowsInMemory = 46341;  // the library counts the pairs in 32 bits
-  std::string what =
-      fmt::format("{}: the distances of {} take {}", source, Counted(rows, "row"), MemorySizeText(DistanceBytes(rows)));
-  std::vector<std::string> advice;
-  if (rows > kMostRowsInMemory) {
-    what += fmt::format(", and no more than those of {} rows are kept in memory", kMostRowsInMemory);
-  } else {
-    what += fmt::format(", and there may be {}", MemorySizeText(DendroGram::DistanceMemory::GetBudget()));
-    advice.emplace_back("--memory allows more");
-  }
-  if (settings.ward) advice.emplace_back("--method single can keep them on disk");
-  return Failure(ExitCode::kComputationFailed, fmt::format("{}; {}", what, fmt::join(advice, ", and ")));
+  return Failure(ExitCode::kComputationFailed,
+                 fmt::format("{}: the distances of {} take {}, and there may be {}; --memory allows more{}", source,
+                             Counted(rows, "row"), MemorySizeText(DistanceBytes(rows)),
+                             MemorySizeText(DendroGram::DistanceMemory::GetBudget()),
+                             settings.ward ? ", and --method single can keep them on disk" : ""));
 }
 
-Failure NoDisk(const std::string& source, std::size_t rows) {
-  return Failure(ExitCode::kComputationFailed,
-                 fmt::format("{}: the distances of {} take {}, more memory than there may be, and the folder of "
-                             "temporary files has less than twice that free to keep them; free some, or allow more "
-                             "memory by --memory",
-                             source, Counted(rows, "row"), MemorySizeText(DistanceBytes(rows))));
+Failure FailureWhy(const NCError& error, const Table& table, const NCDataMatrix<float>& x, NCProgress* progress) {
+  const std::string gaps = GapHint(x, table.rowIds);
+  if (!gaps.empty()) {
+    Failure failure = FailureOf(error, table.source, progress, gaps);
+    return failure.Code() == ExitCode::kCancelled ? failure : BadData(failure.what());
+  }
+  if (const auto hint = TemporaryFileHint(error)) return FailureOf(error, table.source, progress, *hint);
+  const bool isOnDisk = DistanceBytes(table.rowIds.size()) > DendroGram::DistanceMemory::GetBudget();
+  return FailureOf(error, table.source, progress, isOnDisk ? "; is the disk full where temporary files are kept?" : "");
 }
 
 DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, const ClusterSettings& settings,
                            TreeCache* cache, NCProgress* progress) {
+  RaiseFileLimit();
   try {
     const auto calculator = MakeCalculator(settings);
     return DendroGramPointer(DendroGram::GetDendroGram(x, *calculator, progress, cache));
-  } catch (const Declined& declined) {
-    if (declined.WasAsked()) throw;
-    throw NoDisk(table.source, table.rowIds.size());
   } catch (const DendroGram::ClusterAllocationError&) {
     throw NoMemory(table.source, table.rowIds.size(), settings);
   } catch (const NCError& error) {
-    const Failure failure = FailureOf(error, table.source, progress);
-    const std::string hint = failure.Code() == ExitCode::kCancelled ? "" : GapHint(x, table.rowIds);
-    throw hint.empty() ? failure : BadData(failure.what() + hint);
+    throw FailureWhy(error, table, x, progress);
   }
 }
 
@@ -99,8 +97,7 @@ std::size_t CountLowMerges(const std::vector<ClusterMerge>& merges, std::size_t 
 
 ClusterGroups Cut(DendroGramNode& tree, const ClusterSettings& settings, double unit) {
   if (settings.groups) return CutIntoGroups(tree, *settings.groups);
-  // Heights are floats: one that was copied from the results is to be what it was.
-  return CutAtHeight(tree, static_cast<double>(static_cast<float>(*settings.cut)) / unit);
+  return CutAtHeight(tree, AsHeight(*settings.cut, unit));
 }
 
 }  // namespace
@@ -125,7 +122,7 @@ ClusterResult FitCluster(Table& table, const ClusterSettings& settings, TreeCach
   }
   if (cache != nullptr) {
     result.isFromCache = cache->HadTree();
-    for (std::string& note : cache->Notes()) result.notes.push_back(std::move(note));
+    for (std::string& note : cache->Notes(*result.tree)) result.notes.push_back(std::move(note));
   }
   result.merges = MergesOf(*result.tree, result.unit);
   result.lowMerges = CountLowMerges(result.merges, rows);

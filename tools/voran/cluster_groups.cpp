@@ -1,6 +1,7 @@
 #include "tools/voran/cluster_groups.h"
 
 #include <algorithm>
+#include <limits>
 #include <list>
 #include <unordered_set>
 #include <utility>
@@ -113,6 +114,12 @@ ClusterGroups CutIntoGroups(Node& root, std::size_t count) {
   const float high = (*std::min_element(firstUndone, nodes.end(), isLower))->Height();
   if (low < high) groups.line = 0.5 * (static_cast<double>(low) + static_cast<double>(high));
   return groups;
+}
+
+double AsHeight(double given, double unit) {
+  const double height = given / unit;
+  const double largest = static_cast<double>(std::numeric_limits<float>::max());
+  return height > largest ? height : static_cast<double>(static_cast<float>(height));
 }
 
 // DendroGramDrawer::SplitByHeight would not do: a merge at the very height leaves its rows in no group there.

@@ -41,6 +41,10 @@ struct ClusterGroups {
 /// Undoes the `count` - 1 last of the merges, in the order of CreateMergeData. `count` is at most the number of rows.
 ClusterGroups CutIntoGroups(DendroGram::DendroGramNode& root, std::size_t count);
 
+/// A height as the user gives it, in `unit`, as that of a node: heights are floats, and one that was copied from the
+/// results is to be what it was.
+double AsHeight(double given, double unit);
+
 /// The clusters at a height: what was joined at `height` or below belongs together.
 ClusterGroups CutAtHeight(DendroGram::DendroGramNode& root, double height);
 

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "tools/voran/cluster_heights.h"
 #include "tools/voran/command_run.h"
 #include "tools/voran/csv_writer.h"
 #include "tools/voran/number_text.h"
@@ -16,25 +17,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kHeightsShown = 9;
+constexpr std::size_t kHeightsShown = 9;  // up to 10 groups
 constexpr std::size_t kGroupsShown = 20;
 constexpr std::size_t kClassesAcross = 10;
 constexpr std::size_t kLongestName = 24;
 
 std::string More(std::size_t rest) {
   return rest == 0 ? "" : fmt::format("  and {} more, which --json and --out give\n", rest);
-}
-
-// Between which heights the tree has 2, 3, ... groups.
-std::string HeightLines(const std::vector<ClusterMerge>& merges) {
-  TextTable lines({"groups", "above", "up to", "range"});
-  const std::size_t shown = std::min(merges.size(), kHeightsShown);
-  for (std::size_t k = 1; k <= shown; ++k) {
-    const double upper = merges[merges.size() - k].height;
-    const double lower = k == merges.size() ? 0.0 : merges[merges.size() - k - 1].height;
-    lines.Row({std::to_string(k + 1), ShortNumber(lower), ShortNumber(upper), ShortNumber(upper - lower)});
-  }
-  return shown == 0 ? "" : "\n" + lines.Text();
 }
 
 std::vector<std::vector<std::string>> Members(const ClusterReport& report) {
@@ -71,7 +60,8 @@ std::string ClassLines(const ClassColumn& column, const ClusterGroups& groups) {
   }
   const std::size_t rest = column.classes.size() - across;
   return "\n" + table.Text() + More(counts.size() - shown) +
-         (rest == 0 ? "" : fmt::format("  and {}, which --json gives\n", Counted(rest, "more class")));
+         (rest == 0 ? ""
+                    : fmt::format("  and {} more {}, which --json gives\n", rest, rest == 1 ? "class" : "classes"));
 }
 
 std::string GroupLines(const ClusterReport& report) {
@@ -141,7 +131,8 @@ std::string HeadText(const ClusterReport& report) {
 }  // namespace
 
 std::string ClusterText(const ClusterReport& report) {
-  return HeadText(report) + HeightLines(report.result.merges) + GroupLines(report);
+  const auto ranges = HeightRanges(report.result.merges, kHeightsShown);
+  return HeadText(report) + (ranges.empty() ? "" : "\n") + HeightLines(ranges, report.result.unit) + GroupLines(report);
 }
 
 Json ClusterJson(const ClusterReport& report) {
@@ -159,6 +150,7 @@ Json ClusterJson(const ClusterReport& report) {
   json["low_merges"] = result.lowMerges;
   json["cut"] = settings.cut ? Json(*settings.cut) : Json();
   json["groups_requested"] = settings.groups ? Json(*settings.groups) : Json();
+  json["heights"] = HeightsJson(HeightRanges(result.merges, kHeightsShown));
   json["groups"] = GroupsJson(report);
   json["classes"] = ClassesJson(result);
   json["order"] = OrderJson(report);

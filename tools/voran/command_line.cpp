@@ -1,5 +1,6 @@
 #include "tools/voran/command_line.h"
 
+#include <string_view>
 #include <utility>
 
 #include <CLI/CLI.hpp>
@@ -7,8 +8,35 @@
 #include <fmt/ranges.h>
 
 #include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
 
 namespace tool {
+namespace {
+
+std::string_view WithoutPlus(std::string_view text) {
+  return text.substr(text.size() > 1 && text[0] == '+' && text[1] != '-' ? 1 : 0);
+}
+
+// An empty answer is consent.
+std::string CheckWhole(const std::string& text, int least, int most) {
+  const auto number = WholeNumber<int>(WithoutPlus(text));
+  if (number && *number >= least && *number <= most) return {};
+  return fmt::format("{} is no whole number from {} to {}", Quoted(text), least, most);
+}
+
+std::string CheckNumber(const std::string& text) {
+  if (WholeNumber<double>(WithoutPlus(text))) return {};
+  return fmt::format("{} is no number with a decimal point, such as 1.5", Quoted(text));
+}
+
+// The library's own words name the type that it lacks.
+std::string Explained(const CLI::ParseError& error) {
+  const std::string text = error.what();
+  const bool lacksValue = error.get_name() == "ArgumentMismatch" && text.ends_with(" missing");
+  return lacksValue ? text.substr(0, text.find(':')) + " needs a value" : text;
+}
+
+}  // namespace
 
 Option& Option::Required() {
   option_->required();
@@ -41,7 +69,8 @@ Option& Option::OneOf(const std::vector<std::string>& choices) {
 }
 
 Option& Option::Between(int least, int most) {
-  option_->check(CLI::Range(least, most));
+  option_->check([least, most](const std::string& text) { return CheckWhole(text, least, most); },
+                 fmt::format("{}..{}", least, most));
   return *this;
 }
 
@@ -72,7 +101,7 @@ Option Command::Add(const std::string& name, int& value, const std::string& help
 }
 
 Option Command::Add(const std::string& name, double& value, const std::string& help) {
-  return Option(app_->add_option(name, value, help)->type_name("NUMBER"));
+  return Option(app_->add_option(name, value, help)->type_name("NUMBER")->check(CheckNumber, ""));
 }
 
 Option Command::Add(const std::string& name, std::optional<int>& value, const std::string& help) {
@@ -80,7 +109,7 @@ Option Command::Add(const std::string& name, std::optional<int>& value, const st
 }
 
 Option Command::Add(const std::string& name, std::optional<double>& value, const std::string& help) {
-  return Option(app_->add_option(name, value, help)->type_name("NUMBER"));
+  return Option(app_->add_option(name, value, help)->type_name("NUMBER")->check(CheckNumber, ""));
 }
 
 Option Command::Add(const std::string& name, std::vector<std::string>& values, const std::string& help) {
@@ -130,7 +159,7 @@ void CommandLine::Run(const std::vector<std::string>& arguments) {
     app_->exit(help);
   } catch (const CLI::ParseError& error) {
     const auto commands = app_->get_subcommands();
-    throw WrongUse(fmt::format("{}; see {} {}--help", error.what(), name,
+    throw WrongUse(fmt::format("{}; see {} {}--help", Explained(error), name,
                                commands.empty() ? "" : commands.front()->get_name() + " "));
   }
 }

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/command_line.h"
+#include "tools/voran/failure.h"
 #include "tools/voran/terminal.h"
 #include "voran/platform/progress.h"
 
@@ -38,6 +39,7 @@ CommandRun::CommandRun(const RunOptions& options, std::vector<std::string> other
   if (!options.output.quiet) NCProgress::SetDisplay(MakeTerminalDisplay());
   if (!options.output.folder.empty()) folder_.emplace(options.output.folder, inputs);
   if (!options.save.empty()) file_.emplace("--save", options.save, inputs);
+  if (options.svg == "-") throw WrongUse("--svg: a picture does not go to standard output; give the name of a file");
   if (!options.svg.empty()) file_.emplace("--svg", options.svg, inputs);
 }
 

@@ -1,5 +1,6 @@
 #include "tools/voran/prepared_table.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string_view>
 #include <unordered_map>
@@ -47,8 +48,11 @@ void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared)
   }
   const DroppedColumns& dropped = prepared.columns.dropped;
   const auto& [name, reason] = dropped.front();
-  throw BadData(fmt::format("{}: no column is left to model: {} ({}){}", source, name, reason,
-                            dropped.size() > 1 ? " and the others hold nothing either" : ""));
+  const bool isConstant =
+      std::any_of(dropped.begin(), dropped.end(), [](const auto& column) { return column.second == "no variance"; });
+  throw BadData(fmt::format("{}: no column is left to model: {} ({}){}{}", source, name, reason,
+                            dropped.size() > 1 ? " and the others hold nothing either" : "",
+                            isConstant ? "; --scaling none keeps what has no variance" : ""));
 }
 
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns) {

@@ -34,10 +34,18 @@ void TerminalUser::NotifyUser(const ExceptionMessageList& text, const ExceptionM
 }
 
 int TerminalUser::AskUser(const ExceptionMessageList& text, const ExceptionMessageList& /*caption*/, int declineCode) {
-  if (isQuiet_ || isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) throw Declined(false);
-  WriteToStderr(fmt::format("{}: {} [y/N] ", source_, text.GetText()));
-  if (!IsYes(ReadAnswer())) throw Declined(true);
+  Ask(text.GetText());
   return declineCode + 1;
+}
+
+bool TerminalUser::CanAsk() const {
+  return !isQuiet_ && isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
+}
+
+void TerminalUser::Ask(const std::string& question) const {
+  if (!CanAsk()) throw Declined(false);
+  WriteToStderr(fmt::format("{}: {} [y/N] ", source_, question));
+  if (!IsYes(ReadAnswer())) throw Declined(true);
 }
 
 }  // namespace tool

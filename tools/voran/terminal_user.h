@@ -27,6 +27,12 @@ class TerminalUser : public UserComm {
   void NotifyUser(const ExceptionMessageList& text, const ExceptionMessageList& caption, int number) override;
   int AskUser(const ExceptionMessageList& text, const ExceptionMessageList& caption, int declineCode) override;
 
+ protected:
+  /// Whether there is somebody to answer.
+  bool CanAsk() const;
+  /// Throws `Declined` unless the answer is yes.
+  void Ask(const std::string& question) const;
+
  private:
   std::string source_;
   bool isQuiet_;
