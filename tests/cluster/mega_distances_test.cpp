@@ -277,10 +277,11 @@ TEST_F(Store, IsCutAtQuantilesOfANormalDistribution) {
 }
 
 TEST_F(Store, HasNoFileForAnEmptyRange) {
-  // Above the largest distance there is no limit, and between 0 and the smallest nothing lies.
-  const auto store = Split(WithPositions(std::vector<float>(10, 4.0F)), 10);
+  // Some of the 20 limits lie above the largest distance, and count for nothing; below the others there is nothing.
+  const auto store = Split(WithPositions(std::vector<float>(100, 4.0F)), 10);
   ASSERT_EQ(store->GetSegments().size(), 1u);
-  EXPECT_EQ(store->GetSegments()[0]->entryCount, 10u);
+  EXPECT_EQ(store->GetSegments()[0]->entryCount, 100u);
+  EXPECT_EQ(store->GetSegments()[0]->upperLimit, 4.0F);
 }
 
 TEST_F(Store, EqualDistancesBeyondTheBufferEndByABreak) {
