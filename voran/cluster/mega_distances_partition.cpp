@@ -1,6 +1,10 @@
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
 
 #include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/mega_distances.h"
