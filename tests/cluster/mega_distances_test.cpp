@@ -84,6 +84,7 @@ class Watcher : public ProgressDisplay {
   mutable bool sawFile = false;
 };
 
+// NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
 /// Every test has a temporary directory of its own, in which no file may be left, nor one be open.
 class OnDisk : public ::testing::Test {
  protected:
@@ -128,6 +129,8 @@ class OnDisk : public ::testing::Test {
   std::size_t openFiles_ = 0;
   std::string before_ = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "";
 };
+
+// NOLINTEND(concurrency-mt-unsafe)
 
 /// As long as it lives, a resource of the process is limited; a write that hits the limit fails, and kills nobody.
 class Limited {
