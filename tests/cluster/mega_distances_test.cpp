@@ -84,6 +84,7 @@ class Watcher : public ProgressDisplay {
   mutable bool sawFile = false;
 };
 
+// NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
 /// Every test has a temporary directory of its own, in which no file may be left, nor one be open.
 class OnDisk : public ::testing::Test {
  protected:
@@ -128,6 +129,8 @@ class OnDisk : public ::testing::Test {
   std::size_t openFiles_ = 0;
   std::string before_ = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "";
 };
+
+// NOLINTEND(concurrency-mt-unsafe)
 
 /// As long as it lives, a resource of the process is limited; a write that hits the limit fails, and kills nobody.
 class Limited {
@@ -277,10 +280,11 @@ TEST_F(Store, IsCutAtQuantilesOfANormalDistribution) {
 }
 
 TEST_F(Store, HasNoFileForAnEmptyRange) {
-  // Above the largest distance there is no limit, and between 0 and the smallest nothing lies.
-  const auto store = Split(WithPositions(std::vector<float>(10, 4.0F)), 10);
+  // Some of the 20 limits lie above the largest distance, and count for nothing; below the others there is nothing.
+  const auto store = Split(WithPositions(std::vector<float>(100, 4.0F)), 10);
   ASSERT_EQ(store->GetSegments().size(), 1u);
-  EXPECT_EQ(store->GetSegments()[0]->entryCount, 10u);
+  EXPECT_EQ(store->GetSegments()[0]->entryCount, 100u);
+  EXPECT_EQ(store->GetSegments()[0]->upperLimit, 4.0F);
 }
 
 TEST_F(Store, EqualDistancesBeyondTheBufferEndByABreak) {

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 

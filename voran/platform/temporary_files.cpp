@@ -20,6 +20,7 @@ std::filesystem::path SystemDirectory() {
   std::filesystem::path directory = std::filesystem::temp_directory_path(error);
   if (!error) return directory;
   for (const char* const name : {"TMPDIR", "TMP", "TEMP", "TEMPDIR"}) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): only safe as long as no thread changes the environment
     const char* const value = std::getenv(name);
     if (value != nullptr && *value != '\0') return value;
   }
