@@ -165,8 +165,16 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
   Put("one.csv", "id,a,b\nx,1,2\n");
   EXPECT_THAT(Run({"cluster", "one.csv", "--scaling", "none", "--quiet", "--out", "one"}).out,
               HasSubstr("  one row is a tree of one leaf: there is nothing to join\n"));
-  EXPECT_EQ(ContentOf(Path("one/merges.csv")), "height,first,second,new\n");
+  EXPECT_EQ(ContentOf(Path("one/merges.csv")), "height,first,second,new,first_row,second_row\n");
   EXPECT_EQ(ContentOf(Path("one/order.csv")), "id\nx\n");
+  Put("four.csv", "id,k,a\n\"x,1\",p,1\ny,q,2\nz,,7\nv,q,9\n");
+  const Outcome four = Run({"cluster", "four.csv", "--class", "k", "--scaling", "none", "--method", "single",
+                            "--groups", "2", "--out", "four", "--quiet"});
+  EXPECT_THAT(four.out, HasSubstr("  1 row of no class\n"));
+  EXPECT_EQ(ContentOf(Path("four/merges.csv")),
+            "height,first,second,new,first_row,second_row\n"
+            "1,1,2,5,\"x,1\",y\n2,3,4,6,z,v\n5,5,6,7,,\n");
+  EXPECT_EQ(ContentOf(Path("four/groups.csv")), "id,group,k\n\"x,1\",1,p\ny,1,q\nz,2,\nv,2,q\n");
   EXPECT_FALSE(fs::exists(Path("one/groups.csv")));
   // Heights keep their size where scaling by a power of two keeps squares in range: sqrt(((3e20)^2 + (4e20)^2) / 2).
   Put("large.csv", "id,a,b\nx,0,0\ny,3e20,4e20\n");
