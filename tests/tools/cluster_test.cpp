@@ -269,6 +269,16 @@ TEST_F(Cluster, ThePictureIsWellFormedAndNamesEveryRowOnce) {
     EXPECT_EQ(body.substr(end), "\n");
     EXPECT_EQ(svg.find("nan"), std::string::npos);
     EXPECT_EQ(svg.find("stroke-dasharray") != std::string::npos, c.hasLine);
+    if (c.file == kWine) {
+      // Squares of three classes, which are 59, 71 and 48 rows, and those of the legend.
+      const std::pair<const char*, std::size_t> squares[] = {{"#440154", 60}, {"#22a884", 72}, {"#fde725", 49}};
+      for (const auto& [colour, count] : squares) {
+        const std::regex square(fmt::format("<rect [^>]*fill=\"{}\"", colour));
+        EXPECT_EQ(std::distance(std::sregex_iterator(svg.begin(), svg.end(), square), std::sregex_iterator()),
+                  static_cast<std::ptrdiff_t>(count));
+      }
+      EXPECT_THAT(svg, HasSubstr(">cultivar2</text>"));
+    }
     for (const auto& row : CellsOf(Path("made/order.csv"))) {
       if (row[0].find_first_of("<\xff") != std::string::npos || row[0] == "id") continue;
       std::size_t count = 0;
