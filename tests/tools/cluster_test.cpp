@@ -165,8 +165,16 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
   Put("one.csv", "id,a,b\nx,1,2\n");
   EXPECT_THAT(Run({"cluster", "one.csv", "--scaling", "none", "--quiet", "--out", "one"}).out,
               HasSubstr("  one row is a tree of one leaf: there is nothing to join\n"));
-  EXPECT_EQ(ContentOf(Path("one/merges.csv")), "height,first,second,new\n");
+  EXPECT_EQ(ContentOf(Path("one/merges.csv")), "height,first,second,new,first_row,second_row\n");
   EXPECT_EQ(ContentOf(Path("one/order.csv")), "id\nx\n");
+  Put("four.csv", "id,k,a\n\"x,1\",p,1\ny,q,2\nz,,7\nv,q,9\n");
+  const Outcome four = Run({"cluster", "four.csv", "--class", "k", "--scaling", "none", "--method", "single",
+                            "--groups", "2", "--out", "four", "--quiet"});
+  EXPECT_THAT(four.out, HasSubstr("  1 row of no class\n"));
+  EXPECT_EQ(ContentOf(Path("four/merges.csv")),
+            "height,first,second,new,first_row,second_row\n"
+            "1,1,2,5,\"x,1\",y\n2,3,4,6,z,v\n5,5,6,7,,\n");
+  EXPECT_EQ(ContentOf(Path("four/groups.csv")), "id,group,k\n\"x,1\",1,p\ny,1,q\nz,2,\nv,2,q\n");
   EXPECT_FALSE(fs::exists(Path("one/groups.csv")));
   // Heights keep their size where scaling by a power of two keeps squares in range: sqrt(((3e20)^2 + (4e20)^2) / 2).
   Put("large.csv", "id,a,b\nx,0,0\ny,3e20,4e20\n");
@@ -261,6 +269,16 @@ TEST_F(Cluster, ThePictureIsWellFormedAndNamesEveryRowOnce) {
     EXPECT_EQ(body.substr(end), "\n");
     EXPECT_EQ(svg.find("nan"), std::string::npos);
     EXPECT_EQ(svg.find("stroke-dasharray") != std::string::npos, c.hasLine);
+    if (c.file == kWine) {
+      // Squares of three classes, which are 59, 71 and 48 rows, and those of the legend.
+      const std::pair<const char*, std::size_t> squares[] = {{"#440154", 60}, {"#22a884", 72}, {"#fde725", 49}};
+      for (const auto& [colour, count] : squares) {
+        const std::regex square(fmt::format("<rect [^>]*fill=\"{}\"", colour));
+        EXPECT_EQ(std::distance(std::sregex_iterator(svg.begin(), svg.end(), square), std::sregex_iterator()),
+                  static_cast<std::ptrdiff_t>(count));
+      }
+      EXPECT_THAT(svg, HasSubstr(">cultivar2</text>"));
+    }
     for (const auto& row : CellsOf(Path("made/order.csv"))) {
       if (row[0].find_first_of("<\xff") != std::string::npos || row[0] == "id") continue;
       std::size_t count = 0;

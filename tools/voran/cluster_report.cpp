@@ -1,6 +1,7 @@
 #include "tools/voran/cluster_report.h"
 
 #include <algorithm>
+#include <ostream>
 #include <utility>
 
 #include <fmt/format.h>
@@ -59,9 +60,11 @@ std::string ClassLines(const ClassColumn& column, const ClusterGroups& groups) {
     table.Row(std::move(cells));
   }
   const std::size_t rest = column.classes.size() - across;
+  const auto without = static_cast<std::size_t>(std::count(column.ofRow.begin(), column.ofRow.end(), kNoClass));
   return "\n" + table.Text() + More(counts.size() - shown) +
          (rest == 0 ? ""
-                    : fmt::format("  and {} more {}, which --json gives\n", rest, rest == 1 ? "class" : "classes"));
+                    : fmt::format("  and {} more {}, which --json gives\n", rest, rest == 1 ? "class" : "classes")) +
+         (without == 0 ? "" : fmt::format("  {} of no class\n", Counted(without, "row")));
 }
 
 std::string GroupLines(const ClusterReport& report) {
@@ -105,6 +108,41 @@ Json OrderJson(const ClusterReport& report) {
   Json json = Json::array();
   for (const std::size_t row : report.result.order) json.push_back(report.table.rowIds[row]);
   return json;
+}
+
+void WriteLine(CsvWriter& csv, const std::vector<std::string>& cells) {
+  for (const std::string& cell : cells) csv.Text(cell);
+  csv.EndRow();
+}
+
+void WriteMerges(const ClusterReport& report, std::ostream& out) {
+  const std::vector<std::string>& rows = report.table.rowIds;
+  CsvWriter csv(out);
+  WriteLine(csv, {"height", "first", "second", "new", "first_row", "second_row"});
+  for (const ClusterMerge& merge : report.result.merges) {
+    csv.Number(merge.height);
+    for (const std::size_t id : {merge.first, merge.second, merge.made}) csv.Text(std::to_string(id));
+    for (const std::size_t id : {merge.first, merge.second}) csv.Text(id <= rows.size() ? rows[id - 1] : "");
+    csv.EndRow();
+  }
+}
+
+void WriteOrder(const ClusterReport& report, std::ostream& out) {
+  CsvWriter csv(out);
+  WriteLine(csv, {report.table.idName});
+  for (const std::size_t row : report.result.order) WriteLine(csv, {report.table.rowIds[row]});
+}
+
+void WriteGroups(const ClusterReport& report, std::ostream& out) {
+  CsvWriter csv(out);
+  std::vector<std::string> cells = {report.table.idName, "group"};
+  for (const TextColumn& column : report.table.classes) cells.push_back(column.name);
+  WriteLine(csv, cells);
+  for (std::size_t i = 0; i < report.table.rowIds.size(); ++i) {
+    cells = {report.table.rowIds[i], std::to_string(report.result.groups->ofRow[i])};
+    for (const TextColumn& column : report.table.classes) cells.push_back(column.values[i]);
+    WriteLine(csv, cells);
+  }
 }
 
 std::string HeadText(const ClusterReport& report) {
@@ -159,40 +197,9 @@ Json ClusterJson(const ClusterReport& report) {
 }
 
 void WriteClusterTables(const ClusterReport& report, OutputDirectory& folder) {
-  const ClusterResult& result = report.result;
-  const auto writeIds = [&](std::ostream& out, const std::vector<std::string>& headings, const auto& writeRows) {
-    CsvWriter csv(out);
-    for (const std::string& heading : headings) csv.Text(heading);
-    csv.EndRow();
-    writeRows(csv);
-  };
-  folder.Write("merges.csv", [&](std::ostream& out) {
-    writeIds(out, {"height", "first", "second", "new"}, [&](CsvWriter& csv) {
-      for (const ClusterMerge& merge : result.merges) {
-        csv.Number(merge.height);
-        for (const std::size_t id : {merge.first, merge.second, merge.made}) csv.Text(std::to_string(id));
-        csv.EndRow();
-      }
-    });
-  });
-  folder.Write("order.csv", [&](std::ostream& out) {
-    writeIds(out, {report.table.idName}, [&](CsvWriter& csv) {
-      for (const std::size_t row : result.order) {
-        csv.Text(report.table.rowIds[row]);
-        csv.EndRow();
-      }
-    });
-  });
-  if (!result.groups) return;
-  folder.Write("groups.csv", [&](std::ostream& out) {
-    writeIds(out, {report.table.idName, "group"}, [&](CsvWriter& csv) {
-      for (std::size_t i = 0; i < report.table.rowIds.size(); ++i) {
-        csv.Text(report.table.rowIds[i]);
-        csv.Text(std::to_string(result.groups->ofRow[i]));
-        csv.EndRow();
-      }
-    });
-  });
+  folder.Write("merges.csv", [&](std::ostream& out) { WriteMerges(report, out); });
+  folder.Write("order.csv", [&](std::ostream& out) { WriteOrder(report, out); });
+  if (report.result.groups) folder.Write("groups.csv", [&](std::ostream& out) { WriteGroups(report, out); });
 }
 
 }  // namespace tool

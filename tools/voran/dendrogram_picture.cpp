@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "tools/voran/chart_axis.h"
+#include "tools/voran/class_marks.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/svg_writer.h"
@@ -26,10 +27,12 @@ using DendroGram::DendroGramNode;
 constexpr double kPageWidth = 960.0;
 constexpr double kMargin = 30.0;
 constexpr double kHeadHeight = 84.0;  // title, subtitle, what is cut, upper axis
-constexpr double kFootHeight = 46.0;  // lower axis and its title
-constexpr double kTallPage = 600.0;   // from here on the axis is there twice
-constexpr double kNameGap = 4.0;      // between a leaf and its name
-constexpr double kGroupWidth = 34.0;  // the bar behind the names, and the number of the group
+constexpr double kLegendHeight = 17.0;
+constexpr double kAxisTitleHeight = 14.0;  // where it is at the top too
+constexpr double kFootHeight = 46.0;       // lower axis and its title
+constexpr double kTallPage = 600.0;        // from here on the axis is there twice
+constexpr double kNameGap = 4.0;           // between a leaf and its name
+constexpr double kGroupWidth = 34.0;       // the bar behind the names, and the number of the group
 constexpr double kSmallText = 11.0;
 constexpr std::size_t kLongestName = 32;
 constexpr std::size_t kLongestSource = 90;
@@ -72,7 +75,8 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
         report_(report),
         fontSize_(fontSize),
         isFlat_(report.result.tree->Height() == 0.0f),
-        groups_(report.result.groups ? report.result.groups->nodes.size() + 1 : 1) {}
+        groups_(report.result.groups ? report.result.groups->nodes.size() + 1 : 1),
+        rowPlaces_(report.table.rowIds.size()) {}
 
   void SetFoot(float foot) { foot_ = foot; }
 
@@ -88,6 +92,7 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
     const std::size_t row = static_cast<std::size_t>(items->front()) - 1;
     const std::string& name = report_.table.rowIds[row];
     const bool isCut = Length(name) > kLongestName;
+    rowPlaces_[row] = Double(x);
     svg_.Text(Double(y) + kNameGap, Double(x) + 0.35 * fontSize_, ShortName(name, kLongestName), {}, isCut ? name : "");
     Group& group = groups_[report_.result.groups ? report_.result.groups->ofRow[row] : 0];
     if (group.isEmpty) group.first = Double(x);
@@ -120,10 +125,12 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
     for (std::size_t g = 1; g < groups_.size(); ++g) {
       const Group& group = groups_[g];
       svg_.Line(x, group.first - reach, x, group.last + reach, {{"stroke", ColourOf(g)}, {"stroke-width", "4"}});
-      svg_.Text(x + 6.0, 0.5 * (group.first + group.last) + 0.35 * fontSize_, std::to_string(g),
-                {{"font-size", SvgNumber(fontSize_)}, {"font-weight", "bold"}, {"fill", std::string(kInk)}});
+      WriteGroupNumbers(x + 6.0, g);
     }
   }
+
+  /// Where each row has come to be down the page.
+  const std::vector<double>& RowPlaces() const { return rowPlaces_; }
 
  private:
   struct Group {
@@ -132,6 +139,18 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
     double last = 0.0;
     bool isEmpty = true;
   };
+
+  // Wherever one is on the screen.
+  void WriteGroupNumbers(double x, std::size_t g) {
+    constexpr double kScreen = 600.0;
+    const Group& group = groups_[g];
+    const double length = group.last - group.first;
+    const auto count = static_cast<int>(std::max(1.0, std::round(length / kScreen)));
+    for (int i = 0; i < count; ++i) {
+      svg_.Text(x, group.first + length * (i + 0.5) / count + 0.35 * fontSize_, std::to_string(g),
+                {{"font-size", SvgNumber(fontSize_)}, {"font-weight", "bold"}, {"fill", std::string(kInk)}});
+    }
+  }
 
   static double Double(float value) { return static_cast<double>(value); }
   std::size_t GroupOf(const DendroGramNode& node) const {
@@ -144,12 +163,14 @@ class TreeOutput final : public DendroGram::DendroGramDrawOutput {
   bool isFlat_;
   float foot_ = 0.0f;
   std::vector<Group> groups_;  // behind what is in none
+  std::vector<double> rowPlaces_;
 };
 
 // The axis of heights with its lines down the page, below the tree and, if that is tall, above it too. A label above
 // that would stand on the line at `cut` is left out.
-void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom, std::optional<double> cut) {
-  const bool isTwice = bottom > kTallPage;
+void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom, std::optional<double> cut,
+               const std::string& title) {
+  const bool isTwice = bottom - top > kTallPage;
   constexpr double kLabelReach = 18.0;
   const std::vector<double> ticks = RoundTicks(axis.low, axis.high, kTicks);
   const std::vector<std::string> labels = TickLabels(ticks);
@@ -161,6 +182,9 @@ void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom,
     const bool isFree = !cut || std::abs(x - axis.At(*cut)) > kLabelReach;
     if (isTwice && isFree) svg.Text(x, top - 6.0, labels[i]);
   }
+  const double middle = 0.5 * (axis.from + axis.to);
+  svg.Text(middle, bottom + 34.0, title);
+  if (isTwice) svg.Text(middle, top - 38.0, title);
   svg.EndGroup();
 }
 
@@ -202,15 +226,20 @@ std::string DendrogramPicture(const ClusterReport& report) {
   const std::size_t leaves = report.result.order.size();
   const double pitch = PitchOf(leaves);
   const double fontSize = std::min(12.0, 0.85 * pitch);
-  const double end = kHeadHeight + pitch * static_cast<double>(leaves);
+  const ClassMarks marks(report.result.classes);
+  const double treeHeight = pitch * static_cast<double>(leaves);
+  const double head =
+      kHeadHeight + (marks.IsEmpty() ? 0.0 : kLegendHeight) + (treeHeight > kTallPage ? kAxisTitleHeight : 0.0);
+  const double end = head + treeHeight;
   SvgWriter svg(kPageWidth, end + kFootHeight, "Cluster tree of " + FileName(report));
   TreeOutput output(svg, report, fontSize);
 
   const DendroGramDrawer drawer(tree);
-  auto left = static_cast<float>(kHeadHeight);
+  auto left = static_cast<float>(head);
   auto right = static_cast<float>(end);
   auto top = static_cast<float>(kMargin);
-  auto foot = static_cast<float>(kPageWidth - (report.result.groups ? kGroupWidth : 0.5 * kMargin));
+  const double marksWidth = marks.IsEmpty() ? 0.0 : kNameGap + fontSize;
+  auto foot = static_cast<float>(kPageWidth - (report.result.groups ? kGroupWidth : 0.5 * kMargin) - marksWidth);
   const float limit = foot;
   drawer.AdjustForLabels(output, left, right, top, foot);
   output.SetFoot(foot);
@@ -219,17 +248,18 @@ std::string DendrogramPicture(const ClusterReport& report) {
   const ChartAxis axis = {0.0, static_cast<double>(highest) * report.result.unit, static_cast<double>(foot), kMargin};
   WriteHead(svg, report);
   const std::optional<double> cut = CutHeight(report.result, axis.high);
-  WriteAxis(svg, axis, kHeadHeight, end, cut);
-  svg.Text(0.5 * (axis.from + axis.to), end + 34.0, highest > 0.0f ? HeightText(report.settings) : "every height is 0",
-           TextStyle(kSmallText, kGrey, "middle"));
+  if (!marks.IsEmpty()) marks.WriteLegend(svg, kMargin, kPageWidth - kMargin, 60.0);
+  WriteAxis(svg, axis, head, end, cut, highest > 0.0f ? HeightText(report.settings) : "every height is 0");
   svg.BeginGroup(TextStyle(fontSize, kInk));
   // A root that is lower than a cluster below it leaves room for that.
   const float rootPlace = highest > 0.0f ? foot - (foot - top) * (tree.Height() / highest) : top;
   drawer.Draw(output, left, right, rootPlace, foot);
   svg.EndGroup();
   output.WriteLines();
-  if (report.result.groups) output.WriteGroupBars(static_cast<double>(limit) + 6.0);
-  if (cut) WriteCut(svg, axis, *cut, kHeadHeight, end);
+  const double namesEnd = static_cast<double>(limit);
+  if (!marks.IsEmpty()) marks.WriteRows(svg, namesEnd + kNameGap, fontSize, pitch, output.RowPlaces());
+  if (report.result.groups) output.WriteGroupBars(namesEnd + marksWidth + 6.0);
+  if (cut) WriteCut(svg, axis, *cut, head, end);
   return svg.Finish();
 }
 
