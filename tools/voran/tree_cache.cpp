@@ -52,8 +52,9 @@ bool TreeCache::IsKept(const DendroGram::DendroGramNode& tree) {
 std::vector<std::string> TreeCache::Notes(const DendroGram::DendroGramNode& tree) {
   if (HadTree()) return {fmt::format("the tree was taken from {}", folder_)};
   if (!IsKept(tree)) {
-    return {fmt::format("the tree could not be kept in {} under the name {}; is the disk full, or the file not to be written?",
-                        folder_, name_)};
+    return {fmt::format(
+        "the tree could not be kept in {} under the name {}; is the disk full, or the file not to be written?", folder_,
+        name_)};
   }
   if (hadFile_) return {fmt::format("the tree in {} was damaged, and has been made anew", folder_)};
   return {};
