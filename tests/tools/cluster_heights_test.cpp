@@ -18,6 +18,7 @@ using tool::HeightRanges;
 
 std::vector<ClusterMerge> MergesAt(const std::vector<double>& heights) {
   std::vector<ClusterMerge> merges;
+  merges.reserve(heights.size());
   for (const double height : heights) merges.push_back({height, 0, 0, 0});
   return merges;
 }

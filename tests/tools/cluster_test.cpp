@@ -224,9 +224,9 @@ TEST_F(Cluster, DistancesOnDiskGiveTheSameTree) {
       {"/absent/folder", "could not be opened (No such file or directory); set TMPDIR to another folder, or allow"},
       {"/proc", "on disk they need 369.2 KiB in the folder /proc, which has 0 bytes free; free some, set TMPDIR"}};
   for (const auto& [folder, says] : folders) {
-    setenv("TMPDIR", folder, 1);
+    setenv("TMPDIR", folder, 1);  // NOLINT(concurrency-mt-unsafe): the test has one thread
     ExpectRefusal({"cluster", kWine, "--class", "class", "--method", "single", "--memory", "20K"}, 1, says);
-    unsetenv("TMPDIR");
+    unsetenv("TMPDIR");  // NOLINT(concurrency-mt-unsafe)
   }
 }
 
