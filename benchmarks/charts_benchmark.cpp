@@ -41,8 +41,8 @@ const std::vector<Table>& Tables() {
 }
 
 double MedianSeconds(int repeats, const std::function<void()>& work) {
-  std::vector<double> seconds;
-  for (int repeat = 0; repeat < repeats; ++repeat) seconds.push_back(Seconds(work));
+  std::vector<double> seconds(static_cast<std::size_t>(repeats));
+  for (double& s : seconds) s = Seconds(work);
   return Median(seconds);
 }
 

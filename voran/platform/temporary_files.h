@@ -36,7 +36,7 @@ FilePointer OpenTemporaryFile(const std::string& pathName);
 void ReleaseFilePart(std::FILE* file, std::uint64_t begin, std::uint64_t bytes);
 
 /// How many bytes the caller may still write to the disk that `directory` is on; nothing if the system does not say.
-std::optional<std::uint64_t> GetFreeDiskSpace(const std::string& directory);
+VORAN_EXPORT std::optional<std::uint64_t> GetFreeDiskSpace(const std::string& directory);
 
 }  // namespace detail
 }  // namespace voran
