@@ -8,7 +8,7 @@ inline namespace voran {
 namespace Sta {
 
 /// The value of F that a ratio with df1 and df2 degrees of freedom exceeds with probability `p`, by bisection to five
-/// digits; at most 99999. -1.0 if `p` is not between 0 and 1.
+/// digits; values above 99999 are not found. -1.0 if `p` is not between 0 and 1.
 VORAN_EXPORT double FFTest(double df1, double df2, double p);
 
 /// The probability that the ratio ms1/ms2 of two mean squares with df1 and df2 degrees of freedom is exceeded by

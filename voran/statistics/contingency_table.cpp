@@ -1,0 +1,95 @@
+#include "voran/statistics/contingency_table.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+#include "voran/statistics/fisher_exact.h"
+#include "voran/statistics/incomplete_beta.h"
+
+inline namespace voran {
+namespace Sta {
+namespace {
+
+constexpr int kMultiplier = 30;  // paths that the workspace holds for each key
+
+double LogFactorial(double n) {
+  return detail::LogGamma(n + 1.0);
+}
+
+double LogBinomial(double n, double k) {
+  return LogFactorial(n) - LogFactorial(k) - LogFactorial(n - k);
+}
+
+struct TwoByTwo {
+  int a;
+  int b;
+  int c;
+  int d;
+
+  double Probability() const { return GetTableProbability(a, b, c, d); }
+
+  /// The table of the same margins with its first cell larger by `change`.
+  TwoByTwo Moved(int change) const { return {a + change, b - change, c - change, d + change}; }
+};
+
+/// The probabilities, none above `most`, of the tables whose first cell is larger by `change`, 2 * `change` and so on
+/// up to `steps` times.
+double SumOfTail(TwoByTwo table, int change, int steps, double most) {
+  double sum = 0.0;
+  for (; steps > 0; --steps) {
+    table = table.Moved(change);
+    const double p = table.Probability();
+    if (most >= p) sum += p;
+  }
+  return sum;
+}
+
+double TwoByTwoProbability(const TwoByTwo& table, SidedNess sidedness) {
+  const double p0 = table.Probability();
+  const double most = sidedness == SidedNess::kTwoSided ? p0 : HUGE_VAL;
+  double sum = 0.0;
+  if (sidedness != SidedNess::kGreater) sum += SumOfTail(table, -1, std::min(table.a, table.d), most);
+  if (sidedness != SidedNess::kLess) sum += SumOfTail(table, 1, std::min(table.b, table.c), most);
+  return p0 + sum;
+}
+
+std::vector<int> ByColumns(const int* table, int rows, int columns) {
+  std::vector<int> transposed;
+  transposed.reserve(static_cast<std::size_t>(std::max(rows, 0)) * static_cast<std::size_t>(std::max(columns, 0)));
+  for (int j = 0; j < columns; ++j) {
+    for (int i = 0; i < rows; ++i) transposed.push_back(table[static_cast<std::ptrdiff_t>(i) * columns + j]);
+  }
+  return transposed;
+}
+
+}  // namespace
+
+double GetTableProbability(int a, int b, int c, int d) {
+  const double firstRow = static_cast<double>(a) + b;
+  const double secondRow = static_cast<double>(c) + d;
+  return std::exp(LogBinomial(firstRow, a) + LogBinomial(secondRow, c) -
+                  LogBinomial(firstRow + secondRow, static_cast<double>(a) + c));
+}
+
+double BinomialCoefficient(int n, int k) {
+  return std::floor(std::exp(LogBinomial(n, k)) + 0.5);
+}
+
+double GetFisherExactProbability(const int* table, int rows, int columns, bool hybrid, SidedNess sidedness,
+                                 int workspace) {
+  if (rows == 2 && columns == 2) {
+    detail::ExpectNoNegativeCell(table, table + 4);
+    return TwoByTwoProbability({table[0], table[1], table[2], table[3]}, sidedness);
+  }
+  const detail::HybridControls controls = hybrid ? detail::HybridControls{5.0, 80.0, 1.0} : detail::HybridControls{};
+  double observed = 0.0;
+  double p = 0.0;
+  detail::fexact(rows, columns, ByColumns(table, rows, columns).data(), rows, controls, observed, p, workspace,
+                 kMultiplier);
+  return p;
+}
+
+}  // namespace Sta
+}  // namespace voran
