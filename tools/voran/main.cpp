@@ -7,6 +7,7 @@
 
 #include "tools/voran/cluster_command.h"
 #include "tools/voran/command_line.h"
+#include "tools/voran/control_chart_command.h"
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/fill_command.h"
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
     tool::AddTransformCommand(program);
+    tool::AddControlChartCommand(program);
     program.Run({argv + 1, argv + argc});
     return static_cast<int>(ExitCode::kDone);
   } catch (const tool::Failure& failure) {
