@@ -17,6 +17,7 @@
 #include "tools/voran/pca_command.h"
 #include "tools/voran/pls_command.h"
 #include "tools/voran/predict_command.h"
+#include "tools/voran/roc_command.h"
 #include "tools/voran/svd_command.h"
 #include "tools/voran/terminal.h"
 #include "tools/voran/transform_command.h"
@@ -51,6 +52,7 @@ int main(int argc, char** argv) {
     tool::AddTransformCommand(program);
     tool::AddControlChartCommand(program);
     tool::AddHistogramCommand(program);
+    tool::AddRocCommand(program);
     program.Run({argv + 1, argv + argc});
     return static_cast<int>(ExitCode::kDone);
   } catch (const tool::Failure& failure) {
