@@ -11,6 +11,7 @@
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/fill_command.h"
+#include "tools/voran/fisher_command.h"
 #include "tools/voran/histogram_command.h"
 #include "tools/voran/o2pls_command.h"
 #include "tools/voran/ortho_command.h"
@@ -53,6 +54,7 @@ int main(int argc, char** argv) {
     tool::AddControlChartCommand(program);
     tool::AddHistogramCommand(program);
     tool::AddRocCommand(program);
+    tool::AddFisherCommand(program);
     program.Run({argv + 1, argv + argc});
     return static_cast<int>(ExitCode::kDone);
   } catch (const tool::Failure& failure) {
