@@ -175,6 +175,8 @@ TEST_F(StatisticsCommands, ChartsSayWhatTheyCannotHave) {
   EXPECT_THAT(remark({"--x", "a", "--type", "cusum", "--subgroup", "4"}), HasSubstr("too few values"));
   EXPECT_THAT(remark({"--x", "a", "--type", "range", "--subgroup", "2"}), HasSubstr("1 row at the end"));
   EXPECT_THAT(remark({"--x", "same", "--type", "ewma"}), HasSubstr("sigma is 0"));
+  EXPECT_THAT(remark({"--x", "same", "--type", "individual", "--target", "0.1"}), HasSubstr("sigma is 0"))
+      << "the float next to 0.1 is not beyond it";
   EXPECT_EQ(remark({"--x", "a", "--type", "individual"}), "[]");
 
   struct Case {
@@ -426,6 +428,7 @@ TEST_F(StatisticsCommands, PicturesAreWellFormedAndMarkWhatIsBeyond) {
       {with(light, {"--type", "range"}), diamond.c_str(), 2},  // one, and that of the legend
       {with(light, {"--type", "range"}), ">upper 902.1<", 1},
       {with(nile, {"--type", "cusum", "--subgroup", "5", "--target", "1000"}), diamond.c_str(), 12},
+      {with(nile, {"--type", "cusum", "--subgroup", "5", "--target", "1000"}), ">-1000<", 1},  // the sum hangs down
       {with(nile, {"--type", "ewma", "--lambda", "0.2"}), diamond.c_str(), 10},
       {with(nile, {"--type", "individual"}), "<circle", 100},
       {{"chart", "one.csv", "--type", "stddev", "--subgroup", "2"}, "&lt;a&gt;, mean", 1},
