@@ -433,6 +433,8 @@ TEST_F(StatisticsCommands, PicturesAreWellFormedAndMarkWhatIsBeyond) {
       {with(nile, {"--type", "individual"}), "<circle", 100},
       {{"chart", "one.csv", "--type", "stddev", "--subgroup", "2"}, "&lt;a&gt;, mean", 1},
       {{"chart", "tall.csv", "--type", "individual"}, "<circle", 0},
+      {{"chart", "tall.csv", "--type", "cusum", "--target", "0"}, "<circle", 0},
+      {{"histogram", "tall.csv", "--dots"}, "<circle", 0},
       {{"histogram", kWine, "--x", "alcohol"}, "<title>", 1 + 15},  // one of the 16 bins is empty
       {{"roc", kWine, "--score", "hue", "--class", "class", "--positive", "cultivar3"}, "stroke-dasharray", 1},
       {{"fisher", kCounts, "--where", "table=titanic_class_survival", "--rows", "row", "--columns", "column",

@@ -118,9 +118,12 @@ class Panel {
     if (!beyond.empty()) plot_.DrawLegend("beyond a limit", PlotMark::kDiamond, kColours[1]);
     const bool hasRoom = HasRoomForMarks(plot_, x_.size());
     for (const std::size_t s : panel_.series) {
+      double lastPixel = -1.0;
       for (std::size_t k = 0; k < x_.size(); ++k) {
         const bool isBeyond = beyond.count({s, k}) > 0;
-        if (!isBeyond && !hasRoom) continue;
+        const double pixel = std::floor(plot_.X().At(x_[k]));
+        if (!hasRoom && (!isBeyond || pixel == lastPixel)) continue;
+        lastPixel = pixel;
         const double value = report_.result.series[s].values[k];
         plot_.DrawMark(x_[k], Drawn(s, value), isBeyond ? PlotMark::kDiamond : PlotMark::kDot,
                        kColours[isBeyond ? 1 : 0], fmt::format("{}: {}", FirstRow(report_, k), ShortNumber(value)));

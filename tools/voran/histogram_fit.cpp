@@ -1,42 +1,25 @@
 #include "tools/voran/histogram_fit.h"
 
 #include <algorithm>
-#include <cmath>
+#include <utility>
 
 #include "tools/voran/failure.h"
-#include "tools/voran/number_text.h"
 #include "voran/statistics/frequency_histogram.h"
+#include "voran/statistics/histogram_bins.h"
 
 namespace tool {
 namespace {
 
-// A bin's width has two digits at most; those are what the rounding of the centres to floats leaves of it.
-double TwoDigits(double width) {
-  const double unit = std::pow(10.0, 1.0 - std::floor(std::log10(width)));
-  return std::round(width * unit) / unit;
-}
-
-double WidthOf(const NCDataVector<float>& centres, double start) {
-  const auto first = static_cast<double>(centres[1]);
-  const int count = centres.Size();
-  const double width = count == 1 ? 2.0 * (first - start) : (static_cast<double>(centres[count]) - first) / (count - 1);
-  return width > 0.0 ? TwoDigits(width) : width;
-}
-
 void AddBins(const NCDataVector<float>& values, ColumnHistogram& column) {
-  const FrequencyHistogram histogram;
   FrequencyHistogram::HistogramInfo info;
-  histogram.CreateHistogram(values, info);
-  NCDataVector<float> places;
-  NCDataVector<float> heights;
-  float start = 0.0f;
-  float end = 0.0f;
-  histogram.CreateDotPlotHistogram(values, places, heights, start, end);
-  const double lowest = AsWritten(static_cast<double>(start));
-  column.width = WidthOf(info.BinCenters, lowest);
+  FrequencyHistogram().CreateHistogram(values, info);
+  const detail::HistogramBins bins = detail::HistogramBinsOf(values);
+  column.width = bins.width / bins.scale;
   for (std::size_t k = 0; k < info.Members.size(); ++k) {
-    const double lower = lowest + static_cast<double>(k) * column.width;
-    HistogramBin bin = {lower, lower + column.width, static_cast<double>(info.BinCenters[static_cast<int>(k) + 1]), {}};
+    const auto edge = [&](std::size_t number) {
+      return (bins.low + static_cast<double>(number) * bins.width) / bins.scale;
+    };
+    HistogramBin bin = {edge(k), edge(k + 1), static_cast<double>(info.BinCenters[static_cast<int>(k) + 1]), {}};
     for (const int row : info.Members[k]) bin.rows.push_back(static_cast<std::size_t>(row) - 1);
     column.bins.push_back(std::move(bin));
   }

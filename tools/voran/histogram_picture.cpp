@@ -37,7 +37,8 @@ Grid GridOf(std::size_t plots) {
 PlotBox BoxOf(const Grid& grid, std::size_t place) {
   constexpr double kBelow = 44.0;  // for the axis
   const double left = kPageMargin + static_cast<double>(place % grid.across) * grid.width;
-  const double top = kHeadHeight + static_cast<double>(place / grid.across) * grid.height;
+  const std::size_t line = place / grid.across;
+  const double top = kHeadHeight + static_cast<double>(line) * grid.height;
   return {left + kLeft, top, left + grid.width - 12.0, top + grid.height - kBelow};
 }
 
@@ -67,7 +68,10 @@ void DrawColumn(SvgWriter& svg, const HistogramReport& report, const ColumnHisto
   const std::string gaps = column.missing == 0 ? "" : fmt::format(" ({} missing)", column.missing);
   plot.DrawYAxis(ShortName(column.name, kLongestName) + gaps, grid.yTicks);
   plot.DrawXAxis(column.bins.empty() ? "no value" : "", grid.xTicks);
-  if (report.withDots) {
+  // Dots that share a pixel would tell nothing, and make a file that no viewer opens.
+  constexpr int kMostDots = 5000;
+  const bool hasRoom = column.present <= kMostDots && static_cast<double>(column.Highest()) <= box.bottom - box.top;
+  if (report.withDots && hasRoom) {
     DrawDots(plot, report, column);
   } else {
     DrawBars(plot, column);

@@ -1,5 +1,7 @@
 #include "tools/voran/roc_report.h"
 
+#include <cmath>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -22,7 +24,7 @@ struct Counts {
 };
 
 std::size_t Part(double share, std::size_t whole) {
-  return static_cast<std::size_t>(share * static_cast<double>(whole) + 0.5);
+  return static_cast<std::size_t>(std::lround(share * static_cast<double>(whole)));
 }
 
 Counts CountsAt(const RocResult& result, const RocPoint& point) {
