@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/tools/picture_check.h"
 #include "tests/tools/program_runner.h"
 
 namespace program {
@@ -249,25 +249,7 @@ TEST_F(Cluster, ThePictureIsWellFormedAndNamesEveryRowOnce) {
     arguments.insert(arguments.end(), c.options.begin(), c.options.end());
     Done(arguments);
     const std::string svg = ContentOf(Path("tree.svg"));
-    // Elements open and close in order, and no character is left that XML would refuse.
-    std::vector<std::string> open;
-    const std::regex tag("<(/?)([a-z]+)((?: [a-zA-Z0-9:-]+=\"[^\"<]*\")*)(/?)>");
-    const std::string body = svg.substr(svg.find("<svg"));
-    std::size_t end = 0;
-    for (std::sregex_iterator i(body.begin(), body.end(), tag), last; i != last; ++i) {
-      EXPECT_THAT(i->prefix().str(), Not(::testing::ContainsRegex("[<>\"\x01\xff]")));
-      if (i->str(1) == "/") {
-        ASSERT_FALSE(open.empty());
-        EXPECT_EQ(open.back(), i->str(2));
-        open.pop_back();
-      } else if (i->str(4).empty()) {
-        open.push_back(i->str(2));
-      }
-      end = static_cast<std::size_t>(i->position() + i->length());
-    }
-    EXPECT_TRUE(open.empty());
-    EXPECT_EQ(body.substr(end), "\n");
-    EXPECT_EQ(svg.find("nan"), std::string::npos);
+    ExpectWellFormed(svg);
     EXPECT_EQ(svg.find("stroke-dasharray") != std::string::npos, c.hasLine);
     if (c.file == kWine) {
       // Squares of three classes, which are 59, 71 and 48 rows, and those of the legend.
@@ -281,10 +263,7 @@ TEST_F(Cluster, ThePictureIsWellFormedAndNamesEveryRowOnce) {
     }
     for (const auto& row : CellsOf(Path("made/order.csv"))) {
       if (row[0].find_first_of("<\xff") != std::string::npos || row[0] == "id") continue;
-      std::size_t count = 0;
-      const std::string entry = ">" + row[0] + "<";
-      for (auto at = svg.find(entry); at != std::string::npos; at = svg.find(entry, at + 1)) ++count;
-      EXPECT_EQ(count, 1u) << row[0];
+      EXPECT_EQ(CountOf(svg, ">" + row[0] + "<"), 1u) << row[0];
     }
     if (c.rows == 178) continue;
     EXPECT_THAT(svg, HasSubstr(">&lt;&amp;&quot;'&gt;</text>"));

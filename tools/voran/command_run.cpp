@@ -24,6 +24,12 @@ void RunOptions::AddToPredict(Command& command) {
   output.AddTo(command);
 }
 
+void RunOptions::AddWithoutRolesTo(Command& command) {
+  threads.AddTo(command);
+  table.AddSourceTo(command);
+  output.AddTo(command);
+}
+
 void RunOptions::AddSaveTo(Command& command) {
   AddPath(command, "--save", save, "FILE", "Keep the model in this file, for voran predict");
 }
@@ -70,8 +76,10 @@ void CommandRun::Finish(const std::string& text, const nlohmann::ordered_json& j
 
 nlohmann::ordered_json JsonHead(const std::string& command, const Table& table) {
   constexpr int kSchemaVersion = 1;
-  return {
-      {"schema_version", kSchemaVersion}, {"command", command}, {"input", table.source}, {"rows", table.rowIds.size()}};
+  nlohmann::ordered_json json = {{"schema_version", kSchemaVersion}, {"command", command}, {"input", table.source}};
+  if (!table.chosen.empty()) json["where"] = table.chosen;
+  json["rows"] = table.rowIds.size();
+  return json;
 }
 
 std::string ToText(const nlohmann::ordered_json& json) {

@@ -26,6 +26,8 @@ struct RunOptions {
 
   void AddTo(Command& command);
   void AddToPredict(Command& command);
+  /// For a command whose columns have options of their own.
+  void AddWithoutRolesTo(Command& command);
   void AddSaveTo(Command& command);
   void AddSvgTo(Command& command, const std::string& help);
 };

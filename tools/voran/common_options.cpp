@@ -54,9 +54,14 @@ int ReadingThreads() {
 void TableOptions::AddTo(Command& command) {
   AddSource(command);
   AddList(command, "--class", roles_.classes, "Columns of group names, kept out of the model");
-  AddList(command, "--x", roles_.variables, "Use these columns alone");
-  AddList(command, "--exclude", roles_.unused, "Leave these columns out");
+  AddVariables(command);
   AddDialect(command);
+}
+
+Option TableOptions::AddVariables(Command& command) {
+  const Option variables = AddList(command, "--x", roles_.variables, "Use these columns alone");
+  AddList(command, "--exclude", roles_.unused, "Leave these columns out");
+  return variables;
 }
 
 void TableOptions::AddToPredict(Command& command) {
@@ -77,6 +82,35 @@ Option TableOptions::AddCvColumn(Command& command, const Option& groups) {
       .Type("COLUMN")
       .Excludes(groups)
       .Group(kCvGroup);
+}
+
+void TableOptions::AddSourceTo(Command& command) {
+  AddSource(command);
+  AddWhere(command);
+  AddDialect(command);
+}
+
+Option TableOptions::AddColumn(Command& command, const std::string& option, std::string& column, ColumnRole role,
+                               const std::string& help) {
+  const auto read = [this, option, role, &column](const std::string& item) {
+    column = item;
+    roles_.named.push_back({option, item, role});
+  };
+  return command.AddRead(option, read, help).Type("COLUMN").Group(kTableGroup);
+}
+
+void TableOptions::AddWhere(Command& command) {
+  const auto read = [this](const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments) {
+      conditions_.push_back(ReadCondition(argument));
+      roles_.conditions.push_back(conditions_.back().column);
+    }
+  };
+  command
+      .AddReadList("--where", read,
+                   "Use the rows that hold this in a column; one of several values, in each of several columns")
+      .Type("COLUMN=VALUE")
+      .Group(kTableGroup);
 }
 
 void TableOptions::AddSource(Command& command) {
@@ -102,11 +136,13 @@ CsvOptions TableOptions::Resolve() const {
   return options;
 }
 
-Table TableOptions::Read() const {
-  NCProgress progress(fmt::format("reading {}", path_).c_str(), 0.0f, 1.0f, false, false, true, "");
+Table TableOptions::Read(const std::string& path) const {
+  NCProgress progress(fmt::format("reading {}", path).c_str(), 0.0f, 1.0f, false, false, true, "");
   CsvOptions options = Resolve();
   options.control.progress = &progress;
-  return ReadTable(path_, options, &Interrupted());
+  Table table = ReadTable(path, options, &Interrupted());
+  KeepRows(table, conditions_);
+  return table;
 }
 
 void AddPath(Command& command, const std::string& option, std::string& path, const std::string& type,

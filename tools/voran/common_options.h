@@ -7,6 +7,7 @@
 
 #include "tools/voran/command_line.h"
 #include "tools/voran/csv_reader.h"
+#include "tools/voran/row_filter.h"
 #include "tools/voran/scaling.h"
 #include "tools/voran/table.h"
 
@@ -27,10 +28,21 @@ class TableOptions {
   void AddSecondBlock(Command& command);
   Option AddCvColumn(Command& command, const Option& groups);
 
+  /// The source and `--where`, for a command that takes its columns by options of its own, one each.
+  void AddSourceTo(Command& command);
+  Option AddColumn(Command& command, const std::string& option, std::string& column, ColumnRole role,
+                   const std::string& help);
+  /// `--x` and `--exclude`, for a command that uses all columns where those options are not given. Returns `--x`.
+  Option AddVariables(Command& command);
+  /// `--where`, beside the roles of AddTo().
+  void AddWhere(Command& command);
+
   void SetModel(ModelColumns columns) { roles_.model = std::move(columns); }
 
   /// Reads the table, with progress, on the threads that `ThreadOptions` left set. Throws `Failure`.
-  Table Read() const;
+  Table Read() const { return Read(path_); }
+  /// Another one with the same roles.
+  Table Read(const std::string& path) const;
 
   const std::string& Path() const { return path_; }
 
@@ -41,6 +53,7 @@ class TableOptions {
 
   std::string path_;
   RoleRequest roles_;
+  std::vector<RowCondition> conditions_;
   std::string separator_ = "auto";
   std::string decimalMark_ = "auto";
   std::string header_ = "auto";

@@ -14,8 +14,9 @@ namespace tool {
 std::string AsSentence(std::string text) {
   for (auto end = text.find(".\n"); end != std::string::npos; end = text.find(".\n")) {
     text.replace(end, 2, "; ");
-    char& first = text[std::min(end + 2, text.size() - 1)];
-    if (first >= 'A' && first <= 'Z') first = static_cast<char>(first - 'A' + 'a');
+    const std::size_t next = std::min(end + 2, text.size() - 1);
+    const auto isCapital = [&](std::size_t at) { return at < text.size() && text[at] >= 'A' && text[at] <= 'Z'; };
+    if (isCapital(next) && !isCapital(next + 1)) text[next] = static_cast<char>(text[next] - 'A' + 'a');
   }
   std::replace(text.begin(), text.end(), '\n', ' ');
   while (text.ends_with('.') || text.ends_with(' ') || text.ends_with(';')) text.pop_back();

@@ -1,10 +1,8 @@
 #include "tools/voran/dendrogram_picture.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -15,6 +13,7 @@
 #include "tools/voran/class_marks.h"
 #include "tools/voran/common_options.h"
 #include "tools/voran/number_text.h"
+#include "tools/voran/picture_style.h"
 #include "tools/voran/svg_writer.h"
 #include "voran/cluster/dendrogram_drawer.h"
 
@@ -24,8 +23,6 @@ namespace {
 using DendroGram::DendroGramDrawer;
 using DendroGram::DendroGramNode;
 
-constexpr double kPageWidth = 960.0;
-constexpr double kMargin = 30.0;
 constexpr double kHeadHeight = 84.0;  // title, subtitle, what is cut, upper axis
 constexpr double kLegendHeight = 17.0;
 constexpr double kAxisTitleHeight = 14.0;  // where it is at the top too
@@ -33,24 +30,11 @@ constexpr double kFootHeight = 46.0;       // lower axis and its title
 constexpr double kTallPage = 600.0;        // from here on the axis is there twice
 constexpr double kNameGap = 4.0;           // between a leaf and its name
 constexpr double kGroupWidth = 34.0;       // the bar behind the names, and the number of the group
-constexpr double kSmallText = 11.0;
 constexpr std::size_t kLongestName = 32;
-constexpr std::size_t kLongestSource = 90;
 constexpr int kTicks = 6;
-
-constexpr std::string_view kInk = "#222222";
-constexpr std::string_view kGrey = "#555555";
-constexpr std::string_view kGrid = "#e4e4e4";
-
-// Okabe and Ito, Color Universal Design (2008), without the yellow, which is hard to see on white.
-constexpr std::array<std::string_view, 6> kColours = {"#0072b2", "#d55e00", "#009e73", "#cc79a7", "#56b4e9", "#e69f00"};
 
 std::string ColourOf(std::size_t group) {
   return std::string(group == 0 ? kGrey : kColours[(group - 1) % kColours.size()]);
-}
-
-SvgAttributes TextStyle(double size, std::string_view colour, std::string_view anchor = "start") {
-  return {{"font-size", SvgNumber(size)}, {"fill", std::string(colour)}, {"text-anchor", std::string(anchor)}};
 }
 
 // How far apart the leaves are. Where there are very many, a picture that a viewer can open matters more than names
@@ -188,20 +172,12 @@ void WriteAxis(SvgWriter& svg, const ChartAxis& axis, double top, double bottom,
   svg.EndGroup();
 }
 
-std::string FileName(const ClusterReport& report) {
-  return std::filesystem::path(report.table.source).filename().string();
-}
-
-void WriteHead(SvgWriter& svg, const ClusterReport& report) {
-  SvgAttributes style = TextStyle(15.0, kInk);
-  style.emplace_back("font-weight", "bold");
-  svg.Text(kMargin, 26.0, ShortName(FileName(report), kLongestSource), style);
+void WriteTreeHead(SvgWriter& svg, const ClusterReport& report) {
   const std::string groups = report.result.groups ? ", " + Counted(report.result.groups->nodes.size(), "group") : "";
-  svg.Text(kMargin, 43.0,
-           fmt::format("{}, {}, {}, scaling {}{}", Counted(report.table.rowIds.size(), "row"),
-                       Counted(report.result.columns.names.size(), "column"), MethodText(report.settings),
-                       ScalingName(report.settings.scaling), groups),
-           TextStyle(kSmallText, kGrey));
+  WriteHead(svg, PictureName(report.table),
+            fmt::format("{}, {}, {}, scaling {}{}", Counted(report.table.rowIds.size(), "row"),
+                        Counted(report.result.columns.names.size(), "column"), MethodText(report.settings),
+                        ScalingName(report.settings.scaling), groups));
 }
 
 // The height of the line that cuts the tree, if it is one to draw.
@@ -215,7 +191,7 @@ void WriteCut(SvgWriter& svg, const ChartAxis& axis, double height, double top, 
   constexpr double kHalfText = 40.0;
   const double x = axis.At(height);
   svg.Line(x, top - 20.0, x, bottom, {{"stroke", std::string(kInk)}, {"stroke-dasharray", "6 4"}});
-  svg.Text(std::max(x, kMargin + kHalfText), top - 24.0, "cut at " + ShortNumber(height),
+  svg.Text(std::max(x, kPageMargin + kHalfText), top - 24.0, "cut at " + ShortNumber(height),
            TextStyle(kSmallText, kInk, "middle"));
 }
 
@@ -231,24 +207,25 @@ std::string DendrogramPicture(const ClusterReport& report) {
   const double head =
       kHeadHeight + (marks.IsEmpty() ? 0.0 : kLegendHeight) + (treeHeight > kTallPage ? kAxisTitleHeight : 0.0);
   const double end = head + treeHeight;
-  SvgWriter svg(kPageWidth, end + kFootHeight, "Cluster tree of " + FileName(report));
+  SvgWriter svg(kPageWidth, end + kFootHeight, "Cluster tree of " + PictureName(report.table));
   TreeOutput output(svg, report, fontSize);
 
   const DendroGramDrawer drawer(tree);
   auto left = static_cast<float>(head);
   auto right = static_cast<float>(end);
-  auto top = static_cast<float>(kMargin);
+  auto top = static_cast<float>(kPageMargin);
   const double marksWidth = marks.IsEmpty() ? 0.0 : kNameGap + fontSize;
-  auto foot = static_cast<float>(kPageWidth - (report.result.groups ? kGroupWidth : 0.5 * kMargin) - marksWidth);
+  auto foot = static_cast<float>(kPageWidth - (report.result.groups ? kGroupWidth : 0.5 * kPageMargin) - marksWidth);
   const float limit = foot;
   drawer.AdjustForLabels(output, left, right, top, foot);
   output.SetFoot(foot);
 
   const float highest = Highest(report);
-  const ChartAxis axis = {0.0, static_cast<double>(highest) * report.result.unit, static_cast<double>(foot), kMargin};
-  WriteHead(svg, report);
+  const ChartAxis axis = {0.0, static_cast<double>(highest) * report.result.unit, static_cast<double>(foot),
+                          kPageMargin};
+  WriteTreeHead(svg, report);
   const std::optional<double> cut = CutHeight(report.result, axis.high);
-  if (!marks.IsEmpty()) marks.WriteLegend(svg, kMargin, kPageWidth - kMargin, 60.0);
+  if (!marks.IsEmpty()) marks.WriteLegend(svg, kPageMargin, kPageWidth - kPageMargin, 60.0);
   WriteAxis(svg, axis, head, end, cut, highest > 0.0f ? HeightText(report.settings) : "every height is 0");
   svg.BeginGroup(TextStyle(fontSize, kInk));
   // A root that is lower than a cluster below it leaves room for that.

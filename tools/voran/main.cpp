@@ -7,14 +7,18 @@
 
 #include "tools/voran/cluster_command.h"
 #include "tools/voran/command_line.h"
+#include "tools/voran/control_chart_command.h"
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/fill_command.h"
+#include "tools/voran/fisher_command.h"
+#include "tools/voran/histogram_command.h"
 #include "tools/voran/o2pls_command.h"
 #include "tools/voran/ortho_command.h"
 #include "tools/voran/pca_command.h"
 #include "tools/voran/pls_command.h"
 #include "tools/voran/predict_command.h"
+#include "tools/voran/roc_command.h"
 #include "tools/voran/svd_command.h"
 #include "tools/voran/terminal.h"
 #include "tools/voran/transform_command.h"
@@ -47,6 +51,10 @@ int main(int argc, char** argv) {
     tool::AddDescribeCommand(program);
     tool::AddSvdCommand(program);
     tool::AddTransformCommand(program);
+    tool::AddControlChartCommand(program);
+    tool::AddHistogramCommand(program);
+    tool::AddRocCommand(program);
+    tool::AddFisherCommand(program);
     program.Run({argv + 1, argv + argc});
     return static_cast<int>(ExitCode::kDone);
   } catch (const tool::Failure& failure) {

@@ -144,8 +144,11 @@ void CheckSize(const ByteSource& source, const std::string& name, const NpyHeade
 Table ReadNpy(ByteSource& source, const std::string& name, const RoleRequest& roles, const ReadControl& control) {
   const NpyHeader header = ReadNpyHeader(source, name);
   CheckSize(source, name, header);
-  if (!roles.id.empty() || !roles.classes.empty() || !roles.cvGroups.empty()) {
-    throw WrongUse(name + ": a .npy file holds numbers alone; --id, --class and --cv-column are for CSV");
+  const bool namesText = std::any_of(roles.named.begin(), roles.named.end(),
+                                     [](const NamedRole& named) { return named.role == ColumnRole::kClass; });
+  if (!roles.id.empty() || !roles.classes.empty() || !roles.cvGroups.empty() || !roles.conditions.empty() ||
+      namesText) {
+    throw WrongUse(name + ": a .npy file holds numbers alone; --id, --class and other columns of text are for CSV");
   }
   const ColumnPlan plan = PlanColumns(name, NumberedNames(static_cast<std::size_t>(header.columns)), false, roles);
   const std::vector<std::size_t> kept = plan.NumberColumns();

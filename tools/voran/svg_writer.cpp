@@ -47,6 +47,10 @@ double WidthOf(char32_t code) {
   return c >= 'A' && c <= 'Z' ? 0.74 : 0.6;
 }
 
+std::string HintElement(std::string_view hint) {
+  return hint.empty() ? std::string() : fmt::format("<title>{}</title>", EscapedXml(hint));
+}
+
 }  // namespace
 
 std::string SvgNumber(double value) {
@@ -110,9 +114,9 @@ void SvgWriter::Open(std::string_view name, const SvgAttributes& attributes) {
   for (const auto& [key, value] : attributes) text_ += fmt::format(" {}=\"{}\"", key, EscapedXml(value));
 }
 
-void SvgWriter::Element(std::string_view name, const SvgAttributes& attributes) {
+void SvgWriter::Element(std::string_view name, const SvgAttributes& attributes, std::string_view hint) {
   Open(name, attributes);
-  text_ += "/>\n";
+  text_ += hint.empty() ? "/>\n" : fmt::format(">{}</{}>\n", HintElement(hint), name);
 }
 
 void SvgWriter::Line(double x1, double y1, double x2, double y2, const SvgAttributes& attributes) {
@@ -126,8 +130,7 @@ void SvgWriter::Text(double x, double y, std::string_view text, const SvgAttribu
   SvgAttributes all = {{"x", SvgNumber(x)}, {"y", SvgNumber(y)}};
   all.insert(all.end(), attributes.begin(), attributes.end());
   Open("text", all);
-  const std::string title = hint.empty() ? "" : fmt::format("<title>{}</title>", EscapedXml(hint));
-  text_ += fmt::format(">{}{}</text>\n", title, EscapedXml(text));
+  text_ += fmt::format(">{}{}</text>\n", HintElement(hint), EscapedXml(text));
 }
 
 void SvgWriter::BeginGroup(const SvgAttributes& attributes) {

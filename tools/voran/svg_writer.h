@@ -18,11 +18,10 @@ class SvgWriter {
   /// A white page. `title` is what a viewer calls it.
   SvgWriter(double width, double height, std::string_view title);
 
-  /// An element without content.
-  void Element(std::string_view name, const SvgAttributes& attributes);
+  /// An element without content, but for the `hint` that a viewer shows when it is pointed at.
+  void Element(std::string_view name, const SvgAttributes& attributes, std::string_view hint = {});
   void Line(double x1, double y1, double x2, double y2, const SvgAttributes& attributes);
-  /// Text that begins at `x`, or stands as `attributes` say, on the line `y`. With a `hint`, that is what a viewer
-  /// shows when it is pointed at.
+  /// Text that begins at `x`, or stands as `attributes` say, on the line `y`.
   void Text(double x, double y, std::string_view text, const SvgAttributes& attributes = {},
             std::string_view hint = {});
   /// What comes up to EndGroup() inherits these attributes.

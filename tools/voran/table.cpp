@@ -1,5 +1,7 @@
 #include "tools/voran/table.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "tools/voran/number_text.h"
@@ -43,6 +45,16 @@ void NameColumns(Table& table, const ColumnPlan& plan) {
   table.variables = plan.NamesOf(ColumnRole::kVariable);
   table.responses = plan.NamesOf(ColumnRole::kResponse);
   if (!table.responses.empty()) MoveResponses(table, plan);
+}
+
+std::string SourceText(const Table& table) {
+  return table.chosen.empty() ? table.source : fmt::format("{}, {}", table.source, table.chosen);
+}
+
+const TextColumn& TextOf(const Table& table, const std::string& item) {
+  const std::string& name = table.columns[SelectColumns(table.columns, item, "").front()];
+  return *std::find_if(table.classes.begin(), table.classes.end(),
+                       [&](const TextColumn& column) { return column.name == name; });
 }
 
 void NoteUnusedColumns(Table& table, const ColumnPlan& plan, const RoleRequest& request) {

@@ -24,6 +24,7 @@ struct TextColumn {
 /// A table as the commands use it.
 struct Table {
   std::string source;                  ///< the file as the user named it
+  std::string chosen;                  ///< "class=a, class=b" if rows were chosen by that
   std::vector<std::string> columns;    ///< the names of all its columns
   NCDataMatrix<float> x;               ///< rows x variables, gaps as missing elements
   std::vector<std::string> variables;  ///< the names of the columns of `x`
@@ -36,6 +37,9 @@ struct Table {
   std::optional<TextColumn> cvGroups;       ///< the group of each row
   std::vector<std::string> notes;           ///< what was recognised and assumed, a sentence each, for the user
 };
+
+/// The file, and what rows of it.
+std::string SourceText(const Table& table);
 
 /// More cells than this cannot be counted by the matrix.
 constexpr std::size_t kMostCells = 2147483647;
@@ -52,6 +56,9 @@ void NameColumns(Table& table, const ColumnPlan& plan);
 
 /// Adds the note about the columns that a model does not use, if there is a model.
 void NoteUnusedColumns(Table& table, const ColumnPlan& plan, const RoleRequest& request);
+
+/// The class column that `item` selects, the argument of an option that gave it this role.
+const TextColumn& TextOf(const Table& table, const std::string& item);
 
 /// Names the columns of a table that brings none: x1, x2, ...
 std::vector<std::string> NumberedNames(std::size_t columns);

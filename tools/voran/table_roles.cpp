@@ -151,6 +151,14 @@ class RoleGiver {
     return columns.empty() ? std::nullopt : std::optional(columns.front());
   }
 
+  // A column that is kept as text may be asked about, whatever else it is for.
+  void GiveCondition(const std::string& column) {
+    for (const std::size_t c : SelectColumns(plan_.names, column, "--where")) {
+      const bool isText = plan_.roles[c] == ColumnRole::kId || plan_.roles[c] == ColumnRole::kClass;
+      if (!isText) Give({column}, "--where", ColumnRole::kClass);
+    }
+  }
+
   bool HasRole(std::size_t column) const { return !givenBy_[column].empty(); }
 
  private:
@@ -231,7 +239,7 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
   ColumnPlan plan;
   plan.names = names;
   plan.isForModel = request.model.has_value();
-  const bool allAreVariables = request.variables.empty() && !request.model;
+  const bool allAreVariables = request.variables.empty() && request.named.empty() && !request.model;
   plan.roles.assign(names.size(), allAreVariables ? ColumnRole::kVariable : ColumnRole::kUnused);
   RoleGiver giver(plan);
   plan.id = giver.GiveOne(request.id, "--id", ColumnRole::kId);
@@ -242,6 +250,7 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
     if (plan.roles[c] == ColumnRole::kResponse) plan.roles[c] = ColumnRole::kClassResponse;
   }
   giver.Give(request.variables, "--x", ColumnRole::kVariable);
+  for (const NamedRole& role : request.named) giver.GiveOne({role.column}, role.option, role.role);
   giver.Give(request.unused, "--exclude", ColumnRole::kUnused);
   if (request.model) GiveByName(source, *request.model, plan);
   const bool firstIsFree = !giver.HasRole(0) && (!request.model || !HoldsNumbers(plan.roles[0]));
@@ -250,8 +259,9 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
     plan.idAssumed = true;
     plan.roles[0] = ColumnRole::kId;
   }
+  for (const std::string& column : request.conditions) giver.GiveCondition(column);
   RefuseRepeatedNames(source, plan);
-  if (plan.CountOf(ColumnRole::kVariable) == 0) {
+  if (plan.CountOf(ColumnRole::kVariable) == 0 && request.named.empty()) {
     throw BadData(
         fmt::format("{}: no column of numbers is left among its {} columns; check --exclude, --class and --id", source,
                     names.size()));

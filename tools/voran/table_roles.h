@@ -31,6 +31,13 @@ struct ModelColumns {
   std::vector<std::string> classes;  ///< columns of class names that it has responses for; taken as the responses are
 };
 
+/// A column that a command takes by an option of its own.
+struct NamedRole {
+  std::string option;
+  std::string column;  ///< an item that selects one
+  ColumnRole role;     ///< a variable, or a class
+};
+
 /// The roles as the user asks for them. Each entry is one argument of an option: a list of items parted by commas.
 ///
 /// An item is a column's name; `A..B` for the columns from A to B, both names; `900..1700` for the columns whose name
@@ -43,7 +50,9 @@ struct RoleRequest {
   std::vector<std::string> unused;
   std::vector<std::string> responses;
   std::vector<std::string> cvGroups;
-  bool noId = false;  ///< the first column is a variable like any other
+  std::vector<NamedRole> named;         ///< if there are any, columns that no option names are unused
+  std::vector<std::string> conditions;  ///< kept as text, so that rows can be chosen by them
+  bool noId = false;                    ///< the first column is a variable like any other
   /// Roles by the names of a model, in place of all but the id.
   std::optional<ModelColumns> model;
 };

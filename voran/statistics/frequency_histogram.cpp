@@ -6,12 +6,14 @@
 #include <limits>
 
 #include "voran/containers/missing_value.h"
+#include "voran/statistics/histogram_bins.h"
 #include "voran/statistics/relative_tolerance.h"
 
 inline namespace voran {
 namespace {
 
 using detail::Differ;
+using detail::HistogramBins;
 
 constexpr float kGap = detail::kMissing<float>;
 constexpr double kEdgeTolerance = 5e-6;  // of a bin's number: a value this close to an edge lies on it
@@ -36,39 +38,13 @@ double StretchFor(double log10OfRange) {
   return log10OfRange < 0.0 ? std::pow(10.0, std::ceil(-log10OfRange)) : 1.0;
 }
 
-/// Bins of equal width over values times `scale`.
-struct Bins {
-  double low = 0.0;
-  double width = 1.0;
-  double scale = 1.0;
-  int count = 1;
-
-  int IndexOf(double value) const {
-    return std::max(FrequencyHistogram::bindex(value * scale, low, width, count - 1), 0);
+NCDataVector<float> CentersOf(const HistogramBins& bins) {
+  NCDataVector<float> centers(bins.count);
+  for (int k = 1; k <= bins.count; ++k) {
+    centers(k, static_cast<float>((k - 0.5) * bins.width / bins.scale + bins.low / bins.scale));
   }
-};
-
-/// The bins of a vector, and the ends of its axis.
-struct VectorBins : Bins {
-  explicit VectorBins(const NCDataVector<float>& values) {
-    float smallest = 0.0F;
-    float largest = 0.0F;
-    values.GetMinMax(smallest, largest);
-    if (largest > smallest) scale = StretchFor(std::log10(largest - smallest));
-    high = static_cast<float>(static_cast<double>(largest) * scale);
-    low = std::floor(static_cast<float>(static_cast<double>(smallest) * scale));
-    width = FrequencyHistogram::binwidth(low, high, values.Size() - values.GetNumMisVal());
-    count = CountUpTo(high, low, width);
-  }
-
-  NCDataVector<float> Centers() const {
-    NCDataVector<float> centers(count);
-    for (int k = 1; k <= count; ++k) centers(k, static_cast<float>((k - 0.5) * width / scale + low / scale));
-    return centers;
-  }
-
-  double high;
-};
+  return centers;
+}
 
 /// Moves the present ones of data[1]..data[size] to the front and returns how many there are.
 int RemoveMissing(double* data, int size) {
@@ -76,8 +52,8 @@ int RemoveMissing(double* data, int size) {
   return static_cast<int>(std::remove(first, first + size, detail::kMissing<double>) - first);
 }
 
-Bins BinsOf(double low, double high, int count) {
-  Bins bins;
+HistogramBins BinsOf(double low, double high, int count) {
+  HistogramBins bins;
   bins.low = low;
   const bool differ = Differ(high, low);
   if (count < 3 || !differ) {
@@ -100,6 +76,23 @@ Bins BinsOf(double low, double high, int count) {
 
 }  // namespace
 
+int detail::HistogramBins::IndexOf(double value) const {
+  return std::max(FrequencyHistogram::bindex(value * scale, low, width, count - 1), 0);
+}
+
+HistogramBins detail::HistogramBinsOf(const NCDataVector<float>& values) {
+  HistogramBins bins;
+  float smallest = 0.0F;
+  float largest = 0.0F;
+  values.GetMinMax(smallest, largest);
+  if (largest > smallest) bins.scale = StretchFor(std::log10(largest - smallest));
+  bins.high = static_cast<float>(static_cast<double>(largest) * bins.scale);
+  bins.low = std::floor(static_cast<float>(static_cast<double>(smallest) * bins.scale));
+  bins.width = FrequencyHistogram::binwidth(bins.low, bins.high, values.Size() - values.GetNumMisVal());
+  bins.count = CountUpTo(bins.high, bins.low, bins.width);
+  return bins;
+}
+
 double FrequencyHistogram::binwidth(double low, double high, int count) {
   if (low == high) return 1.0;
   const double raw = (high - low) / std::sqrt(static_cast<double>(count));
@@ -121,8 +114,8 @@ int FrequencyHistogram::bindex(double value, double low, double width, int maxIn
 }
 
 void FrequencyHistogram::CreateHistogram(const NCDataVector<float>& values, HistogramInfo& info) const {
-  const VectorBins bins(values);
-  info.BinCenters = bins.Centers();
+  const HistogramBins bins = detail::HistogramBinsOf(values);
+  info.BinCenters = CentersOf(bins);
   info.Members.assign(static_cast<std::size_t>(bins.count), {});
   for (int i = 1; i <= values.Size(); ++i) {
     if (values[i] == kGap) continue;
@@ -135,8 +128,8 @@ void FrequencyHistogram::CreateHistogram(const NCDataVector<float>& values, Hist
 
 void FrequencyHistogram::CreateDotPlotHistogram(const NCDataVector<float>& values, NCDataVector<float>& x,
                                                 NCDataVector<float>& y, float& minimum, float& maximum) const {
-  const VectorBins bins(values);
-  const NCDataVector<float> centers = bins.Centers();
+  const HistogramBins bins = detail::HistogramBinsOf(values);
+  const NCDataVector<float> centers = CentersOf(bins);
   std::vector<int> counts(static_cast<std::size_t>(bins.count));
   NCDataVector<float> places(values.Size());
   NCDataVector<float> heights(values.Size());
@@ -159,7 +152,7 @@ void FrequencyHistogram::MakeHistogram(double* data, int size, std::vector<doubl
   if (present == 0) return;
   const double* const first = data + 1;
   const auto [smallest, largest] = std::minmax_element(first, first + present);
-  const Bins bins = BinsOf(*smallest, *largest, present);
+  const HistogramBins bins = BinsOf(*smallest, *largest, present);
   counts.assign(static_cast<std::size_t>(bins.count), 0.0);
   centres.assign(counts.size(), 0.0);
   start = bins.low / bins.scale;
