@@ -6,8 +6,8 @@
 
 namespace tool {
 
-/// The histograms as SVG, side by side if there are several: bars, or stacked dots where there are not too many. Of many
-/// columns the first are drawn, and the heading says so.
+/// The histograms as SVG, side by side if there are several: bars, or stacked dots where there are not too many. Of
+/// many columns the first are drawn, and the heading says so.
 std::string HistogramPicture(const HistogramReport& report);
 
 }  // namespace tool
