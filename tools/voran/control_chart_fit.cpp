@@ -43,8 +43,8 @@ void RefuseSubgroups(const Table& table, int subgroup) {
 ControlChart MakeChart(const Table& table, const ControlChartSettings& settings) {
   const NCDataVector<float> values = OnlyColumn(table);
   RefuseSubgroups(table, settings.subgroup);
-  const ControlChart chart(settings.type, values, settings.subgroup,
-                           settings.isPredictive ? ControlChart::kPredictive : ControlChart::kFilter);
+  ControlChart chart(settings.type, values, settings.subgroup,
+                     settings.isPredictive ? ControlChart::kPredictive : ControlChart::kFilter);
   const NCDataVector<float> means = chart.GetMeanVector();
   if (means.GetNumMisVal() < means.Size()) return chart;
   throw BadData(fmt::format("{}: column {} holds no value in any full subgroup; there is nothing to chart",

@@ -36,7 +36,7 @@ std::string Statistics(ControlChart::ControlType type) {
 }
 
 std::string SubgroupText(const ControlChartReport& report, std::size_t subgroup) {
-  const std::string first = ShortName(FirstRow(report, subgroup), kLongestName);
+  std::string first = ShortName(FirstRow(report, subgroup), kLongestName);
   if (report.settings.subgroup == 1) return first;
   return fmt::format("{} to {}", first, ShortName(LastRow(report, subgroup), kLongestName));
 }
