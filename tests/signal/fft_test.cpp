@@ -65,7 +65,7 @@ Doubles PlainSpectrum(const std::vector<float>& x, int m, int segments, int step
       for (int j = 0; j < 2 * m; ++j) {
         const int at = s * step + j;
         const double value = x[static_cast<std::size_t>(at)] * window[static_cast<std::size_t>(j)];
-        z += std::polar(value, kTwoPi * (j * k % (2 * m)) / (2 * m));
+        z += value * std::polar(1.0, kTwoPi * (j * k % (2 * m)) / (2 * m));
       }
       powers[static_cast<std::size_t>(std::min(k, 2 * m - k))] += std::norm(z);
     }
