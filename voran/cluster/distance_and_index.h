@@ -2,12 +2,11 @@
 
 #include <cstddef>
 #include <limits>
-#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
 
-#include "voran/platform/large_pages.h"
+#include "voran/platform/large_array.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -35,16 +34,10 @@ class UnsetAllocator {
   explicit UnsetAllocator(const UnsetAllocator<U>& /*other*/) {}
 
   T* allocate(std::size_t n) {
-    if (!IsLong(n)) return std::allocator<T>().allocate(n);
     if (n > std::numeric_limits<std::size_t>::max() / sizeof(T)) throw std::bad_array_new_length();
-    void* const memory = ::operator new(n * sizeof(T), std::align_val_t(voran::detail::kLargePage));
-    voran::detail::AskForLargePages(memory, n * sizeof(T));
-    return static_cast<T*>(memory);
+    return static_cast<T*>(voran::detail::AllocateLarge(n * sizeof(T)));
   }
-  void deallocate(T* memory, std::size_t n) {
-    if (!IsLong(n)) return std::allocator<T>().deallocate(memory, n);
-    ::operator delete(memory, std::align_val_t(voran::detail::kLargePage));
-  }
+  void deallocate(T* memory, std::size_t n) { voran::detail::FreeLarge(memory, n * sizeof(T)); }
 
   template <typename U>
   void construct(U* place) {
@@ -56,9 +49,6 @@ class UnsetAllocator {
   }
 
   bool operator==(const UnsetAllocator&) const = default;
-
- private:
-  static bool IsLong(std::size_t n) { return n >= 4 * voran::detail::kLargePage / sizeof(T); }
 };
 
 using PairList = std::vector<DistanceAndIndex, UnsetAllocator<DistanceAndIndex>>;
