@@ -297,6 +297,27 @@ TEST_F(Optima, AParabolaHasItsVertex) {
   }
 }
 
+/// A gap moves the mean position d off the centre: the value is taken d before the optimum, the position 2d.
+TEST_F(Optima, AGapOffTheCentreMovesThem) {
+  const Derivator derivator(kQuadratic, 7);
+  for (const int gap : {1, 3, 7}) {
+    const float d = static_cast<float>(4 - gap) / 6.0f;
+    Vec window(7);
+    for (int i = 1; i <= 7; ++i) window(i, std::pow(static_cast<float>(i) - 3.25f, 2.0f) + 2.0f);
+    window(gap, kGap);
+    EXPECT_NEAR(At(derivator, window, true), 3.25f - 2 * d, 1e-4) << gap;
+    EXPECT_NEAR(value_, 2.0f + d * d, 1e-4) << gap;
+  }
+}
+
+TEST_F(Optima, TheCubicTermCountsInTheValueAlone) {
+  const Vec window = Vector(Polynomial({3.0, -1.0, 1.0, 0.25}, 7, 0, 1.0));
+  EXPECT_NEAR(At(Derivator(kCubic, 7), window, true), 4.5f, 1e-4);
+  EXPECT_NEAR(value_, 2.78125f, 1e-4);
+  EXPECT_EQ(At(Derivator(kQuadratic, 3), Vec{1, 100, 1}, false), kGap);  // a coefficient of -99
+  EXPECT_EQ(At(Derivator(kQuadratic, 3), Vec{1, 101, 1}, false), 2.0f);
+}
+
 TEST_F(Optima, AreLookedForBehindTheWindowNeverAndBeforeItOnRequest) {
   const Derivator derivator(kQuadratic, 5);
   const Vec before{4, 9, 16, 25, 36};  // (i + 1)^2

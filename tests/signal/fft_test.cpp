@@ -256,6 +256,17 @@ TEST(Correlation, AConstantSeriesHasNone) {
   EXPECT_THAT(Elements(result), ElementsAre(0.0f));
 }
 
+/// Squares of the smallest floats and of the largest are no floats.
+TEST(Correlation, LagZeroIsOneAtEveryScale) {
+  for (const float scale : {1e-30f, 1e-20f, 1e10f, 1e25f, 3e38f}) {
+    Vec x(8);
+    for (int i = 1; i <= 8; ++i) x(i, i % 2 == 0 ? scale : 0.5f * scale);
+    Vec result(1);
+    FFT::AutoCorrelation(&x, Detrend::kNone, 0, &result);
+    EXPECT_NEAR(result[1], 1.0, 1e-6) << scale;
+  }
+}
+
 /// A mean of -99 is a number like others.
 TEST(Correlation, AMeanOnTheMarkerIsSubtracted) {
   Vec v{-98, -100, -97, -101};

@@ -32,7 +32,7 @@ using MatPtr = std::unique_ptr<Mat>;
 using FlagsPtr = std::unique_ptr<BoolVector>;
 using Values = std::vector<float>;
 
-/// Twelve levels of sums of up to fifty products in float, there and back.
+/// Eight levels of sums of up to fifty products in float, there and back.
 constexpr double kRoundTrip = 2e-5;
 
 class Filters : public Wavelet::WaveletFilters {
@@ -409,6 +409,10 @@ struct Access : Wavelet {
   using Wavelet::CalcEntropy;
   using Wavelet::GetBestBasisTree;
   using Wavelet::MakeEntropyTree;
+  using Wavelet::SubBackwardTransform;
+  using Wavelet::SubBackwardTransFormBestBasis;
+  using Wavelet::SubForwardTransform;
+  using Wavelet::SubForwardTransFormBestBasis;
 };
 
 TEST(BestBasis, NodesAreCountedLevelByLevel) {
@@ -474,6 +478,54 @@ TEST(BestBasis, TheBasisOfASineHoldsItInFewCoefficients) {
   const VecPtr dyadic = Forward(x.back(), {Type::kDaubechies, 6}, true);
   const double norm = std::sqrt(y->GetSS());
   EXPECT_LT(Access::CalcEntropy(*y, 1, 256, norm), Access::CalcEntropy(*dyadic, 1, 256, norm));
+}
+
+TEST(BestBasis, IsThatOfTheDetrendedSeriesAndOfTheColumnMeans) {
+  const Filters filters(Wavelet::GetDecompositionFilter(Type::kDaubechies, 2));
+  const auto basis = [&](const Vec& x, Detrend mode) {
+    const FlagsPtr flags(Wavelet::FindBestBasis(&x, filters, mode));
+    return std::vector<bool>(flags->begin(), flags->end());
+  };
+  Mat rows;
+  for (unsigned seed = 1; seed <= 3; ++seed) rows.push_back(Vector(RandomSeries(64, seed)));
+  Vec mean(64);
+  for (int j = 1; j <= 64; ++j) mean(j, static_cast<float>(rows.GetColumnMean(j)));
+  const FlagsPtr flags(Wavelet::FindBestBasisObswise(&rows, filters, Detrend::kNone));
+  EXPECT_EQ(std::vector<bool>(flags->begin(), flags->end()), basis(mean, Detrend::kNone));
+  EXPECT_NE(basis(mean, Detrend::kNone), basis(rows[1], Detrend::kNone));
+  Vec rising(rows[1]);
+  for (int j = 1; j <= 64; ++j) rising(j, rising[j] + 0.5f * static_cast<float>(j));
+  Vec flat(rising);
+  double intercept = 0.0;
+  double slope = 0.0;
+  flat.DetrendLinear(intercept, slope);
+  EXPECT_EQ(basis(rising, Detrend::kLinear), basis(flat, Detrend::kNone));
+  EXPECT_NE(basis(rising, Detrend::kLinear), basis(rising, Detrend::kNone));
+}
+
+/// What a derived class may call, with filters as they are.
+TEST(BestBasis, BlocksAreSplitAndMergedOneByOne) {
+  const Filters decompose(Wavelet::GetDecompositionFilter(Type::kBiorthogonal2, 1));
+  const Filters reconstruct(Wavelet::GetReconstructionFilter(Type::kBiorthogonal2, 1));
+  const Values x = RandomSeries(16);
+  Vec v = Vector(x);
+  Access::SubForwardTransform(v, v, 8, 13, 9, decompose);  // the second half of the block, the high-pass half in front
+  Values expected(x.begin(), x.begin() + 8);
+  const Values level = PlainLevel(Values(x.begin() + 8, x.end()), *decompose.highPass, *decompose.lowPass);
+  expected.insert(expected.end(), level.begin() + 4, level.end());
+  expected.insert(expected.end(), level.begin(), level.begin() + 4);
+  EXPECT_EQ(Elements(v), expected);
+  Access::SubBackwardTransform(v, v, 8, 13, 9, reconstruct);
+  EXPECT_LT(LargestDifference(v, x), kRoundTrip);
+  const BoolVector flags(15, true);
+  double t = 0.0;
+  const Vec series = Vector(x);
+  Vec split(series);
+  Access::SubForwardTransFormBestBasis(split, 16, 1, 1, flags, decompose);
+  const VecPtr whole(Wavelet::ForwardTransformBestBasis(&series, decompose, &flags, Detrend::kNone, t, t, nullptr));
+  EXPECT_EQ(split, *whole);
+  Access::SubBackwardTransFormBestBasis(split, 16, 1, 1, flags, reconstruct);
+  EXPECT_LT(LargestDifference(split, x), kRoundTrip);
 }
 
 // Summaries.

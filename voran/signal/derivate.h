@@ -42,7 +42,8 @@ class VORAN_EXPORT Derivate {
   /// The position of the minimum or maximum of the polynomial fitted to `window`, of windowSize elements: from `step`
   /// for the first element on; `value` receives the polynomial's value there. -99 if the fit fails, if there is no such
   /// optimum, if it lies behind the window or, with `limitToWindow`, before it. The cubic term plays no part in the
-  /// position.
+  /// position. Where gaps move the mean position of what is present off the centre by d, the value is deliberately
+  /// taken d before the optimum, and the position is that of 2d before it.
   T GetOptima(const NCDataVector<T>& window, T step, bool minimum, bool limitToWindow, T& value) const;
 
  private:

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 
 #include "voran/containers/missing_value.h"
 #include "voran/platform/exception.h"
@@ -134,6 +135,7 @@ T Derivate<T>::GetDerivate(const Fit& fit, T x, int derivativeOrder) const {
 
 template <typename T>
 T Derivate<T>::GetOptima(const NCDataVector<T>& window, T step, bool minimum, bool limitToWindow, T& value) const {
+  assert(window.Size() >= windowSize_);
   const Fit fit = Estimate(window.begin());
   if (fit.HasFailed() || fit.b[2] == kMissing<T>) return kMissing<T>;
   if (minimum ? !(fit.b[2] > 0) : !(fit.b[2] < 0)) return kMissing<T>;

@@ -57,8 +57,14 @@ void FFT::DetrendVector(NCDataVector<float>& v, DetrendMode detrend) {
 void FFT::DetrendVecMeanStd(NCDataVector<float>& v) {
   const double mean = v.GetSum() / v.Size();
   float* const base = v.GetWritableVector();  // -= would move a mean that is the marker
-  for (int i = 1; i <= v.Size(); ++i) base[i] = static_cast<float>(static_cast<double>(base[i]) - mean);
-  v.Normalise();
+  double squares = 0.0;                       // in double: those of the smallest and the largest floats are no floats
+  for (int i = 1; i <= v.Size(); ++i) {
+    base[i] = static_cast<float>(static_cast<double>(base[i]) - mean);
+    squares += static_cast<double>(base[i]) * static_cast<double>(base[i]);
+  }
+  const double root = std::sqrt(squares);
+  if (!(root > 0.0)) return;
+  for (int i = 1; i <= v.Size(); ++i) base[i] = static_cast<float>(static_cast<double>(base[i]) / root);
 }
 
 void FFT::PadVectorZeros(NCDataVector<float>& v, int length) {
@@ -119,8 +125,11 @@ void FFT::AutoCorrelation(const NCDataVector<float>* x, DetrendMode detrend, int
   const int length = CorrelationLength(*x, lags);
   if (length == 0) return;
   assert(result->Size() > lags);
-  const NCDataVector<float> v = Standardised(*x, detrend, length);
-  result->SetRange(1, detail::Correlation(v.begin(), v.begin(), static_cast<std::size_t>(length)).get(), lags + 1);
+  try {
+    const NCDataVector<float> v = Standardised(*x, detrend, length);
+    result->SetRange(1, detail::Correlation(v.begin(), v.begin(), static_cast<std::size_t>(length)).get(), lags + 1);
+  } catch (const std::bad_alloc&) {  // as with everything else that cannot be done
+  }
 }
 
 void FFT::CrossCorrelation(const NCDataVector<float>* x, const NCDataVector<float>* y, DetrendMode detrend, int lags,
@@ -129,10 +138,13 @@ void FFT::CrossCorrelation(const NCDataVector<float>* x, const NCDataVector<floa
   const int length = std::min(CorrelationLength(*x, lags), CorrelationLength(*y, lags));
   if (length == 0) return;
   assert(result->Size() > 2 * lags);
-  const NCDataVector<float> a = Standardised(*x, detrend, length);
-  const NCDataVector<float> b = Standardised(*y, detrend, length);
-  const auto correlation = detail::Correlation(a.begin(), b.begin(), static_cast<std::size_t>(length));
-  ReorderFromVec(correlation.get(), *result, length, 2 * lags + 1);
+  try {
+    const NCDataVector<float> a = Standardised(*x, detrend, length);
+    const NCDataVector<float> b = Standardised(*y, detrend, length);
+    const auto correlation = detail::Correlation(a.begin(), b.begin(), static_cast<std::size_t>(length));
+    ReorderFromVec(correlation.get(), *result, length, 2 * lags + 1);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 }  // namespace voran

@@ -8,7 +8,7 @@ inline namespace voran {
 /// Power spectra and correlations of series, by way of fast Fourier transforms in float.
 ///
 /// Gaps are filled on straight lines first. Results are written into the first elements of `result`, which must be long
-/// enough. What is asked wrongly (a null pointer, an empty series, sizes that do not fit) deliberately does nothing.
+/// enough. What is asked wrongly (a null pointer, sizes that do not fit) deliberately does nothing.
 /// Free of state: any thread may call anything. The same bits on every machine with the same sine.
 class VORAN_EXPORT FFT {
  public:
@@ -31,12 +31,14 @@ class VORAN_EXPORT FFT {
   static void PowerSpectrum(const NCDataVector<float>* x, int segmentLength, bool overlap, DetrendMode detrend,
                             ScalingMode scaling, DataWindowMode window, NCDataVector<float>* result);
 
-  /// The autocorrelation at the lags 0 to `lags`, which is at most the length: 1 at lag 0, or 0 everywhere for a series
-  /// that does not vary. The mean that is taken off before is that of the series followed by zeros up to a power of 2.
+  /// The autocorrelation at the lags 0 to `lags`, which is at most the length: 1 at lag 0, or 0 everywhere if nothing
+  /// is left of the series. The mean that is taken off is that of the series, detrended and followed by zeros up to a
+  /// power of 2; so a series that does not vary leaves nothing only if it is detrended. A series without data
+  /// deliberately does nothing, nor does memory that runs out.
   static void AutoCorrelation(const NCDataVector<float>* x, DetrendMode detrend, int lags, NCDataVector<float>* result);
 
-  /// The correlation of two series of one length at the lags -lags to `lags`; a positive lag k pairs x(l + k) with
-  /// y(l).
+  /// The correlation of two series of one length at the lags -lags to `lags`, in the same way; a positive lag k pairs
+  /// x(l + k) with y(l).
   static void CrossCorrelation(const NCDataVector<float>* x, const NCDataVector<float>* y, DetrendMode detrend,
                                int lags, NCDataVector<float>* result);
 

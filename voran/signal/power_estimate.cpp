@@ -59,17 +59,18 @@ std::vector<float> PowerEstimate::Average(const float* x, std::size_t pairs, boo
   std::vector<float> outRe(n);
   std::vector<float> outIm(n);
   std::vector<float> powers(m_ + 1);
-  float divisor = 0.0f;
   for (std::size_t pair = 0; pair < pairs; ++pair, x += 2 * step) {
     for (std::size_t j = 0; j < n; ++j) re[j] = x[j] * window_[j];
     for (std::size_t j = 0; j < n; ++j) im[j] = x[step + j] * window_[j];
     transform.Forward(re.data(), im.data(), n, outRe.data(), outIm.data());
     AddPowers(outRe, outIm, powers);
-    divisor += sumOfSquares_;
   }
-  divisor *= 2.0f;
-  if (scaling == FFT::ScalingMode::kSpectrum) divisor *= sumOfWindow_ * sumOfWindow_ / sumOfSquares_;
-  for (float& power : powers) power /= divisor;
+  // The sums of squares of the windows of all segments: in double, as there may be millions.
+  double divisor = 2.0 * static_cast<double>(pairs) * static_cast<double>(sumOfSquares_);
+  if (scaling == FFT::ScalingMode::kSpectrum) {
+    divisor *= static_cast<double>(sumOfWindow_ * sumOfWindow_ / sumOfSquares_);
+  }
+  for (float& power : powers) power = static_cast<float>(static_cast<double>(power) / divisor);
   return powers;
 }
 

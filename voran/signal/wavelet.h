@@ -24,8 +24,10 @@ class FilterBank;
 ///
 /// Results are new objects that the caller deletes, unless a `result` is given: that is then filled and returned; it
 /// may be the input. Null comes back, and a `result` is left alone, if an input or a filter is null or empty, if
-/// nothing of a series is present, if coefficients have gaps, or if sizes do not fit. Free of state: any thread may
-/// call anything.
+/// nothing of a series is present, if coefficients have gaps, or if sizes do not fit. A coefficient that comes out as
+/// -99 is a number to the backward transform as long as nothing counts the gaps of its vector anew.
+///
+/// Free of state: any thread may call anything.
 class VORAN_EXPORT Wavelet {
  public:
   enum class WaveletFunctionType : int {
@@ -136,7 +138,7 @@ class VORAN_EXPORT Wavelet {
   /// in time, on n columns, or on at most 256 with `limit`: then a column shows its largest value.
   static NCDataMatrix<float>* PowerSpectrum(const NCDataVector<float>* x, bool limit, NCDataMatrix<float>* result);
   /// The share of each level in the energy of all levels, the finest first, for a matrix of coefficients x
-  /// observations; all 0 if there is no energy. Throws NCError for a single coefficient, or if a sum overflows.
+  /// observations; all 0 if there is no energy. Throws NCError for fewer than two coefficients, or if a sum overflows.
   static NCDataVector<float>* CalcWCEnergy(const NCDataMatrix<float>* coefficients);
 
   /// Names "base_1", "base_2", ... of coefficients. `byScale` gives "base_level_index" instead: (0, 1) for the first
@@ -162,9 +164,9 @@ class VORAN_EXPORT Wavelet {
   /// One level over the n elements from min(inPosition, outPosition) on: the low-pass half goes to `inPosition`, the
   /// high-pass half to `outPosition`. The backward form takes them from there. `out` may be `in`.
   static void SubForwardTransform(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
-                                  int outPosition, detail::FilterBank& filters);
+                                  int outPosition, const WaveletFilters& filters);
   static void SubBackwardTransform(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
-                                   int outPosition, detail::FilterBank& filters);
+                                   int outPosition, const WaveletFilters& filters);
 
   /// Sum of -p log p over p = (v / norm)^2 of `count` elements: 0 if there are none or the norm is 0.
   static double CalcEntropy(const NCDataVector<float>& v, int start, int count, double norm);
@@ -174,11 +176,22 @@ class VORAN_EXPORT Wavelet {
   static void GetBestBasisTree(NCDataVector<float>& entropies, BoolVector& flags);
   /// Splits, or merges, the block of `n` elements of node (level, index) as the flags tell.
   static void SubForwardTransFormBestBasis(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
-                                           detail::FilterBank& filters);
+                                           const WaveletFilters& filters);
   static void SubBackwardTransFormBestBasis(NCDataVector<float>& v, int n, int level, int index,
-                                            const BoolVector& flags, detail::FilterBank& filters);
+                                            const BoolVector& flags, const WaveletFilters& filters);
 
  private:
+  // The same, with filters that have been prepared for many blocks.
+
+  static void SplitLevel(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
+                         int outPosition, detail::FilterBank& filters);
+  static void MergeLevel(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
+                         int outPosition, detail::FilterBank& filters);
+  static void SplitTree(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
+                        detail::FilterBank& filters);
+  static void MergeTree(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
+                        detail::FilterBank& filters);
+
   static bool AreUsable(const WaveletFilters& filters);
   /// Something of x is present.
   static bool IsUsable(const NCDataVector<float>* x, const WaveletFilters& filters);

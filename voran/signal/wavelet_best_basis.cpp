@@ -57,7 +57,7 @@ NCDataVector<float> Wavelet::MakeEntropyTree(const NCDataVector<float>& x, const
     const int half = size / 2;
     for (int index = 1; index <= n / size; ++index) {
       const HalfPositions positions(size, index);
-      SubForwardTransform(v, v, size, positions.low, positions.high, bank);
+      SplitLevel(v, v, size, positions.low, positions.high, bank);
       for (int child = 2 * index - 1; child <= 2 * index; ++child) {
         const double entropy = CalcEntropy(v, (child - 1) * half + 1, half, norm);
         entropies(Node(level + 1, child), static_cast<float>(entropy));
@@ -96,24 +96,36 @@ BoolVector* Wavelet::FindBestBasisObswise(const NCDataMatrix<float>* x, const Wa
   return FindBestBasis(&narrowed, filters, mode);
 }
 
-void Wavelet::SubForwardTransFormBestBasis(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
-                                           FilterBank& filters) {
+void Wavelet::SplitTree(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
+                        FilterBank& filters) {
   if (n < 2 || !flags[Node(level, index)]) return;
   const HalfPositions positions(n, index);
-  SubForwardTransform(v, v, n, positions.low, positions.high, filters);
+  SplitLevel(v, v, n, positions.low, positions.high, filters);
   for (int child = 2 * index - 1; child <= 2 * index; ++child) {
-    SubForwardTransFormBestBasis(v, n / 2, level + 1, child, flags, filters);
+    SplitTree(v, n / 2, level + 1, child, flags, filters);
   }
 }
 
-void Wavelet::SubBackwardTransFormBestBasis(NCDataVector<float>& v, int n, int level, int index,
-                                            const BoolVector& flags, FilterBank& filters) {
+void Wavelet::MergeTree(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
+                        FilterBank& filters) {
   if (n < 2 || !flags[Node(level, index)]) return;
   for (int child = 2 * index - 1; child <= 2 * index; ++child) {
-    SubBackwardTransFormBestBasis(v, n / 2, level + 1, child, flags, filters);
+    MergeTree(v, n / 2, level + 1, child, flags, filters);
   }
   const HalfPositions positions(n, index);
-  SubBackwardTransform(v, v, n, positions.low, positions.high, filters);
+  MergeLevel(v, v, n, positions.low, positions.high, filters);
+}
+
+void Wavelet::SubForwardTransFormBestBasis(NCDataVector<float>& v, int n, int level, int index, const BoolVector& flags,
+                                           const WaveletFilters& filters) {
+  FilterBank bank(*filters.highPass, *filters.lowPass, n);
+  SplitTree(v, n, level, index, flags, bank);
+}
+
+void Wavelet::SubBackwardTransFormBestBasis(NCDataVector<float>& v, int n, int level, int index,
+                                            const BoolVector& flags, const WaveletFilters& filters) {
+  FilterBank bank(*filters.highPass, *filters.lowPass, n);
+  MergeTree(v, n, level, index, flags, bank);
 }
 
 NCDataVector<float>* Wavelet::ForwardTransformBestBasis(const NCDataVector<float>* x, const WaveletFilters& filters,
@@ -121,8 +133,7 @@ NCDataVector<float>* Wavelet::ForwardTransformBestBasis(const NCDataVector<float
                                                         double& trend2, NCDataVector<float>* result) {
   if (!IsUsable(x, filters) || !HasFlagsFor(flags, PaddedLength(x->Size()))) return nullptr;
   NCDataVector<float> v = Prepared(*x, mode, trend1, trend2, true);
-  FilterBank bank(*filters.highPass, *filters.lowPass, v.Size());
-  SubForwardTransFormBestBasis(v, v.Size(), 1, 1, *flags, bank);
+  SubForwardTransFormBestBasis(v, v.Size(), 1, 1, *flags, filters);
   return detail::InResultOrNew(v, result);
 }
 
@@ -135,8 +146,7 @@ NCDataVector<float>* Wavelet::BackwardTransformBestBasis(const NCDataVector<floa
     return nullptr;
   }
   NCDataVector<float> v(*coefficients);
-  FilterBank bank(*filters.highPass, *filters.lowPass, v.Size());
-  SubBackwardTransFormBestBasis(v, v.Size(), 1, 1, *flags, bank);
+  SubBackwardTransFormBestBasis(v, v.Size(), 1, 1, *flags, filters);
   return detail::InResultOrNew(Restored(v, mode, trend1, trend2, originalLength), result);
 }
 

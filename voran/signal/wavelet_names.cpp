@@ -2,8 +2,7 @@
 #include <bit>
 #include <cstring>
 #include <iterator>
-
-#include <boost/format.hpp>
+#include <string>
 
 #include "voran/platform/exception_message.h"
 #include "voran/signal/wavelet.h"
@@ -43,10 +42,10 @@ bool Equal(const char* a, const char* b) {
 }
 
 std::string VarName(const std::string& base, int number, bool byScale) {
-  if (!byScale) return (boost::format("%1%_%2%") % base % number).str();
+  if (!byScale) return base + "_" + std::to_string(number);
   const int level = static_cast<int>(std::bit_width(static_cast<unsigned>(number - 1)));
   const int index = level == 0 ? 1 : number - (1 << (level - 1));
-  return (boost::format("%1%_%2%_%3%") % base % level % index).str();
+  return base + "_" + std::to_string(level) + "_" + std::to_string(index);
 }
 
 }  // namespace

@@ -69,16 +69,28 @@ NCDataVector<float> Wavelet::Restored(NCDataVector<float> v, DetrendMode mode, d
   return v;
 }
 
-void Wavelet::SubForwardTransform(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
-                                  int outPosition, FilterBank& filters) {
+void Wavelet::SplitLevel(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
+                         int outPosition, FilterBank& filters) {
   float* const halves = out.GetWritableVector();  // before `in` is looked at, which may be the same vector
   filters.Split(in.GetVector() + std::min(inPosition, outPosition), n, halves + inPosition, halves + outPosition);
 }
 
-void Wavelet::SubBackwardTransform(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
-                                   int outPosition, FilterBank& filters) {
+void Wavelet::MergeLevel(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
+                         int outPosition, FilterBank& filters) {
   float* const block = out.GetWritableVector() + std::min(inPosition, outPosition);
   filters.Merge(in.GetVector() + inPosition, in.GetVector() + outPosition, n, block);
+}
+
+void Wavelet::SubForwardTransform(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
+                                  int outPosition, const WaveletFilters& filters) {
+  FilterBank bank(*filters.highPass, *filters.lowPass, n);
+  SplitLevel(in, out, n, inPosition, outPosition, bank);
+}
+
+void Wavelet::SubBackwardTransform(const NCDataVector<float>& in, NCDataVector<float>& out, int n, int inPosition,
+                                   int outPosition, const WaveletFilters& filters) {
+  FilterBank bank(*filters.highPass, *filters.lowPass, n);
+  MergeLevel(in, out, n, inPosition, outPosition, bank);
 }
 
 NCDataVector<float>* Wavelet::ForwardTransform(const NCDataVector<float>* x, const WaveletFilters& filters,
@@ -87,7 +99,7 @@ NCDataVector<float>* Wavelet::ForwardTransform(const NCDataVector<float>* x, con
   if (!IsUsable(x, filters)) return nullptr;
   NCDataVector<float> v = Prepared(*x, mode, trend1, trend2, pad);
   FilterBank bank(*filters.highPass, *filters.lowPass, v.Size());
-  for (const int n : LevelSizes(v.Size())) SubForwardTransform(v, v, n, 1, n / 2 + 1, bank);
+  for (const int n : LevelSizes(v.Size())) SplitLevel(v, v, n, 1, n / 2 + 1, bank);
   return detail::InResultOrNew(v, result);
 }
 
@@ -99,7 +111,7 @@ NCDataVector<float>* Wavelet::BackwardTransform(const NCDataVector<float>* coeff
   FilterBank bank(*filters.highPass, *filters.lowPass, v.Size());
   std::vector<int> sizes = LevelSizes(v.Size());
   std::reverse(sizes.begin(), sizes.end());
-  for (const int n : sizes) SubBackwardTransform(v, v, n, 1, n / 2 + 1, bank);
+  for (const int n : sizes) MergeLevel(v, v, n, 1, n / 2 + 1, bank);
   return detail::InResultOrNew(Restored(v, mode, trend1, trend2, originalLength), result);
 }
 
