@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <vector>
 
+#include "voran/platform/exception_message.h"
+#include "voran/platform/progress.h"
+#include "voran/statistics/cancel_poll.h"
 #include "voran/statistics/fisher_exact.h"
 #include "voran/statistics/incomplete_beta.h"
 
@@ -12,7 +15,8 @@ inline namespace voran {
 namespace Sta {
 namespace {
 
-constexpr int kMultiplier = 30;  // paths that the workspace holds for each key
+constexpr int kMultiplier = 30;                  // paths that the workspace holds for each key
+constexpr std::size_t kUnitsPerProbability = 4;  // its nine log gammas, in those of CancelPoll
 
 double LogFactorial(double n) {
   return detail::LogGamma(n + 1.0);
@@ -36,9 +40,10 @@ struct TwoByTwo {
 
 /// The probabilities, none above `most`, of the tables whose first cell is larger by `change`, 2 * `change` and so on
 /// up to `steps` times.
-double SumOfTail(TwoByTwo table, int change, int steps, double most) {
+double SumOfTail(TwoByTwo table, int change, int steps, double most, voran::detail::CancelPoll& poll) {
   double sum = 0.0;
   for (; steps > 0; --steps) {
+    poll.Add(kUnitsPerProbability);
     table = table.Moved(change);
     const double p = table.Probability();
     if (most >= p) sum += p;
@@ -47,11 +52,13 @@ double SumOfTail(TwoByTwo table, int change, int steps, double most) {
 }
 
 double TwoByTwoProbability(const TwoByTwo& table, SidedNess sidedness) {
+  NCProgress progress(voran::detail::TranslateText(detail::kTestName).c_str(), 0.0F, 0.0F, false, true, true, "");
+  voran::detail::CancelPoll poll([&] { return !progress.NextSpin(); });
   const double p0 = table.Probability();
   const double most = sidedness == SidedNess::kTwoSided ? p0 : HUGE_VAL;
   double sum = 0.0;
-  if (sidedness != SidedNess::kGreater) sum += SumOfTail(table, -1, std::min(table.a, table.d), most);
-  if (sidedness != SidedNess::kLess) sum += SumOfTail(table, 1, std::min(table.b, table.c), most);
+  if (sidedness != SidedNess::kGreater) sum += SumOfTail(table, -1, std::min(table.a, table.d), most, poll);
+  if (sidedness != SidedNess::kLess) sum += SumOfTail(table, 1, std::min(table.b, table.c), most, poll);
   return p0 + sum;
 }
 
