@@ -226,9 +226,25 @@ TEST(Fisher, RefusesWhatItCannotTest) {
   EXPECT_EQ(MessageOf([&] { Exact({{1}, {2}}); }), "Fehler: NCOL must be at least 2");
 }
 
+/// By fisher.test of R 4.2, whose messages name LDKEY: what it needs is the bound here.
+TEST(Fisher, NeedsNoMoreKeysThanPublished) {
+  const struct {
+    Table table;
+    int ldkey;
+  } cases[] = {{{{0, 2, 0, 3}, {0, 2, 3, 1}, {1, 1, 3, 1}, {1, 3, 3, 3}}, 21},
+               {{{1, 0, 4, 1, 3}, {2, 4, 1, 0, 0}, {4, 3, 5, 0, 4}}, 22},
+               {kSatisfaction, 154}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(Exact(c.table, false, 318 * (c.ldkey + 1)), Exact(c.table)) << c.ldkey;
+    EXPECT_NE(MessageOf([&] { Exact(c.table, false, 318 * (c.ldkey / 2)); }), "none") << c.ldkey;
+  }
+}
+
 TEST(Fisher, CanBeBrokenOffAndRunsAgain) {
   NCProgress::RequestCancelAll();
   EXPECT_THROW(Exact(kEighty), CancelException);
+  EXPECT_THROW(Exact({{100000, 99000}, {99000, 100000}}), CancelException);
+  EXPECT_THROW(Exact({{1, 0, 0}, {1000000, 1000000, 1000000}}), CancelException);  // amid its log factorials
   NCProgress::ClearCancelAll();
   EXPECT_NEAR(Exact(kEighty), 0.10113771, kRounding);
 }
