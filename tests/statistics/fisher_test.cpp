@@ -167,6 +167,7 @@ TEST(Fisher, HybridUsesChiSquareWhereCountsAreLarge) {
                {{{8, 3, 6, 2}, {4, 9, 3, 5}, {2, 5, 6, 7}}, 0.09622664663},
                {kEighty, 0.1018025958},
                {{{20, 22, 24}, {25, 28, 26}, {30, 19, 27}}, 0.6085715515},
+               {{{2, 1, 10, 5, 11, 5}, {3, 3, 4, 8, 3, 6}}, 0.131442007908},  // exactly 80 % of expected counts reach 5
                {{{20, 68, 5, 15}, {94, 7, 16, 10}, {84, 119, 29, 54}, {17, 26, 14, 14}}, 7.05228007e-27}};
   for (const auto& c : cases) EXPECT_NEAR(Exact(c.table, true, 20000000) / c.p, 1.0, 1e-8) << c.p;
 }
