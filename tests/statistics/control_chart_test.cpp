@@ -125,6 +125,7 @@ TEST(ControlChart, StdDevOfNearlyEqualValuesIsANumber) {
   for (int i = 1; i <= values.Size(); i += 4) values(i, std::nextafter(1000.0F, 2000.0F));
   const float stdDev = Chart(ControlChart::kMeanStdDev, values, values.Size()).GetStdDevVector()[1];
   EXPECT_TRUE(stdDev >= 0.0F && stdDev < 1e-3F) << stdDev;
+  EXPECT_TRUE(std::isnan(Chart(ControlChart::kMeanStdDev, {std::nanf(""), 1, 2}).GetStdDevVector()[1]));
 }
 
 TEST(ControlChart, CuSumIsThatWorkedByHand) {

@@ -49,7 +49,7 @@ float StdDevOf(Subgroup values) {
   const Sums sums(values);
   const auto k = static_cast<double>(sums.count);
   if (sums.count < 2) return kGap;
-  const double spread = std::max(0.0, k * sums.squares - sums.sum * sums.sum);  // rounding may take it below 0
+  const double spread = std::max(k * sums.squares - sums.sum * sums.sum, 0.0);  // rounding may take it below 0
   return static_cast<float>(std::sqrt(spread / ((k - 1.0) * k)));
 }
 
