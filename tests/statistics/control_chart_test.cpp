@@ -120,6 +120,14 @@ TEST(ControlChart, RangesBeginAnewAtAGapAndOtherStatisticsSkipIt) {
   EXPECT_EQ(Chart(ControlChart::kIndividual, Vector(10, 1.0F)).GetMeanVector().Size(), 3);
 }
 
+TEST(ControlChart, StdDevOfNearlyEqualValuesIsANumber) {
+  Vector values(5000, 1000.0F);
+  for (int i = 1; i <= values.Size(); i += 4) values(i, std::nextafter(1000.0F, 2000.0F));
+  const float stdDev = Chart(ControlChart::kMeanStdDev, values, values.Size()).GetStdDevVector()[1];
+  EXPECT_TRUE(stdDev >= 0.0F && stdDev < 1e-3F) << stdDev;
+  EXPECT_TRUE(std::isnan(Chart(ControlChart::kMeanStdDev, {std::nanf(""), 1, 2}).GetStdDevVector()[1]));
+}
+
 TEST(ControlChart, CuSumIsThatWorkedByHand) {
   ControlChart chart = Chart(ControlChart::kCuSum);
   chart.SetTarget(6.0);
@@ -147,6 +155,15 @@ TEST(ControlChart, CuSumGoesOnFromEarlierDataAndOverGaps) {
               ElementsAre(2, FloatNear(2 - k, 1e-6F), FloatNear(2 - 2 * k, 1e-6F), FloatNear(2 - 2 * k, 1e-6F), 0));
   EXPECT_THAT(chart.GetLowCuSum(), ElementsAre(0.25F, 0, 0, 0, FloatNear(2 - k, 1e-6F)));
   EXPECT_THAT(chart.GetDevFromTarget(), ElementsAre(kGap, 0, 0, kGap, -2));
+}
+
+TEST(ControlChart, CuSumHoldsItsStartUpToTheFirstMean) {
+  ControlChart chart = Chart(ControlChart::kCuSum, {kGap, kGap, 3, kGap}, 1);  // one value has no sigma
+  chart.SetPrevious(1.5, 2.0);
+  EXPECT_THAT(chart.GetHighCuSum(), ElementsAre(2, 2, kGap, kGap));
+  EXPECT_THAT(chart.GetLowCuSum(), ElementsAre(1.5F, 1.5F, kGap, kGap));
+  EXPECT_THAT(chart.GetDevFromTarget(), ElementsAre(kGap, kGap, 0, kGap));
+  EXPECT_EQ(chart.GetDeadBand(), kMissing);
 }
 
 TEST(ControlChart, EWMAIsThatWorkedByHand) {
@@ -291,9 +308,10 @@ TEST(ControlChart, WithoutDataEverythingIsMissing) {
             chart.GetActionLimit(), chart.GetEWMAUCL(), chart.GetMSSD()}) {
         EXPECT_EQ(value, kMissing) << type;
       }
-      for (const Vector& vector : {chart.GetEWMA(), chart.GetHighCuSum(), chart.GetDevFromTarget()}) {
+      for (const Vector& vector : {chart.GetEWMA(), chart.GetDevFromTarget()}) {
         EXPECT_EQ(vector, Vector(values.Size() / 3));
       }
+      EXPECT_EQ(chart.GetHighCuSum(), Vector(values.Size() / 3, 0.0F));  // gaps at the start: where the sums begin
     }
   }
 }

@@ -126,6 +126,8 @@ TEST(TwoByTwo, SumsTheTailThatIsAskedFor) {
     EXPECT_NEAR(p(Sta::SidedNess::kLess) / c.less, 1.0, 1e-7) << c.less;
     EXPECT_NEAR(p(Sta::SidedNess::kGreater) / c.greater, 1.0, 1e-7) << c.greater;
   }
+  const int most[] = {2147483647, 40000, 40000, 0};  // the other tables have larger first cells, and all together p 1
+  EXPECT_NEAR(Sta::GetFisherExactProbability(most, 2, 2, false, Sta::SidedNess::kGreater, 0), 1.0, 1e-4);
 }
 
 // The lady tasting tea, twins' convictions and the admissions to six departments: published tables, p by R.

@@ -167,6 +167,7 @@ TEST(Fisher, HybridUsesChiSquareWhereCountsAreLarge) {
                {{{8, 3, 6, 2}, {4, 9, 3, 5}, {2, 5, 6, 7}}, 0.09622664663},
                {kEighty, 0.1018025958},
                {{{20, 22, 24}, {25, 28, 26}, {30, 19, 27}}, 0.6085715515},
+               {{{2, 1, 10, 5, 11, 5}, {3, 3, 4, 8, 3, 6}}, 0.131442007908},  // exactly 80 % of expected counts reach 5
                {{{20, 68, 5, 15}, {94, 7, 16, 10}, {84, 119, 29, 54}, {17, 26, 14, 14}}, 7.05228007e-27}};
   for (const auto& c : cases) EXPECT_NEAR(Exact(c.table, true, 20000000) / c.p, 1.0, 1e-8) << c.p;
 }
@@ -226,9 +227,25 @@ TEST(Fisher, RefusesWhatItCannotTest) {
   EXPECT_EQ(MessageOf([&] { Exact({{1}, {2}}); }), "Fehler: NCOL must be at least 2");
 }
 
+/// By fisher.test of R 4.2, whose messages name LDKEY: what it needs is the bound here.
+TEST(Fisher, NeedsNoMoreKeysThanPublished) {
+  const struct {
+    Table table;
+    int ldkey;
+  } cases[] = {{{{0, 2, 0, 3}, {0, 2, 3, 1}, {1, 1, 3, 1}, {1, 3, 3, 3}}, 21},
+               {{{1, 0, 4, 1, 3}, {2, 4, 1, 0, 0}, {4, 3, 5, 0, 4}}, 22},
+               {kSatisfaction, 154}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(Exact(c.table, false, 318 * (c.ldkey + 1)), Exact(c.table)) << c.ldkey;
+    EXPECT_NE(MessageOf([&] { Exact(c.table, false, 318 * (c.ldkey / 2)); }), "none") << c.ldkey;
+  }
+}
+
 TEST(Fisher, CanBeBrokenOffAndRunsAgain) {
   NCProgress::RequestCancelAll();
   EXPECT_THROW(Exact(kEighty), CancelException);
+  EXPECT_THROW(Exact({{100000, 99000}, {99000, 100000}}), CancelException);
+  EXPECT_THROW(Exact({{1, 0, 0}, {1000000, 1000000, 1000000}}), CancelException);  // amid its log factorials
   NCProgress::ClearCancelAll();
   EXPECT_NEAR(Exact(kEighty), 0.10113771, kRounding);
 }

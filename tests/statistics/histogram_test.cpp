@@ -42,8 +42,9 @@ TEST(Histogram, EdgeBelongsToTheUpperBinAndTheLastToTheLast) {
   const struct {
     double value;
     int maxIndex, bin;
-  } cases[] = {{2, 9, 0},   {2.49, 9, 0}, {2.5, 9, 1},   {2.499999, 9, 1}, {2.50001, 9, 1},  {2.99, 9, 1}, {7, 9, 9},
-               {7, 20, 10}, {7, -1, 9},   {7.1, -1, 10}, {100, 9, 9},      {2.000001, 9, 0}, {6.99, -1, 9}};
+  } cases[] = {{2, 9, 0},     {2.49, 9, 0}, {2.5, 9, 1},   {2.499999, 9, 1}, {2.50001, 9, 1}, {2.99, 9, 1},
+               {7, 9, 9},     {7, 20, 10},  {7, -1, 9},    {7.1, -1, 10},    {100, 9, 9},     {2.000001, 9, 0},
+               {6.99, -1, 9}, {1.9, 9, -1}, {-0.3, 9, -5}, {0.5, -1, -4}};
   for (const auto& c : cases) {
     EXPECT_EQ(FrequencyHistogram::bindex(c.value, 2.0, 0.5, c.maxIndex), c.bin) << c.value;
   }

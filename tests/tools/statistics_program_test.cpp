@@ -272,6 +272,9 @@ TEST_F(StatisticsCommands, HistogramFilesAndGaps) {
   EXPECT_EQ(CountOf(svg, "<circle"), 9u);
   EXPECT_THAT(Run({"histogram", "t.csv", "--x", "a", "--quiet"}).out,
               HasSubstr("\n  a\n   from  count\n      0      2  ##\n  5.000      2  ##\n"));
+  Put("far.csv", "v\n1000\n1000.1\n1000.14\n1000.2\n");
+  EXPECT_THAT(Run({"histogram", "far.csv", "--quiet"}).out,
+              HasSubstr("    from  count\n    1000      2  ##\n  1000.1      2  ##\n"));
   ExpectRefusal({"histogram", "t.csv", "--x", "none"}, 3, "t.csv: no column holds a value; there is nothing to count");
 }
 
@@ -368,6 +371,7 @@ TEST_F(StatisticsCommands, AllFormsOfCountsGiveTheSameTest) {
 TEST_F(StatisticsCommands, CountsThatCannotBeTestedAreRefused) {
   Put("bad.csv", "id,a,b,half,large,gap,zero,null\nr,1,-2,0.5,2e7,,0,0\ns,3,4,1,1,1,0,0\n");
   Put("text.csv", "k,l,n\nx,y,1\n");
+  Put("large_keys.csv", "id,a,b,c\nr,1290,0,0\ns,0,1290,0\nt,0,0,1290\n");
   struct Case {
     Arguments arguments;
     int code;
@@ -388,6 +392,7 @@ TEST_F(StatisticsCommands, CountsThatCannotBeTestedAreRefused) {
         "--workspace", "300"},
        1,
        "LDKEY is too small for this problem; try increasing the size of the workspace (--workspace is 300), or try"},
+      {{"large_keys.csv"}, 1, "reduce the workspace size or use another algorithm\n"},
   };
   for (const Case& c : cases) {
     Arguments arguments = {"fisher"};

@@ -39,10 +39,12 @@ std::vector<std::string> TickLabels(const std::vector<double>& ticks) {
   const double largest = std::max(std::abs(ticks.front()), std::abs(ticks.back()));
   const int decimals = step > 0.0 ? std::max(0, -static_cast<int>(std::floor(std::log10(step * 1.000001)))) : 0;
   const bool isPlain = largest < kLargest && (largest == 0.0 || step >= kSmallest);
+  const double steps = step > 0.0 ? largest / step : 1.0;
+  const int digits = std::clamp(static_cast<int>(std::log10(std::max(steps, 1.0))) + 2, 4, 17);  // tell ticks apart
   std::vector<std::string> labels;
   labels.reserve(ticks.size());
   for (const double tick : ticks) {
-    labels.push_back(isPlain ? fmt::format("{:.{}f}", tick, decimals) : fmt::format("{:.4g}", tick));
+    labels.push_back(isPlain ? fmt::format("{:.{}f}", tick, decimals) : fmt::format("{:.{}g}", tick, digits));
   }
   return labels;
 }

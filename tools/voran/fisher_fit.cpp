@@ -1,5 +1,7 @@
 #include "tools/voran/fisher_fit.h"
 
+#include <string_view>
+
 #include <fmt/format.h>
 
 #include "tools/voran/failure.h"
@@ -8,6 +10,15 @@
 #include "voran/platform/nc_error.h"
 
 namespace tool {
+namespace {
+
+// What helps a table that outgrows the workspace; nothing here helps one whose keys are too large.
+std::string HintFor(const NCError& error, const FisherSettings& settings) {
+  if (std::string_view(error.what()).find("size of the workspace") == std::string_view::npos) return {};
+  return fmt::format(" (--workspace is {}){}", settings.workspace, settings.isHybrid ? "" : ", or try --hybrid");
+}
+
+}  // namespace
 
 double TestCounts(const CountTable& table, const std::string& source, const FisherSettings& settings) {
   if (settings.sidedness != Sta::SidedNess::kTwoSided && !table.IsTwoByTwo()) {
@@ -21,9 +32,7 @@ double TestCounts(const CountTable& table, const std::string& source, const Fish
   } catch (const CancelException&) {
     throw Cancelled();
   } catch (const NCError& error) {
-    throw FailureOf(
-        error, source, nullptr,
-        fmt::format(" (--workspace is {}){}", settings.workspace, settings.isHybrid ? "" : ", or try --hybrid"));
+    throw FailureOf(error, source, nullptr, HintFor(error, settings));
   }
 }
 

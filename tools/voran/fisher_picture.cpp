@@ -70,8 +70,7 @@ std::string FisherPicture(const FisherReport& report) {
   SvgWriter svg(kPageMargin + kWidth + kLegendWidth, kTop + kHeight + kPageMargin,
                 "Counts of " + PictureName(report.table));
   WriteHead(svg, PictureName(report.table),
-            fmt::format("shares of the rows in each column, p {:.4g} ({})", report.p,
-                        SidednessName(report.settings.sidedness)));
+            fmt::format("shares of the rows in each column, p {:.4g} ({})", report.p, MethodName(report)));
   const auto sums = counts.ColumnSums();
   const double total = static_cast<double>(std::accumulate(sums.begin(), sums.end(), 0LL));
   const double room = kWidth - kSpace * static_cast<double>(sums.size() - 1);

@@ -57,16 +57,17 @@ std::string CountLines(const FisherReport& report) {
   return "\n" + table.Text();
 }
 
-std::string MethodName(const FisherReport& report) {
-  if (report.counts.IsTwoByTwo()) return SidednessName(report.settings.sidedness);
-  return report.settings.isHybrid ? "hybrid" : "two-sided";
+// As in the option.
+std::string SidednessName(Sta::SidedNess sidedness) {
+  if (sidedness == Sta::SidedNess::kTwoSided) return "two-sided";
+  return sidedness == Sta::SidedNess::kLess ? "less" : "greater";
 }
 
 }  // namespace
 
-std::string SidednessName(Sta::SidedNess sidedness) {
-  if (sidedness == Sta::SidedNess::kTwoSided) return "two-sided";
-  return sidedness == Sta::SidedNess::kLess ? "less" : "greater";
+std::string MethodName(const FisherReport& report) {
+  if (report.counts.IsTwoByTwo()) return SidednessName(report.settings.sidedness);
+  return report.settings.isHybrid ? "hybrid" : "two-sided";
 }
 
 std::string FisherText(const FisherReport& report) {

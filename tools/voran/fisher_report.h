@@ -17,8 +17,8 @@ struct FisherReport {
   double p;
 };
 
-/// "two-sided", "less" or "greater", as in the option.
-std::string SidednessName(Sta::SidedNess sidedness);
+/// Which p this is: "two-sided", "less" or "greater" of a 2 x 2 table, "two-sided" or "hybrid" of others.
+std::string MethodName(const FisherReport& report);
 
 /// The counts with their sums, and the p-value.
 std::string FisherText(const FisherReport& report);

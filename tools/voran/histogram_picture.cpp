@@ -53,8 +53,9 @@ void DrawDots(Plot& plot, const HistogramReport& report, const ColumnHistogram& 
 
 void DrawBars(Plot& plot, const ColumnHistogram& column) {
   for (const HistogramBin& bin : column.bins) {
-    plot.DrawBar(bin.lower, bin.upper, static_cast<double>(bin.rows.size()), kColours[0],
-                 fmt::format("{} to {}: {}", ShortNumber(bin.lower), ShortNumber(bin.upper), bin.rows.size()));
+    plot.DrawBar(
+        bin.lower, bin.upper, static_cast<double>(bin.rows.size()), kColours[0],
+        fmt::format("{} to {}: {}", EdgeText(column, bin.lower), EdgeText(column, bin.upper), bin.rows.size()));
   }
 }
 

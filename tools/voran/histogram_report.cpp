@@ -1,6 +1,7 @@
 #include "tools/voran/histogram_report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include <fmt/format.h>
@@ -40,7 +41,7 @@ std::string BarLines(const ColumnHistogram& column) {
   std::vector<std::string> edges;
   std::size_t edgeWidth = 2;
   for (const HistogramBin& bin : column.bins) {
-    edges.push_back(ShortNumber(bin.lower));
+    edges.push_back(EdgeText(column, bin.lower));
     edgeWidth = std::max(edgeWidth, edges.back().size());
   }
   const std::size_t highest = column.Highest();
@@ -103,6 +104,15 @@ void WriteDots(std::ostream& out, const HistogramReport& report) {
 }
 
 }  // namespace
+
+std::string EdgeText(const ColumnHistogram& column, double edge) {
+  constexpr int kDigitsShown = 4;    // by ShortNumber
+  constexpr int kDigitsOfWidth = 2;  // a bin is as wide as one digit, or one and a half
+  const double largest = std::max(std::abs(column.bins.front().lower), std::abs(column.bins.back().upper));
+  const auto place = [](double number) { return static_cast<int>(std::floor(std::log10(number) + 1e-9)); };
+  const int digits = place(largest) - place(column.width) + kDigitsOfWidth;
+  return digits <= kDigitsShown ? ShortNumber(edge) : fmt::format("{:.{}g}", edge, digits);
+}
 
 std::string HistogramText(const HistogramReport& report) {
   std::string text =

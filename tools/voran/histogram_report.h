@@ -17,6 +17,9 @@ struct HistogramReport {
   bool withDots;  ///< a dot for each row, in place of bars
 };
 
+/// The edge of a bin, with the digits that tell the bins of this column apart.
+std::string EdgeText(const ColumnHistogram& column, double edge);
+
 /// A table of the columns and, if there are few, the bins of each with bars.
 std::string HistogramText(const HistogramReport& report);
 

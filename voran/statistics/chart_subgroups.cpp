@@ -1,5 +1,6 @@
 #include "voran/statistics/chart_subgroups.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cmath>
 #include <span>
@@ -48,7 +49,8 @@ float StdDevOf(Subgroup values) {
   const Sums sums(values);
   const auto k = static_cast<double>(sums.count);
   if (sums.count < 2) return kGap;
-  return static_cast<float>(std::sqrt((k * sums.squares - sums.sum * sums.sum) / ((k - 1.0) * k)));
+  const double spread = std::max(k * sums.squares - sums.sum * sums.sum, 0.0);  // rounding may take it below 0
+  return static_cast<float>(std::sqrt(spread / ((k - 1.0) * k)));
 }
 
 float RangeOf(Subgroup values) {

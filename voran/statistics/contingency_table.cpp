@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <vector>
 
+#include "voran/platform/exception_message.h"
+#include "voran/platform/progress.h"
+#include "voran/statistics/cancel_poll.h"
 #include "voran/statistics/fisher_exact.h"
 #include "voran/statistics/incomplete_beta.h"
 
@@ -12,7 +15,8 @@ inline namespace voran {
 namespace Sta {
 namespace {
 
-constexpr int kMultiplier = 30;  // paths that the workspace holds for each key
+constexpr int kMultiplier = 30;                  // paths that the workspace holds for each key
+constexpr std::size_t kUnitsPerProbability = 4;  // its nine log gammas, in those of CancelPoll
 
 double LogFactorial(double n) {
   return detail::LogGamma(n + 1.0);
@@ -22,23 +26,29 @@ double LogBinomial(double n, double k) {
   return LogFactorial(n) - LogFactorial(k) - LogFactorial(n - k);
 }
 
+/// Counts as doubles, in which no sum of them overflows.
 struct TwoByTwo {
-  int a;
-  int b;
-  int c;
-  int d;
+  TwoByTwo(double first, double second, double third, double fourth) : a(first), b(second), c(third), d(fourth) {}
 
-  double Probability() const { return GetTableProbability(a, b, c, d); }
+  double a;
+  double b;
+  double c;
+  double d;
+
+  double Probability() const {
+    return std::exp(LogBinomial(a + b, a) + LogBinomial(c + d, c) - LogBinomial(a + b + (c + d), a + c));
+  }
 
   /// The table of the same margins with its first cell larger by `change`.
-  TwoByTwo Moved(int change) const { return {a + change, b - change, c - change, d + change}; }
+  TwoByTwo Moved(double change) const { return {a + change, b - change, c - change, d + change}; }
 };
 
 /// The probabilities, none above `most`, of the tables whose first cell is larger by `change`, 2 * `change` and so on
 /// up to `steps` times.
-double SumOfTail(TwoByTwo table, int change, int steps, double most) {
+double SumOfTail(TwoByTwo table, double change, double steps, double most, voran::detail::CancelPoll& poll) {
   double sum = 0.0;
-  for (; steps > 0; --steps) {
+  for (; steps > 0.0; --steps) {
+    poll.Add(kUnitsPerProbability);
     table = table.Moved(change);
     const double p = table.Probability();
     if (most >= p) sum += p;
@@ -47,11 +57,13 @@ double SumOfTail(TwoByTwo table, int change, int steps, double most) {
 }
 
 double TwoByTwoProbability(const TwoByTwo& table, SidedNess sidedness) {
+  NCProgress progress(voran::detail::TranslateText(detail::kTestName).c_str(), 0.0F, 0.0F, false, true, true, "");
+  voran::detail::CancelPoll poll([&] { return !progress.NextSpin(); });
   const double p0 = table.Probability();
   const double most = sidedness == SidedNess::kTwoSided ? p0 : HUGE_VAL;
   double sum = 0.0;
-  if (sidedness != SidedNess::kGreater) sum += SumOfTail(table, -1, std::min(table.a, table.d), most);
-  if (sidedness != SidedNess::kLess) sum += SumOfTail(table, 1, std::min(table.b, table.c), most);
+  if (sidedness != SidedNess::kGreater) sum += SumOfTail(table, -1.0, std::min(table.a, table.d), most, poll);
+  if (sidedness != SidedNess::kLess) sum += SumOfTail(table, 1.0, std::min(table.b, table.c), most, poll);
   return p0 + sum;
 }
 
@@ -67,10 +79,7 @@ std::vector<int> ByColumns(const int* table, int rows, int columns) {
 }  // namespace
 
 double GetTableProbability(int a, int b, int c, int d) {
-  const double firstRow = static_cast<double>(a) + b;
-  const double secondRow = static_cast<double>(c) + d;
-  return std::exp(LogBinomial(firstRow, a) + LogBinomial(secondRow, c) -
-                  LogBinomial(firstRow + secondRow, static_cast<double>(a) + c));
+  return TwoByTwo(a, b, c, d).Probability();
 }
 
 double BinomialCoefficient(int n, int k) {
@@ -81,7 +90,7 @@ double GetFisherExactProbability(const int* table, int rows, int columns, bool h
                                  int workspace) {
   if (rows == 2 && columns == 2) {
     detail::ExpectNoNegativeCell(table, table + 4);
-    return TwoByTwoProbability({table[0], table[1], table[2], table[3]}, sidedness);
+    return TwoByTwoProbability(TwoByTwo(table[0], table[1], table[2], table[3]), sidedness);
   }
   const detail::HybridControls controls = hybrid ? detail::HybridControls{5.0, 80.0, 1.0} : detail::HybridControls{};
   double observed = 0.0;

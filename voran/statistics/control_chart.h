@@ -75,7 +75,8 @@ class VORAN_EXPORT ControlChart {
   double GetStdDevLCL() const { return limits_.stdDevLCL; }
 
   // The tabular cumulative sum of the deviations from the target beyond a dead band of half a sigma, with an action
-  // limit of four and a half; sigma is that of GetMSSD. A gap carries the sums over.
+  // limit of four and a half; sigma is that of GetMSSD. A gap carries the sums over; gaps at the start hold those of
+  // earlier data, or 0.
 
   double GetActionLimit() const;
   double GetDeadBand() const;

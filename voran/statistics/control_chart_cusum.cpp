@@ -7,6 +7,7 @@
 inline namespace voran {
 
 using detail::IsKnown;
+using detail::kNoValue;
 using detail::Product;
 
 namespace {
@@ -55,13 +56,19 @@ void ControlChart::CalculateCuSum() const {
   limits_.actionLimit = Product(GetMSSD(), kActionLimitInSigma);
   const int n = meanVector_.Size();
   for (auto* vector : {&devFromTarget_, &highCuSum_, &lowCuSum_}) *vector = NCDataVector<float>(n);
-  if (!IsKnown(limits_.target)) return;
+  const bool hasTarget = IsKnown(limits_.target);
+  const bool canAdd = hasTarget && IsKnown(limits_.deadBand);
   CuSum sums = {ValueOr(previousLow_, 0.0), ValueOr(previousHigh_, 0.0)};
   for (int i = 1; i <= n; ++i) {
-    const auto deviation = static_cast<double>(meanVector_[i]) - limits_.target;
-    if (meanVector_[i] != kGap) devFromTarget_(i, static_cast<float>(deviation));
-    if (!IsKnown(limits_.deadBand)) continue;
-    if (meanVector_[i] != kGap) sums.Add(deviation, limits_.deadBand);
+    if (meanVector_[i] != kGap) {
+      const double deviation = static_cast<double>(meanVector_[i]) - limits_.target;
+      if (hasTarget) devFromTarget_(i, static_cast<float>(deviation));
+      if (canAdd) {
+        sums.Add(deviation, limits_.deadBand);
+      } else {
+        sums = {kNoValue, kNoValue};
+      }
+    }
     lowCuSum_(i, static_cast<float>(sums.low));
     highCuSum_(i, static_cast<float>(sums.high));
   }

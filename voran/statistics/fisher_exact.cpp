@@ -91,7 +91,7 @@ void ExpectNoNegativeCell(const int* first, const int* last) {
 
 void fexact(int nrow, int ncol, const int* table, int ldtabl, const HybridControls& controls, double& prt, double& pre,
             int workspace, int mult) {
-  NCProgress progress(voran::detail::TranslateText("Fisher's exact test").c_str(), 0.0F, 0.0F, false, true, true, "");
+  NCProgress progress(voran::detail::TranslateText(kTestName).c_str(), 0.0F, 0.0F, false, true, true, "");
   const std::unique_lock<std::mutex> turn = WaitForTurn(progress);
   const ColumnTable observed = {table, nrow, ncol, ldtabl};
   ExpectTestable(observed);

@@ -6,6 +6,9 @@ inline namespace voran {
 namespace Sta {
 namespace detail {
 
+/// What the user sees of a test under way, before translation.
+inline constexpr const char* kTestName = "Fisher's exact test";
+
 /// Throws NCError if a cell from `first` up to `last` is negative.
 void ExpectNoNegativeCell(const int* first, const int* last);
 
@@ -15,9 +18,10 @@ void ExpectNoNegativeCell(const int* first, const int* last);
 /// probability of the table, `pre` the p-value: the sum over all tables of the same margins that are no more probable,
 /// by a relative tolerance of 3.45e-7.
 ///
-/// `workspace` limits the memory: a stage of the network holds up to LDKEY = workspace / (10 mult + 18) - 1 nodes and
-/// mult times as many paths. Holds a lock of the process throughout. Throws NCError for a table that cannot be tested
-/// or that outgrows the workspace, CancelException if the user breaks it off, within milliseconds.
+/// `workspace` limits the memory: a stage of the network holds up to LDKEY = workspace / (10 mult + 18) - 1 nodes
+/// with paths, twice as many nodes in all, and mult times as many paths. Holds a lock of the process throughout. Throws
+/// NCError for a table that cannot be tested or that outgrows the workspace, CancelException if the user breaks it off,
+/// within milliseconds.
 void fexact(int nrow, int ncol, const int* table, int ldtabl, const HybridControls& controls, double& prt, double& pre,
             int workspace, int mult);
 

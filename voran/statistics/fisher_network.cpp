@@ -17,11 +17,13 @@ namespace {
 
 constexpr std::size_t kUnitsPerNode = 20;  // what its bounds cost, in those of CancelPoll
 
-std::vector<double> LogFactorials(int most) {
+std::vector<double> LogFactorials(int most, voran::detail::CancelPoll& poll) {
+  constexpr int kTermsPerUnit = 8;
   std::vector<double> logFactorials(static_cast<std::size_t>(most) + 1);
   for (int n = 1; n <= most; ++n) {
     const auto i = static_cast<std::size_t>(n);
     logFactorials[i] = logFactorials[i - 1] + std::log(static_cast<double>(n));
+    if (n % kTermsPerUnit == 0) poll.Add(1);
   }
   return logFactorials;
 }
@@ -60,7 +62,7 @@ FisherNetwork::FisherNetwork(const Margins& margins, const HybridControls& contr
       capacity_(capacity),
       poll_(std::move(isCancelled)),
       radices_(Radices(margins_.rows)),
-      logFactorials_(LogFactorials(Total(margins.rows))),
+      logFactorials_(LogFactorials(Total(margins.rows), poll_)),
       pathLengths_(logFactorials_),
       rest_(margins.rows.size()),
       sortedRest_(margins.rows.size()) {

@@ -64,15 +64,15 @@ void FisherStage::Rehash(std::size_t size) {
 }
 
 int FisherStage::Add(FisherNode node) {
-  if (nodes_.size() >= static_cast<std::size_t>(capacity_.nodes)) {
-    FailExactTest(kTooManyNodes);
-  }
+  if (nodes_.size() >= 2 * static_cast<std::size_t>(capacity_.nodes)) FailExactTest(kTooManyNodes);
   nodes_.push_back(std::move(node));
   return static_cast<int>(nodes_.size()) - 1;
 }
 
 void FisherStage::Append(int node, std::span<const Path> paths, double arc) {
+  if (paths.empty()) return;
   FisherNode& target = (*this)[node];
+  if (target.paths.empty() && ++numWithPaths_ > static_cast<std::size_t>(capacity_.nodes)) FailExactTest(kTooManyNodes);
   for (const Path& path : paths) target.paths.push_back({path.length + arc, path.count});
   numPaths_ += paths.size();
   if (target.paths.size() > std::max(kFewPaths, 2 * target.numSettled)) Settle(target);

@@ -28,7 +28,8 @@ struct FisherNode {
   std::size_t numSettled;
 };
 
-/// How many nodes and distinct paths a stage may hold.
+/// How many nodes with paths, and distinct paths, a stage may hold. It holds twice as many nodes in all: those whose
+/// paths are all counted or dropped stay, so that their bounds need not be found again.
 struct StageCapacity {
   int nodes;
   int paths;
@@ -69,6 +70,7 @@ class FisherStage {
   voran::detail::CancelPoll& poll_;
   std::vector<FisherNode> nodes_;
   std::vector<Entry> table_;  // open addressing; a power of two, at most half full
+  std::size_t numWithPaths_ = 0;
   std::size_t numPaths_ = 0;
   std::size_t settleAt_;
 };

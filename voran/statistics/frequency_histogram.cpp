@@ -24,8 +24,8 @@ bool IsOnEdge(double edge, double binNumber) {
 
 /// The bin of infinite or undefined numbers is as good as any, as long as there is one.
 int ToIndex(double bin) {
-  if (std::isnan(bin)) return 0;
-  return static_cast<int>(std::clamp(bin, -1.0, static_cast<double>(std::numeric_limits<int>::max() - 1)));
+  constexpr double kMost = std::numeric_limits<int>::max() - 1;  // leaves room for one more, at either end
+  return std::isnan(bin) ? 0 : static_cast<int>(std::clamp(bin, -kMost, kMost));
 }
 
 /// How many bins it takes to reach `high`.

@@ -42,8 +42,9 @@ class VORAN_EXPORT FrequencyHistogram {
   /// (high - low) / sqrt(count), rounded down to one digit or to one digit and a half; 1.0 if the two are equal.
   static double binwidth(double low, double high, int count);
 
-  /// The bin of `value`, from 0 to `maxIndex`, in bins of `width` that begin at `low`. A negative `maxIndex` asks for
-  /// the last bin: then a value on an edge belongs to the bin below it.
+  /// The bin of `value` in bins of `width` that begin at `low`: at most `maxIndex`, and negative below `low`. A
+  /// negative `maxIndex` asks for the last bin: then a value on an edge belongs to the bin below it. What lies within a
+  /// relative 5e-6 of `low` lies on it: where the values are far from zero, this may be many bins.
   static int bindex(double value, double low, double width, int maxIndex);
 };
 
