@@ -24,10 +24,10 @@ VORAN_EXPORT double BinomialCoefficient(int n, int k);
 /// The p-value of Fisher's exact test of independence for a table of counts, stored row by row.
 ///
 /// A 2 x 2 table is summed cell by cell, in time proportional to its smaller cells; probabilities are compared as they
-/// are, without a tolerance. Any other shape goes through the network algorithm (Mehta and Patel 1983), two-sided whatever `sidedness` says, and needs
-/// `workspace`: 200000 serves small tables, and the work grows steeply with table size and counts. With `hybrid`, parts
-/// of the network where at least 80 % of the expected counts are 5 or more, and none below 1, use the chi-square
-/// distribution.
+/// are, without a tolerance. Any other shape goes through the network algorithm (Mehta and Patel 1983), two-sided
+/// whatever `sidedness` says, and needs `workspace`: 200000 serves small tables, and the work grows steeply with table
+/// size and counts. With `hybrid`, parts of the network where at least 80 % of the expected counts are 5 or more, and
+/// none below 1, use the chi-square distribution.
 ///
 /// Throws NCError if a cell is negative; for shapes other than 2 x 2 also if there is one column, if all cells are
 /// zero, if the table outgrows the workspace, or if its keys outgrow an int; CancelException if the user breaks it off.
