@@ -13,8 +13,8 @@ namespace detail {
 ///   X(k) = sum over j of x(j) exp(2 pi i j k / n), with the other sign for the inverse.
 ///
 /// Radix 2, decimation in time, on floats. The factors of a stage come in double from one recurrence on the sines of
-/// the stage's angle and its half, and are tabulated: 16 bytes for each element of the greatest length. Long ones
-/// are divided among the library's threads; an object serves one caller.
+/// the stage's angle and its half, and are tabulated: 16 bytes for each element of the greatest length. Serves one
+/// thread.
 class FourierTransform {
  public:
   explicit FourierTransform(std::size_t greatestLength);
@@ -30,21 +30,10 @@ class FourierTransform {
   double Sine(std::size_t k, std::size_t n) const { return sines_[n / 2 + k]; }
 
  private:
-  struct Rotation;
-  /// What one thread has copied together.
-  struct Strip {
-    float* re;
-    float* im;
-  };
-
   void TabulateFactors(std::size_t greatestHalf);
-  void TabulateStages(std::vector<Rotation>& stages);
   void TransformColumns(const float* re, const float* im, std::size_t rows, std::size_t columns, float* outRe,
                         float* outIm);
   void JoinRows(float* re, float* im, std::size_t rows, std::size_t columns);
-  void ReserveStrips(int threads, std::size_t size);
-  /// The calling thread's strip, of `size` elements.
-  Strip OwnStrip(std::size_t size);
   /// Where `row` of a power of 2 of rows stands in the order of decimation: its bits from last to first.
   std::size_t Decimated(std::size_t row, std::size_t rows) const { return decimated_[row] * rows / decimated_.size(); }
 
@@ -52,7 +41,8 @@ class FourierTransform {
   LargeArray<double> cosines_;  ///< those of the stage that joins transforms of h elements are at h to 2h - 1
   LargeArray<double> sines_;
   std::vector<std::size_t> decimated_;  ///< positions of as many rows as there are at most
-  std::vector<float> strips_;
+  std::vector<float> stripRe_;
+  std::vector<float> stripIm_;
 };
 
 }  // namespace detail
