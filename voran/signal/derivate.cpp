@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/missing_value.h"
 #include "voran/signal/kernels/window_fits.h"
 
@@ -80,7 +81,8 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
   const T* const y = source.begin();
   T* const out = result.GetWritableVector() + 1;
   T* const centres = out + HalfWidth();
-  const bool hasGaps = std::count(source.begin(), source.end(), kMissing<T>) != 0;
+  const auto& counting = detail::ElementwiseKernels<T>::Current();
+  const bool hasGaps = counting.countMissing(source.begin(), source.Size()) != 0;
   for (int i = 0; i < windows;) {
     const int gap = hasGaps ? static_cast<int>(std::find(y + i, source.end(), kMissing<T>) - y) : source.Size();
     const int firstWithGap = std::min(windows, std::max(i, gap - windowSize_ + 1));
@@ -92,7 +94,7 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
     }
   }
   SetEdges(source, out, edges, values);
-  result.SetNumMisVal(static_cast<int>(std::count(result.begin(), result.end(), kMissing<T>)));
+  result.SetNumMisVal(counting.countMissing(result.begin(), result.Size()));
 }
 
 template <typename T>
@@ -117,13 +119,14 @@ void Derivate<T>::WalkWithoutGaps(const T* y, int count, T* centres, const Value
   const bool checksSlope = Values::kTerm != 1 && SlopeMayBeMarker(y, count + windowSize_ - 1);
   const auto& kernels = detail::WindowFitKernels::Current();
   const auto w = static_cast<std::size_t>(windowSize_);
-  const std::vector<double> wide(y, y + count + windowSize_ - 1);
+  std::vector<double> wide(std::min<std::size_t>(kChunk, static_cast<std::size_t>(count)) + w - 1);
   std::array<T, kChunk> means;
   std::array<T, kChunk> sums{};
   std::array<T, kChunk> slopes{};
   for (int done = 0; done < count; done += kChunk) {
     const auto n = static_cast<std::size_t>(std::min(kChunk, count - done));
-    kernels.means(wide.data() + done, n, w, means.data());
+    std::copy_n(y + done, n + w - 1, wide.data());
+    kernels.means(wide.data(), n, w, means.data());
     if (hasTerm) kernels.sums(y + done, means.data(), n, w, operator_[Values::kTerm].begin(), sums.data());
     if (checksSlope) kernels.sums(y + done, means.data(), n, w, operator_[1].begin(), slopes.data());
     T* const out = centres + done;
