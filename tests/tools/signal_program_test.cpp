@@ -305,6 +305,14 @@ TEST_F(SignalCommands, TheInverseTransformGivesTheSeriesBack) {
   }
 }
 
+TEST_F(SignalCommands, ACoefficientThatEqualsTheMarkOfGapsIsKept) {
+  PutSeries({{200.0, 97.0, 0.0}});  // without the mean of 99 the last one is -99, and an odd level leaves it so
+  Done({"wavelet", "t.csv", "--out", "o"});
+  EXPECT_NEAR(Column("o/wavelet.csv", 0)[2], -99.0, 1e-4);
+  Done({"wavelet", "o/wavelet.csv", "--inverse", "--out", "back"});
+  ExpectSeries(Column("back/wavelet.csv", 0), {200.0, 97.0, 0.0}, "restored");
+}
+
 TEST_F(SignalCommands, GapsLieOnStraightLinesAndConstantsHaveNoPeak) {
   const Series x = Irregular(16);
   Series gapped = x;
@@ -329,6 +337,7 @@ TEST_F(SignalCommands, GapsLieOnStraightLinesAndConstantsHaveNoPeak) {
 TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
   Put("t.csv", "id,a,b,none\nr1,1,2,\nr2,4,1,\nr3,2,5,\nr4,1,3,\nr5,3,4,\nr6,6,6,\n");
   Put("short.csv", "id,a\nr1,1\n");
+  Put("big.csv", "id,a\nr1,3e38\nr2,-3e38\nr3,3e38\nr4,3e38\n");
   struct Case {
     Arguments arguments;
     int code;
@@ -353,6 +362,12 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
       {{"correlate", "t.csv", "--lags", "7"}, 2, "--lags: 7 is more than the 6 elements of the series of t.csv"},
       {{"correlate", "t.csv", "--lags", "-1"}, 2, "--lags"},
       {{"correlate", "t.csv", "--with", "c"}, 2, "no column \"c\""},
+      {{"smooth", "big.csv", "--window", "3", "--derivative", "1", "--step", "0.01"},
+       1,
+       "big.csv, a: a result is larger"},
+      {{"spectrum", "big.csv"}, 1, "big.csv, a: Power spectrum could not be computed"},
+      {{"wavelet", "big.csv"}, 1, "big.csv, a: the transform overflowed"},
+      {{"correlate", "t.csv", "--along", "rows", "--with", "7"}, 2, "--with: no row is called \"7\""},
       {{"correlate", "t.csv", "--with", "a,b"}, 2, "--with: \"a,b\" selects several series"},
       {{"correlate", "t.csv", "--with", "none"}, 3, "--with: \"none\" holds no value"},
       {{"correlate", "t.csv", "--x", "a", "--with", "a"}, 2, "there is no other series"},

@@ -14,8 +14,18 @@
 namespace tool {
 namespace {
 
+std::vector<std::size_t> RowsCalled(const std::vector<std::string>& ids, const std::string& id) {
+  std::vector<std::size_t> rows;
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    if (ids[i] == id) rows.push_back(i);
+  }
+  if (rows.empty()) throw WrongUse(fmt::format("--with: no row is called {}", Quoted(id)));
+  return rows;
+}
+
 std::size_t OtherSeries(const SeriesSet& series, const std::string& item) {
-  const std::vector<std::size_t> chosen = SelectColumns(series.names, item, "--with");
+  const std::vector<std::size_t> chosen =
+      series.areRows ? RowsCalled(series.names, item) : SelectColumns(series.names, item, "--with");
   if (chosen.size() != 1) throw WrongUse(fmt::format("--with: {} selects several series; name one", Quoted(item)));
   const std::size_t other = chosen.front();
   if (series.IsEmpty(other)) throw BadData(fmt::format("--with: {} holds no value", Quoted(series.names[other])));

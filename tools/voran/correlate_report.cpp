@@ -34,7 +34,7 @@ std::string LagLines(const CorrelateReport& report) {
     }
     lines.Row(cells);
   }
-  return lines.Text() + MoreSeriesText(report.series);
+  return lines.Text() + MoreSeriesText(result.series.size());
 }
 
 Json PlaceJson(const CorrelateResult& result, const Correlations& series, const std::optional<std::size_t>& place) {

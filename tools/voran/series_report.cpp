@@ -17,9 +17,9 @@ std::string SeriesHeading(const std::string& title, const Table& table, const Se
   return text;
 }
 
-std::string MoreSeriesText(const SeriesSet& series) {
-  if (series.Size() <= kSeriesShown) return {};
-  return fmt::format("  and {} more, which --json and --out give\n", series.Size() - kSeriesShown);
+std::string MoreSeriesText(std::size_t series) {
+  if (series <= kSeriesShown) return {};
+  return fmt::format("  and {} more, which --json and --out give\n", series - kSeriesShown);
 }
 
 nlohmann::ordered_json SeriesJsonHead(const std::string& command, const Table& table, const SeriesSet& series) {

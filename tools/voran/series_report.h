@@ -18,8 +18,8 @@ inline constexpr std::size_t kSeriesShown = 20;
 /// series without a value.
 std::string SeriesHeading(const std::string& title, const Table& table, const SeriesSet& series,
                           const std::string& gapRule);
-/// What stands below the lines of `kSeriesShown` series; empty if there are no more.
-std::string MoreSeriesText(const SeriesSet& series);
+/// What stands below the lines of the first `kSeriesShown` of so many series; empty if those are all.
+std::string MoreSeriesText(std::size_t series);
 
 /// The keys that the summaries of all these commands begin with.
 nlohmann::ordered_json SeriesJsonHead(const std::string& command, const Table& table, const SeriesSet& series);

@@ -1,5 +1,6 @@
 #include "tools/voran/smooth_fit.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -62,6 +63,11 @@ SmoothResult SmoothSeries(const SeriesSet& series, const SmoothSettings& setting
   for (SmoothedSeries& empty : result.series) empty.gaps = empty.left = series.Length();
   ForEachSeries(series, source, "smoothing", [&](std::size_t s) {
     const NCDataVector<float> smoothed = Smoothed(series[s], settings);
+    if (!std::all_of(smoothed.begin(), smoothed.end(), [](float value) { return std::isfinite(value); })) {
+      throw Failure(ExitCode::kComputationFailed,
+                    fmt::format("{}, {}: a result is larger than 3.4e38; divide the values by a power of ten", source,
+                                ShortName(series.names[s], 40)));
+    }
     result.series[s] = Describe(series[s], smoothed, settings, series.places);
     result.x(static_cast<int>(s) + 1) = smoothed;
   });

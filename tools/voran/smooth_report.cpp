@@ -51,7 +51,7 @@ std::string SmoothText(const SmoothReport& report) {
                ShortNumber(one.least.value), ShortName(one.least.place, kLongestName), ShortNumber(one.most.value),
                ShortName(one.most.place, kLongestName), isSmoothing ? ShortNumber(one.residual) : ""});
   }
-  return text + lines.Text() + MoreSeriesText(series);
+  return text + lines.Text() + MoreSeriesText(series.Size());
 }
 
 Json SmoothJson(const SmoothReport& report) {

@@ -34,7 +34,7 @@ std::string PeakLines(const SpectrumReport& report) {
                  ShortNumber(powers[peaks[i].place]), fmt::format("{:.1f} %", 100.0 * peaks[i].share)});
     }
   }
-  return lines.Text() + MoreSeriesText(series);
+  return lines.Text() + MoreSeriesText(series.Size());
 }
 
 Json PeaksJson(const SpectrumReport& report, const std::vector<double>& powers) {

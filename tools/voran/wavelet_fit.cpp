@@ -11,8 +11,10 @@
 #include <fmt/format.h>
 
 #include "tools/voran/failure.h"
+#include "tools/voran/library_error.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/terminal.h"
+#include "voran/platform/nc_error.h"
 
 namespace tool {
 namespace {
@@ -117,7 +119,11 @@ WaveletResult TransformSeries(const SeriesSet& series, const std::string& headin
   }
   const bool isPower = std::has_single_bit(static_cast<unsigned>(result.form.coefficients));
   result.names = CoefficientNames(result.form.coefficients, isPower && !settings.bestBasis);
-  if (!settings.bestBasis && result.form.coefficients > 1) result.energies = EnergiesOf(result.coefficients);
+  try {
+    if (!settings.bestBasis && result.form.coefficients > 1) result.energies = EnergiesOf(result.coefficients);
+  } catch (const NCError& error) {
+    throw FailureOf(error, source, nullptr);
+  }
   return result;
 }
 

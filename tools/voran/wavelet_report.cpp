@@ -41,7 +41,7 @@ std::string HoldingLines(const WaveletReport& report) {
     }
     lines.Row(cells);
   }
-  return lines.Text() + MoreSeriesText(series);
+  return lines.Text() + MoreSeriesText(series.Size());
 }
 
 // A table of other rows than the one that was read, under other names.
