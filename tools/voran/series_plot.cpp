@@ -4,7 +4,6 @@
 
 #include <fmt/format.h>
 
-#include "tools/voran/component_numbers.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/picture_style.h"
 
@@ -52,10 +51,6 @@ std::string PlaceName(const SeriesSet& series, double position) {
   const double rounded = std::round(position);
   const bool isThere = rounded >= 1.0 && rounded <= series.Length() && std::abs(rounded - position) < 1e-6;
   return isThere ? ShortName(series.places[static_cast<std::size_t>(rounded) - 1], kLongestLabel) : std::string();
-}
-
-std::vector<double> CurveValues(const NCDataVector<float>& v) {
-  return Values(v, 1.0);
 }
 
 std::string DrawnText(const SeriesSet& series, std::size_t drawn) {

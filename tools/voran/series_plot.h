@@ -50,9 +50,6 @@ inline constexpr int kPageYTicks = 5;
 /// The name of the element at a position counted from 1; empty if there is none, or `position` is no whole number.
 std::string PlaceName(const SeriesSet& series, double position);
 
-/// A NaN for a gap.
-std::vector<double> CurveValues(const NCDataVector<float>& v);
-
 /// "4 of 60 rows of 401 columns", or how many there are if all are drawn.
 std::string DrawnText(const SeriesSet& series, std::size_t drawn);
 

@@ -77,10 +77,15 @@ std::string DetrendingName(Detrending detrending) {
   return found->first;
 }
 
+std::optional<Detrending> DetrendingNamed(const std::string& name) {
+  const auto found = kDetrendings.find(name);
+  return found == kDetrendings.end() ? std::nullopt : std::optional(found->second);
+}
+
 Option AddDetrending(Command& command, Detrending& detrending) {
   return command
       .AddRead(
-          "--detrend", [&detrending](const std::string& name) { detrending = kDetrendings.at(name); },
+          "--detrend", [&detrending](const std::string& name) { detrending = DetrendingNamed(name).value(); },
           "What is taken off each series first: its mean, or the straight line through it")
       .OneOf({"none", "mean", "linear"})
       .Default(DetrendingName(detrending));

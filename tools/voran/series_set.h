@@ -46,6 +46,7 @@ Option AddAlong(Command& command, bool& areRows);
 /// What is taken off a series before its transform, and how the option calls it; the library numbers them alike.
 enum class Detrending : int { kNone = 0, kMean = 1, kLinear = 2 };
 std::string DetrendingName(Detrending detrending);
+std::optional<Detrending> DetrendingNamed(const std::string& name);
 /// `--detrend none|mean|linear`; what `detrending` holds before is the default.
 Option AddDetrending(Command& command, Detrending& detrending);
 

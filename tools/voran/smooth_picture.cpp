@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include "tools/voran/component_numbers.h"
 #include "tools/voran/number_text.h"
 #include "tools/voran/picture_style.h"
 #include "tools/voran/series_plot.h"
@@ -43,8 +44,8 @@ std::string SmoothPicture(const SmoothReport& report) {
                 drawn.size() * plotsEach);
   const SeriesAxis axis(series);
   for (const std::size_t s : drawn) {
-    const std::vector<double> before = CurveValues(series[s]);
-    const std::vector<double> after = CurveValues(report.result.x[static_cast<int>(s) + 1]);
+    const std::vector<double> before = Values(series[s], 1.0);
+    const std::vector<double> after = Values(report.result.x[static_cast<int>(s) + 1], 1.0);
     if (isSmoothing) {
       DrawPlot(page, axis, series.names[s], {{before, kPale, "values"}, {after, kColours[0], "smoothed"}});
     } else {

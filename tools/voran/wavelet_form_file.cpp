@@ -1,9 +1,8 @@
 #include "tools/voran/wavelet_form_file.h"
 
 #include <algorithm>
+#include <exception>
 #include <fstream>
-#include <map>
-#include <string_view>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -24,9 +23,7 @@ bool Read(const Json& json, WaveletForm& form) {
   const std::vector<std::string> families = WaveletFamilies();
   if (std::find(families.begin(), families.end(), family) == families.end()) return false;
   form.wavelet = ChooseWavelet(family, json.at("order").get<std::string>());
-  const std::map<std::string, Detrending> detrendings = {
-      {"none", Detrending::kNone}, {"mean", Detrending::kMean}, {"linear", Detrending::kLinear}};
-  form.detrending = detrendings.at(json.at("detrend").get<std::string>());
+  form.detrending = DetrendingNamed(json.at("detrend").get<std::string>()).value();
   form.coefficients = json.at("coefficients").get<int>();
   form.isBestBasis = !json.at("basis").is_null();
   const auto basis = form.isBestBasis ? json.at("basis").get<std::string>() : std::string();
