@@ -8,6 +8,7 @@
 #include "tools/voran/cluster_command.h"
 #include "tools/voran/command_line.h"
 #include "tools/voran/control_chart_command.h"
+#include "tools/voran/correlate_command.h"
 #include "tools/voran/describe_command.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/fill_command.h"
@@ -19,9 +20,12 @@
 #include "tools/voran/pls_command.h"
 #include "tools/voran/predict_command.h"
 #include "tools/voran/roc_command.h"
+#include "tools/voran/smooth_command.h"
+#include "tools/voran/spectrum_command.h"
 #include "tools/voran/svd_command.h"
 #include "tools/voran/terminal.h"
 #include "tools/voran/transform_command.h"
+#include "tools/voran/wavelet_command.h"
 #include "voran/version.h"
 
 namespace {
@@ -55,6 +59,10 @@ int main(int argc, char** argv) {
     tool::AddHistogramCommand(program);
     tool::AddRocCommand(program);
     tool::AddFisherCommand(program);
+    tool::AddSpectrumCommand(program);
+    tool::AddCorrelateCommand(program);
+    tool::AddWaveletCommand(program);
+    tool::AddSmoothCommand(program);
     program.Run({argv + 1, argv + argc});
     return static_cast<int>(ExitCode::kDone);
   } catch (const tool::Failure& failure) {

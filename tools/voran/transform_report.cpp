@@ -1,15 +1,13 @@
 #include "tools/voran/transform_report.h"
 
 #include <algorithm>
-#include <limits>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/command_run.h"
-#include "tools/voran/csv_writer.h"
 #include "tools/voran/number_text.h"
-#include "tools/voran/terminal.h"
+#include "tools/voran/table_writer.h"
 #include "tools/voran/text_table.h"
 #include "tools/voran/transform_text.h"
 
@@ -87,26 +85,10 @@ Json TransformJson(const TransformReport& report) {
 }
 
 void WriteTransformTables(const TransformReport& report, OutputDirectory& folder) {
-  const Table& table = report.table;
-  const TransformedTable& result = report.result;
-  folder.Write("transform.csv", [&](std::ostream& out) {
-    CsvWriter csv(out);
-    csv.Text(table.idName);
-    for (const TextColumn& classes : table.classes) csv.Text(classes.name);
-    for (const TransformedColumn& column : result.columns) csv.Text(column.name);
-    csv.EndRow();
-    std::size_t r = 0;
-    for (const NCDataVector<float>& row : result.x) {
-      StopIfInterrupted();
-      csv.Text(table.rowIds[r]);
-      for (const TextColumn& classes : table.classes) csv.Text(classes.values[r]);
-      for (const float value : row) {
-        csv.Number(value == kGap ? std::numeric_limits<double>::quiet_NaN() : result.unit * static_cast<double>(value));
-      }
-      csv.EndRow();
-      ++r;
-    }
-  });
+  std::vector<std::string> names;
+  for (const TransformedColumn& column : report.result.columns) names.push_back(column.name);
+  folder.Write("transform.csv",
+               [&](std::ostream& out) { WriteTable(out, report.table, names, report.result.x, report.result.unit); });
 }
 
 }  // namespace tool

@@ -1,0 +1,77 @@
+#include "tools/voran/smooth_fit.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "tools/voran/failure.h"
+#include "tools/voran/number_text.h"
+#include "voran/signal/derivate.h"
+
+namespace tool {
+namespace {
+
+void RefuseWindow(const SeriesSet& series, const SmoothSettings& settings, const std::string& source) {
+  if (settings.window <= series.Length()) return;
+  throw WrongUse(fmt::format("--window: a window of {} elements is longer than the series of {}, which have {}",
+                             settings.window, source, series.Length()));
+}
+
+NCDataVector<float> Smoothed(const NCDataVector<float>& x, const SmoothSettings& settings) {
+  const Derivate<float> polynomials(static_cast<Derivate<float>::PolynomialOrder>(settings.order), settings.window);
+  NCDataVector<float> result;
+  if (settings.derivative == 0) {
+    polynomials.Smooth(x, result, settings.withEdges);
+  } else {
+    polynomials.DoDerivate(x, result, settings.derivative, static_cast<float>(settings.step), settings.withEdges);
+  }
+  return result;
+}
+
+SmoothedSeries Describe(const NCDataVector<float>& x, const NCDataVector<float>& result, const SmoothSettings& settings,
+                        const std::vector<std::string>& places) {
+  SmoothedSeries described;
+  described.gaps = x.GetNumMisVal();
+  double squares = 0.0;
+  int both = 0;
+  for (int i = 1; i <= result.Size(); ++i) {
+    if (result[i] == kGap) {
+      ++described.left;
+      continue;
+    }
+    const auto value = static_cast<double>(result[i]);
+    const std::string& place = places[static_cast<std::size_t>(i) - 1];
+    if (!(described.least.value <= value)) described.least = {value, place};
+    if (!(described.most.value >= value)) described.most = {value, place};
+    if (x[i] == kGap) continue;
+    const double residual = static_cast<double>(x[i]) - value;
+    squares += residual * residual;
+    ++both;
+  }
+  if (settings.derivative == 0 && both > 0) described.residual = std::sqrt(squares / both);
+  return described;
+}
+
+}  // namespace
+
+SmoothResult SmoothSeries(const SeriesSet& series, const SmoothSettings& settings, const std::string& source) {
+  RefuseWindow(series, settings, source);
+  SmoothResult result;
+  for (std::size_t s = 0; s < series.Size(); ++s) result.x.push_back(NCDataVector<float>(series.Length()));
+  result.series.resize(series.Size());
+  for (SmoothedSeries& empty : result.series) empty.gaps = empty.left = series.Length();
+  ForEachSeries(series, source, "smoothing", [&](std::size_t s) {
+    const NCDataVector<float> smoothed = Smoothed(series[s], settings);
+    if (!std::all_of(smoothed.begin(), smoothed.end(), [](float value) { return std::isfinite(value); })) {
+      throw Failure(ExitCode::kComputationFailed,
+                    fmt::format("{}, {}: a result is larger than 3.4e38; divide the values by a power of ten", source,
+                                ShortName(series.names[s], 40)));
+    }
+    result.series[s] = Describe(series[s], smoothed, settings, series.places);
+    result.x(static_cast<int>(s) + 1) = smoothed;
+  });
+  return result;
+}
+
+}  // namespace tool

@@ -1,0 +1,60 @@
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "tools/voran/component_numbers.h"
+#include "tools/voran/number_text.h"
+#include "tools/voran/picture_style.h"
+#include "tools/voran/series_plot.h"
+#include "tools/voran/spectrum_report.h"
+
+namespace tool {
+namespace {
+
+constexpr std::size_t kMostPlots = 6;
+constexpr std::size_t kPeaksMarked = 3;
+constexpr double kRangeShare = 0.06;
+constexpr std::size_t kLongestName = 40;
+
+// In decades: powers differ too much for anything else. A power of 0 has no place.
+std::vector<double> Logarithms(const std::vector<double>& powers) {
+  std::vector<double> logarithms;
+  for (const double power : powers) logarithms.push_back(power > 0.0 ? std::log10(power) : kNoValue);
+  return logarithms;
+}
+
+void DrawSeries(PlotPage& page, const SpectrumReport& report, std::size_t s) {
+  const std::vector<double>& frequencies = report.result.frequencies;
+  const std::vector<double> curve = Logarithms(report.result.powers[s]);
+  PlotRange range;
+  range.Include(curve);
+  Plot plot(page.Svg(), page.Next(), PlotRange(0.0, frequencies.back()).Axis(0.0, 0.0),
+            range.Axis(0.0, 0.0, kRangeShare));
+  plot.DrawYAxis(ShortName(report.series.names[s], kLongestName) + ", log10 of power", kPageYTicks);
+  plot.DrawXAxis("frequency", kPageXTicks);
+  plot.DrawCurve(frequencies, curve, kColours[0]);
+  const std::vector<SpectrumPeak> peaks = PeaksOf(report.result.powers[s], kPeaksMarked);
+  for (const SpectrumPeak& peak : peaks) {
+    const double frequency = frequencies[peak.place];
+    const std::string period = ShortNumber(PeriodOf(frequency));
+    plot.DrawMark(frequency, curve[peak.place], PlotMark::kDiamond, kColours[1], "period " + period);
+    const double x = plot.X().At(frequency) + 9.0;
+    if (&peak == &peaks.front()) {
+      page.Svg().Text(x, plot.Y().At(curve[peak.place]) + 4.0, period, TextStyle(kSmallText, kColours[1]));
+    }
+  }
+  if (!peaks.empty()) plot.DrawLegend("highest peaks, the first with its period", PlotMark::kDiamond, kColours[1]);
+}
+
+}  // namespace
+
+std::string SpectrumPicture(const SpectrumReport& report) {
+  const std::vector<std::size_t> drawn = SeriesToDraw(report.series, kMostPlots);
+  PlotPage page("Power spectrum of " + PictureName(report.table), PictureName(report.table),
+                fmt::format("Power spectrum, {}, {}", DrawnText(report.series, drawn.size()), SegmentText(report)),
+                drawn.size());
+  for (const std::size_t s : drawn) DrawSeries(page, report, s);
+  return page.Finish();
+}
+
+}  // namespace tool
