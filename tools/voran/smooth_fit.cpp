@@ -18,8 +18,8 @@ void RefuseWindow(const SeriesSet& series, const SmoothSettings& settings, const
                              settings.window, source, series.Length()));
 }
 
-NCDataVector<float> Smoothed(const NCDataVector<float>& x, const SmoothSettings& settings) {
-  const Derivate<float> polynomials(static_cast<Derivate<float>::PolynomialOrder>(settings.order), settings.window);
+NCDataVector<float> Smoothed(const NCDataVector<float>& x, const Derivate<float>& polynomials,
+                             const SmoothSettings& settings) {
   NCDataVector<float> result;
   if (settings.derivative == 0) {
     polynomials.Smooth(x, result, settings.withEdges);
@@ -61,8 +61,9 @@ SmoothResult SmoothSeries(const SeriesSet& series, const SmoothSettings& setting
   for (std::size_t s = 0; s < series.Size(); ++s) result.x.push_back(NCDataVector<float>(series.Length()));
   result.series.resize(series.Size());
   for (SmoothedSeries& empty : result.series) empty.gaps = empty.left = series.Length();
+  const Derivate<float> polynomials(static_cast<Derivate<float>::PolynomialOrder>(settings.order), settings.window);
   ForEachSeries(series, source, "smoothing", [&](std::size_t s) {
-    const NCDataVector<float> smoothed = Smoothed(series[s], settings);
+    const NCDataVector<float> smoothed = Smoothed(series[s], polynomials, settings);
     if (!std::all_of(smoothed.begin(), smoothed.end(), [](float value) { return std::isfinite(value); })) {
       throw Failure(ExitCode::kComputationFailed,
                     fmt::format("{}, {}: a result is larger than 3.4e38; divide the values by a power of ten", source,
