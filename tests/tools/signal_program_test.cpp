@@ -226,7 +226,8 @@ TEST_F(SignalCommands, CorrelationsAreSumsOfProducts) {
     double yy = 0.0;
     for (int l = 0; l < 23; ++l) {
       const auto i = static_cast<std::size_t>(l);
-      if (l + lag >= 0 && l + lag < 23) sum += x[static_cast<std::size_t>(l + lag)] * y[i];
+      const int other = l + lag;
+      if (other >= 0 && other < 23) sum += x[static_cast<std::size_t>(other)] * y[i];
       xx += x[i] * x[i];
       yy += y[i] * y[i];
     }

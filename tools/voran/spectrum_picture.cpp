@@ -19,6 +19,7 @@ constexpr std::size_t kLongestName = 40;
 // In decades: powers differ too much for anything else. A power of 0 has no place.
 std::vector<double> Logarithms(const std::vector<double>& powers) {
   std::vector<double> logarithms;
+  logarithms.reserve(powers.size());
   for (const double power : powers) logarithms.push_back(power > 0.0 ? std::log10(power) : kNoValue);
   return logarithms;
 }
