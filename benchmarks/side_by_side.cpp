@@ -84,13 +84,26 @@ double TimeOf(const Work& work, int loops) {
 }
 
 /// What a call finds in the caches, and which threads are awake, is to be its own doing and not that of the programs
-/// that ran before it: a call that does not take long is made once untimed.
-double TimedAfterItself(const Work& work, int loops) {
-  constexpr double kLong = 0.5;
-  static double latest = 0.0;
-  if (latest < kLong) work.run();
-  return latest = TimeOf(work, loops);
-}
+/// that ran before it: a call that does not take long is made untimed first, and tells how often to repeat it.
+class Clock {
+ public:
+  explicit Clock(const Work& work) : work_(work), seconds_(TimeOf(work, 1)) { MeasureUntimed(); }
+
+  double Measure() {
+    MeasureUntimed();
+    return seconds_ = TimeOf(work_, loops_);
+  }
+
+ private:
+  void MeasureUntimed() {
+    constexpr double kLong = 0.5;
+    if (seconds_ < kLong) loops_ = LoopsFor(TimeOf(work_, loops_));
+  }
+
+  const Work& work_;
+  double seconds_;
+  int loops_ = 1;
+};
 
 void Say(const Json& answer) {
   std::cout << answer.dump() << std::endl;
@@ -106,11 +119,10 @@ StartWork Find(const std::string& name) {
 void Serve(const Work& work) {
   const Json loaded = MemoryStatus("VmRSS");
   ForgetPeakMemory();
-  int loops = LoopsFor(TimeOf(work, 1));
-  if (loops > 1) loops = LoopsFor(TimeOf(work, 1));  // the first call has to find its memory
-  Say({{"ready", true}, {"version", GetVersion()}, {"loaded", loaded}, {"loops", loops}});
+  Clock clock(work);
+  Say({{"ready", true}, {"version", GetVersion()}, {"loaded", loaded}});
   for (std::string request; std::getline(std::cin, request);) {
-    if (request == "run") Say({{"seconds", TimedAfterItself(work, loops)}});
+    if (request == "run") Say({{"seconds", clock.Measure()}});
     if (request == "result") {
       const Json peak = MemoryStatus("VmHWM");
       Say({{"result", work.result()}, {"peak", peak}});

@@ -43,7 +43,7 @@ struct Work {
   std::function<Json()> result;
 };
 
-/// Loads the input. `threads` is how many the library was told to use.
+/// Loads the input. `threads` is how many the library uses, for works that are shared out by the caller.
 using StartWork = Work (*)(const Task& task, int threads);
 using Works = std::map<std::string, StartWork>;
 

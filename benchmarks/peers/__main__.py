@@ -102,16 +102,23 @@ class Run:
     def start_workers(self, work, rows):
         workers = {}
         for program in work.programs:
-            row = rows[program.name] = report.Row(program)
+            rows[program.name] = report.Row(program)
             try:
-                worker = Worker(program, work, self.folder, self.settings, self.build)
-                ready = worker.start()
+                workers[program.name] = Worker(program, work, self.folder, self.settings, self.build)
             except Failed as error:
-                row.trouble, row.failed = str(error), not error.absent
-                continue
-            row.version, row.loaded = ready["version"], ready["loaded"]
-            workers[program.name] = worker
+                self.drop(rows[program.name], error)
+        for name in list(workers):
+            try:
+                ready = workers[name].start()
+                rows[name].version, rows[name].loaded = ready["version"], ready["loaded"]
+            except Failed as error:
+                self.drop(rows[name], error)
+                workers.pop(name).end()
         return workers
+
+    @staticmethod
+    def drop(row, error):
+        row.trouble, row.failed, row.seconds = str(error), not error.absent, []
 
     def measure(self, work):
         """Rows by the program's name."""
@@ -125,7 +132,7 @@ class Run:
                 try:
                     do(name, workers[name])
                 except Failed as error:
-                    rows[name].trouble, rows[name].failed, rows[name].seconds = str(error), True, []
+                    self.drop(rows[name], error)
                     workers.pop(name).end()
 
         def one_round(name, worker):
@@ -192,7 +199,7 @@ def main():
     works = chosen(all_works(options.small), options.works)
     if options.list:
         for work in works:
-            print(f"{work.name:18} {work.title}")
+            print(f"{work.name:16} {work.title}")
         return 0
     run = Run(options)
     lines, notes, wrong = report.table_head(), [], []

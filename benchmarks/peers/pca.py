@@ -73,6 +73,16 @@ def numpy_nipals(task):
 def numpy_masked_nipals(task):
     """The same with gaps as zeros and a mask: every sum of products is divided by the sum of squares over the cells
     that are present."""
+    return masked_nipals(task, lambda products, weights: products / weights())
+
+
+def numpy_gaps_as_zeros(task):
+    """Without the division: what pcaMethods does with gaps. It is a reference for that alone."""
+    call, _ = masked_nipals(task, lambda products, weights: products)
+    return call, lambda result: {key + "_gaps_as_0": value for key, value in tell(result).items()}
+
+
+def masked_nipals(task, divide):
     x = task.matrix("x")
 
     def call():
@@ -85,9 +95,9 @@ def numpy_masked_nipals(task):
         total, r2x, ts, ps = left.sum(), [], [], []
 
         def round_of(t):
-            p = (t @ e) / ((t * t) @ mask)
+            p = divide(t @ e, lambda: (t * t) @ mask)
             p /= np.linalg.norm(p)
-            return p, (e @ p) / (mask @ (p * p))
+            return p, divide(e @ p, lambda: mask @ (p * p))
         for _ in range(task.components):
             before = left.sum()
             t, p = iterate(e[:, int(np.argmax(left))].copy(), round_of, task.change)
