@@ -21,6 +21,7 @@ Work StartReading(const Task& task, int threads) {
       [path = task.Path("table", ".csv").string(), threads] {
         tool::CsvOptions options;
         options.control.threads = threads;
+        options.dialect.header = false;
         return tool::ReadTable(path, options, nullptr).x;
       },
       [](const Matrix& x) {

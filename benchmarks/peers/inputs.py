@@ -155,6 +155,12 @@ def series(folder, count):
     return folder.keep(f"series_{count}", 109, make)
 
 
+def readings(folder, count):
+    """series() as an instrument shows it, to the thousandth: values lie on the edges of bins or well off them."""
+    name = series(folder, count)
+    return folder.keep(f"readings_{count}", 109, lambda: np.round(np.fromfile(folder.file(name, "bin"), "<f4"), 3))
+
+
 def peaks(folder, rows, count, seed):
     """Series of six peaks each, and noise."""
     def make():

@@ -1,7 +1,7 @@
 # One program that is written in R, on one work: Rscript peers.R FUNCTION PACKAGE FOLDER NAME
 #
-# A function of this file is given the work and returns the call to be timed and a function that tells the key numbers of
-# its result. The lines that go in and out are those of benchmarks/side_by_side.cpp.
+# A function of this file is given the work and returns the call to be timed and a function that tells the key numbers
+# of its result. The lines that go in and out are those of benchmarks/side_by_side.cpp.
 
 shortest <- 0.005  # seconds that a measurement takes at least, by repetition
 long <- 0.5  # seconds from which on a call is not made once untimed before it is timed
@@ -143,7 +143,8 @@ data_table_fread <- function(task) {
 # The lines.
 
 memory <- function(key) {
-  lines <- tryCatch(readLines("/proc/self/status"), error = function(e) character(0), warning = function(w) character(0))
+  if (!file.exists("/proc/self/status")) return(NULL)
+  lines <- readLines("/proc/self/status")
   line <- grep(paste0("^", key, ":"), lines, value = TRUE)
   if (length(line) == 0) NULL else 1024 * as.numeric(strsplit(line, "[^0-9]+")[[1]][2])
 }

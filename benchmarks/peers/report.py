@@ -98,8 +98,8 @@ def head(machine, settings, runs, small, others):
 {machine}. Median of {runs} rounds in which the programs ran in turn. All programs had
 {variables}.
 
-`/voran` is a program's time over voran's. Memory is the largest resident during the calls, and that before them with the
-input loaded. Agreement is the largest difference of a key number from voran's, as a share of the largest magnitude in its
-list; **no** where it exceeds the tolerance. A goal is how many times as long as voran the program shall take. Processors
-that other programs took: {busy}.
+`/voran` is a program's time over voran's. Memory is the largest resident during the calls, and that before them with
+the input loaded. Agreement is the largest difference of a key number from voran's, as a share of the largest magnitude
+in its list; **no** where it exceeds the tolerance. A goal is how many times as long as voran the program shall take.
+Processors that other programs took: {busy}.
 """

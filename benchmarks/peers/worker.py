@@ -109,7 +109,7 @@ def main():
     except (ImportError, FileNotFoundError) as error:
         say({"absent": str(error)})
         return
-    loaded = memory("VmRSS")
+    loaded = None if hasattr(worker.call, "peak") else memory("VmRSS")  # whose memory is another's
     forget_peak_memory()
     worker.warm_up()
     say({"ready": True, "version": version, "loaded": loaded})
