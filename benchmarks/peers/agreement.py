@@ -17,12 +17,11 @@ class Agreement:
 
 
 def difference(ours, theirs):
-    if len(ours) != len(theirs):
+    """Infinite for lists of different lengths and for what is no number, which the workers may also write as null."""
+    if len(ours) != len(theirs) or not all(isinstance(v, (int, float)) and math.isfinite(v) for v in ours + theirs):
         return math.inf
     largest = max(abs(v) for v in ours)
     gap = max(abs(a - b) for a, b in zip(ours, theirs))
-    if not math.isfinite(gap):
-        return math.inf
     return gap / largest if largest > 0 else (0.0 if gap == 0 else math.inf)
 
 
@@ -51,6 +50,8 @@ def compare(work, results):
 
 
 def relative(agreement, tolerance):
+    """How much of the tolerance a difference takes; of none at all, any takes more than there is."""
+    if agreement.difference == 0:
+        return 0.0
     allowed = tolerance[agreement.key]
-    return agreement.difference / allowed if allowed > 0 else math.copysign(math.inf, agreement.difference) \
-        if agreement.difference > 0 else 0.0
+    return agreement.difference / allowed if allowed > 0 else math.inf
