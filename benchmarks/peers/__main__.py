@@ -207,7 +207,7 @@ def main():
         print(f"== {work.name}", file=sys.stderr, flush=True)
         rows = run.measure(work)
         lines += report.work_lines(work, rows)
-        notes += [f"{work.title}: {work.note}."] if work.note else []
+        notes += [f"- {work.title}: {work.note}."] if work.note else []
         wrong += [f"{work.name}: {name}" for name, row in rows.items() if is_wrong(row)]
     head = report.head(machine.description(), run.settings, options.runs, options.small, run.others)
     text = "\n".join([head, *lines, "", *notes]) + "\n"

@@ -115,8 +115,8 @@ def pls(rows, columns, responses, components, goals):
     programs = (voran("pls"), python("numpy kernel PLS", "pls.numpy_kernel", "numpy", precision="float"),
                 python("scikit-learn PLSRegression", "pls.sklearn_fit", "scikit-learn"),
                 r("R pls, kernelpls", "pls_kernelpls", "pls", ALL), r("R pls, NIPALS", "pls_oscorespls", "pls", ALL))
-    return Work(f"pls_{rows}x{columns}", f"PLS, {rows} x {columns}, {responses} responses, {components} components",
-                about, programs, PLS, goals)
+    title = f"PLS, {rows} x {columns}, {responses} response{'s' if responses > 1 else ''}, {components} components"
+    return Work(f"pls_{rows}x{columns}", title, about, programs, PLS, goals)
 
 
 OWN_CV = ("voran leaves out each component on the residuals of the whole model, the packages leave out whole models: "
@@ -130,7 +130,7 @@ def cross_validation(name, rows, columns, groups, components, goals):
                 python("numpy from XX'", "pls.numpy_gram_cv", "numpy"),
                 python("scikit-learn, a fit a group", "pls.sklearn_cv", "scikit-learn"),
                 r("R pls, kernelpls", "pls_cv_kernelpls", "pls", ALL), r("R pls, simpls", "pls_cv_simpls", "pls", ALL))
-    title = "Leave-one-out" if groups == rows else f"{groups} groups"
+    title = "one left out at a time" if groups == rows else f"{groups} groups"
     return Work(name, f"Cross-validated PLS, {title}, {rows} x {columns}, {components} components", about, programs,
                 PRESS, goals, note=OWN_CV)
 
