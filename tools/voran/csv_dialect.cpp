@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <functional>
+#include <set>
 
 #include "tools/voran/csv_lexer.h"
 #include "tools/voran/number_text.h"
@@ -88,6 +90,18 @@ ColumnSample LookAtColumn(const CsvSample& sample, std::size_t column, char deci
   return seen;
 }
 
+// Whole numbers, none of them twice, in all records but the first.
+bool NumbersRows(const CsvSample& sample, char decimalMark) {
+  std::set<float> seen;
+  float number = 0.0f;
+  for (std::size_t r = 1; r < sample.size(); ++r) {
+    const bool isWhole =
+        ReadNumber(sample[r].front(), decimalMark, number) == CellKind::kNumber && number == std::floor(number);
+    if (!isWhole || !seen.insert(number).second) return false;
+  }
+  return true;
+}
+
 bool RecogniseHeader(const CsvSample& sample, char decimalMark) {
   const std::vector<std::string>& first = sample.front();
   if (sample.size() == 1) return Numbers(first, decimalMark).empty();
@@ -96,8 +110,7 @@ bool RecogniseHeader(const CsvSample& sample, char decimalMark) {
   for (std::size_t c = 0; c < first.size(); ++c) {
     if (LookAtColumn(sample, c, decimalMark) != ColumnSample::kNumbers) continue;
     const CellKind kind = ReadNumber(first[c], decimalMark, ignored);
-    // An empty first cell stands above row names, also when these are numbers.
-    if (kind == CellKind::kText || (c == 0 && first[c].empty())) return true;
+    if (kind == CellKind::kText || (c == 0 && first[c].empty() && NumbersRows(sample, decimalMark))) return true;
     if (kind == CellKind::kNumber) numbersInFirst = true;
   }
   return !numbersInFirst || LooksLikeAxis(sample, decimalMark);
