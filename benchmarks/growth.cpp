@@ -1,4 +1,4 @@
-// How time and memory grow with rows, columns and gaps, as a table in Markdown; see README.md.
+// How time and memory grow with rows, columns and gaps, as a table in Markdown and a picture; see README.md.
 
 #include <cmath>
 #include <cstdio>
@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "benchmarks/growth_picture.h"
 #include "benchmarks/growth_works.h"
 #include "benchmarks/in_turn.h"
 #include "voran/platform/threading_control.h"
@@ -66,14 +67,14 @@ Cost Measure(const Work& work, const Shape& shape) {
 }
 
 /// The slope of log y over log x by least squares.
-double Exponent(const std::vector<int>& sizes, const std::vector<double>& values) {
+double Exponent(const std::vector<double>& sizes, const std::vector<double>& values) {
   const auto n = static_cast<double>(sizes.size());
   double x = 0.0;
   double y = 0.0;
   double xx = 0.0;
   double xy = 0.0;
   for (std::size_t i = 0; i < sizes.size(); ++i) {
-    const double a = std::log(static_cast<double>(sizes[i]));
+    const double a = std::log(sizes[i]);
     const double b = std::log(values[i]);
     x += a;
     y += b;
@@ -83,20 +84,21 @@ double Exponent(const std::vector<int>& sizes, const std::vector<double>& values
   return (xy - x * y / n) / (xx - x * x / n);
 }
 
-/// One line of the table: the sizes, the milliseconds and the MiB at each, and how they grow.
-void PrintGrowth(const Work& work, const char* what, const std::vector<int>& sizes,
-                 const std::function<Shape(int size)>& shapeOf) {
-  std::vector<double> times;
-  std::vector<double> peaks;
+/// One line of the table: the milliseconds and the MiB at each size, and how they grow.
+growth::Curve PrintGrowth(const Work& work, const char* what, const std::vector<int>& sizes,
+                          const std::function<Shape(int size)>& shapeOf) {
+  growth::Curve curve{work.name, {}, {}, {}};
   std::printf("| %s | %s |", work.name.c_str(), what);
   for (const int size : sizes) {
     const Cost cost = Measure(work, shapeOf(size));
-    times.push_back(cost.seconds);
-    peaks.push_back(cost.mebibytes);
+    curve.sizes.push_back(size);
+    curve.milliseconds.push_back(1e3 * cost.seconds);
+    curve.mebibytes.push_back(cost.mebibytes);
     std::printf(" %d: %.3g ms, %.3g MiB |", size, 1e3 * cost.seconds, cost.mebibytes);
     std::fflush(stdout);
   }
-  std::printf(" %.2f | %.2f |\n", Exponent(sizes, times), Exponent(sizes, peaks));
+  std::printf(" %.2f | %.2f |\n", Exponent(curve.sizes, curve.milliseconds), Exponent(curve.sizes, curve.mebibytes));
+  return curve;
 }
 
 void PrintGaps(const Work& work, int rows, int columns) {
@@ -115,15 +117,19 @@ void PrintGaps(const Work& work, int rows, int columns) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string only = argc > 1 ? argv[1] : "";
+  const std::string picture = argc > 1 ? argv[1] : "";
+  const std::string only = argc > 2 ? argv[2] : "";
+  std::vector<growth::Curve> byRows;
+  std::vector<growth::Curve> byColumns;
   std::printf("%d threads, median of %d\n\n", NCMultiThreading::ThreadingControl::GetNumberOfProcessors(), kRepeats);
   std::printf("| work | grows | | | | time | memory |\n|---|---|---|---|---|---|---|---|\n");
   for (const Work& work : growth::Works()) {
     if (work.name.find(only) == std::string::npos) continue;
     const int rows = work.rows[1];
     const int columns = work.columns[1];
-    PrintGrowth(work, "rows", work.rows, [&](int n) { return Shape{n, columns, 0.0}; });
-    PrintGrowth(work, "columns", work.columns, [&](int n) { return Shape{rows, n, 0.0}; });
+    byRows.push_back(PrintGrowth(work, "rows", work.rows, [&](int n) { return Shape{n, columns, 0.0}; }));
+    byColumns.push_back(PrintGrowth(work, "columns", work.columns, [&](int n) { return Shape{rows, n, 0.0}; }));
     PrintGaps(work, rows, columns);
   }
+  if (!picture.empty()) std::ofstream(picture) << growth::Picture(byRows, byColumns);
 }

@@ -12,6 +12,7 @@
 #include "voran/models/row_prediction.h"
 #include "voran/orthogonal/o2pls.h"
 #include "voran/orthogonal/opls.h"
+#include "voran/orthogonal/pls_missing_value_estimator.h"
 
 namespace growth {
 namespace {
@@ -86,10 +87,15 @@ std::function<std::function<void()>(const Shape&)> On(void (*work)(const Data&))
   };
 }
 
-/// O2PLS deflates Y by what it has alone, so its Y is as wide as a tenth of X.
+/// Its Y is as wide as a tenth of X, as both blocks have components of their own. It takes no gaps: they are filled.
 std::function<void()> PrepareO2pls(const Shape& shape) {
   const auto data = std::make_shared<const XY>(MadeXY(shape.rows, shape.columns, shape.columns / 10, shape.gapShare));
-  return [data] { FitO2pls(*data); };
+  if (shape.gapShare == 0.0) return [data] { FitO2pls(*data); };
+  return [data] {
+    XY filled(*data);
+    PLSMissingValueEstimator(filled.x, filled.y, false, nullptr);
+    FitO2pls(filled);
+  };
 }
 
 std::function<void()> PreparePrediction(const Shape& shape) {
