@@ -100,12 +100,13 @@ std::function<void()> PrepareO2pls(const Shape& shape) {
 
 std::function<void()> PreparePrediction(const Shape& shape) {
   const XY fitted = MadeXY(300, shape.columns, kResponses);
-  NCPLS pls(&fitted.x, &fitted.y, kIterations);
-  FitPls(pls);
-  const auto model = std::make_shared<const detail::ComponentMatrices>(
-      detail::ComponentMatrices{*pls.GetWprim(), *pls.GetPprim(), *pls.GetCprim()});
+  const auto pls = std::make_shared<NCPLS>(&fitted.x, &fitted.y, kIterations);
+  FitPls(*pls);
   const auto fresh = std::make_shared<const Matrix>(MadeMatrix(shape.rows, shape.columns, shape.gapShare));
-  return [model, fresh] { detail::PredictRows(*fresh, *model, 0.5f, nullptr); };
+  return [pls, fresh] {
+    const detail::ComponentMatrices model{*pls->GetWprim(), *pls->GetPprim(), *pls->GetCprim()};
+    detail::PredictRows(*fresh, model, 0.5f, nullptr);
+  };
 }
 
 }  // namespace
