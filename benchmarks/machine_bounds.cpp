@@ -32,6 +32,49 @@ double SumOfRow(const float* row, int n) {
   return static_cast<double>(hn::GetLane(hn::SumOfLanes(d, hn::Add(hn::Add(a, b), hn::Add(c, e)))));
 }
 
+void UpdateRow(float* row, int n) {
+  const hn::ScalableTag<float> d;
+  const std::size_t lanes = hn::Lanes(d);
+  const auto factor = hn::Set(d, -1.0f);
+  for (std::size_t i = 0; i + lanes <= static_cast<std::size_t>(n); i += lanes) {
+    hn::StoreU(hn::Mul(hn::LoadU(d, row + i), factor), d, row + i);
+  }
+}
+
+/// 1024 floats against eight factors, `repeats` times.
+double FloatProductsInCache(const float* storage, int repeats) {
+  const hn::CappedTag<float, 16> d;
+  const std::size_t lanes = hn::Lanes(d);
+  auto total = hn::Zero(d);
+  for (int repeat = 0; repeat < repeats; ++repeat) {
+    auto s0 = total;
+    auto s1 = total;
+    auto s2 = total;
+    auto s3 = total;
+    auto s4 = total;
+    auto s5 = total;
+    auto s6 = total;
+    auto s7 = total;
+    const auto f = hn::Set(d, 1e-3f * static_cast<float>(repeat % 16));
+    for (std::size_t j = 0; j < 1024; j += lanes) {
+      const auto x = hn::LoadU(d, storage + j);
+      const auto y = hn::LoadU(d, storage + 1024 + j);
+      s0 = hn::Add(s0, hn::Mul(x, f));
+      s1 = hn::Add(s1, hn::Mul(y, f));
+      s2 = hn::Add(s2, hn::Mul(x, y));
+      s3 = hn::Add(s3, hn::Mul(x, x));
+      s4 = hn::Add(s4, hn::Mul(y, y));
+      s5 = hn::Sub(s5, hn::Mul(x, f));
+      s6 = hn::Sub(s6, hn::Mul(y, f));
+      s7 = hn::Sub(s7, hn::Mul(x, y));
+    }
+    auto sum = total;
+    for (const auto& s : {s0, s1, s2, s3, s4, s5, s6, s7}) sum = hn::Add(sum, s);
+    total = hn::Mul(sum, hn::Set(d, 1e-30f));
+  }
+  return static_cast<double>(hn::GetLane(hn::SumOfLanes(d, total)));
+}
+
 /// Four rows of 1024 floats against one vector, `repeats` times: as row products, then as shares of column sums.
 double ProductsInCache(float* storage, double* sums, int repeats) {
   constexpr std::size_t kLength = 1024;
@@ -125,6 +168,8 @@ HWY_AFTER_NAMESPACE();
 namespace bounds {
 
 HWY_EXPORT(SumOfRow);
+HWY_EXPORT(UpdateRow);
+HWY_EXPORT(FloatProductsInCache);
 HWY_EXPORT(ProductsInCache);
 HWY_EXPORT(DistancesInCache);
 
@@ -141,37 +186,54 @@ double ReadOnce(const NCDataMatrix<float>& x, int threads) {
   return total;
 }
 
-double FormProducts(long cells, int threads) {
-  constexpr long kCellsPerRepeat = 2 * 4 * 1024;
-  const int repeats = static_cast<int>(cells / kCellsPerRepeat / threads);
+void UpdateOnce(NCDataMatrix<float>& x, int threads) {
+  std::vector<float*> rows;
+  for (int i = 1; i <= x.SizeRows(); ++i) rows.push_back(x(i).GetWritableVector() + 1);
+  const int columns = x.SizeColumns();
+#pragma omp parallel for schedule(static) num_threads(threads)
+  for (std::size_t i = 0; i < rows.size(); ++i) HWY_DYNAMIC_DISPATCH(UpdateRow)(rows[i], columns);
+}
+
+/// The sum over the threads of `work`, which each of them does once.
+template <typename Work>
+double SumOverThreads(int threads, const Work& work) {
   std::vector<double> totals(static_cast<std::size_t>(threads) * 16);
 #pragma omp parallel num_threads(threads)
-  {
-    alignas(64) static thread_local float storage[5 * 1024];
-    alignas(64) static thread_local double sums[1024];
-    for (std::size_t i = 0; i < 5 * 1024; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
-    totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] =
-        HWY_DYNAMIC_DISPATCH(ProductsInCache)(storage, sums, repeats);
-  }
+  totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] = work();
   double total = 0.0;
   for (const double sum : totals) total += sum;
   return total;
 }
 
+double FormFloatProducts(long products, int threads) {
+  constexpr long kProductsPerRepeat = 8 * 1024;
+  const int repeats = static_cast<int>(products / kProductsPerRepeat / threads);
+  return SumOverThreads(threads, [=] {
+    alignas(64) static thread_local float storage[2 * 1024];
+    for (std::size_t i = 0; i < 2 * 1024; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
+    return HWY_DYNAMIC_DISPATCH(FloatProductsInCache)(storage, repeats);
+  });
+}
+
+double FormProducts(long cells, int threads) {
+  constexpr long kCellsPerRepeat = 2 * 4 * 1024;
+  const int repeats = static_cast<int>(cells / kCellsPerRepeat / threads);
+  return SumOverThreads(threads, [=] {
+    alignas(64) static thread_local float storage[5 * 1024];
+    alignas(64) static thread_local double sums[1024];
+    for (std::size_t i = 0; i < 5 * 1024; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
+    return HWY_DYNAMIC_DISPATCH(ProductsInCache)(storage, sums, repeats);
+  });
+}
+
 double FormDistances(long pairs, int columns, int threads) {
   constexpr long kPairsPerRepeat = 4 * 32;
   const long repeats = pairs / kPairsPerRepeat / threads;
-  std::vector<double> totals(static_cast<std::size_t>(threads) * 16);
-#pragma omp parallel num_threads(threads)
-  {
+  return SumOverThreads(threads, [=] {
     alignas(64) static thread_local float storage[64 * 32 + 16];
     for (std::size_t i = 0; i < 64 * 32 + 16; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
-    totals[static_cast<std::size_t>(omp_get_thread_num()) * 16] =
-        HWY_DYNAMIC_DISPATCH(DistancesInCache)(storage, static_cast<std::size_t>(columns), repeats);
-  }
-  double total = 0.0;
-  for (const double sum : totals) total += sum;
-  return total;
+    return HWY_DYNAMIC_DISPATCH(DistancesInCache)(storage, static_cast<std::size_t>(columns), repeats);
+  });
 }
 
 }  // namespace bounds

@@ -8,6 +8,13 @@ namespace bounds {
 /// Reads every row of the matrix once, in blocks divided among the threads as the library divides them.
 double ReadOnce(const NCDataMatrix<float>& x, int threads);
 
+/// Reads and writes every element of the matrix once, divided among the threads likewise.
+void UpdateOnce(NCDataMatrix<float>& x, int threads);
+
+/// Multiplies `products` pairs of floats and adds the products to floats, in registers and the nearest cache: what a
+/// transform in float does.
+double FormFloatProducts(long products, int threads);
+
 /// Multiplies `cells` pairs of floats, widens the products and adds them to doubles, with operands and sums in the
 /// nearest cache: the least work that the two products of a NIPALS round can be. Half of them as the products of a row,
 /// half as shares of column sums.

@@ -1,16 +1,15 @@
 // Spectra, correlations, wavelets and smoothing of long and of many series. One line for each work and thread count;
 // see README.md.
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <random>
 #include <vector>
 
 #include <omp.h>
 
 #include "benchmarks/in_turn.h"
+#include "benchmarks/made_series.h"
 #include "voran/containers/simd_target.h"
 #include "voran/platform/threading_control.h"
 #include "voran/signal/derivate.h"
@@ -24,24 +23,6 @@ using Vec = NCDataVector<float>;
 using Mat = NCDataMatrix<float>;
 
 constexpr int kRepeats = 7;
-
-/// Two waves in noise.
-Vec MadeSeries(int n, unsigned seed) {
-  std::mt19937 generator(seed);
-  std::normal_distribution<float> noise;
-  Vec x(n);
-  for (int i = 1; i <= n; ++i) {
-    const double t = i;
-    x(i, static_cast<float>(std::sin(0.0625 * t) + 0.5 * std::cos(0.331 * t)) + 0.3f * noise(generator));
-  }
-  return x;
-}
-
-Mat MadeRows(int rows) {
-  Mat x;
-  for (int i = 0; i < rows; ++i) x.push_back(MadeSeries(4096, static_cast<unsigned>(i)));
-  return x;
-}
 
 void Spectrum(const Vec& x) {
   Vec powers(2049);
