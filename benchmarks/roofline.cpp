@@ -126,9 +126,8 @@ void MeasurePassesOverMatrices() {
              Reads(x, 2),
              {},
              [&](int) { sink += x.GetColumnStdDevs(1.0f)[1]; }},
-            {"centring and scaling by a model", "8 bytes", Updates(other), {}, [&](int) {
-               scale.ScaleMatrix(&scaled, false);
-             }}});
+            {"centring and scaling by a model", "8 bytes, 1 float product", Updates(other), FloatProducts(Cells(x)),
+             [&](int) { scale.ScaleMatrix(&scaled, false); }}});
 }
 
 void MeasurePrediction() {

@@ -298,6 +298,7 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         SCOPED_TRACE(::testing::Message() << size << " elements, gaps " << gapsA << " and " << gapsB);
         const auto a = plain::GridElements<T>(size, 1, gapsA);
         auto b = plain::GridElements<T>(size, 2, gapsB);
+        const auto c = plain::GridElements<T>(size, 3, 0.0);
         if (size > 2) b[size / 2] = T{0};
         const int n = static_cast<int>(size);
         const GapMode mode = ModeOf(gapsA, gapsB);
@@ -342,6 +343,14 @@ class Kernels : public ::testing::TestWithParam<std::string> {
         check(
             "standardise", [&](T* x) { return kernels.standardise(x, 0.3, 0.7, x, n, hasGaps), -1; },
             [&](std::size_t i) { return gapOr(a[i] == kGap, (wide(i) - 0.3) / 0.7); });
+        auto means = b;
+        for (std::size_t i = 1; i < size; i += 5) means[i] = a[i] + T{99};  // differences on the marker
+        check(
+            "centre and scale", [&](T* x) { return kernels.centreAndScale(x, means.data(), c.data(), n), -1; },
+            [&](std::size_t i) {
+              const T centred = a[i] - means[i] == kGap ? T(-99.00001) : a[i] - means[i];
+              return gapOr(a[i] == kGap, centred * c[i]);
+            });
         check(
             "divide a number", [&](T* x) { return kernels.divideByElements(0.3, x, x, n, hasGaps), -1; },
             [&](std::size_t i) { return gapOr(a[i] == kGap, 0.3 / wide(i)); });

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "voran/containers/column_sums.h"
+#include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/parallel.h"
 #include "voran/containers/position_list.h"
 #include "voran/platform/exception_message.h"
 #include "voran/preprocessing/scale_error.h"
@@ -117,53 +119,31 @@ bool HasValues(const NCDataVector<float>& v) {
   return std::any_of(v.begin(), v.end(), [](float x) { return x != kMissing<float>; });
 }
 
-/// `v` for a matrix of so many columns, with `neutral` where it has nothing.
-NCDataVector<float> Filled(int columns, const NCDataVector<float>& v, float neutral) {
+/// `v` for a matrix of so many columns, with `neutral` where it has nothing, or is null.
+NCDataVector<float> Filled(int columns, const NCDataVector<float>* v, float neutral) {
   NCDataVector<float> filled(columns, neutral);
-  for (int j = 1; j <= v.Size(); ++j) {
-    if (v[j] != kMissing<float>) filled(j, v[j]);
+  for (int j = 1; v != nullptr && j <= v->Size(); ++j) {
+    if ((*v)[j] != kMissing<float>) filled(j, (*v)[j]);
   }
   return filled;
 }
 
-bool FallsOnTheMarker(float x, float mean) {
-  const float centred = x - mean;
-  return (centred == kMissing<float>)&(x != kMissing<float>);  // no short cut: rows are looked through in this way
-}
-
-/// A value that lies exactly 99 below its mean is not to become a gap: it becomes the number beside the marker.
-void CenterRow(NCDataVector<float>& row, const NCDataVector<float>& means) {
-  constexpr float kBesideTheMarker = -99.00001f;
-  const int gaps = row.GetNumMisVal();
-  int falling = 0;
-  for (int j = 1; j <= row.Size(); ++j) falling += FallsOnTheMarker(row[j], means[j]) ? 1 : 0;
-  if (falling == 0) {
-    row -= means;
-    return;
-  }
-  std::vector<int> columns;
-  for (int j = 1; j <= row.Size(); ++j) {
-    if (FallsOnTheMarker(row[j], means[j])) columns.push_back(j);
-  }
-  row -= means;
-  for (const int j : columns) row(j, kBesideTheMarker);
-  row.SetNumMisVal(gaps);
-}
-
-// A pass that would change nothing is not made.
-
-void Center(NCDataMatrix<float>& matrix, const NCDataVector<float>& means) {
-  if (!HasValues(means)) return;
-  const NCDataVector<float> terms = Filled(matrix.SizeColumns(), means, 0.0f);
+/// Subtracts the means and multiplies by the scales, row by row, on several threads. What is null, or has no values, is
+/// not asked for; if nothing is, no pass is made. A gap stays one, and nothing becomes one.
+void CenterAndMultiply(NCDataMatrix<float>& matrix, const NCDataVector<float>* means,
+                       const NCDataVector<float>* scales) {
+  const auto isAsked = [](const NCDataVector<float>* v) { return v != nullptr && HasValues(*v); };
+  if (!isAsked(means) && !isAsked(scales)) return;
+  const int columns = matrix.SizeColumns();
+  const NCDataVector<float> terms = Filled(columns, means, 0.0f);
+  const NCDataVector<float> factors = Filled(columns, scales, 1.0f);
+  const auto& kernels = detail::ElementwiseKernels<float>::Current();
   matrix.ForceUnlink();
-  for (int i = 1; i <= matrix.SizeRows(); ++i) CenterRow(matrix(i), terms);
-}
-
-void Multiply(NCDataMatrix<float>& matrix, const NCDataVector<float>& scales) {
-  if (!HasValues(scales)) return;
-  NCDataVector<float> factors = Filled(matrix.SizeColumns(), scales, 1.0f);
-  matrix.ForceUnlink();  // which may not have been done yet, if nothing was subtracted
-  matrix.TransformToColumnScaled(factors);
+  std::vector<float*> rows;
+  for (int i = 1; i <= matrix.SizeRows(); ++i) rows.push_back(matrix(i).GetWritableVector() + 1);
+  detail::ParallelFor(matrix.SizeRows(), detail::ThreadsForMatrix(matrix.SizeRows(), columns), [&](int i) {
+    kernels.centreAndScale(rows[static_cast<std::size_t>(i)], terms.begin(), factors.begin(), columns);
+  });
 }
 
 }  // namespace
@@ -179,9 +159,9 @@ void NCScale::ScaleMatrix(NCDataMatrix<float>* matrix, bool newModel) {
 void NCScale::ScaleWithNewModel(NCDataMatrix<float>& matrix) {
   assert(size_ <= matrix.SizeColumns());
   LearnMeans(matrix);
-  Center(matrix, *means_);
+  CenterAndMultiply(matrix, means_, nullptr);
   LearnScales(matrix);
-  Multiply(matrix, *scales_);
+  CenterAndMultiply(matrix, nullptr, scales_);
 }
 
 void NCScale::ScaleWithCurrentModel(NCDataMatrix<float>& matrix) {
@@ -190,8 +170,7 @@ void NCScale::ScaleWithCurrentModel(NCDataMatrix<float>& matrix) {
         0, NCScaleError::kWrongNumberOfColumns,
         ExceptionMessage::translate("Could not scale matrix. The matrix has the wrong number of columns."));
   }
-  Center(matrix, *means_);
-  Multiply(matrix, *scales_);
+  CenterAndMultiply(matrix, means_, scales_);
 }
 
 void NCScale::LearnMeans(const NCDataMatrix<float>& matrix) {

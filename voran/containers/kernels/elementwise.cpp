@@ -16,6 +16,8 @@ namespace detail {
 namespace HWY_NAMESPACE {
 namespace {
 
+namespace hn = hwy::HWY_NAMESPACE;
+
 struct Sum {
   template <typename T>
   static HWY_INLINE T Of(T a, T b) {
@@ -116,6 +118,26 @@ void Standardise(const T* a, double mean, double stdDev, T* out, int n, bool has
       [mean, stdDev](T x) HWY_ATTR { return static_cast<T>((static_cast<double>(x) - mean) / stdDev); });
 }
 
+/// The compiler leaves this loop as it is, so vectors are spelt out.
+template <typename T>
+void CentreAndScale(T* row, const T* means, const T* factors, int n) {
+  constexpr T kBesideTheMarker = static_cast<T>(-99.00001);
+  static_assert(kBesideTheMarker != kMissing<T>);
+  const auto work = [&](auto d, int i) HWY_ATTR {
+    const auto missing = hn::Set(d, kMissing<T>);
+    const auto x = hn::LoadU(d, row + i);
+    const auto centred = hn::Sub(x, hn::LoadU(d, means + i));
+    const auto number = hn::IfThenElse(hn::Eq(centred, missing), hn::Set(d, kBesideTheMarker), centred);
+    const auto scaled = hn::Mul(number, hn::LoadU(d, factors + i));
+    hn::StoreU(hn::IfThenElse(hn::Eq(x, missing), missing, scaled), d, row + i);
+  };
+  const hn::ScalableTag<T> whole;
+  const int lanes = static_cast<int>(hn::Lanes(whole));
+  int i = 0;
+  for (; i + lanes <= n; i += lanes) work(whole, i);
+  for (; i < n; ++i) work(hn::CappedTag<T, 1>(), i);
+}
+
 template <typename T>
 void SubtractScaled(T* y, double d, const T* v, int n, GapMode mode) {
   if (mode == kNoGaps) {
@@ -151,6 +173,7 @@ const ElementwiseKernels<T>& Table() {
                                                    DivideByElements<T>,
                                                    DivideByScalar<T>,
                                                    Standardise<T>,
+                                                   CentreAndScale<T>,
                                                    SubtractScaled<T>,
                                                    Abs<T>,
                                                    Sqrt<T>,

@@ -28,6 +28,8 @@ struct ElementwiseKernels {
   void (*divideByScalar)(const T* a, double divisor, T* out, int n, bool hasGaps);
   /// (a[i] - mean) / stdDev
   void (*standardise)(const T* a, double mean, double stdDev, T* out, int n, bool hasGaps);
+  /// row[i] = (row[i] - means[i]) * factors[i]; a difference that falls on the marker counts as the number beside it.
+  void (*centreAndScale)(T* row, const T* means, const T* factors, int n);
   /// y[i] -= d * v[i]; a missing v[i] makes y[i] missing.
   void (*subtractScaled)(T* y, double d, const T* v, int n, GapMode mode);
 
