@@ -179,7 +179,7 @@ void MeasureSignals() {
   NCDataVector<double> trends[2];
   Matrix transformed;
   const Derivate<float> derivator(Derivate<float>::PolynomialOrder::kQuadratic, kWindow);
-  std::vector<Vector> smooth(static_cast<std::size_t>(rows.SizeRows()));
+  Matrix smooth;
   const double pairs = static_cast<double>(series.Size()) / 4096.0;  // half overlapping, two in a transform
   PrintAll({{"spectrum of 2^20, segments of 4096",
              "a butterfly, 5 float products and sums",
@@ -201,12 +201,7 @@ void MeasureSignals() {
              "21 products, 21 sums",
              {},
              Products(1.5 * kWindow * Cells(rows)),
-             [&](int threads) {
-#pragma omp parallel for num_threads(threads)
-               for (int i = 1; i <= rows.SizeRows(); ++i) {
-                 derivator.Smooth(rows[i], smooth[static_cast<std::size_t>(i) - 1], true);
-               }
-             }}});
+             [&](int) { derivator.Smooth(rows, smooth, true); }}});
   filters.CleanUp();
 }
 

@@ -5,8 +5,6 @@
 #include <memory>
 #include <numeric>
 
-#include <omp.h>
-
 #include "benchmarks/side_by_side.h"
 #include "voran/signal/derivate.h"
 #include "voran/signal/fft.h"
@@ -87,31 +85,21 @@ struct Smoothed {
   Matrix slopes;
 };
 
-/// A series is the work of one thread, so a host with many of them shares them out.
-Smoothed SmoothAndDerive(const Matrix& x, int window, int threads) {
+Smoothed SmoothAndDerive(const Matrix& x, int window) {
   const Derivate<float> derivator(Derivate<float>::PolynomialOrder::kQuadratic, window);
-  std::vector<Vec> values(static_cast<std::size_t>(x.SizeRows()));
-  std::vector<Vec> slopes(values.size());
-#pragma omp parallel for num_threads(threads)
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const Vec& series = x[static_cast<int>(i) + 1];
-    derivator.Smooth(series, values[i], true);
-    derivator.DoDerivate(series, slopes[i], 1, 1.0f, true);
-  }
   Smoothed result;
-  for (const Vec& row : values) result.values.push_back(row);
-  for (const Vec& row : slopes) result.slopes.push_back(row);
+  derivator.Smooth(x, result.values, true);
+  derivator.DoDerivate(x, result.slopes, 1, 1.0f, true);
   return result;
 }
 
-Work StartSmoothing(const Task& task, int threads) {
-  return MakeWork(
-      [x = task.Load("x"), window = task.Number("window"), threads] { return SmoothAndDerive(x, window, threads); },
-      [](const Smoothed& smoothed) {
-        return Json{{"first_smoothed", ToList(smoothed.values[1])},
-                    {"first_slopes", ToList(smoothed.slopes[1])},
-                    {"sum_of_squares", {smoothed.values.GetSS(), smoothed.slopes.GetSS()}}};
-      });
+Work StartSmoothing(const Task& task, int /*threads*/) {
+  return MakeWork([x = task.Load("x"), window = task.Number("window")] { return SmoothAndDerive(x, window); },
+                  [](const Smoothed& smoothed) {
+                    return Json{{"first_smoothed", ToList(smoothed.values[1])},
+                                {"first_slopes", ToList(smoothed.slopes[1])},
+                                {"sum_of_squares", {smoothed.values.GetSS(), smoothed.slopes.GetSS()}}};
+                  });
 }
 
 }  // namespace

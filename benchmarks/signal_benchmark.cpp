@@ -43,16 +43,12 @@ void Wavelets(const Mat& x, int order) {
   filters.CleanUp();
 }
 
-/// A series is one thread's work, so the rows are shared out among them here.
-void SmoothAndDerive(const Mat& x, int threads) {
+void SmoothAndDerive(const Mat& x) {
   const Derivate<float> derivator(Derivate<float>::PolynomialOrder::kQuadratic, 21);
-#pragma omp parallel for num_threads(threads)
-  for (int i = 1; i <= x.SizeRows(); ++i) {
-    Vec smooth;
-    Vec slope;
-    derivator.Smooth(x[i], smooth, true);
-    derivator.DoDerivate(x[i], slope, 1, 1.0f, true);
-  }
+  Mat smooth;
+  Mat slopes;
+  derivator.Smooth(x, smooth, true);
+  derivator.DoDerivate(x, slopes, 1, 1.0f, true);
 }
 
 }  // namespace
@@ -71,7 +67,7 @@ int main() {
     const auto seconds =
         MediansInTurn(kRepeats, {[&] { Spectrum(longest); }, [&] { Autocorrelation(longSeries); },
                                  [&] { Wavelets(thousand, 1); }, [&] { Wavelets(thousand, 5); },
-                                 [&] { Wavelets(thousand, 6); }, [&] { SmoothAndDerive(twoThousand, threads); }});
+                                 [&] { Wavelets(thousand, 6); }, [&] { SmoothAndDerive(twoThousand); }});
     std::printf("%7d %9.1f %16.1f %16.1f %7.1f %7.1f %18.1f\n", threads, 1e3 * seconds[0], 1e3 * seconds[1],
                 1e3 * seconds[2], 1e3 * seconds[3], 1e3 * seconds[4], 1e3 * seconds[5]);
   }

@@ -267,6 +267,23 @@ TEST(Derivates, OnlyThreeDerivativesExist) {
   EXPECT_THAT(Elements(Derived(derivator, Vec{1, 2, 4, 8, 16}, 3, 1.0f, true)), Each(0.0f));
 }
 
+TEST(Derivates, RowsOfAMatrixAreSeries) {
+  const Derivator derivator(kQuadratic, 5);
+  NCDataMatrix<float> x;
+  for (unsigned seed = 0; seed < 80; ++seed) x.push_back(WithGaps(RandomSeries(1200, seed), seed, 97));
+  NCDataMatrix<float> smooth;
+  derivator.Smooth(x, smooth, true);
+  NCDataMatrix<float> slopes(x);
+  derivator.DoDerivate(slopes, slopes, 1, 0.5f, false);  // keeps the ends of x, scaled
+  for (int i = 1; i <= x.SizeRows(); ++i) {
+    EXPECT_EQ(smooth[i], Derived(derivator, x[i], 0, 1.0f, true));
+    Vec expected(x[i]);
+    derivator.DoDerivate(expected, expected, 1, 0.5f, false);
+    EXPECT_EQ(slopes[i], expected);
+  }
+  EXPECT_THROW(derivator.DoDerivate(x, slopes, 4, 1.0f, true), Exception);
+}
+
 // Optima.
 
 class Optima : public ::testing::Test {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 
 #include "voran/export.h"
 
@@ -13,20 +12,6 @@ namespace detail {
 /// it, with the same number of bytes.
 VORAN_EXPORT void* AllocateLarge(std::size_t bytes);
 VORAN_EXPORT void FreeLarge(void* memory, std::size_t bytes) noexcept;
-
-struct LargeDeleter {
-  std::size_t bytes = 0;
-  void operator()(void* memory) const noexcept { FreeLarge(memory, bytes); }
-};
-
-/// An array of unwritten numbers, which may be millions.
-template <typename T>
-using LargeArray = std::unique_ptr<T[], LargeDeleter>;
-
-template <typename T>
-LargeArray<T> MakeLargeArray(std::size_t n) {
-  return LargeArray<T>(static_cast<T*>(AllocateLarge(n * sizeof(T))), LargeDeleter{n * sizeof(T)});
-}
 
 }  // namespace detail
 }  // namespace voran

@@ -47,13 +47,13 @@ void JoinEvenAndOdd(float* re, float* im, std::size_t half, const FourierTransfo
 
 }  // namespace
 
-LargeArray<float> Correlation(const float* a, const float* b, std::size_t n) {
-  LargeArray<float> re = MakeLargeArray<float>(n);
+std::unique_ptr<float[]> Correlation(const float* a, const float* b, std::size_t n) {
+  auto re = std::make_unique_for_overwrite<float[]>(n);
   if (n == 1) {
     re[0] = a[0] * b[0];
     return re;
   }
-  LargeArray<float> im = MakeLargeArray<float>(n);
+  const auto im = std::make_unique_for_overwrite<float[]>(n);
   FourierTransform transform(n);
   transform.Forward(a, b, n, re.get(), im.get());
   MakeCrossSpectrum(re.get(), im.get(), n);

@@ -39,6 +39,11 @@ class VORAN_EXPORT Derivate {
   /// The values of the polynomials, in the same way.
   void Smooth(const NCDataVector<T>& x, NCDataVector<T>& result, bool edges) const;
 
+  // The same for every row of x, on several threads.
+
+  void DoDerivate(const NCDataMatrix<T>& x, NCDataMatrix<T>& result, int derivativeOrder, T step, bool edges) const;
+  void Smooth(const NCDataMatrix<T>& x, NCDataMatrix<T>& result, bool edges) const;
+
   /// The position of the minimum or maximum of the polynomial fitted to `window`, of windowSize elements: from `step`
   /// for the first element on; `value` receives the polynomial's value there. -99 if the fit fails, if there is no such
   /// optimum, if it lies behind the window or, with `limitToWindow`, before it. The cubic term plays no part in the

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
-#include <numbers>
 
 inline namespace voran {
 namespace detail {
@@ -14,27 +12,6 @@ namespace {
 constexpr std::size_t kStrip = 32;
 /// From this length on, rows lie so far apart that strips of them are copied together before they are joined.
 constexpr std::size_t kLong = std::size_t{1} << 15;
-
-/// The recurrence for the factors of one stage.
-struct Rotation {
-  explicit Rotation(std::size_t h) : half(h) {
-    const double angle = std::numbers::pi / static_cast<double>(h);
-    const double sine = std::sin(0.5 * angle);
-    stepRe = -2.0 * sine * sine;
-    stepIm = std::sin(angle);
-  }
-  void Step() {
-    const double before = re;
-    re = before * stepRe - im * stepIm + before;
-    im = im * stepRe + before * stepIm + im;
-  }
-
-  std::size_t half;
-  double stepRe;
-  double stepIm;
-  double re = 1.0;
-  double im = 0.0;
-};
 
 /// Most rows are this short, too short for a call.
 void CopyRow(const float* from, std::size_t width, float* to) {
@@ -48,27 +25,10 @@ void CopyRow(const float* from, std::size_t width, float* to) {
 }  // namespace
 
 FourierTransform::FourierTransform(std::size_t greatestLength)
-    : kernels_(ButterflyKernels::Current()),
-      cosines_(MakeLargeArray<double>(greatestLength + 1)),
-      sines_(MakeLargeArray<double>(greatestLength + 1)) {
-  TabulateFactors(greatestLength / 2);
+    : kernels_(ButterflyKernels::Current()), factors_(TurningTable::UpTo(greatestLength)) {
   decimated_.resize(std::size_t{1} << std::bit_width(greatestLength) / 2);
   for (std::size_t row = 1; row < decimated_.size(); ++row) {
     decimated_[row] = (decimated_[row / 2] + row % 2 * decimated_.size()) / 2;
-  }
-}
-
-// Every stage is one long chain of dependent steps, so all of them advance side by side.
-void FourierTransform::TabulateFactors(std::size_t greatestHalf) {
-  std::vector<Rotation> stages;
-  for (std::size_t half = greatestHalf; half > 0; half /= 2) stages.emplace_back(half);
-  for (std::size_t k = 0; k < greatestHalf; ++k) {
-    while (stages.back().half <= k) stages.pop_back();
-    for (Rotation& stage : stages) {
-      cosines_[stage.half + k] = stage.re;
-      sines_[stage.half + k] = stage.im;
-      stage.Step();
-    }
   }
 }
 
@@ -91,7 +51,7 @@ void FourierTransform::TransformColumns(const float* re, const float* im, std::s
       CopyRow(re + source, width, stripRe_.data() + row * width);
       CopyRow(im + source, width, stripIm_.data() + row * width);
     }
-    kernels_.transformColumns(stripRe_.data(), stripIm_.data(), rows, width, {cosines_.get(), sines_.get()});
+    kernels_.transformColumns(stripRe_.data(), stripIm_.data(), rows, width, {factors_->Cosines(), factors_->Sines()});
     for (std::size_t c = 0; c < width; ++c) {
       const std::size_t target = Decimated(first + c, columns) * rows;
       for (std::size_t row = 0; row < rows; ++row) {
@@ -103,7 +63,7 @@ void FourierTransform::TransformColumns(const float* re, const float* im, std::s
 }
 
 void FourierTransform::JoinRows(float* re, float* im, std::size_t rows, std::size_t columns) {
-  const TurningFactors factors{cosines_.get(), sines_.get()};
+  const TurningFactors factors{factors_->Cosines(), factors_->Sines()};
   if (rows * columns < kLong) {
     kernels_.joinRows(re, im, rows, columns, columns, factors, columns, 0);
     return;

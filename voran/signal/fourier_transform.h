@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
-#include "voran/platform/large_array.h"
 #include "voran/signal/kernels/butterflies.h"
+#include "voran/signal/turning_table.h"
 
 inline namespace voran {
 namespace detail {
@@ -12,9 +13,7 @@ namespace detail {
 /// Complex Fourier transforms of any power of 2 up to a greatest length, unscaled:
 ///   X(k) = sum over j of x(j) exp(2 pi i j k / n), with the other sign for the inverse.
 ///
-/// Radix 2, decimation in time, on floats. The factors of a stage come in double from one recurrence on the sines of
-/// the stage's angle and its half, and are tabulated: 16 bytes for each element of the greatest length. Serves one
-/// thread.
+/// Radix 2, decimation in time, on floats, with the factors of a TurningTable. Serves one thread.
 class FourierTransform {
  public:
   explicit FourierTransform(std::size_t greatestLength);
@@ -26,11 +25,10 @@ class FourierTransform {
   }
 
   /// cos(2 pi k / n) and sin(2 pi k / n) from the recurrence, for k < n/2 and n up to the greatest length.
-  double Cosine(std::size_t k, std::size_t n) const { return cosines_[n / 2 + k]; }
-  double Sine(std::size_t k, std::size_t n) const { return sines_[n / 2 + k]; }
+  double Cosine(std::size_t k, std::size_t n) const { return factors_->Cosines()[n / 2 + k]; }
+  double Sine(std::size_t k, std::size_t n) const { return factors_->Sines()[n / 2 + k]; }
 
  private:
-  void TabulateFactors(std::size_t greatestHalf);
   void TransformColumns(const float* re, const float* im, std::size_t rows, std::size_t columns, float* outRe,
                         float* outIm);
   void JoinRows(float* re, float* im, std::size_t rows, std::size_t columns);
@@ -38,8 +36,7 @@ class FourierTransform {
   std::size_t Decimated(std::size_t row, std::size_t rows) const { return decimated_[row] * rows / decimated_.size(); }
 
   const ButterflyKernels& kernels_;
-  LargeArray<double> cosines_;  ///< those of the stage that joins transforms of h elements are at h to 2h - 1
-  LargeArray<double> sines_;
+  std::shared_ptr<const TurningTable> factors_;
   std::vector<std::size_t> decimated_;  ///< positions of as many rows as there are at most
   std::vector<float> stripRe_;
   std::vector<float> stripIm_;

@@ -1,12 +1,11 @@
 #include <cstddef>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <vector>
 
 #include "voran/containers/missing_value.h"
-#include "voran/containers/parallel.h"
 #include "voran/signal/given_result.h"
+#include "voran/signal/row_by_row.h"
 #include "voran/signal/wavelet.h"
 
 inline namespace voran {
@@ -17,11 +16,9 @@ namespace {
 using SeriesTransform = std::function<NCDataVector<float>*(const NCDataVector<float>&, double& trend1, double& trend2)>;
 
 struct TransformedRows {
-  explicit TransformedRows(int n)
-      : rows(static_cast<std::size_t>(n)), errors(rows.size()), trend1(n, 0.0), trend2(n, 0.0) {}
+  explicit TransformedRows(int n) : rows(static_cast<std::size_t>(n)), trend1(n, 0.0), trend2(n, 0.0) {}
 
   std::vector<std::unique_ptr<NCDataVector<float>>> rows;
-  std::vector<std::exception_ptr> errors;
   NCDataVector<double> trend1;
   NCDataVector<double> trend2;
 };
@@ -30,17 +27,9 @@ TransformedRows TransformRows(const NCDataMatrix<float>& x, const SeriesTransfor
   TransformedRows done(x.SizeRows());
   double* const trend1 = done.trend1.GetWritableVector();
   double* const trend2 = done.trend2.GetWritableVector();
-  detail::ParallelFor(x.SizeRows(), detail::ThreadsForMatrix(x.SizeRows(), x.SizeColumns()), [&](int i) {
-    const auto at = static_cast<std::size_t>(i);
-    try {
-      done.rows[at].reset(transform(x[i + 1], trend1[i + 1], trend2[i + 1]));
-    } catch (...) {
-      done.errors[at] = std::current_exception();
-    }
+  detail::RowByRow(x.SizeRows(), x.SizeColumns(), [&](int i) {
+    done.rows[static_cast<std::size_t>(i) - 1].reset(transform(x[i], trend1[i], trend2[i]));
   });
-  for (const std::exception_ptr& error : done.errors) {
-    if (error != nullptr) std::rethrow_exception(error);
-  }
   return done;
 }
 
