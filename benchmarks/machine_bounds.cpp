@@ -191,7 +191,9 @@ void UpdateOnce(NCDataMatrix<float>& x, int threads) {
   for (int i = 1; i <= x.SizeRows(); ++i) rows.push_back(x(i).GetWritableVector() + 1);
   const int columns = x.SizeColumns();
 #pragma omp parallel for schedule(static) num_threads(threads)
-  for (std::size_t i = 0; i < rows.size(); ++i) HWY_DYNAMIC_DISPATCH(UpdateRow)(rows[i], columns);
+  for (int i = 1; i <= x.SizeRows(); ++i) {
+    HWY_DYNAMIC_DISPATCH(UpdateRow)(rows[static_cast<std::size_t>(i) - 1], columns);
+  }
 }
 
 /// The sum over the threads of `work`, which each of them does once.
