@@ -53,7 +53,8 @@ std::shared_ptr<const TurningTable> TurningTable::UpTo(std::size_t greatestLengt
   auto table = std::make_shared<const TurningTable>(greatestLength);
   if (greatestLength <= kLongestKept) {
     const std::lock_guard lock(Kept().mutex);
-    Kept().table = table;  // whoever reads the one before has it as long as it is needed
+    std::shared_ptr<const TurningTable>& kept = Kept().table;
+    if (kept == nullptr || kept->GreatestLength() < greatestLength) kept = table;
   }
   return table;
 }
