@@ -10,11 +10,13 @@
 
 #include "tests/signal/series.h"
 #include "voran/containers/simd_target.h"
+#include "voran/platform/threading_control.h"
 #include "voran/signal/correlation.h"
 
 namespace {
 
 using detail::FourierTransform;
+using NCMultiThreading::ThreadingControl;
 using Floats = std::vector<float>;
 
 struct Parts {
@@ -92,6 +94,20 @@ TEST(FourierTransform, HasTheBitsOfThePlainLoopOnEveryTarget) {
     }
   }
   SimdTarget::Set(before);
+}
+
+TEST(FourierTransform, HasTheSameBitsHoweverManyThreadsShareIt) {
+  for (const std::size_t n : {std::size_t{1} << 17, std::size_t{1} << 18}) {
+    const Parts x = RandomParts(n);
+    const Parts expected = Plain(x, 1.0);
+    for (const int threads : {1, 2, 3, 7}) {
+      ThreadingControl::SetNumberOfProcessors(threads);
+      ThreadingControl::SetThreadingIsOn(threads > 1);
+      const Parts z = Transformed(x, false);
+      EXPECT_TRUE(z.re == expected.re && z.im == expected.im) << n << " elements, " << threads << " threads";
+    }
+  }
+  ThreadingControl::Reset();
 }
 
 TEST(FourierTransform, IsTheSumOfItsDefinition) {

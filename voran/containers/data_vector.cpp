@@ -12,6 +12,7 @@
 #include "voran/containers/growth_rule.h"
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/missing_value.h"
+#include "voran/platform/large_array.h"
 
 inline namespace voran {
 
@@ -50,6 +51,7 @@ template <typename T>
 T* NCDataVector<T>::NewVec(int n, int& offset) {
   const std::size_t bytes = static_cast<std::size_t>(n) * sizeof(T) + kAlignment;
   auto* const raw = static_cast<char*>(::operator new(bytes));
+  detail::PreferLargePages(raw, bytes);
   new (raw) VectorLink;
   offset = OffsetOfEveryVec();
   return reinterpret_cast<T*>(raw + offset);

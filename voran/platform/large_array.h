@@ -13,5 +13,8 @@ namespace detail {
 VORAN_EXPORT void* AllocateLarge(std::size_t bytes);
 VORAN_EXPORT void FreeLarge(void* memory, std::size_t bytes) noexcept;
 
+/// Asks for large pages in those parts of some memory, come from anywhere, that have their length and boundaries.
+void PreferLargePages(void* memory, std::size_t bytes) noexcept;
+
 }  // namespace detail
 }  // namespace voran

@@ -1,5 +1,6 @@
 #include "voran/signal/correlation.h"
 
+#include "voran/platform/large_array.h"
 #include "voran/signal/fourier_transform.h"
 
 inline namespace voran {
@@ -45,15 +46,21 @@ void JoinEvenAndOdd(float* re, float* im, std::size_t half, const FourierTransfo
   im[0] = 0.5f * (first - im[0]);
 }
 
+std::unique_ptr<float[]> Room(std::size_t n) {
+  auto room = std::make_unique_for_overwrite<float[]>(n);
+  PreferLargePages(room.get(), n * sizeof(float));
+  return room;
+}
+
 }  // namespace
 
 std::unique_ptr<float[]> Correlation(const float* a, const float* b, std::size_t n) {
-  auto re = std::make_unique_for_overwrite<float[]>(n);
+  auto re = Room(n);
   if (n == 1) {
     re[0] = a[0] * b[0];
     return re;
   }
-  const auto im = std::make_unique_for_overwrite<float[]>(n);
+  const auto im = Room(n);
   FourierTransform transform(n);
   transform.Forward(a, b, n, re.get(), im.get());
   MakeCrossSpectrum(re.get(), im.get(), n);
