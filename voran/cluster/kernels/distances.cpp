@@ -220,7 +220,7 @@ inline namespace voran {
 namespace DendroGram {
 namespace detail {
 
-HWY_EXPORT(Table);
+VORAN_KERNEL_TABLE(Table);
 
 const DistanceKernels& DistanceKernels::Current() {
   return voran::detail::SelectKernels(HWY_DISPATCH_TABLE(Table));

@@ -133,7 +133,7 @@ inline namespace voran {
 namespace DendroGram {
 namespace detail {
 
-HWY_EXPORT(Table);
+VORAN_KERNEL_TABLE(Table);
 
 const PairCompareKernels& PairCompareKernels::Current() {
   return voran::detail::SelectKernels(HWY_DISPATCH_TABLE(Table));

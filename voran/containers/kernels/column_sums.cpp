@@ -175,8 +175,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatColumnSums);
-HWY_EXPORT(DoubleColumnSums);
+VORAN_KERNEL_TABLE(FloatColumnSums);
+VORAN_KERNEL_TABLE(DoubleColumnSums);
 VORAN_SELECT_KERNELS(ColumnSumKernels, FloatColumnSums, DoubleColumnSums)
 
 }  // namespace detail

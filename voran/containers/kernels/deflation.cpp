@@ -94,8 +94,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatDeflation);
-HWY_EXPORT(DoubleDeflation);
+VORAN_KERNEL_TABLE(FloatDeflation);
+VORAN_KERNEL_TABLE(DoubleDeflation);
 VORAN_SELECT_KERNELS(DeflationKernels, FloatDeflation, DoubleDeflation)
 
 }  // namespace detail

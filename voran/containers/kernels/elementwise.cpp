@@ -199,8 +199,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatElementwise);
-HWY_EXPORT(DoubleElementwise);
+VORAN_KERNEL_TABLE(FloatElementwise);
+VORAN_KERNEL_TABLE(DoubleElementwise);
 VORAN_SELECT_KERNELS(ElementwiseKernels, FloatElementwise, DoubleElementwise)
 
 }  // namespace detail

@@ -246,8 +246,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatNipals);
-HWY_EXPORT(DoubleNipals);
+VORAN_KERNEL_TABLE(FloatNipals);
+VORAN_KERNEL_TABLE(DoubleNipals);
 VORAN_SELECT_KERNELS(NipalsKernels, FloatNipals, DoubleNipals)
 
 }  // namespace detail

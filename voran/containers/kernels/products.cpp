@@ -206,8 +206,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatProducts);
-HWY_EXPORT(DoubleProducts);
+VORAN_KERNEL_TABLE(FloatProducts);
+VORAN_KERNEL_TABLE(DoubleProducts);
 VORAN_SELECT_KERNELS(ProductKernels, FloatProducts, DoubleProducts)
 
 }  // namespace detail

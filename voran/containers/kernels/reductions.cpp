@@ -248,8 +248,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatReductions);
-HWY_EXPORT(DoubleReductions);
+VORAN_KERNEL_TABLE(FloatReductions);
+VORAN_KERNEL_TABLE(DoubleReductions);
 VORAN_SELECT_KERNELS(ReductionKernels, FloatReductions, DoubleReductions)
 
 }  // namespace detail

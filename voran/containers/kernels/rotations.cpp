@@ -116,8 +116,8 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(FloatRotations);
-HWY_EXPORT(DoubleRotations);
+VORAN_KERNEL_TABLE(FloatRotations);
+VORAN_KERNEL_TABLE(DoubleRotations);
 VORAN_SELECT_KERNELS(RotationKernels, FloatRotations, DoubleRotations)
 
 }  // namespace detail

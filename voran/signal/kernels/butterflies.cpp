@@ -168,7 +168,7 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(Table);
+VORAN_KERNEL_TABLE(Table);
 
 const ButterflyKernels& ButterflyKernels::Current() {
   return SelectKernels(HWY_DISPATCH_TABLE(Table));

@@ -155,7 +155,7 @@ HWY_AFTER_NAMESPACE();
 inline namespace voran {
 namespace detail {
 
-HWY_EXPORT(Table);
+VORAN_KERNEL_TABLE(Table);
 
 const WindowFitKernels& WindowFitKernels::Current() {
   return SelectKernels(HWY_DISPATCH_TABLE(Table));
