@@ -72,9 +72,9 @@ MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft,
   const auto terms = static_cast<std::size_t>(std::min(left_.terms, kProductTerms<T>));
   scratch_.resize(static_cast<std::size_t>(CountThreads()));
   for (Scratch& scratch : scratch_) {
-    scratch.left.resize(PaddedLines(left_.lines) * terms);
-    scratch.right.resize(PaddedLines(right_.lines) * terms);
-    scratch.sums.resize(PaddedLines(left_.lines) * kProductBlock);
+    scratch.left = std::make_unique_for_overwrite<T[]>(PaddedLines(left_.lines) * terms);
+    scratch.right = std::make_unique_for_overwrite<T[]>(PaddedLines(right_.lines) * terms);
+    scratch.sums = std::make_unique_for_overwrite<double[]>(PaddedLines(left_.lines) * kProductBlock);
   }
   if (hasGaps_) {
     words_ = (left_.terms + kBits - 1) / kBits;
@@ -127,14 +127,14 @@ template <typename T>
 void MatrixProduct<T>::SumBlock(const Block& block, Scratch& scratch) const {
   const bool zeroGaps = hasGaps_ && left_.isFinite && right_.isFinite;
   const auto add = hasGaps_ && !zeroGaps ? kernels_.addPairs : kernels_.addProducts;
-  T* const left = scratch.left.data();
-  T* const right = scratch.right.data();
-  std::fill(scratch.sums.begin(), scratch.sums.end(), 0.0);
+  T* const left = scratch.left.get();
+  T* const right = scratch.right.get();
+  std::fill_n(scratch.sums.get(), PaddedLines(block.leftLines) * kProductBlock, 0.0);
   for (int k = 0; k < left_.terms; k += kProductTerms<T>) {
     const int terms = std::min(kProductTerms<T>, left_.terms - k);
     kernels_.packLeft(left_.Lines(), block.firstLeft, block.leftLines, k, terms, zeroGaps, left);
     kernels_.packRight(right_.Lines(), block.firstRight, block.rightLines, k, terms, zeroGaps, right);
-    add(left, block.leftLines, right, block.rightLines, terms, scratch.sums.data());
+    add(left, block.leftLines, right, block.rightLines, terms, scratch.sums.get());
   }
 }
 
@@ -144,7 +144,7 @@ void MatrixProduct<T>::WriteBlock(const Block& block, const Scratch& scratch, T*
   const bool writesAsItIs = !isMirrored_;
   const bool writesMirrored = isMirrored_ || (isSymmetric_ && block.firstLeft != block.firstRight);
   for (int i = 0; i < block.leftLines; ++i) {
-    const double* const sums = scratch.sums.data() + i * kProductBlock;
+    const double* const sums = scratch.sums.get() + i * kProductBlock;
     const int line = block.firstLeft + i;
     for (int j = 0; writesAsItIs && j < block.rightLines; ++j) {
       rows[line][block.firstRight + j] = static_cast<T>(sums[j]);

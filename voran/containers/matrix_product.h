@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
+#include <memory>
 #include <vector>
 
 #include "voran/containers/data_matrix.h"
@@ -65,9 +66,9 @@ class MatrixProduct {
 
   /// What one thread works with.
   struct Scratch {
-    std::vector<T> left;
-    std::vector<T> right;
-    std::vector<double> sums;
+    std::unique_ptr<T[]> left;
+    std::unique_ptr<T[]> right;
+    std::unique_ptr<double[]> sums;
   };
 
   static bool IsMirrored(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right,
