@@ -2,6 +2,7 @@
 #include <cmath>
 #include <numeric>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -125,7 +126,8 @@ struct DataSet {
 class PcaValues : public ::testing::TestWithParam<DataSet> {};
 
 TEST_P(PcaValues, AgreeWithAnEigenvalueDecomposition) {
-  for (const Scaling scaling : {Scaling::kUnitVariance, Scaling::kCentre}) {
+  for (const auto& [scaling, hasWarmStart] :
+       {std::pair(Scaling::kUnitVariance, false), {Scaling::kCentre, false}, {Scaling::kCentre, true}}) {
     RoleRequest roles;
     roles.classes = GetParam().classes;
     Table table = ReadData(GetParam().name, roles);
@@ -138,12 +140,14 @@ TEST_P(PcaValues, AgreeWithAnEigenvalueDecomposition) {
     settings.components = GetParam().components;
     settings.scaling = scaling;
     settings.iterationLimit = 10000;
+    settings.hasWarmStart = hasWarmStart;
     const PcaResult result = FitPca(table, settings, nullptr);
     ASSERT_EQ(result.components.size(), static_cast<std::size_t>(GetParam().components));
     double cumulative = 0.0;
     double tolerance = kVectorTolerance;
     for (std::size_t a = 0; a < result.components.size(); ++a) {
-      SCOPED_TRACE(fmt::format("component {}, scaling {}", a + 1, static_cast<int>(scaling)));
+      SCOPED_TRACE(
+          fmt::format("component {}, scaling {}, warm start {}", a + 1, static_cast<int>(scaling), hasWarmStart));
       const PcaComponent& component = result.components[a];
       tolerance = std::max(tolerance, kStepAtStop / (1.0 - expected.ratios[a]));
       EXPECT_LT(LargestGap(component.loading, expected.loadings[a]), tolerance);
@@ -192,6 +196,20 @@ TEST(PcaGaps, ResidualsAccountForR2X) {
     }
   }
   EXPECT_NEAR(result.components.back().r2xCumulative, 1.0 - left / total, kEigenvalueTolerance);
+}
+
+TEST(PcaWarmStart, NeedsFewerRoundsWhereComponentsAreClose) {
+  int rounds[2] = {};
+  for (const bool hasWarmStart : {false, true}) {
+    RoleRequest roles;
+    roles.classes = {"class_hours"};
+    Table table = ReadData("metabolites", roles);
+    PcaSettings settings;
+    settings.components = 4;
+    settings.hasWarmStart = hasWarmStart;
+    for (const PcaComponent& c : FitPca(table, settings, nullptr).components) rounds[hasWarmStart] += c.iterations;
+  }
+  EXPECT_LT(rounds[1], rounds[0]);
 }
 
 TEST(PcaOutcomes, ComponentsEndWhereTheTableEnds) {

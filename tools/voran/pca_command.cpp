@@ -62,6 +62,8 @@ void AddPcaCommand(CommandLine& program) {
   AddScaling(command, options->settings.scaling);
   options->transform.AddTo(command);
   AddIterationLimit(command, options->settings.iterationLimit);
+  command.AddFlag("--warm-start", options->settings.hasWarmStart,
+                  "Begins components with a rough subspace of the table: fewer rounds where they settle slowly");
   options->run.table.AddCvColumn(command, AddCvGroups(command, options->settings.cvGroups));
   options->run.AddSaveTo(command);
   options->run.AddTo(command);

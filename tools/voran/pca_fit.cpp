@@ -8,6 +8,7 @@
 #include "tools/voran/component_loop.h"
 #include "tools/voran/component_numbers.h"
 #include "tools/voran/failure.h"
+#include "tools/voran/warm_start.h"
 #include "voran/models/pca.h"
 #include "voran/models/pca_cross_validation.h"
 
@@ -48,6 +49,7 @@ class PcaRun : private ComponentLoop {
   void FitAll(const std::string& source, NCProgress* progress) {
     const int most = static_cast<int>(std::min(degreesOfFreedom_, static_cast<double>(columns_)));
     const int asked = settings_.components.value_or(std::min(kDefaultComponents, most));
+    if (settings_.hasWarmStart) starts_ = WarmStarts(*model_->GetResiduals(), std::min(asked, most));
     result_.stopped = Run({asked, settings_.isAuto}, {source, rows_, columns_, most}, progress);
     const int components = static_cast<int>(result_.components.size());
     result_.spread.residual = unit_ * PooledResidual(*model_->GetResiduals(), components, degreesOfFreedom_);
@@ -58,11 +60,11 @@ class PcaRun : private ComponentLoop {
 
   void Fit(int a, NCProgress* progress) override {
     if (!crossValidation_) {
-      model_->NextComponent(progress, nullptr, 0, nullptr);
+      model_->NextComponent(progress, nullptr, 0, StartOf(a));
       return;
     }
     if (progress != nullptr) progress->PushSubRange(0.0f, kFitShare);
-    model_->NextComponent(progress, nullptr, 0, nullptr);
+    model_->NextComponent(progress, nullptr, 0, StartOf(a));
     if (progress != nullptr) {
       progress->PopSubRange();
       progress->PushSubRange(kFitShare, 1.0f);
@@ -70,6 +72,11 @@ class PcaRun : private ComponentLoop {
     crossValidation_->NextComponent(columnReference_, progress);
     if (progress != nullptr) progress->PopSubRange();
     DescribeQ2(a);
+  }
+
+  const NCDataVector<float>* StartOf(int a) const {
+    const auto index = static_cast<std::size_t>(a) - 1;
+    return index < starts_.size() ? &starts_[index] : nullptr;
   }
 
   void DescribeQ2(int a) {
@@ -114,6 +121,7 @@ class PcaRun : private ComponentLoop {
   const std::unique_ptr<NCPCA> model_;
   const double total_;
   double left_;
+  std::vector<NCDataVector<float>> starts_;
   NCDataVector<float> columnReference_;
   std::unique_ptr<PCACrossValidation> crossValidation_;
   ComponentQ2 newest_;

@@ -23,6 +23,7 @@ struct PcaSettings {
   NCTransform transforms;       ///< empty, or one for each variable of the table
   Scaling scaling = Scaling::kUnitVariance;
   int iterationLimit = 1000;
+  bool hasWarmStart = false;  ///< the first components begin with WarmStarts()
 };
 
 /// One component. The loading of largest magnitude is positive, the first of equals deciding. A NaN stands for a value

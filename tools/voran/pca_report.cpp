@@ -23,6 +23,7 @@ std::string PcaText(const PcaReport& report) {
       Counted(result.columns.names.size(), "column"), ScalingName(report.settings.scaling), GapText(result.gaps));
   if (result.cvGroups > 0)
     text += fmt::format("  cross-validated in {} groups of rows and of columns\n", result.cvGroups);
+  if (report.settings.hasWarmStart) text += "  components begun from a rough subspace (--warm-start)\n";
   const std::string transforms = TransformsText(result.columns);
   if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
   if (!result.columns.dropped.empty()) {
@@ -47,6 +48,7 @@ Json PcaJson(const PcaReport& report) {
   json["missing"] = GapJson(result.gaps);
   json["dropped_columns"] = DroppedJson(result.columns.dropped);
   json["iteration_limit"] = report.settings.iterationLimit;
+  json["warm_start"] = report.settings.hasWarmStart;
   json["cv_groups"] = result.cvGroups > 0 ? Json(result.cvGroups) : Json();
   json["components_requested"] = report.settings.isAuto       ? Json("auto")
                                  : report.settings.components ? Json(*report.settings.components)
