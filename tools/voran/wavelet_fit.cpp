@@ -30,7 +30,7 @@ void MakePresent(const SeriesSet& series, NCDataMatrix<float>& coefficients, con
     const int row = static_cast<int>(s) + 1;
     for (int i = 1; i <= coefficients.SizeColumns(); ++i) {
       const float value = coefficients[row][i];
-      if (value == kGap) coefficients(row)(i, std::nextafter(kGap, 0.0f));
+      if (value == kGap) coefficients(row)(i, AsPresent(value));
       if (std::isfinite(value)) continue;
       throw Failure(ExitCode::kComputationFailed,
                     fmt::format("{}, {}: the transform overflowed; divide the values by a power of ten", source,
@@ -150,7 +150,7 @@ NCDataMatrix<float> RestoreSeries(const SeriesSet& coefficients, const WaveletFo
       throw BadData(
           fmt::format("{}: {} could not be restored from these coefficients", source, Quoted(coefficients.names[s])));
     }
-    restored(static_cast<int>(s) + 1) = one;
+    for (int i = 1; i <= length; ++i) restored(static_cast<int>(s) + 1)(i, AsPresent(one[i]));
   });
   return restored;
 }

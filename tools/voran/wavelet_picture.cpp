@@ -80,6 +80,8 @@ void DrawSeries(PlotPage& page, const WaveletReport& report, std::size_t s) {
   page.Svg().Text(box.left, box.top - 8.0,
                   ShortName(report.series.names[s], kLongestName) + ": scale (elements that a coefficient covers)",
                   TextStyle(kSmallText, kGrey));
+  page.Svg().Text(box.right, box.top - 8.0, "each shade is four times the power of the next paler one",
+                  TextStyle(kSmallText, kGrey, "end"));
 }
 
 }  // namespace
@@ -88,9 +90,8 @@ std::string WaveletPicture(const WaveletReport& report) {
   const std::vector<std::size_t> drawn = SeriesToDraw(report.series, kMostPlots);
   PlotPage page(
       "Scalogram of " + PictureName(report.table), PictureName(report.table),
-      fmt::format("Scalogram, {}, {}; each shade is four times the power of the next paler one{}",
-                  DrawnText(report.series, drawn.size()), WaveletFormText(report.result.form),
-                  report.series.Length() < report.result.form.coefficients ? ", padding behind the dashes" : ""),
+      fmt::format("Scalogram, {}, {}{}", DrawnText(report.series, drawn.size()), WaveletFormText(report.result.form),
+                  report.series.Length() < report.result.form.coefficients ? ", padding right of the dashes" : ""),
       drawn.size());
   for (const std::size_t s : drawn) DrawSeries(page, report, s);
   return page.Finish();
