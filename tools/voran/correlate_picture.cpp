@@ -10,8 +10,6 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostPlots = 6;
-constexpr std::size_t kLongestName = 40;
 constexpr double kLeastRange = 0.2;
 constexpr double kRangeShare = 0.1;  // room for the label of the mark
 
@@ -31,7 +29,7 @@ void DrawSeries(PlotPage& page, const CorrelateReport& report, const Correlation
   range.Include(series.values);
   Plot plot(page.Svg(), page.Next(), {lags.front() - 0.5, lags.back() + 0.5, 0.0, 0.0},
             range.Axis(0.0, 0.0, kRangeShare));
-  plot.DrawYAxis(ShortName(series.name, kLongestName), kPageYTicks);
+  plot.DrawYAxis(ShortName(series.name, kLongestTitle), kPageYTicks);
   plot.DrawXAxis("lag", kPageXTicks);
   const SvgAttributes zero = {{"stroke", std::string(kGrey)}};
   plot.DrawLine(lags.front() - 0.5, 0.0, lags.back() + 0.5, 0.0, zero);

@@ -12,10 +12,8 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostPlots = 6;
 constexpr std::size_t kPeaksMarked = 3;
 constexpr double kRangeShare = 0.06;
-constexpr std::size_t kLongestName = 40;
 
 // In decades: powers differ too much for anything else. A power of 0 has no place.
 std::vector<double> Logarithms(const std::vector<double>& powers) {
@@ -33,7 +31,7 @@ void DrawSeries(PlotPage& page, const SpectrumReport& report, std::size_t s) {
   Plot plot(page.Svg(), page.Next(), PlotRange(0.0, frequencies.back()).Axis(0.0, 0.0),
             range.Axis(0.0, 0.0, kRangeShare));
   const bool hasPower = std::any_of(curve.begin(), curve.end(), [](double power) { return std::isfinite(power); });
-  plot.DrawYAxis(ShortName(report.series.names[s], kLongestName) +
+  plot.DrawYAxis(ShortName(report.series.names[s], kLongestTitle) +
                      (hasPower ? ", log10 of power" : " has no power at any frequency"),
                  kPageYTicks);
   plot.DrawXAxis(report.settings.step == 1.0 ? "frequency: cycles by element" : "frequency: cycles by unit of the step",

@@ -155,7 +155,7 @@ NCDataMatrix<float> RestoreSeries(const SeriesSet& coefficients, const WaveletFo
   return restored;
 }
 
-int CoefficientsHolding(const NCDataVector<float>& coefficients, double share) {
+std::vector<int> CoefficientsHolding(const NCDataVector<float>& coefficients, std::span<const double> shares) {
   std::vector<double> squares;
   double total = 0.0;
   for (const float value : coefficients) {
@@ -163,14 +163,14 @@ int CoefficientsHolding(const NCDataVector<float>& coefficients, double share) {
     total += squares.back();
   }
   std::sort(squares.begin(), squares.end(), std::greater<>());
+  std::vector<int> counts;
   double held = 0.0;
-  int count = 0;
-  for (const double square : squares) {
-    if (held >= share * total) break;
-    held += square;
-    ++count;
+  auto next = squares.begin();
+  for (const double share : shares) {
+    while (next != squares.end() && held < share * total) held += *next++;
+    counts.push_back(static_cast<int>(next - squares.begin()));
   }
-  return count;
+  return counts;
 }
 
 }  // namespace tool
