@@ -185,7 +185,7 @@ TEST_F(SignalCommands, ValuesBetweenGapsAreDrawn) {
   for (std::size_t i = 1; i < 20; i += 2) x[i] = std::nan("");
   PutSeries({x});
   Done({"smooth", "t.csv", "--window", "9", "--svg", "s.svg"});
-  EXPECT_EQ(CountOf(ContentOf(Path("s.svg")), "h0"), 11u);
+  EXPECT_EQ(CountOf(ContentOf(Path("s.svg")), "m-1 0h2"), 11u);
 }
 
 // The averaged periodogram from its definition, in double.

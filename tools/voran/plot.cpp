@@ -17,7 +17,7 @@ class CurvePath {
  public:
   void Break() {
     Flush();
-    if (isOpen_ && isLone_) path_ += "h0";  // a line to itself, which its round ends make visible
+    if (isOpen_ && isLone_) path_ += "m-1 0h2";  // or else nothing would be seen of it
     isOpen_ = false;
   }
 

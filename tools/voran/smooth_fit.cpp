@@ -35,19 +35,21 @@ NCDataVector<float> Fitted(const NCDataVector<float>& x, const Derivate<float>& 
   return result;
 }
 
-// Where a coefficient or a result is the mark of gaps by chance, the library tells of a gap. The halved series has
-// halved results, to the last bit, so there they are other numbers.
+// Where a coefficient or a result is the mark of gaps by chance, the library tells of a gap. Of the series by a power
+// of two the results are smaller by just that, so there they are other numbers. By 2 alone they could be the mark
+// again.
 NCDataVector<float> Smoothed(const NCDataVector<float>& x, const Derivate<float>& polynomials,
                              const SmoothSettings& settings) {
   NCDataVector<float> result = Fitted(x, polynomials, settings);
   if (std::find(result.begin(), result.end(), kGap) == result.end()) return result;
-  NCDataVector<float> half = x;
+  constexpr double kPower = 1048576.0;
+  NCDataVector<float> small = x;
   for (int i = 1; i <= x.Size(); ++i) {
-    if (x[i] != kGap) half(i, AsPresent(0.5 * static_cast<double>(x[i])));
+    if (x[i] != kGap) small(i, AsPresent(static_cast<double>(x[i]) / kPower));
   }
-  half = Fitted(half, polynomials, settings);
+  small = Fitted(small, polynomials, settings);
   for (int i = 1; i <= x.Size(); ++i) {
-    if (result[i] == kGap && half[i] != kGap) result(i, AsPresent(2.0 * static_cast<double>(half[i])));
+    if (result[i] == kGap && small[i] != kGap) result(i, AsPresent(static_cast<double>(small[i]) * kPower));
   }
   return result;
 }
