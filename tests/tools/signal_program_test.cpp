@@ -149,6 +149,44 @@ TEST_F(SignalCommands, SmoothingKeepsAPolynomialAcrossEdgesAndGaps) {
   EXPECT_EQ(CountOf(ContentOf(Path("s.svg")), "<path"), 4u) << "both series and both slopes";
 }
 
+TEST_F(SignalCommands, ANumberThatEqualsTheMarkOfGapsIsNoGap) {
+  // Parabolas through three values: (0 - 198) / 2 is -99, as is (10 - 109) / 2 with a step of a half.
+  const Series x = {198.0, 0.0, 0.0, 198.0, 109.0, 7.0, 10.0};
+  const Series slopes = {-297.0, -99.0, 99.0, 54.5, -95.5, -49.5, 55.5};
+  PutSeries({x});
+  Done({"smooth", "t.csv", "--window", "3", "--out", "o"});
+  ExpectSeries(Column("o/smooth.csv", 0), x, "whose second polynomial has a slope of -99");
+  for (const double step : {1.0, 2.0, 0.5}) {
+    Done({"smooth", "t.csv", "--window", "3", "--derivative", "1", "--step", fmt::format("{}", step), "--out", "o"});
+    Series expected = slopes;
+    for (double& slope : expected) slope /= step;
+    ExpectSeries(Column("o/smooth.csv", 0), expected, fmt::format("slopes, step {}", step));
+  }
+  // The straight line over the gap passes through -99.
+  const Series filled = {-98.0, -99.0, -100.0, -107.0, -95.0, 3.0, 2.0, -7.0};
+  Series gapped = filled;
+  gapped[1] = std::nan("");
+  PutSeries({gapped, {-98.0, -99.00001, -100.0, -107.0, -95.0, 3.0, 2.0, -7.0}});
+  for (const std::string detrend : {"none", "linear"}) {
+    for (const std::string command : {"spectrum", "correlate", "wavelet"}) {
+      Done({command, "t.csv", "--detrend", detrend, "--out", "o"});
+      const std::size_t first = command == "spectrum" ? 1 : 0;
+      const std::string file = "o/" + command + ".csv";
+      ExpectSeries(Column(file, first), Column(file, first + 1), command + " " + detrend);
+    }
+    Done({"wavelet", "o/wavelet.csv", "--inverse", "--out", "back"});
+    ExpectSeries(Column("back/wavelet.csv", 0), filled, "restored");
+  }
+}
+
+TEST_F(SignalCommands, ValuesBetweenGapsAreDrawn) {
+  Series x = Irregular(21);
+  for (std::size_t i = 1; i < 20; i += 2) x[i] = std::nan("");
+  PutSeries({x});
+  Done({"smooth", "t.csv", "--window", "9", "--svg", "s.svg"});
+  EXPECT_EQ(CountOf(ContentOf(Path("s.svg")), "m-1 0h2"), 11u);
+}
+
 // The averaged periodogram from its definition, in double.
 Series PlainSpectrum(const Series& x, std::size_t segment, bool overlap, const std::string& window, bool isDensity) {
   Series w(segment);
@@ -253,6 +291,10 @@ TEST_F(SignalCommands, CorrelationsAreSumsOfProducts) {
   EXPECT_EQ(summary["series"].size(), 1u);
   EXPECT_EQ(summary["series"][0]["highest"]["lag"], 3);
   EXPECT_EQ(summary["lags"], 10);
+  for (double& value : late) value = -value;
+  PutSeries({Irregular(40), late});
+  Done({"correlate", "t.csv", "--with", "a", "--detrend", "linear", "--svg", "s.svg"});
+  EXPECT_THAT(ContentOf(Path("s.svg")), HasSubstr(">lag 3<")) << "the strongest one, though it is the lowest";
 }
 
 TEST_F(SignalCommands, TransformsOfTheHaarWaveletByHand) {
@@ -348,7 +390,8 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
       {{"smooth", "t.csv", "--window", "4"}, 2, "--window: a window has a centre"},
       {{"smooth", "t.csv", "--window", "7"},
        2,
-       "a window of 7 elements is longer than the series of t.csv, which have 6"},
+       "a window of 7 elements is longer than the series of t.csv, which have 6; give 5 at most"},
+      {{"smooth", "short.csv"}, 3, "short.csv: a polynomial of order 2 needs series of 3 elements or more"},
       {{"smooth", "t.csv", "--window", "3", "--order", "3"}, 2, "needs a window of 5 elements or more"},
       {{"smooth", "t.csv", "--window", "5", "--derivative", "3"}, 2, "add --order 3"},
       {{"smooth", "t.csv", "--window", "5", "--derivative", "4"}, 2, "--derivative"},
@@ -356,6 +399,7 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
       {{"smooth", "t.csv", "--window", "5", "--derivative", "1", "--step", "0"}, 2, "--step: 0 is no distance"},
       {{"smooth", "t.csv", "--window", "5", "--x", "none"}, 3, "t.csv: no column holds a value"},
       {{"spectrum", "t.csv", "--segment", "6"}, 2, "a power of two; 6 is none"},
+      {{"spectrum", "t.csv", "--segment", "1.5"}, 2, "no whole number from 2"},
       {{"spectrum", "t.csv", "--segment", "8"}, 2, "8 elements are more than the series of t.csv have, 6"},
       {{"spectrum", "t.csv", "--step", "-1"}, 2, "--step"},
       {{"spectrum", "short.csv"}, 3, "a spectrum needs series of two elements or more"},

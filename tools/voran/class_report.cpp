@@ -14,7 +14,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kLongestName = 24;
 constexpr std::size_t kClassesAcross = 10;  // more make no table that a terminal could show
 
 std::size_t RowsOf(const std::vector<std::size_t>& given) {
@@ -48,15 +47,15 @@ std::string ClassText(const ClassResponses& responses, const ClassCounts& counts
   std::size_t none = 0;
   for (const auto& row : counts.given) none += row.back();
   const std::size_t across = classes > kClassesAcross ? 0 : classes + (none > 0 ? 1 : 0);
-  std::vector<std::string> headings = {fmt::format("{}, {}", ShortName(responses.name, kLongestName), how), "rows"};
+  std::vector<std::string> headings = {fmt::format("{}, {}", ShortName(responses.name), how), "rows"};
   for (std::size_t k = 0; k < across; ++k) {
-    headings.push_back(k < classes ? ShortName(responses.classes[k], kLongestName) : "none");
+    headings.push_back(k < classes ? ShortName(responses.classes[k]) : "none");
   }
   headings.emplace_back("right");
   TextTable table(headings);
   for (std::size_t k = 0; k < classes; ++k) {
     const std::vector<std::size_t>& given = counts.given[k];
-    std::vector<std::string> cells = {ShortName(responses.classes[k], kLongestName), std::to_string(RowsOf(given))};
+    std::vector<std::string> cells = {ShortName(responses.classes[k]), std::to_string(RowsOf(given))};
     for (std::size_t other = 0; other < across; ++other) cells.push_back(std::to_string(given[other]));
     cells.push_back(RightText(given[k], RowsOf(given)));
     table.Row(std::move(cells));

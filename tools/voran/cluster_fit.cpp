@@ -107,9 +107,7 @@ ClusterResult FitCluster(Table& table, const ClusterSettings& settings, TreeCach
   RefuseSize(table.source, rows, settings);
   ClusterResult result;
   result.gaps = CountGaps(table.x);
-  PreparedTable prepared =
-      Prepare({table.source, table.x, table.variables, table.rowIds, settings.transforms}, settings.scaling);
-  RefuseNothingLeft(table.source, prepared);
+  PreparedTable prepared = PrepareVariables(table, settings.transforms, settings.scaling);
   if (prepared.note) result.notes.push_back(*prepared.note);
   const double unit = prepared.columns.unit;
   result.unit = settings.ward == DistanceType::kErrorSumOfSquares ? unit * unit : unit;

@@ -21,7 +21,6 @@ using Json = nlohmann::ordered_json;
 constexpr std::size_t kHeightsShown = 9;  // up to 10 groups
 constexpr std::size_t kGroupsShown = 20;
 constexpr std::size_t kClassesAcross = 10;
-constexpr std::size_t kLongestName = 24;
 
 std::string More(std::size_t rest) {
   return rest == 0 ? "" : fmt::format("  and {} more, which --json and --out give\n", rest);
@@ -41,7 +40,7 @@ std::string MemberLines(const ClusterReport& report) {
   std::string text = "\n";
   for (std::size_t g = 0; g < std::min(members.size(), kGroupsShown); ++g) {
     std::vector<std::string> names;
-    for (const std::string& name : members[g]) names.push_back(ShortName(name, kLongestName));
+    for (const std::string& name : members[g]) names.push_back(ShortName(name));
     text += fmt::format("  group {}, {}: {}\n", g + 1, Counted(names.size(), "row"), Enumerated(names));
   }
   return text + More(members.size() - std::min(members.size(), kGroupsShown));
@@ -51,8 +50,8 @@ std::string ClassLines(const ClassColumn& column, const ClusterGroups& groups) {
   const auto counts = CountClasses(column, groups);
   const std::size_t across = std::min(column.classes.size(), kClassesAcross);
   const std::size_t shown = std::min(counts.size(), kGroupsShown);
-  std::vector<std::string> headings = {fmt::format("group, by {}", ShortName(column.name, kLongestName)), "rows"};
-  for (std::size_t k = 0; k < across; ++k) headings.push_back(ShortName(column.classes[k], kLongestName));
+  std::vector<std::string> headings = {fmt::format("group, by {}", ShortName(column.name)), "rows"};
+  for (std::size_t k = 0; k < across; ++k) headings.push_back(ShortName(column.classes[k]));
   TextTable table(headings);
   for (std::size_t g = 0; g < shown; ++g) {
     std::vector<std::string> cells = {std::to_string(g + 1), std::to_string(groups.nodes[g]->SizeLeafs())};

@@ -30,6 +30,12 @@ void RunOptions::AddWithoutRolesTo(Command& command) {
   output.AddTo(command);
 }
 
+void RunOptions::AddWithPictureTo(Command& command, const std::string& help) {
+  table.AddWhere(command);
+  AddSvgTo(command, help);
+  AddTo(command);
+}
+
 void RunOptions::AddSaveTo(Command& command) {
   AddPath(command, "--save", save, "FILE", "Keep the model in this file, for voran predict");
 }

@@ -28,6 +28,8 @@ struct RunOptions {
   void AddToPredict(Command& command);
   /// For a command whose columns have options of their own.
   void AddWithoutRolesTo(Command& command);
+  /// For a command that may use some of the rows, and draws a picture.
+  void AddWithPictureTo(Command& command, const std::string& help);
   void AddSaveTo(Command& command);
   void AddSvgTo(Command& command, const std::string& help);
 };

@@ -41,10 +41,14 @@ NCDataVector<float> FloatVector(const std::vector<double>& values) {
   return v;
 }
 
+double ValueOf(float element) {
+  return element == kGap ? kNoValue : static_cast<double>(element);
+}
+
 std::vector<double> Values(const NCDataVector<float>& v, double factor) {
   std::vector<double> values;
   values.reserve(static_cast<std::size_t>(v.Size()));
-  for (const float value : v) values.push_back(value == kGap ? kNoValue : factor * static_cast<double>(value));
+  for (const float value : v) values.push_back(factor * ValueOf(value));
   return values;
 }
 

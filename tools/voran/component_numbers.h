@@ -26,6 +26,9 @@ double Total(const std::vector<double>& values);
 /// The same values, rounded.
 NCDataVector<float> FloatVector(const std::vector<double>& values);
 
+/// An element of a matrix; `kNoValue` for a missing one.
+double ValueOf(float element);
+
 /// `factor` times each element, `kNoValue` for a missing one.
 std::vector<double> Values(const NCDataVector<float>& v, double factor);
 

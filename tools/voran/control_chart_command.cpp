@@ -103,9 +103,7 @@ void AddControlChartCommand(CommandLine& program) {
       .Between(1, std::numeric_limits<int>::max())
       .ShowDefault();
   AddLimits(command, *options);
-  options->run.table.AddWhere(command);
-  options->run.AddSvgTo(command, "Draw the chart to this file, as SVG");
-  options->run.AddTo(command);
+  options->run.AddWithPictureTo(command, "Draw the chart to this file, as SVG");
   command.Footer(
       R"(Examples:
   voran chart process.csv --x value --where series=light_speed --type range --subgroup 20 --svg light.svg

@@ -18,7 +18,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kPointsShown = 20;
-constexpr std::size_t kLongestName = 24;
 
 std::string Statistics(ControlChart::ControlType type) {
   switch (type) {
@@ -36,9 +35,9 @@ std::string Statistics(ControlChart::ControlType type) {
 }
 
 std::string SubgroupText(const ControlChartReport& report, std::size_t subgroup) {
-  std::string first = ShortName(FirstRow(report, subgroup), kLongestName);
+  std::string first = ShortName(FirstRow(report, subgroup));
   if (report.settings.subgroup == 1) return first;
-  return fmt::format("{} to {}", first, ShortName(LastRow(report, subgroup), kLongestName));
+  return fmt::format("{} to {}", first, ShortName(LastRow(report, subgroup)));
 }
 
 std::string PanelLines(const ControlChartReport& report) {
@@ -143,7 +142,7 @@ std::string LastRow(const ControlChartReport& report, std::size_t subgroup) {
 }
 
 std::string ChartTitle(const ControlChartReport& report) {
-  const std::string column = ShortName(report.table.variables.front(), kLongestName);
+  const std::string column = ShortName(report.table.variables.front());
   const std::size_t count = report.result.Subgroups();
   const auto size = static_cast<std::size_t>(report.settings.subgroup);
   if (size == 1) {

@@ -21,7 +21,7 @@ struct CorrelateOptions {
 void RunCorrelate(const CorrelateOptions& options) {
   CommandRun run(options.run);
   const Table table = run.ReadTable();
-  const SeriesSet series = SeriesOf(table, options.settings.areRows);
+  const SeriesSet series = SeriesToFill(table, options.settings.areRows);
   const CorrelateResult result = Correlate(series, options.settings, table.source);
   const CorrelateReport report = {table, series, options.settings, result};
   run.Finish(
@@ -46,9 +46,7 @@ void AddCorrelateCommand(CommandLine& program) {
       .Type("L")
       .Between(0, std::numeric_limits<int>::max());
   AddDetrending(command, options->settings.detrending);
-  options->run.table.AddWhere(command);
-  options->run.AddSvgTo(command, "Draw the first correlations to this file, as SVG");
-  options->run.AddTo(command);
+  options->run.AddWithPictureTo(command, "Draw the first correlations to this file, as SVG");
   command.Footer(
       R"(Gaps are filled on straight lines. Without --out there is only the summary.
 

@@ -10,17 +10,26 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostPlots = 6;
-constexpr std::size_t kLongestName = 40;
+constexpr double kLeastRange = 0.2;
+constexpr double kRangeShare = 0.1;  // room for the label of the mark
+
+// What is worth a mark: the highest peak of an autocorrelation, or what is farthest from 0.
+std::optional<std::size_t> PlaceToMark(const CorrelateResult& result, const Correlations& series) {
+  const std::optional<std::size_t> highest = HighestOf(result, series);
+  const std::optional<std::size_t> lowest = LowestOf(result, series);
+  if (result.with.empty() || !highest || !lowest) return highest;
+  return series.values[*highest] < -series.values[*lowest] ? lowest : highest;
+}
 
 // Bars where there is room for them, or else a curve.
 void DrawSeries(PlotPage& page, const CorrelateReport& report, const Correlations& series) {
   const CorrelateResult& result = report.result;
   const std::vector<double> lags(result.lags.begin(), result.lags.end());
-  PlotRange range(-0.2, 0.2);
+  PlotRange range(-kLeastRange, kLeastRange);
   range.Include(series.values);
-  Plot plot(page.Svg(), page.Next(), {lags.front() - 0.5, lags.back() + 0.5, 0.0, 0.0}, range.Axis(0.0, 0.0, 0.04));
-  plot.DrawYAxis(ShortName(series.name, kLongestName), kPageYTicks);
+  Plot plot(page.Svg(), page.Next(), {lags.front() - 0.5, lags.back() + 0.5, 0.0, 0.0},
+            range.Axis(0.0, 0.0, kRangeShare));
+  plot.DrawYAxis(ShortName(series.name, kLongestTitle), kPageYTicks);
   plot.DrawXAxis("lag", kPageXTicks);
   const SvgAttributes zero = {{"stroke", std::string(kGrey)}};
   plot.DrawLine(lags.front() - 0.5, 0.0, lags.back() + 0.5, 0.0, zero);
@@ -33,11 +42,12 @@ void DrawSeries(PlotPage& page, const CorrelateReport& report, const Correlation
   for (const double sign : {1.0, -1.0}) {
     plot.DrawLevel(sign * NoiseLimit(report.series.Length()), "", kColours[1], true);
   }
-  if (const auto highest = HighestOf(result, series)) {
-    const double r = series.values[*highest];
-    plot.DrawMark(lags[*highest], r, PlotMark::kDiamond, kColours[2], ShortNumber(r));
-    page.Svg().Text(plot.X().At(lags[*highest]) + 9.0, plot.Y().At(r) - 5.0, fmt::format("lag {}", lags[*highest]),
-                    TextStyle(kSmallText, kColours[2]));
+  if (const auto place = PlaceToMark(result, series)) {
+    const double r = series.values[*place];
+    plot.DrawMark(lags[*place], r, PlotMark::kDiamond, kColours[2], ShortNumber(r));
+    const bool isLeft = 2 * *place < lags.size();
+    page.Svg().Text(plot.X().At(lags[*place]) + (isLeft ? 9.0 : -9.0), plot.Y().At(r) + (r < 0.0 ? 13.0 : -5.0),
+                    fmt::format("lag {}", lags[*place]), TextStyle(kSmallText, kColours[2], isLeft ? "start" : "end"));
   }
   plot.DrawLegend("noise stays between the dashed lines in 95 % of the lags", PlotMark::kDot, kColours[1]);
 }

@@ -7,7 +7,6 @@
 
 #include "tools/voran/csv_writer.h"
 #include "tools/voran/number_text.h"
-#include "tools/voran/series_report.h"
 #include "tools/voran/terminal.h"
 #include "tools/voran/text_table.h"
 
@@ -15,8 +14,6 @@ namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr std::size_t kLongestName = 24;
 
 std::string LagLines(const CorrelateReport& report) {
   const CorrelateResult& result = report.result;
@@ -26,7 +23,7 @@ std::string LagLines(const CorrelateReport& report) {
                    isAuto ? "highest peak" : "highest", "lag", "lowest", "lag"});
   for (std::size_t s = 0; s < std::min(result.series.size(), kSeriesShown); ++s) {
     const Correlations& series = result.series[s];
-    std::vector<std::string> cells = {ShortName(series.name, kLongestName)};
+    std::vector<std::string> cells = {ShortName(series.name)};
     cells.push_back(first < series.values.size() ? ShortNumber(series.values[first]) : "-");
     for (const auto& place : {HighestOf(result, series), LowestOf(result, series)}) {
       cells.push_back(place ? ShortNumber(series.values[*place]) : "-");
@@ -46,7 +43,7 @@ Json PlaceJson(const CorrelateResult& result, const Correlations& series, const 
 
 std::string CorrelateTitle(const CorrelateReport& report) {
   if (report.result.with.empty()) return "Autocorrelation";
-  return "Correlation with " + ShortName(report.result.with, kLongestName);
+  return "Correlation with " + ShortName(report.result.with);
 }
 
 std::string CorrelateText(const CorrelateReport& report) {

@@ -6,17 +6,11 @@
 
 #include "tools/voran/correlate_fit.h"
 #include "tools/voran/output_directory.h"
-#include "tools/voran/table.h"
+#include "tools/voran/series_report.h"
 
 namespace tool {
 
-/// Everything that is told of correlations.
-struct CorrelateReport {
-  const Table& table;
-  const SeriesSet& series;
-  const CorrelateSettings& settings;
-  const CorrelateResult& result;
-};
+using CorrelateReport = SeriesReport<CorrelateSettings, CorrelateResult>;
 
 /// "Autocorrelation", or "Correlation with NAME".
 std::string CorrelateTitle(const CorrelateReport& report);

@@ -90,27 +90,30 @@ ColumnSample LookAtColumn(const CsvSample& sample, std::size_t column, char deci
   return seen;
 }
 
-// Whole numbers, none of them twice, in all records but the first.
-bool NumbersRows(const CsvSample& sample, char decimalMark) {
-  std::set<float> seen;
+// Texts or whole numbers, none of them twice, in all records but the first.
+bool NamesRows(const CsvSample& sample, char decimalMark) {
+  std::set<std::string_view> seen;
   float number = 0.0f;
   for (std::size_t r = 1; r < sample.size(); ++r) {
-    const bool isWhole =
-        ReadNumber(sample[r].front(), decimalMark, number) == CellKind::kNumber && number == std::floor(number);
-    if (!isWhole || !seen.insert(number).second) return false;
+    const CellKind kind = ReadNumber(sample[r].front(), decimalMark, number);
+    const bool isName = kind == CellKind::kText || (kind == CellKind::kNumber && number == std::floor(number));
+    if (!isName || !seen.insert(sample[r].front()).second) return false;
   }
   return true;
 }
 
 bool RecogniseHeader(const CsvSample& sample, char decimalMark) {
   const std::vector<std::string>& first = sample.front();
+  const bool isAboveIds = first.size() > 1 && IsIdHeading(first.front());
+  if (isAboveIds && !first.front().empty()) return true;
   if (sample.size() == 1) return Numbers(first, decimalMark).empty();
+  if (isAboveIds && NamesRows(sample, decimalMark)) return true;
   bool numbersInFirst = false;
   float ignored = 0.0f;
   for (std::size_t c = 0; c < first.size(); ++c) {
     if (LookAtColumn(sample, c, decimalMark) != ColumnSample::kNumbers) continue;
     const CellKind kind = ReadNumber(first[c], decimalMark, ignored);
-    if (kind == CellKind::kText || (c == 0 && first[c].empty() && NumbersRows(sample, decimalMark))) return true;
+    if (kind == CellKind::kText) return true;
     if (kind == CellKind::kNumber) numbersInFirst = true;
   }
   return !numbersInFirst || LooksLikeAxis(sample, decimalMark);
@@ -148,6 +151,11 @@ CsvDialect RecogniseCsvDialect(std::string_view text, bool complete, const CsvDi
   dialect.header = sample.empty() || RecogniseHeader(sample, dialect.decimalMark);
   if (request.header) dialect.header = *request.header;
   return dialect;
+}
+
+bool IsIdHeading(std::string_view heading) {
+  const auto isLetter = [](char c, char lower) { return c == lower || c == lower - 'a' + 'A'; };
+  return heading.empty() || (heading.size() == 2 && isLetter(heading[0], 'i') && isLetter(heading[1], 'd'));
 }
 
 std::string_view SeparatorName(char separator) {

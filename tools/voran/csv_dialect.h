@@ -35,10 +35,14 @@ CsvSample ReadCsvSample(std::string_view text, char separator, bool complete, st
 ///   than one; failing that, the one that agrees with the first record most often.
 /// - Decimal mark: a comma if the separator is another and more cells are numbers with a comma than with a point.
 /// - Header: there is one unless the first record holds numbers where the others do. Numbers that only rise or only
-///   fall (wavelengths) are a header too if the second record's do neither.
+///   fall (wavelengths) are a header too if the second record's do neither, and so is what begins with the heading of
+///   row names, if that is "id" or stands above names or numbers of rows.
 CsvDialect RecogniseCsvDialect(std::string_view text, bool complete, const CsvDialectRequest& request);
 
 /// "comma", "semicolon" or "tab".
 std::string_view SeparatorName(char separator);
+
+/// Whether a first column of this heading names the rows: it is empty, or "id" in any case.
+bool IsIdHeading(std::string_view heading);
 
 }  // namespace tool

@@ -132,9 +132,7 @@ void CsvHead::RefuseBadQuotes(CellEnd cellEnd, std::ptrdiff_t line) const {
 }
 
 void CsvHead::NameTheNameless() {
-  std::string first = names_.front();
-  for (char& c : first) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  firstNameIsId_ = first.empty() || first == "id";
+  firstNameIsId_ = IsIdHeading(names_.front());
   for (std::size_t c = 0; c < names_.size(); ++c) {
     if (names_[c].empty()) names_[c] = c == 0 && names_.size() > 1 ? "id" : fmt::format("x{}", c + 1);
   }

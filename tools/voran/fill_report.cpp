@@ -27,7 +27,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kColumnsShown = 20;
-constexpr std::size_t kLongestName = 24;
 
 // The gaps of a column, and what lies between what.
 struct ColumnGaps {
@@ -79,7 +78,7 @@ std::string ColumnLines(const std::vector<ColumnGaps>& columns) {
   const std::size_t shown = std::min(columns.size(), kColumnsShown);
   for (std::size_t c = 0; c < shown; ++c) {
     const ColumnGaps& column = columns[c];
-    lines.Row({ShortName(column.name, kLongestName), std::to_string(column.gaps), std::to_string(column.filled),
+    lines.Row({ShortName(column.name), std::to_string(column.gaps), std::to_string(column.filled),
                ShortNumber(column.least), ShortNumber(column.most), ShortNumber(column.leastFilled),
                ShortNumber(column.mostFilled)});
   }
@@ -121,8 +120,7 @@ using CellWriter = std::function<void(CsvWriter&, std::size_t)>;
 
 CellWriter NumbersOf(const FilledBlock& block, std::size_t column) {
   return [&block, column](CsvWriter& csv, std::size_t i) {
-    const float value = block.values[static_cast<int>(i) + 1][static_cast<int>(column) + 1];
-    csv.Number(value == kGap ? kNoValue : static_cast<double>(value));
+    csv.Number(ValueOf(block.values[static_cast<int>(i) + 1][static_cast<int>(column) + 1]));
   };
 }
 

@@ -86,10 +86,7 @@ void FillByPls(Table& table, const FillSettings& settings, FilledTable& result, 
   result.x.components = filled.x.components;
   result.y->components = filled.y.components;
   const auto of = [](const Matrix& m) {
-    return [&m](std::size_t i, std::size_t k) {
-      const float value = m[static_cast<int>(i) + 1][static_cast<int>(k) + 1];
-      return value == kGap ? kNoValue : static_cast<double>(value);
-    };
+    return [&m](std::size_t i, std::size_t k) { return ValueOf(m[static_cast<int>(i) + 1][static_cast<int>(k) + 1]); };
   };
   Fill(table.variables, prepared.x, isEmptyX, of(data.x), result.x);
   Fill(table.responses, prepared.y, isEmptyY, of(data.y), *result.y);

@@ -40,9 +40,7 @@ void AddHistogramCommand(CommandLine& program) {
   Command command = program.AddCommand("histogram", "How the values of each column are distributed");
   auto options = std::make_shared<HistogramOptions>();
   command.AddFlag("--dots", options->withDots, "Stacked dots, one for each row, in place of bars");
-  options->run.table.AddWhere(command);
-  options->run.AddSvgTo(command, "Draw the histograms to this file, as SVG");
-  options->run.AddTo(command);
+  options->run.AddWithPictureTo(command, "Draw the histograms to this file, as SVG");
   command.Footer(
       R"(Examples:
   voran histogram wine.csv --class class --x alcohol

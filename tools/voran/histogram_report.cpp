@@ -18,14 +18,13 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kLongestName = 24;
 constexpr std::size_t kColumnsWithBars = 4;
 constexpr std::size_t kLongestBar = 50;
 
 std::string ColumnLines(const HistogramReport& report) {
   TextTable lines({"column", "n", "gaps", "min", "max", "bins", "width"});
   for (const ColumnHistogram& column : report.columns) {
-    lines.Row({ShortName(column.name, kLongestName), std::to_string(column.present), std::to_string(column.missing),
+    lines.Row({ShortName(column.name), std::to_string(column.present), std::to_string(column.missing),
                ShortNumber(column.minimum), ShortNumber(column.maximum), std::to_string(column.bins.size()),
                ShortNumber(column.width)});
   }
@@ -46,7 +45,7 @@ std::string BarLines(const ColumnHistogram& column) {
   }
   const std::size_t highest = column.Highest();
   const std::size_t countWidth = std::max<std::size_t>(5, std::to_string(highest).size());
-  std::string text = fmt::format("\n  {}\n  {}  {}\n", ShortName(column.name, kLongestName), Aligned("from", edgeWidth),
+  std::string text = fmt::format("\n  {}\n  {}  {}\n", ShortName(column.name), Aligned("from", edgeWidth),
                                  Aligned("count", countWidth));
   for (std::size_t k = 0; k < column.bins.size(); ++k) {
     const std::size_t count = column.bins[k].rows.size();

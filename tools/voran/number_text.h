@@ -49,8 +49,9 @@ std::string ShortNumber(double value);
 std::size_t Length(std::string_view text);
 
 /// `name` in at most `most` characters, fit for a terminal: what is too much is cut out of the middle, since names that
-/// belong together differ at their ends, and control characters become blanks.
-std::string ShortName(std::string_view name, std::size_t most);
+/// belong together differ at their ends, and control characters become blanks. The default is for tables of several
+/// columns.
+std::string ShortName(std::string_view name, std::size_t most = 24);
 
 /// Up to 40 bytes of `text` in quotation marks, fit for a terminal: control characters are shown as \xHH.
 std::string Quoted(std::string_view text);

@@ -25,27 +25,23 @@ struct Direction {
   const Sets& crossLoadings;
 };
 
-double Present(float value) {
-  return value == kGap ? kNoValue : static_cast<double>(value);
-}
-
 // What the model of group g, from 0, predicts for row i, from 1.
 std::vector<double> Predicted(const Direction& models, int g, int i, int columns) {
   std::vector<double> row(static_cast<std::size_t>(columns), 0.0);
   const auto add = [&](double score, const Matrix& loadings) {
     std::size_t k = 0;
-    for (const float loading : loadings[g + 1]) row[k++] += score * Present(loading);
+    for (const float loading : loadings[g + 1]) row[k++] += score * ValueOf(loading);
   };
   for (std::size_t b = 0; b < models.loadings.size(); ++b) {
     double score = 0.0;
     for (std::size_t a = 0; a < models.scores.size(); ++a) {
       const Matrix& inner = models.inner[static_cast<std::size_t>(g)];
-      score += Present(models.scores[a][g + 1][i]) * Present(inner[static_cast<int>(a) + 1][static_cast<int>(b) + 1]);
+      score += ValueOf(models.scores[a][g + 1][i]) * ValueOf(inner[static_cast<int>(a) + 1][static_cast<int>(b) + 1]);
     }
     add(score, models.loadings[b]);
   }
   for (std::size_t j = 0; j < models.crossLoadings.size(); ++j) {
-    add(Present(models.orthogonalScores[j][g + 1][i]), models.crossLoadings[j]);
+    add(ValueOf(models.orthogonalScores[j][g + 1][i]), models.crossLoadings[j]);
   }
   return row;
 }
@@ -70,7 +66,7 @@ std::vector<O2plsVerdict> Verdicts(const NCDataVector<float>& q2, const NCIntegr
                                    int count) {
   std::vector<O2plsVerdict> verdicts;
   for (int a = 1; a <= count; ++a) {
-    verdicts.push_back({Present(q2[a]), static_cast<SignificanceE::Significance>(significance[a])});
+    verdicts.push_back({ValueOf(q2[a]), static_cast<SignificanceE::Significance>(significance[a])});
   }
   return verdicts;
 }
@@ -112,7 +108,7 @@ O2plsCv CrossValidateO2pls(const O2plsData& data, NCIntegralVector<int, -99> gro
   cv.joint = Verdicts(found.Q2, found.PredSignificance, found.PredComps);
   cv.xOrthogonal = Verdicts(found.Q2X, found.XOrthoSignificance, found.XOrthoComps);
   cv.yOrthogonal = Verdicts(found.Q2Y, found.YOrthoSignificance, found.YOrthoComps);
-  for (const float q2 : found.Q2YVar[found.PredComps]) cv.q2OfResponses.push_back(Present(q2));
+  for (const float q2 : found.Q2YVar[found.PredComps]) cv.q2OfResponses.push_back(ValueOf(q2));
   const auto rows = static_cast<std::size_t>(data.y.SizeRows());
   cv.predictedY.assign(cv.q2OfResponses.size(), std::vector<double>(rows));
   cv.q2Y = PredictAll({found.TSets, found.LambdaSets, found.QSets, found.ToSets, found.SSets}, groups, data.y,

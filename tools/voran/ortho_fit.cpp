@@ -21,8 +21,7 @@ using Matrix = NCDataMatrix<float>;
 using Vector = NCDataVector<float>;
 
 double At(const Matrix& m, int row, std::size_t element) {
-  const float value = m[row][static_cast<int>(element) + 1];
-  return value == kGap ? kNoValue : static_cast<double>(value);
+  return ValueOf(m[row][static_cast<int>(element) + 1]);
 }
 
 // Row by row, so that the largest weight is positive.

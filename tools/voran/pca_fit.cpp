@@ -133,9 +133,7 @@ class PcaRun : private ComponentLoop {
 PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress) {
   PcaResult result;
   result.gaps = CountGaps(table.x);
-  PreparedTable prepared =
-      Prepare({table.source, table.x, table.variables, table.rowIds, settings.transforms}, settings.scaling);
-  RefuseNothingLeft(table.source, prepared);
+  PreparedTable prepared = PrepareVariables(table, settings.transforms, settings.scaling);
   if (prepared.note) result.notes.push_back(*prepared.note);
   result.columns = prepared.columns;
   result.gaps.emptyRows = EmptyRows(prepared.x, table.rowIds);

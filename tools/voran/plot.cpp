@@ -17,6 +17,7 @@ class CurvePath {
  public:
   void Break() {
     Flush();
+    if (isOpen_ && isLone_) path_ += "m-1 0h2";  // or else nothing would be seen of it
     isOpen_ = false;
   }
 
@@ -33,7 +34,7 @@ class CurvePath {
   }
 
   std::string Take() {
-    Flush();
+    Break();
     return std::move(path_);
   }
 
@@ -53,11 +54,13 @@ class CurvePath {
 
   void Write(const Place& place) {
     path_ += fmt::format("{}{} {}", isOpen_ ? "L" : "M", SvgNumber(place.x), SvgNumber(place.y));
+    isLone_ = !isOpen_;
     isOpen_ = true;
   }
 
   std::string path_;
   bool isOpen_ = false;
+  bool isLone_ = false;  ///< whether the open part of the path has one point yet
   double pixel_ = 0.0;
   std::size_t count_ = 0;
   Place first_;
@@ -134,6 +137,7 @@ void Plot::DrawCurve(std::span<const double> x, std::span<const double> y, std::
                         {"stroke", std::string(colour)},
                         {"stroke-width", SvgNumber(width)},
                         {"stroke-linejoin", "round"},
+                        {"stroke-linecap", "round"},
                         {"d", commands}});
 }
 

@@ -18,8 +18,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kLongestName = 24;
-
 // Q2 of each response and component; nothing where there is no more to say than above.
 std::string ResponseQ2Lines(const PlsResult& result) {
   constexpr std::size_t kMostShown = 10;
@@ -29,7 +27,7 @@ std::string ResponseQ2Lines(const PlsResult& result) {
   for (std::size_t a = 1; a <= shown; ++a) headings.push_back(std::to_string(a));
   TextTable table(headings);
   for (std::size_t m = 0; m < result.responses.size(); ++m) {
-    std::vector<std::string> cells = {ShortName(result.y.names[m], kLongestName)};
+    std::vector<std::string> cells = {ShortName(result.y.names[m])};
     for (std::size_t a = 0; a < shown; ++a) {
       cells.push_back(fmt::format("{:.4f}", result.components[a].q2->q2OfColumns[m]));
     }

@@ -15,6 +15,23 @@
 #include "tools/voran/transform_text.h"
 
 namespace tool {
+namespace {
+
+[[noreturn]] void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared) {
+  if (prepared.x.SizeRows() == 1) {
+    throw BadData(source + ": one row has no variance; give more rows, or --scaling none");
+  }
+  const DroppedColumns& dropped = prepared.columns.dropped;
+  const auto& [name, reason] = dropped.front();
+  const bool isConstant =
+      std::any_of(dropped.begin(), dropped.end(), [](const auto& column) { return column.second == "no variance"; });
+  throw BadData(fmt::format("{}: no column is left to model: {} ({}){}{}", source, name, reason,
+                            dropped.size() > 1 ? " and the others hold nothing either" : "",
+                            isConstant ? "; --scaling none keeps what has no variance" : ""));
+}
+
+}  // namespace
+
 double PreparedColumns::Original(std::size_t column, double scaled) const {
   const double unscaled = scaled / scales[column].weight + scales[column].centre;
   const TransformStruct& transform = transforms[static_cast<int>(column) + 1];
@@ -41,18 +58,10 @@ PreparedTable Prepare(RawColumns&& raw, Scaling scaling) {
   return result;
 }
 
-void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared) {
-  if (!prepared.columns.names.empty()) return;
-  if (prepared.x.SizeRows() == 1) {
-    throw BadData(source + ": one row has no variance; give more rows, or --scaling none");
-  }
-  const DroppedColumns& dropped = prepared.columns.dropped;
-  const auto& [name, reason] = dropped.front();
-  const bool isConstant =
-      std::any_of(dropped.begin(), dropped.end(), [](const auto& column) { return column.second == "no variance"; });
-  throw BadData(fmt::format("{}: no column is left to model: {} ({}){}{}", source, name, reason,
-                            dropped.size() > 1 ? " and the others hold nothing either" : "",
-                            isConstant ? "; --scaling none keeps what has no variance" : ""));
+PreparedTable PrepareVariables(Table& table, const NCTransform& transforms, Scaling scaling) {
+  PreparedTable prepared = Prepare({table.source, table.x, table.variables, table.rowIds, transforms}, scaling);
+  if (prepared.columns.names.empty()) RefuseNothingLeft(table.source, prepared);
+  return prepared;
 }
 
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns) {

@@ -8,6 +8,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "tools/voran/scaling.h"
+#include "tools/voran/table.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/preprocessing/transform.h"
 
@@ -48,8 +49,8 @@ struct RawColumns {
 /// Transforms and scales the columns, learning the scales from them, and leaves out those that hold nothing.
 PreparedTable Prepare(RawColumns&& raw, Scaling scaling);
 
-/// Throws `Failure` (bad data) if no column is left.
-void RefuseNothingLeft(const std::string& source, const PreparedTable& prepared);
+/// The same for the variables of a table. Throws `Failure` (bad data) if no column is left.
+PreparedTable PrepareVariables(Table& table, const NCTransform& transforms, Scaling scaling);
 
 /// Makes new rows ready for a model that was fitted to `columns`; `raw` has all of them, in any order.
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns);

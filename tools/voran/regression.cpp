@@ -60,10 +60,7 @@ RegressionData PrepareRegression(Table& table, const RegressionSettings& setting
   result.yGaps = CountGaps(table.y);
   const int variables = settings.transforms.Size() == 0 ? 0 : static_cast<int>(table.variables.size());
   const int responses = settings.transforms.Size() - variables;
-  PreparedTable x =
-      Prepare({table.source, table.x, table.variables, table.rowIds, PartOf(settings.transforms, 1, variables)},
-              settings.scaling);
-  RefuseNothingLeft(table.source, x);
+  PreparedTable x = PrepareVariables(table, PartOf(settings.transforms, 1, variables), settings.scaling);
   result.gaps.emptyRows = EmptyRows(x.x, table.rowIds);
   BlankResponsesWithoutX(x.x, table.y);
   RegressionData data;

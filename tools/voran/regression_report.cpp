@@ -19,8 +19,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kLongestName = 24;
-
 // A line for each row of the table, and a column for each response.
 void WriteByRow(std::ostream& out, const RegressionReport& report, std::vector<double> ResponseFit::*values) {
   CsvWriter writer(out);
@@ -80,7 +78,7 @@ std::string ResponseText(const RegressionResult& result) {
   TextTable table(headings);
   for (std::size_t m = 0; m < result.responses.size(); ++m) {
     const ResponseFit& fit = result.responses[m];
-    std::vector<std::string> cells = {ShortName(result.y.names[m], kLongestName), ShareText(fit.r2y)};
+    std::vector<std::string> cells = {ShortName(result.y.names[m]), ShareText(fit.r2y)};
     if (isCrossValidated) cells.push_back(ShareText(*fit.q2));
     cells.push_back(ShortNumber(fit.rmsee));
     if (isCrossValidated) cells.push_back(ShortNumber(fit.rmsecv));

@@ -75,11 +75,6 @@ double UnitFor(double largest) {
 
 }  // namespace
 
-float AsPresent(double scaled) {
-  const float value = static_cast<float>(scaled);
-  return value == kGap ? std::nextafter(value, 0.0f) : value;
-}
-
 NCDataMatrix<float> ApplyScales(NCDataMatrix<float>&& x, const std::vector<std::size_t>& kept,
                                 const std::vector<ColumnScale>& scales) {
   NCDataMatrix<float> result;

@@ -44,10 +44,6 @@ struct ScaledMatrix {
   std::vector<DroppedColumn> dropped;
 };
 
-/// `scaled` as a matrix holds it. A value that happens to equal the marker of missing elements would become a gap: it
-/// moves by one unit in the last place.
-float AsPresent(double scaled);
-
 /// Scales the columns of `x`, and leaves out those that hold nothing: no value at all, or (unless nothing is centred)
 /// the same value everywhere. The standard deviation has n - 1 in the denominator, n counting present values. Means and
 /// deviations are formed in double, in two passes.

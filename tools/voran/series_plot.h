@@ -43,6 +43,11 @@ class PlotPage {
   std::size_t drawn_ = 0;
 };
 
+/// As many plots a page has at most; a scalogram counts twice.
+inline constexpr std::size_t kMostPlots = 6;
+/// Of the name of a series above its plot.
+inline constexpr std::size_t kLongestTitle = 40;
+
 /// About how many ticks the axes of such plots have.
 inline constexpr int kPageXTicks = 10;
 inline constexpr int kPageYTicks = 5;

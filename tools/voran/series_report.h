@@ -11,6 +11,15 @@ namespace tool {
 
 // What the summaries of the commands on series have in common.
 
+/// Everything that is told of what a command made of series.
+template <class Settings, class Result>
+struct SeriesReport {
+  const Table& table;
+  const SeriesSet& series;
+  const Settings& settings;
+  const Result& result;
+};
+
 /// As many series have a line in a summary for the terminal.
 inline constexpr std::size_t kSeriesShown = 20;
 

@@ -47,6 +47,19 @@ SeriesSet SeriesOf(const Table& table, bool areRows) {
   return series;
 }
 
+SeriesSet SeriesToFill(const Table& table, bool areRows) {
+  SeriesSet series = SeriesOf(table, areRows);
+  for (std::size_t s = 0; s < series.Size(); ++s) {
+    if (series[s].GetNumMisVal() == 0 || series.IsEmpty(s)) continue;
+    NCDataVector<float> filled = series[s];
+    filled.InterpolateMisVals(nullptr);
+    for (int i = 1; i <= series.Length(); ++i) {
+      if (filled[i] == kGap) series.x(static_cast<int>(s) + 1)(i, AsPresent(kGap));
+    }
+  }
+  return series;
+}
+
 void ForEachSeries(const SeriesSet& series, const std::string& source, const std::string& task,
                    const std::function<void(std::size_t)>& compute) {
   NCProgress progress(task.c_str(), 0.0f, 1.0f, false, false, true, "");

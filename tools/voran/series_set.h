@@ -35,6 +35,10 @@ struct SeriesSet {
 /// Throws `Failure` (bad data) if no series holds a value.
 SeriesSet SeriesOf(const Table& table, bool areRows);
 
+/// The same for a command that fills gaps on straight lines: where a line would meet the mark of gaps, the number next
+/// to that stands in the gap.
+SeriesSet SeriesToFill(const Table& table, bool areRows);
+
 /// Calls `compute` for every series that holds a value, in order, with progress called `task`. Throws `Failure`:
 /// cancelled if the user breaks off, computation failed in place of an NCError.
 void ForEachSeries(const SeriesSet& series, const std::string& source, const std::string& task,

@@ -37,7 +37,7 @@ SmoothSettings Resolve(const SmoothOptions& options) {
   }
   if (settings.window <= settings.order) {
     throw WrongUse(fmt::format("--window: a polynomial of order {} needs a window of {} elements or more",
-                               settings.order, settings.order == 3 ? 5 : 3));
+                               settings.order, settings.LeastWindow()));
   }
   if (settings.derivative > settings.order) {
     throw WrongUse("--derivative: the third one of a polynomial of order 2 is 0 everywhere; add --order 3");
@@ -83,9 +83,7 @@ void AddSmoothCommand(CommandLine& program) {
   command.Add("--step", options->step, "How far apart elements are, for derivatives; without it, 1").Type("S");
   command.AddFlag("--no-edges", options->withoutEdges,
                   "Leave gaps at the ends, where no window has its centre, instead of values of the last polynomial");
-  options->run.table.AddWhere(command);
-  options->run.AddSvgTo(command, "Draw the first series to this file, as SVG");
-  options->run.AddTo(command);
+  options->run.AddWithPictureTo(command, "Draw the first series to this file, as SVG");
   command.Footer(
       R"(Without --out there is only the summary.
 

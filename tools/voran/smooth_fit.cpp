@@ -13,18 +13,43 @@ namespace tool {
 namespace {
 
 void RefuseWindow(const SeriesSet& series, const SmoothSettings& settings, const std::string& source) {
-  if (settings.window <= series.Length()) return;
-  throw WrongUse(fmt::format("--window: a window of {} elements is longer than the series of {}, which have {}",
-                             settings.window, source, series.Length()));
+  const int length = series.Length();
+  if (settings.window <= length) return;
+  if (length < settings.LeastWindow()) {
+    throw BadData(fmt::format("{}: a polynomial of order {} needs series of {} elements or more, and these have {}",
+                              source, settings.order, settings.LeastWindow(), length));
+  }
+  throw WrongUse(
+      fmt::format("--window: a window of {} elements is longer than the series of {}, which have {}; give {} at most",
+                  settings.window, source, length, length - (length % 2 == 0 ? 1 : 0)));
 }
 
-NCDataVector<float> Smoothed(const NCDataVector<float>& x, const Derivate<float>& polynomials,
-                             const SmoothSettings& settings) {
+NCDataVector<float> Fitted(const NCDataVector<float>& x, const Derivate<float>& polynomials,
+                           const SmoothSettings& settings) {
   NCDataVector<float> result;
   if (settings.derivative == 0) {
     polynomials.Smooth(x, result, settings.withEdges);
   } else {
     polynomials.DoDerivate(x, result, settings.derivative, static_cast<float>(settings.step), settings.withEdges);
+  }
+  return result;
+}
+
+// Where a coefficient or a result is the mark of gaps by chance, the library tells of a gap. Of the series by a power
+// of two the results are smaller by just that, so there they are other numbers. By 2 alone they could be the mark
+// again.
+NCDataVector<float> Smoothed(const NCDataVector<float>& x, const Derivate<float>& polynomials,
+                             const SmoothSettings& settings) {
+  NCDataVector<float> result = Fitted(x, polynomials, settings);
+  if (std::find(result.begin(), result.end(), kGap) == result.end()) return result;
+  constexpr double kPower = 1048576.0;
+  NCDataVector<float> small = x;
+  for (int i = 1; i <= x.Size(); ++i) {
+    if (x[i] != kGap) small(i, AsPresent(static_cast<double>(x[i]) / kPower));
+  }
+  small = Fitted(small, polynomials, settings);
+  for (int i = 1; i <= x.Size(); ++i) {
+    if (result[i] == kGap && small[i] != kGap) result(i, AsPresent(static_cast<double>(small[i]) * kPower));
   }
   return result;
 }

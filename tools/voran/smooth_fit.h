@@ -15,6 +15,9 @@ struct SmoothSettings {
   int derivative = 0;
   double step = 1.0;  ///< between elements; plays a part in derivatives alone
   bool withEdges = true;
+
+  /// An odd number of elements that a polynomial can be fitted to.
+  int LeastWindow() const { return order == 3 ? 5 : 3; }
 };
 
 /// A value of a series, and where.

@@ -9,9 +9,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostPlots = 6;
 constexpr double kRangeShare = 0.05;
-constexpr std::size_t kLongestName = 40;
 
 struct Curve {
   std::vector<double> values;
@@ -23,7 +21,7 @@ void DrawPlot(PlotPage& page, const SeriesAxis& axis, const std::string& title, 
   PlotRange range;
   for (const Curve& curve : curves) range.Include(curve.values);
   Plot plot(page.Svg(), page.Next(), axis.Range(), range.Axis(0.0, 0.0, kRangeShare));
-  plot.DrawYAxis(ShortName(title, kLongestName), kPageYTicks);
+  plot.DrawYAxis(ShortName(title, kLongestTitle), kPageYTicks);
   axis.Draw(plot);
   for (const Curve& curve : curves) {
     plot.DrawCurve(axis.Positions(), curve.values, curve.colour);

@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/voran/number_text.h"
-#include "tools/voran/series_report.h"
 #include "tools/voran/table_writer.h"
 #include "tools/voran/text_table.h"
 
@@ -15,8 +14,6 @@ namespace tool {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr std::size_t kLongestName = 24;
 
 Json ExtremeJson(const SeriesExtreme& extreme) {
   const bool isThere = !std::isnan(extreme.value);
@@ -47,9 +44,9 @@ std::string SmoothText(const SmoothReport& report) {
       {series.areRows ? "row" : "column", "gaps", "left", "min", "at", "max", "at", isSmoothing ? "residual" : ""});
   for (std::size_t s = 0; s < std::min(series.Size(), kSeriesShown); ++s) {
     const SmoothedSeries& one = report.result.series[s];
-    lines.Row({ShortName(series.names[s], kLongestName), std::to_string(one.gaps), std::to_string(one.left),
-               ShortNumber(one.least.value), ShortName(one.least.place, kLongestName), ShortNumber(one.most.value),
-               ShortName(one.most.place, kLongestName), isSmoothing ? ShortNumber(one.residual) : ""});
+    lines.Row({ShortName(series.names[s]), std::to_string(one.gaps), std::to_string(one.left),
+               ShortNumber(one.least.value), ShortName(one.least.place), ShortNumber(one.most.value),
+               ShortName(one.most.place), isSmoothing ? ShortNumber(one.residual) : ""});
   }
   return text + lines.Text() + MoreSeriesText(series.Size());
 }

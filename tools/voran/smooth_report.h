@@ -5,18 +5,12 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "tools/voran/output_directory.h"
+#include "tools/voran/series_report.h"
 #include "tools/voran/smooth_fit.h"
-#include "tools/voran/table.h"
 
 namespace tool {
 
-/// Everything that is told of smoothed series.
-struct SmoothReport {
-  const Table& table;
-  const SeriesSet& series;
-  const SmoothSettings& settings;
-  const SmoothResult& result;
-};
+using SmoothReport = SeriesReport<SmoothSettings, SmoothResult>;
 
 /// "Smoothing", or "First derivative" and so on.
 std::string SmoothTitle(const SmoothSettings& settings);

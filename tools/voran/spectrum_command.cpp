@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,7 +25,7 @@ struct SpectrumOptions {
 };
 
 void Check(const SpectrumSettings& settings) {
-  if (settings.segment && (*settings.segment < 2 || !std::has_single_bit(static_cast<unsigned>(*settings.segment)))) {
+  if (settings.segment && !std::has_single_bit(static_cast<unsigned>(*settings.segment))) {
     throw WrongUse(
         fmt::format("--segment: a segment has 2, 4, 8, ... elements, a power of two; {} is none", *settings.segment));
   }
@@ -37,7 +38,7 @@ void RunSpectrum(const SpectrumOptions& options) {
   Check(options.settings);
   CommandRun run(options.run);
   const Table table = run.ReadTable();
-  const SeriesSet series = SeriesOf(table, options.settings.areRows);
+  const SeriesSet series = SeriesToFill(table, options.settings.areRows);
   const SpectrumResult result = ComputeSpectra(series, options.settings, table.source);
   const SpectrumReport report = {table, series, options.settings, result};
   run.Finish(
@@ -73,7 +74,8 @@ void AddSpectrumCommand(CommandLine& program) {
   command
       .Add("--segment", settings.segment,
            "How many elements a segment has, a power of two; without it, the largest that a series holds twice")
-      .Type("N");
+      .Type("N")
+      .Between(2, std::numeric_limits<int>::max());
   const auto readOverlap = [&settings](const std::string& name) { settings.overlap = name == "half"; };
   command.AddRead("--overlap", readOverlap, "How far a segment reaches into the next")
       .OneOf({"half", "none"})
@@ -81,9 +83,7 @@ void AddSpectrumCommand(CommandLine& program) {
   AddDetrending(command, settings.detrending);
   AddWindow(command, settings);
   command.Add("--step", settings.step, "How far apart elements are, the unit of periods").Type("S").ShowDefault();
-  options->run.table.AddWhere(command);
-  options->run.AddSvgTo(command, "Draw the spectra of the first series to this file, as SVG");
-  options->run.AddTo(command);
+  options->run.AddWithPictureTo(command, "Draw the spectra of the first series to this file, as SVG");
   command.Footer(
       R"(Gaps are filled on straight lines. Without --out there is only the summary.
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -11,10 +12,8 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostPlots = 6;
 constexpr std::size_t kPeaksMarked = 3;
 constexpr double kRangeShare = 0.06;
-constexpr std::size_t kLongestName = 40;
 
 // In decades: powers differ too much for anything else. A power of 0 has no place.
 std::vector<double> Logarithms(const std::vector<double>& powers) {
@@ -31,18 +30,22 @@ void DrawSeries(PlotPage& page, const SpectrumReport& report, std::size_t s) {
   range.Include(curve);
   Plot plot(page.Svg(), page.Next(), PlotRange(0.0, frequencies.back()).Axis(0.0, 0.0),
             range.Axis(0.0, 0.0, kRangeShare));
-  plot.DrawYAxis(ShortName(report.series.names[s], kLongestName) + ", log10 of power", kPageYTicks);
-  plot.DrawXAxis("frequency", kPageXTicks);
+  const bool hasPower = std::any_of(curve.begin(), curve.end(), [](double power) { return std::isfinite(power); });
+  plot.DrawYAxis(ShortName(report.series.names[s], kLongestTitle) +
+                     (hasPower ? ", log10 of power" : " has no power at any frequency"),
+                 kPageYTicks);
+  plot.DrawXAxis(report.settings.step == 1.0 ? "frequency: cycles by element" : "frequency: cycles by unit of the step",
+                 kPageXTicks);
   plot.DrawCurve(frequencies, curve, kColours[0]);
   const std::vector<SpectrumPeak> peaks = PeaksOf(report.result.powers[s], kPeaksMarked);
   for (const SpectrumPeak& peak : peaks) {
     const double frequency = frequencies[peak.place];
     const std::string period = ShortNumber(PeriodOf(frequency));
     plot.DrawMark(frequency, curve[peak.place], PlotMark::kDiamond, kColours[1], "period " + period);
-    const double x = plot.X().At(frequency) + 9.0;
-    if (&peak == &peaks.front()) {
-      page.Svg().Text(x, plot.Y().At(curve[peak.place]) + 4.0, period, TextStyle(kSmallText, kColours[1]));
-    }
+    if (&peak != &peaks.front()) continue;
+    const bool isLeft = 2.0 * frequency < frequencies.back();
+    page.Svg().Text(plot.X().At(frequency) + (isLeft ? 9.0 : -9.0), plot.Y().At(curve[peak.place]) + 4.0, period,
+                    TextStyle(kSmallText, kColours[1], isLeft ? "start" : "end"));
   }
   if (!peaks.empty()) plot.DrawLegend("highest peaks, the first with its period", PlotMark::kDiamond, kColours[1]);
 }

@@ -7,7 +7,6 @@
 
 #include "tools/voran/csv_writer.h"
 #include "tools/voran/number_text.h"
-#include "tools/voran/series_report.h"
 #include "tools/voran/terminal.h"
 #include "tools/voran/text_table.h"
 
@@ -16,7 +15,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kLongestName = 24;
 constexpr std::size_t kPeaksOfOne = 5;
 constexpr std::size_t kPeaksOfSeveral = 2;
 
@@ -26,7 +24,7 @@ std::string PeakLines(const SpectrumReport& report) {
   for (std::size_t s = 0; s < std::min(series.Size(), kSeriesShown); ++s) {
     const std::vector<double>& powers = report.result.powers[s];
     const std::vector<SpectrumPeak> peaks = PeaksOf(powers, series.Size() == 1 ? kPeaksOfOne : kPeaksOfSeveral);
-    const std::string name = ShortName(series.names[s], kLongestName);
+    const std::string name = ShortName(series.names[s]);
     if (peaks.empty()) lines.Row({name, "-", "-", "-", "-", "-"});
     for (std::size_t i = 0; i < peaks.size(); ++i) {
       const double frequency = report.result.frequencies[peaks[i].place];

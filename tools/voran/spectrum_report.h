@@ -5,18 +5,12 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "tools/voran/output_directory.h"
+#include "tools/voran/series_report.h"
 #include "tools/voran/spectrum_fit.h"
-#include "tools/voran/table.h"
 
 namespace tool {
 
-/// Everything that is told of spectra.
-struct SpectrumReport {
-  const Table& table;
-  const SeriesSet& series;
-  const SpectrumSettings& settings;
-  const SpectrumResult& result;
-};
+using SpectrumReport = SeriesReport<SpectrumSettings, SpectrumResult>;
 
 /// As in the options.
 std::string WindowName(FFT::DataWindowMode window);

@@ -84,8 +84,7 @@ double RoundingOf(const NCDataVector<float>& w, int rows, int columns) {
 
 SvdResult FitSvd(Table& table, const SvdSettings& settings) {
   RefuseGaps(table);
-  PreparedTable prepared = Prepare({table.source, table.x, table.variables, table.rowIds, {}}, settings.scaling);
-  RefuseNothingLeft(table.source, prepared);
+  PreparedTable prepared = PrepareVariables(table, {}, settings.scaling);
   const int rows = prepared.x.SizeRows();
   const int columns = prepared.x.SizeColumns();
   // The work grows with the square of the columns, so the longer side goes into the rows.

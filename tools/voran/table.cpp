@@ -1,6 +1,7 @@
 #include "tools/voran/table.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -39,6 +40,11 @@ void MoveResponses(Table& table, const ColumnPlan& plan) {
 }
 
 }  // namespace
+
+float AsPresent(double value) {
+  const auto held = static_cast<float>(value);
+  return held == kGap ? std::nextafter(held, 0.0f) : held;
+}
 
 void NameColumns(Table& table, const ColumnPlan& plan) {
   table.columns = plan.names;

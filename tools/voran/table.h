@@ -15,6 +15,10 @@ namespace tool {
 /// What marks a missing element in the library's matrices.
 constexpr float kGap = -99.0f;
 
+/// `value` as a matrix holds it. One that happens to equal the marker of missing elements would become a gap: it moves
+/// by one unit in the last place.
+float AsPresent(double value);
+
 /// A column of text, one entry a row.
 struct TextColumn {
   std::string name;

@@ -35,8 +35,7 @@ std::vector<TransformedColumn> DescribeInput(const Table& table, const NCTransfo
 
 // Columns that scaling has left out go.
 void ScaleVariables(Table& table, Scaling scaling, TransformedTable& result) {
-  PreparedTable scaled = Prepare({table.source, table.x, table.variables, table.rowIds, {}}, scaling);
-  RefuseNothingLeft(table.source, scaled);
+  PreparedTable scaled = PrepareVariables(table, {}, scaling);
   result.x = scaled.x;
   result.unit = scaled.columns.unit;
   result.dropped = std::move(scaled.columns.dropped);

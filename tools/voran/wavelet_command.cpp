@@ -41,7 +41,7 @@ void RunForward(const WaveletOptions& options) {
   settings.wavelet = ChooseWavelet(options.family, options.order);
   CommandRun run(options.run);
   const Table table = run.ReadTable();
-  const SeriesSet series = SeriesOf(table, settings.areRows);
+  const SeriesSet series = SeriesToFill(table, settings.areRows);
   const WaveletResult result = TransformSeries(series, table.idName, settings, table.source);
   RefusePicture(options, result.form.coefficients);
   const WaveletReport report = {table, series, result};
@@ -83,7 +83,6 @@ void AddForwardOptions(Command& command, WaveletOptions& options, const Option& 
       .AddFlag("--best-basis", options.settings.bestBasis,
                "Wavelet packets of least entropy in place of the dyadic transform; pads")
       .Excludes(inverse);
-  options.run.AddSvgTo(command, "Draw the scalograms of the first series to this file, as SVG");
 }
 
 std::string OrderLines() {
@@ -106,8 +105,7 @@ void AddWaveletCommand(CommandLine& program) {
       command.AddFlag("--inverse", options->inverse,
                       "Restore the series from wavelet.csv, with the summary.json that --out wrote beside it");
   AddForwardOptions(command, *options, inverse);
-  options->run.AddTo(command);
-  options->run.table.AddWhere(command);
+  options->run.AddWithPictureTo(command, "Draw the scalograms of the first series to this file, as SVG");
   command.Footer("The orders of the families:\n" + OrderLines() +
                  R"(Gaps are filled on straight lines. Without --out there is only the summary.
 

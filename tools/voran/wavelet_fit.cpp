@@ -30,7 +30,7 @@ void MakePresent(const SeriesSet& series, NCDataMatrix<float>& coefficients, con
     const int row = static_cast<int>(s) + 1;
     for (int i = 1; i <= coefficients.SizeColumns(); ++i) {
       const float value = coefficients[row][i];
-      if (value == kGap) coefficients(row)(i, std::nextafter(kGap, 0.0f));
+      if (value == kGap) coefficients(row)(i, AsPresent(value));
       if (std::isfinite(value)) continue;
       throw Failure(ExitCode::kComputationFailed,
                     fmt::format("{}, {}: the transform overflowed; divide the values by a power of ten", source,
@@ -150,12 +150,12 @@ NCDataMatrix<float> RestoreSeries(const SeriesSet& coefficients, const WaveletFo
       throw BadData(
           fmt::format("{}: {} could not be restored from these coefficients", source, Quoted(coefficients.names[s])));
     }
-    restored(static_cast<int>(s) + 1) = one;
+    for (int i = 1; i <= length; ++i) restored(static_cast<int>(s) + 1)(i, AsPresent(one[i]));
   });
   return restored;
 }
 
-int CoefficientsHolding(const NCDataVector<float>& coefficients, double share) {
+std::vector<int> CoefficientsHolding(const NCDataVector<float>& coefficients, std::span<const double> shares) {
   std::vector<double> squares;
   double total = 0.0;
   for (const float value : coefficients) {
@@ -163,14 +163,14 @@ int CoefficientsHolding(const NCDataVector<float>& coefficients, double share) {
     total += squares.back();
   }
   std::sort(squares.begin(), squares.end(), std::greater<>());
+  std::vector<int> counts;
   double held = 0.0;
-  int count = 0;
-  for (const double square : squares) {
-    if (held >= share * total) break;
-    held += square;
-    ++count;
+  auto next = squares.begin();
+  for (const double share : shares) {
+    while (next != squares.end() && held < share * total) held += *next++;
+    counts.push_back(static_cast<int>(next - squares.begin()));
   }
-  return count;
+  return counts;
 }
 
 }  // namespace tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ WaveletResult TransformSeries(const SeriesSet& series, const std::string& headin
 /// out. Throws `Failure` (bad data) if they are not those of the form, or have gaps.
 NCDataMatrix<float> RestoreSeries(const SeriesSet& coefficients, const WaveletForm& form, const std::string& source);
 
-/// How many of the largest coefficients hold this share of the sum of squares.
-int CoefficientsHolding(const NCDataVector<float>& coefficients, double share);
+/// For each of these shares, which ascend, how many of the largest coefficients hold it of the sum of squares.
+std::vector<int> CoefficientsHolding(const NCDataVector<float>& coefficients, std::span<const double> shares);
 
 }  // namespace tool

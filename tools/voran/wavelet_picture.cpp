@@ -14,9 +14,6 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kMostPlots = 3;
-constexpr std::size_t kLongestName = 40;
-
 /// From white to the colour of data; each is four times the power of the one before.
 constexpr std::array<std::string_view, 9> kShades = {"#ffffff", "#e4eff7", "#c9dfee", "#a3c9e3", "#7cb3d7",
                                                      "#559dcb", "#2e87c0", "#0072b2", "#003f63"};
@@ -78,19 +75,20 @@ void DrawSeries(PlotPage& page, const WaveletReport& report, std::size_t s) {
                   {{"stroke", std::string(kColours[1])}, {"stroke-dasharray", "6 4"}});
   }
   page.Svg().Text(box.left, box.top - 8.0,
-                  ShortName(report.series.names[s], kLongestName) + ": scale (elements that a coefficient covers)",
+                  ShortName(report.series.names[s], kLongestTitle) + ": scale (elements that a coefficient covers)",
                   TextStyle(kSmallText, kGrey));
+  page.Svg().Text(box.right, box.top - 8.0, "each shade is four times the power of the next paler one",
+                  TextStyle(kSmallText, kGrey, "end"));
 }
 
 }  // namespace
 
 std::string WaveletPicture(const WaveletReport& report) {
-  const std::vector<std::size_t> drawn = SeriesToDraw(report.series, kMostPlots);
+  const std::vector<std::size_t> drawn = SeriesToDraw(report.series, kMostPlots / 2);
   PlotPage page(
       "Scalogram of " + PictureName(report.table), PictureName(report.table),
-      fmt::format("Scalogram, {}, {}; each shade is four times the power of the next paler one{}",
-                  DrawnText(report.series, drawn.size()), WaveletFormText(report.result.form),
-                  report.series.Length() < report.result.form.coefficients ? ", padding behind the dashes" : ""),
+      fmt::format("Scalogram, {}, {}{}", DrawnText(report.series, drawn.size()), WaveletFormText(report.result.form),
+                  report.series.Length() < report.result.form.coefficients ? ", padding right of the dashes" : ""),
       drawn.size());
   for (const std::size_t s : drawn) DrawSeries(page, report, s);
   return page.Finish();

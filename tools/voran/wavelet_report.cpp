@@ -16,7 +16,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t kLongestName = 24;
 constexpr double kShares[] = {0.9, 0.99, 0.999};
 
 std::string LevelLines(const WaveletResult& result) {
@@ -33,11 +32,10 @@ std::string HoldingLines(const WaveletReport& report) {
   const SeriesSet& series = report.series;
   TextTable lines({series.areRows ? "row" : "column", "coefficients", "for 90 %", "99 %", "99.9 %"});
   for (std::size_t s = 0; s < std::min(series.Size(), kSeriesShown); ++s) {
-    std::vector<std::string> cells = {ShortName(series.names[s], kLongestName)};
+    std::vector<std::string> cells = {ShortName(series.names[s])};
     cells.push_back(std::to_string(report.result.form.coefficients));
-    for (const double share : kShares) {
-      const NCDataVector<float>& coefficients = report.result.coefficients[static_cast<int>(s) + 1];
-      cells.push_back(series.IsEmpty(s) ? "-" : std::to_string(CoefficientsHolding(coefficients, share)));
+    for (const int count : CoefficientsHolding(report.result.coefficients[static_cast<int>(s) + 1], kShares)) {
+      cells.push_back(series.IsEmpty(s) ? "-" : std::to_string(count));
     }
     lines.Row(cells);
   }
@@ -97,11 +95,10 @@ Json WaveletJson(const WaveletReport& report) {
   json["padded"] = static_cast<std::size_t>(report.result.form.coefficients) > report.result.form.places.size();
   AddWaveletForm(json, report.result.form);
   for (std::size_t s = 0; s < report.series.Size(); ++s) {
-    const NCDataVector<float>& coefficients = report.result.coefficients[static_cast<int>(s) + 1];
-    const char* const keys[] = {"holding_90", "holding_99", "holding_99_9"};
-    for (int i = 0; i < 3; ++i) {
-      json["series"][s][keys[i]] =
-          report.series.IsEmpty(s) ? Json() : Json(CoefficientsHolding(coefficients, kShares[i]));
+    const std::vector<int> counts = CoefficientsHolding(report.result.coefficients[static_cast<int>(s) + 1], kShares);
+    constexpr const char* kKeys[] = {"holding_90", "holding_99", "holding_99_9"};
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+      json["series"][s][kKeys[i]] = report.series.IsEmpty(s) ? Json() : Json(counts[i]);
     }
   }
   json["levels"] = Json::array();
