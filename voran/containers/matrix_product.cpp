@@ -13,6 +13,13 @@ namespace detail {
 namespace {
 
 constexpr int kBits = 64;
+/// Reading rows twice, by kFewLines each time, still costs less than copying them.
+constexpr int kMostByFew = 2 * kFewLines;
+
+template <typename T>
+int LinesOf(const NCDataMatrix<T>& operand, bool linesAreColumns) {
+  return linesAreColumns ? operand.SizeColumns() : operand.SizeRows();
+}
 
 /// Room for the lines of a block, none of which has more than the operand.
 std::size_t PaddedLines(int lines) {
@@ -54,8 +61,8 @@ void MatrixProduct<T>::Operand::FindPresence(const ProductKernels<T>& kernels) {
 template <typename T>
 bool MatrixProduct<T>::IsMirrored(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right,
                                   bool transposeRight) {
-  const int leftLines = transposeLeft ? left.SizeColumns() : left.SizeRows();
-  const int rightLines = transposeRight ? right.SizeRows() : right.SizeColumns();
+  const int leftLines = LinesOf(left, transposeLeft);
+  const int rightLines = LinesOf(right, !transposeRight);
   return rightLines < kProductPadding && rightLines < leftLines;
 }
 
@@ -63,7 +70,9 @@ template <typename T>
 MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft, const NCDataMatrix<T>& right,
                                 bool transposeRight)
     : kernels_(ProductKernels<T>::Current()),
-      isMirrored_(IsMirrored(left, transposeLeft, right, transposeRight)),
+      isByFew_(!transposeLeft && LinesOf(right, !transposeRight) <= kMostByFew && left.GetNumMisVal() == 0 &&
+               right.GetNumMisVal() == 0),
+      isMirrored_(isByFew_ || IsMirrored(left, transposeLeft, right, transposeRight)),
       left_(isMirrored_ ? Operand(right, transposeRight) : Operand(left, !transposeLeft)),
       right_(isMirrored_ ? Operand(left, !transposeLeft) : Operand(right, transposeRight)),
       isSymmetric_(left.begin() == right.begin() && left_.areRows == right_.areRows),
@@ -71,6 +80,10 @@ MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft,
   assert(left_.terms == right_.terms);
   const auto terms = static_cast<std::size_t>(std::min(left_.terms, kProductTerms<T>));
   scratch_.resize(static_cast<std::size_t>(CountThreads()));
+  if (isByFew_) {
+    PackFew();
+    return;
+  }
   for (Scratch& scratch : scratch_) {
     scratch.left = std::make_unique_for_overwrite<T[]>(PaddedLines(left_.lines) * terms);
     scratch.right = std::make_unique_for_overwrite<T[]>(PaddedLines(right_.lines) * terms);
@@ -80,6 +93,20 @@ MatrixProduct<T>::MatrixProduct(const NCDataMatrix<T>& left, bool transposeLeft,
     words_ = (left_.terms + kBits - 1) / kBits;
     left_.FindPresence(kernels_);
     right_.FindPresence(kernels_);
+  }
+}
+
+template <typename T>
+void MatrixProduct<T>::PackFew() {
+  const auto terms = static_cast<std::size_t>(left_.terms);
+  few_.assign(static_cast<std::size_t>((left_.lines + kFewLines - 1) / kFewLines) * kFewLines * terms, T{0});
+  for (int line = 0; line < left_.lines; ++line) {
+    const auto offset = static_cast<std::size_t>(line / kFewLines) * kFewLines * terms;
+    T* const to = few_.data() + offset + line % kFewLines;
+    for (int k = 0; k < left_.terms; ++k) {
+      to[k * kFewLines] =
+          left_.areRows ? left_.rows[static_cast<std::size_t>(line)][k] : left_.rows[static_cast<std::size_t>(k)][line];
+    }
   }
 }
 
@@ -105,6 +132,7 @@ void MatrixProduct<T>::ForBlocks(int share, int lines, const Work& work) const {
 /// Threads share the blocks of the longer side in turn, as those of a symmetric product do not cost the same.
 template <typename T>
 void MatrixProduct<T>::WriteTo(T* const* rows) {
+  if (isByFew_) return WriteByFew(rows);
   const bool sharesRight = right_.lines > left_.lines;
   const int threads = static_cast<int>(scratch_.size());
   ParallelFor(threads, threads, [&](int share) {
@@ -118,6 +146,24 @@ void MatrixProduct<T>::WriteTo(T* const* rows) {
         WriteBlock(block, scratch, rows);
       }
     });
+  });
+}
+
+template <typename T>
+void MatrixProduct<T>::WriteByFew(T* const* rows) const {
+  const int blocks = (right_.lines + kRowsByFew - 1) / kRowsByFew;
+  ParallelFor(blocks, static_cast<int>(scratch_.size()), [&](int block) {
+    const int first = block * kRowsByFew;
+    const int count = std::min(kRowsByFew, right_.lines - first);
+    for (int line = 0; line < left_.lines; line += kFewLines) {
+      double sums[kRowsByFew * kFewLines];
+      kernels_.rowsByFew(right_.rows.data() + first, count,
+                         few_.data() + static_cast<std::ptrdiff_t>(line) * left_.terms, left_.terms, sums);
+      const int lines = std::min(kFewLines, left_.lines - line);
+      for (int i = 0; i < count; ++i) {
+        for (int j = 0; j < lines; ++j) rows[first + i][line + j] = static_cast<T>(sums[i * kFewLines + j]);
+      }
+    }
   });
 }
 

@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "voran/containers/data_matrix.h"
@@ -77,14 +77,19 @@ class MatrixProduct {
   /// Calls work(first, count) for every block of lines, of which there are `lines`, that thread `share` is to do.
   template <class Work>
   void ForBlocks(int share, int lines, const Work& work) const;
+  /// The product of the rows of the right operand with at most so many lines that they are not worth the copying.
+  void PackFew();
+  void WriteByFew(T* const* rows) const;
   void SumBlock(const Block& block, Scratch& scratch) const;
   void WriteBlock(const Block& block, const Scratch& scratch, T* const* rows) const;
 
   const ProductKernels<T>& kernels_;
+  bool isByFew_;     ///< see WriteByFew()
   bool isMirrored_;  ///< the operands have changed places, and the product is written with rows for columns
   Operand left_;
   Operand right_;
   bool isSymmetric_;
+  std::vector<T> few_;  ///< if isByFew_, the lines of the left operand, kFewLines side by side, term by term
   bool hasGaps_;
   int words_ = 0;
   std::vector<Scratch> scratch_;  // by thread

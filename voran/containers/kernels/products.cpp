@@ -158,6 +158,47 @@ void AddBlock(const T* left, int leftLines, const T* right, int rightLines, int 
   }
 }
 
+using Few = hn::CappedTag<double, kFewLines>;
+constexpr int kFewLanes = static_cast<int>(hn::MaxLanes(Few()));
+constexpr int kFewVectors = kFewLines / kFewLanes;
+
+HWY_INLINE hn::Vec<Few> WidenFew(hn::Vec<hn::Rebind<float, Few>> v) {
+  return hn::PromoteTo(Few(), v);
+}
+HWY_INLINE hn::Vec<Few> WidenFew(hn::Vec<Few> v) {
+  return v;
+}
+
+template <int Rows, typename T>
+HWY_INLINE void RowsByFewTogether(const T* const* rows, const T* lines, int terms, double* sums) {
+  const hn::Rebind<T, Few> narrow;
+  const T* row[Rows];
+  hn::Vec<Few> sum[Rows][kFewVectors];
+  for (int r = 0; r < Rows; ++r) {
+    row[r] = rows[r];
+    for (auto& s : sum[r]) s = hn::Zero(Few());
+  }
+  for (int k = 0; k < terms; ++k, lines += kFewLines) {
+    for (int v = 0; v < kFewVectors; ++v) {
+      const auto b = hn::LoadU(narrow, lines + v * kFewLanes);
+      for (int r = 0; r < Rows; ++r) sum[r][v] = hn::Add(sum[r][v], WidenFew(hn::Mul(hn::Set(narrow, row[r][k]), b)));
+    }
+  }
+  for (int r = 0; r < Rows; ++r) {
+    for (int v = 0; v < kFewVectors; ++v) hn::StoreU(sum[r][v], Few(), sums + r * kFewLines + v * kFewLanes);
+  }
+}
+
+template <typename T>
+void RowsByFew(const T* const* rows, int numRows, const T* lines, int terms, double* sums) {
+  constexpr int kTogether = kRowsByFew / kFewVectors;  // their sums fit into the registers
+  int r = 0;
+  for (; r + kTogether <= numRows; r += kTogether) {
+    RowsByFewTogether<kTogether>(rows + r, lines, terms, sums + r * kFewLines);
+  }
+  for (; r < numRows; ++r) RowsByFewTogether<1>(rows + r, lines, terms, sums + r * kFewLines);
+}
+
 template <typename T>
 void MarkPresent(const T* row, int n, std::uint64_t* words, int stride) {
   for (int first = 0; first < n; first += 64, words += stride) {
@@ -183,8 +224,8 @@ bool AllFinite(const T* row, int n) {
 template <typename T>
 const ProductKernels<T>& Table() {
   static constexpr ProductKernels<T> kTable = {Pack<kTileLeft, T>, Pack<kTileRight, T>, AddBlock<false, T>,
-                                               AddBlock<true, T>,  MarkPresent<T>,      MarkPresentIn<T>,
-                                               AllFinite<T>};
+                                               AddBlock<true, T>,  RowsByFew<T>,        MarkPresent<T>,
+                                               MarkPresentIn<T>,   AllFinite<T>};
   return kTable;
 }
 

@@ -21,6 +21,9 @@ template <typename T>
 inline constexpr int kProductTerms = static_cast<int>(1024 / sizeof(T));
 /// Packed blocks, and the sums, have room for lines up to a multiple of this.
 inline constexpr int kProductPadding = 16;
+/// Rows are met by so few lines without being copied.
+inline constexpr int kFewLines = 4;
+inline constexpr int kRowsByFew = 8;
 
 /// The steps of a product. Every element is one sum over its terms in their order, from 0: same bits for every set of
 /// instructions, every division into blocks, and with the lines of either operand in rows or in columns. Nothing
@@ -39,6 +42,10 @@ struct ProductKernels {
   void (*addProducts)(const T* left, int leftLines, const T* right, int rightLines, int terms, double* sums);
   /// The same over the terms in which neither is the marker.
   void (*addPairs)(const T* left, int leftLines, const T* right, int rightLines, int terms, double* sums);
+
+  /// sums[i * kFewLines + j] = row i times line j, term after term, of up to kRowsByFew rows without gaps. Line j has
+  /// its term k at lines[k * kFewLines + j].
+  void (*rowsByFew)(const T* const* rows, int numRows, const T* lines, int terms, double* sums);
 
   /// Where a row of n elements is present: bit k % 64 of words[k / 64 * stride] for element k, in words that are 0.
   void (*markPresent)(const T* row, int n, std::uint64_t* words, int stride);
