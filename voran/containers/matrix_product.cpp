@@ -157,7 +157,7 @@ void MatrixProduct<T>::WriteByFew(T* const* rows) const {
     const int count = std::min(kRowsByFew, right_.lines - first);
     for (int line = 0; line < left_.lines; line += kFewLines) {
       double sums[kRowsByFew * kFewLines];
-      kernels_.rowsByFew(right_.rows.data() + first, count,
+      kernels_.rowsByFew(right_.rows.data() + first, count, std::min(kRowsByFew, right_.lines - first - count),
                          few_.data() + static_cast<std::ptrdiff_t>(line) * left_.terms, left_.terms, sums);
       const int lines = std::min(kFewLines, left_.lines - line);
       for (int i = 0; i < count; ++i) {

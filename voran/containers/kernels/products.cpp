@@ -170,7 +170,8 @@ HWY_INLINE hn::Vec<Few> WidenFew(hn::Vec<Few> v) {
 }
 
 template <int Rows, typename T>
-HWY_INLINE void RowsByFewTogether(const T* const* rows, const T* lines, int terms, double* sums) {
+HWY_INLINE void RowsByFewTogether(const T* const* rows, const T* const* next, int ahead, const T* lines, int terms,
+                                  double* sums) {
   const hn::Rebind<T, Few> narrow;
   const T* row[Rows];
   hn::Vec<Few> sum[Rows][kFewVectors];
@@ -179,6 +180,7 @@ HWY_INLINE void RowsByFewTogether(const T* const* rows, const T* lines, int term
     for (auto& s : sum[r]) s = hn::Zero(Few());
   }
   for (int k = 0; k < terms; ++k, lines += kFewLines) {
+    if (k % kAccumulators == 0) Fetch(next, ahead, static_cast<std::size_t>(k));
     for (int v = 0; v < kFewVectors; ++v) {
       const auto b = hn::LoadU(narrow, lines + v * kFewLanes);
       for (int r = 0; r < Rows; ++r) sum[r][v] = hn::Add(sum[r][v], WidenFew(hn::Mul(hn::Set(narrow, row[r][k]), b)));
@@ -190,13 +192,13 @@ HWY_INLINE void RowsByFewTogether(const T* const* rows, const T* lines, int term
 }
 
 template <typename T>
-void RowsByFew(const T* const* rows, int numRows, const T* lines, int terms, double* sums) {
+void RowsByFew(const T* const* rows, int numRows, int ahead, const T* lines, int terms, double* sums) {
   constexpr int kTogether = kRowsByFew / kFewVectors;  // their sums fit into the registers
   int r = 0;
   for (; r + kTogether <= numRows; r += kTogether) {
-    RowsByFewTogether<kTogether>(rows + r, lines, terms, sums + r * kFewLines);
+    RowsByFewTogether<kTogether>(rows + r, rows + numRows, r == 0 ? ahead : 0, lines, terms, sums + r * kFewLines);
   }
-  for (; r < numRows; ++r) RowsByFewTogether<1>(rows + r, lines, terms, sums + r * kFewLines);
+  for (; r < numRows; ++r) RowsByFewTogether<1>(rows + r, rows, 0, lines, terms, sums + r * kFewLines);
 }
 
 template <typename T>

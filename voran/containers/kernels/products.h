@@ -44,8 +44,8 @@ struct ProductKernels {
   void (*addPairs)(const T* left, int leftLines, const T* right, int rightLines, int terms, double* sums);
 
   /// sums[i * kFewLines + j] = row i times line j, term after term, of up to kRowsByFew rows without gaps. Line j has
-  /// its term k at lines[k * kFewLines + j].
-  void (*rowsByFew)(const T* const* rows, int numRows, const T* lines, int terms, double* sums);
+  /// its term k at lines[k * kFewLines + j]. Meanwhile `ahead` rows behind them are fetched.
+  void (*rowsByFew)(const T* const* rows, int numRows, int ahead, const T* lines, int terms, double* sums);
 
   /// Where a row of n elements is present: bit k % 64 of words[k / 64 * stride] for element k, in words that are 0.
   void (*markPresent)(const T* row, int n, std::uint64_t* words, int stride);
