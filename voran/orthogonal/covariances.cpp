@@ -48,6 +48,7 @@ Matrix RowCovariances(const Matrix& F, const Matrix& X) {
   const auto& kernels = NipalsKernels<float>::Current();
   const int columns = X.SizeColumns();
   Matrix result(F.SizeRows(), columns, 0.0f);
+  if (columns == 0) return result;
   for (int m = 1; m <= F.SizeRows(); ++m) {
     const Vector factors = WithoutGaps(F[m]);
     float* const out = result(m).GetWritableVector() + 1;
