@@ -60,7 +60,8 @@ std::vector<Sample> Samples() {
   return {{"two", plain::MadeRows(2, 3, 0, 0.0, 1)},          {"random", plain::MadeRows(300, 6, 0, 0.0, 2)},
           {"one column", plain::MadeRows(200, 1, 0, 0.0, 3)}, {"40 columns", plain::MadeRows(120, 40, 0, 0.05, 4)},
           {"tied", plain::MadeRows(300, 3, 4, 0.0, 5)},       {"all equal", plain::MadeRows(100, 3, 1, 0.0, 6)},
-          {"gaps", plain::MadeRows(250, 5, 0, 0.3, 7)},       {"tied with gaps", plain::MadeRows(250, 4, 3, 0.2, 8)}};
+          {"gaps", plain::MadeRows(250, 5, 0, 0.3, 7)},       {"tied with gaps", plain::MadeRows(250, 4, 3, 0.2, 8)},
+          {"no columns", plain::MadeRows(40, 0, 0, 0.0, 9)}};
 }
 
 /// The edges of a minimum spanning tree (Prim), ascending.
