@@ -60,8 +60,7 @@ std::vector<Sample> Samples() {
   return {{"two", plain::MadeRows(2, 3, 0, 0.0, 1)},          {"random", plain::MadeRows(300, 6, 0, 0.0, 2)},
           {"one column", plain::MadeRows(200, 1, 0, 0.0, 3)}, {"40 columns", plain::MadeRows(120, 40, 0, 0.05, 4)},
           {"tied", plain::MadeRows(300, 3, 4, 0.0, 5)},       {"all equal", plain::MadeRows(100, 3, 1, 0.0, 6)},
-          {"gaps", plain::MadeRows(250, 5, 0, 0.3, 7)},       {"tied with gaps", plain::MadeRows(250, 4, 3, 0.2, 8)},
-          {"no columns", plain::MadeRows(40, 0, 0, 0.0, 9)}};
+          {"gaps", plain::MadeRows(250, 5, 0, 0.3, 7)},       {"tied with gaps", plain::MadeRows(250, 4, 3, 0.2, 8)}};
 }
 
 /// The edges of a minimum spanning tree (Prim), ascending.
@@ -106,6 +105,13 @@ TEST(SingleLinkage, MergesAreThoseOfTheWholeSortedList) {
     SingleLinkageDistanceCalculator calculator;
     EXPECT_TRUE(SameMerges(Merges(calculator, sample.rows), plain::SingleLinkage(sample.rows))) << sample.name;
   }
+}
+
+TEST(SingleLinkage, RowsWithoutColumnsAreJoinedToo) {
+  SingleLinkageDistanceCalculator calculator;
+  const std::vector<Merge> merges = Merges(calculator, plain::MadeRows(40, 0, 0, 0.0, 9));
+  EXPECT_EQ(merges.size(), 39U);
+  for (const Merge& merge : merges) EXPECT_FALSE(merge.height > 0.0F);
 }
 
 TEST(SingleLinkage, CopyGoesOnByItself) {
