@@ -107,6 +107,13 @@ TEST(SingleLinkage, MergesAreThoseOfTheWholeSortedList) {
   }
 }
 
+TEST(SingleLinkage, RowsWithoutColumnsAreJoinedToo) {
+  SingleLinkageDistanceCalculator calculator;
+  const std::vector<Merge> merges = Merges(calculator, plain::MadeRows(40, 0, 0, 0.0, 9));
+  EXPECT_EQ(merges.size(), 39U);
+  for (const Merge& merge : merges) EXPECT_FALSE(merge.height > 0.0F);
+}
+
 TEST(SingleLinkage, CopyGoesOnByItself) {
   const plain::Rows rows = plain::MadeRows(60, 3, 4, 0.0, 12);
   const std::vector<Merge> expected = plain::SingleLinkage(rows);

@@ -1,4 +1,5 @@
 #include <list>
+#include <memory>
 #include <new>
 #include <sstream>
 #include <string>
@@ -9,6 +10,7 @@
 #include "tests/cluster/spelt_trees.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/platform/stream_bytes.h"
+#include "voran/cluster/dendrogram_drawer.h"
 
 namespace {
 
@@ -119,6 +121,16 @@ TEST(TreeStream, CountsOfLeavesAreBelievedAndCostNothing) {
   read->GetLeafs(rows);
   EXPECT_LE(watch.Largest(), std::size_t{1} << 20U);
   EXPECT_EQ(rows, (std::list<int>{1, 1}));
+
+  // Not even where two of them are added.
+  const Bytes crowd = Inner(0.5F, 1, 0x7FFFFFFF) + leaf + leaf;
+  EXPECT_TRUE(Read(Stored(Inner(0.5F, 2, 0x7FFFFFFF) + crowd + crowd), *read));
+  const std::unique_ptr<std::list<const DendroGramNode*>> left(
+      DendroGram::DendroGramDrawer(*read).WidthHitTest(0.0F, 1.0F, 0.0F, 0.5F));
+  EXPECT_EQ(left->front(), read->GetLeft());
+  const DendroGramPointer joined(
+      new DendroGramNode(3, new DendroGramNode(*read->GetLeft()), new DendroGramNode(*read->GetRight())));
+  EXPECT_EQ(joined->SizeLeafs(), 0x7FFFFFFF);
 
   const DendroGramPointer tree = Tree("(9 (8 (7 1 2) 3) 4)");
   *tree->GetLeft() = *tree->GetRight();  // the root still counts four

@@ -28,7 +28,7 @@ FloatMatrix Filled(FloatMatrix m) {
 /// which the product of matrices takes over.
 TEST(Covariances, AreTheProductOfTheFilledMatrices) {
   for (const std::size_t rows : {1U, 5U, 130U}) {
-    for (const std::size_t columns : {1U, 511U, 1026U}) {
+    for (const std::size_t columns : {0U, 1U, 511U, 1026U}) {
       for (const std::size_t responses : {1U, 6U, 7U}) {
         const FloatMatrix x = WithGaps(Related(rows, columns, 1, 3).x, 2);
         const FloatMatrix y = WithGaps(Related(rows, responses, 1, 4).x, 5);

@@ -576,7 +576,12 @@ TEST_F(O2plsCv, TellsWhatIsWrong) {
               "X and Y can not contain missing values in O2PLSCrossValidation::O2PLSCrossValidation");
   }
   const FloatMatrix nothing(20, 3, 0.0f);
-  EXPECT_EQ(error(data.x, nothing, {1, 0, 0}), "There is no correlation between X and Y.");
+  const FloatMatrix noColumns(20, 0, 0.0f);
+  for (const FloatMatrix* const y : {&nothing, &noColumns}) {
+    EXPECT_EQ(error(data.x, *y, {1, 0, 0}), "There is no correlation between X and Y.");
+    EXPECT_EQ(error(*y, noColumns, {1, 0, 0}), "There is no correlation between X and Y.");
+  }
+  EXPECT_EQ(error(noColumns, data.y, {1, 0, 0}), "There is no correlation between X and Y.");
   // A response that varies in one group alone leaves that group's model without one.
   FloatMatrix once(20, 1, 0.0f);
   once(1, 1, 1.0f);

@@ -219,6 +219,18 @@ TEST_F(Opls, AComponentWithoutShareOfYHasNoYScores) {
   EXPECT_EQ((*Fitted(constant, 1, 1).GetUOprim())[1].GetNumMisVal(), 4) << "0/0";
 }
 
+TEST_F(Opls, ABlockWithoutColumnsHasAComponentOfNothing) {
+  const FloatMatrix x(6, 0, 0.0f);
+  const FloatMatrix y(6, 1, 1.5f);
+  NCOPLS model(&x, &y, 1, 20);
+  for (int stage = 0; stage < 2; ++stage) {
+    model.NextComponent(nullptr);
+    EXPECT_EQ(model.SizeComponents(), 1);
+    EXPECT_EQ(model.GetTprim()->SizeColumns(), 6);
+    EXPECT_EQ(model.GetPprim()->SizeColumns(), 0);
+  }
+}
+
 TEST_F(Opls, ARestoredModelGoesOnAsIfNothingHadBeen) {
   for (const std::size_t responses : {1U, 3U}) {
     for (const bool gaps : {false, true}) {

@@ -113,6 +113,17 @@ TEST(OneDimMinimum, BracketsAndFindsTheMinimumFromEitherSide) {
   }
 }
 
+// With a tolerance that is never reached: around 0, and below the rounding of a float.
+TEST(OneDimMinimum, ASearchEndsWhereTheNumbersRunOut) {
+  for (const auto& [minimum, tolerance] : {std::pair{0.0, 1e-3F}, {3.0, 1e-9F}, {-1e-30, 1e-9F}}) {
+    Function f([place = minimum](double x) { return std::fabs(x - place); });
+    float x = 5.0F;
+    OneDimMinimum::GoldenSectionSearch(&f, -2.0F, 0.5F, 4.0F, tolerance, &x);
+    EXPECT_FLOAT_EQ(x, static_cast<float>(minimum));
+    EXPECT_LT(f.calls, 1000);
+  }
+}
+
 TEST(OneDimMinimum, CancelEndsTheSearchWithWhatItHas) {
   Function f([](double x) { return (x - 3.0) * (x - 3.0); });
   NCProgress::RequestCancelAll();

@@ -106,9 +106,25 @@ TEST_F(ModelFile, WhatTheKindWantsIsChecked) {
     bad.spread.scoreVariances.push_back(1.0);
     EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged"));
     bad = good;
+    bad.ySpread = good.spread;
+    EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged")) << "it does not predict X";
+    bad = good;
     if (bad.further.empty()) continue;
     bad.further[1].RemoveColumns(1, 1);
     EXPECT_THAT(refusalOf(bad), HasSubstr("is cut off or damaged"));
+  }
+}
+
+TEST_F(ModelFile, MatricesOfOrthogonalComponentsThatAreNotThereAreRefused) {
+  Done({"opls", DataFile("linnerud"), "--y", "y_waist", "--components", "1", "--ortho", "0", "--no-cv", "--save", "m"});
+  const SavedModel good = tool::ReadModel(Path("m").string());
+  ASSERT_EQ(good.further.size(), 3U);
+  for (std::size_t k = 0; k < good.further.size(); ++k) {
+    SavedModel bad = good;
+    bad.further[k] = NCDataMatrix<float>(2, 1, 0.5f);
+    std::ostringstream out(std::ios::binary);
+    tool::WriteModel(out, bad);
+    EXPECT_THAT(RefusalOf(out.str()), HasSubstr("is cut off or damaged")) << k;
   }
 }
 

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <complex>
+#include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -452,7 +453,7 @@ TEST_F(SignalCommands, TheInverseChecksWhatItReads) {
   refuses("detrend", "cubic");
   refuses("basis", "10");
   refuses("elements", json::array());
-  refuses("coefficients", 3);
+  for (const int count : {3, 0, std::numeric_limits<int>::min()}) refuses("coefficients", count);
   refuses("series", 5);
   Put("o/summary.json", "{");
   ExpectRefusal(inverse, 3, "is no summary");

@@ -131,7 +131,7 @@ void Command::Footer(const std::string& text) {
 }
 
 void Command::OnRun(std::function<void()> run) {
-  app_->callback(std::move(run));
+  app_->callback([chosen = chosen_, run = std::move(run)] { *chosen = run; });
 }
 
 CommandLine::CommandLine(const std::string& name, const std::string& description, const std::string& version)
@@ -144,10 +144,11 @@ CommandLine::CommandLine(const std::string& name, const std::string& description
 CommandLine::~CommandLine() = default;
 
 Command CommandLine::AddCommand(const std::string& name, const std::string& description) {
-  return Command(app_->add_subcommand(name, description));
+  return Command(app_->add_subcommand(name, description), &chosen_);
 }
 
-void CommandLine::Run(const std::vector<std::string>& arguments) {
+std::function<void()> CommandLine::Parse(const std::vector<std::string>& arguments) {
+  chosen_ = nullptr;
   const std::string& name = app_->get_name();
   const auto isNamed = [&](const CLI::App* command) { return command->check_name(arguments.front()); };
   if (!arguments.empty() && arguments.front().substr(0, 1) != "-" && app_->get_subcommands(isNamed).empty()) {
@@ -162,6 +163,11 @@ void CommandLine::Run(const std::vector<std::string>& arguments) {
     throw WrongUse(fmt::format("{}; see {} {}--help", Explained(error), name,
                                commands.empty() ? "" : commands.front()->get_name() + " "));
   }
+  return chosen_;
+}
+
+void CommandLine::Run(const std::vector<std::string>& arguments) {
+  if (const std::function<void()> run = Parse(arguments)) run();
 }
 
 }  // namespace tool

@@ -42,7 +42,8 @@ class Option {
 /// has to live until then.
 class Command {
  public:
-  explicit Command(CLI::App* app) : app_(app) {}
+  /// `chosen` is where the command line finds what this command runs, once the arguments have asked for it.
+  Command(CLI::App* app, std::function<void()>* chosen) : app_(app), chosen_(chosen) {}
 
   /// What stands without a name, and has to.
   Option AddArgument(const std::string& name, std::string& value, const std::string& help);
@@ -65,6 +66,7 @@ class Command {
 
  private:
   CLI::App* app_;
+  std::function<void()>* chosen_;
 };
 
 /// A program of several commands.
@@ -77,12 +79,15 @@ class CommandLine {
 
   Command AddCommand(const std::string& name, const std::string& description);
 
-  /// Runs the command that the arguments, without the program's name, begin with, or prints help or version. Throws
-  /// WrongUse, and what the command throws.
+  /// What the command runs that the arguments, without the program's name, begin with; empty if they asked for help or
+  /// version, which then have been printed. Throws WrongUse.
+  std::function<void()> Parse(const std::vector<std::string>& arguments);
+  /// Runs that. Throws also what the command throws.
   void Run(const std::vector<std::string>& arguments);
 
  private:
   std::unique_ptr<CLI::App> app_;
+  std::function<void()> chosen_;
 };
 
 }  // namespace tool

@@ -157,7 +157,8 @@ bool FitTogether(const SavedModel& m) {
 }  // namespace
 
 bool HasShape(const NCDataMatrix<float>& matrix, std::size_t rows, const std::vector<std::string>& columns) {
-  return matrix.SizeRows() == static_cast<int>(rows) && matrix.SizeColumns() == static_cast<int>(columns.size());
+  const bool hasRows = matrix.SizeRows() == static_cast<int>(rows);
+  return hasRows && (rows == 0 || matrix.SizeColumns() == static_cast<int>(columns.size()));
 }
 
 SavedModel::DerivedStreamableData SavedModel::MyStreamableData(1, "voran model");
@@ -223,6 +224,10 @@ SavedModel ReadModel(const std::string& path) {
   if (!in) {
     throw BadData(fmt::format("{}: cannot be opened: {}", path, std::generic_category().message(errno)));
   }
+  return ReadModel(in, path);
+}
+
+SavedModel ReadModel(std::istream& in, const std::string& path) {
   if (!SavedModel::MyStreamableData.Check(in)) {
     throw BadData(path +
                   ": is no model, or it is damaged at its beginning; give a file that --save of voran pls, or of "

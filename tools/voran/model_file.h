@@ -44,7 +44,7 @@ class SavedModel : public StreamWalk<SavedModel> {
   bool VStreamableRead(std::istream& stream);
 };
 
-/// Whether a matrix that was read has so many rows, and a column for each name.
+/// Whether a matrix that was read has so many rows, and a column for each name; without rows none can be wrong.
 bool HasShape(const NCDataMatrix<float>& matrix, std::size_t rows, const std::vector<std::string>& columns);
 
 void WriteModel(std::ostream& out, const SavedModel& model);
@@ -52,5 +52,7 @@ void WriteModel(std::ostream& out, const SavedModel& model);
 /// Throws `Failure`: bad data if the file cannot be opened, holds no model, a damaged one, or one of a kind that this
 /// version does not know.
 SavedModel ReadModel(const std::string& path);
+/// The same of what stands in `path`; the stream is binary and at its beginning.
+SavedModel ReadModel(std::istream& in, const std::string& path);
 
 }  // namespace tool

@@ -13,7 +13,7 @@ namespace {
 using Matrix = NCDataMatrix<float>;
 
 bool IsPlainWhole(const SavedModel& m) {
-  return m.further.empty() && m.OrthogonalComponents() == 0;
+  return m.further.empty() && m.OrthogonalComponents() == 0 && !m.ySpread;
 }
 
 bool IsPcaWhole(const SavedModel& m) {

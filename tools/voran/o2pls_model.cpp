@@ -14,11 +14,6 @@ using Matrix = NCDataMatrix<float>;
 // Where the matrices stand in SavedModel::further. The second half is the first one of the other block.
 enum Further : std::size_t { kQ, kWo, kPo, kS, kLambda, kCo, kQo, kR, kXLambda, kMatrices };
 
-// A matrix without rows has no columns that could be wrong.
-bool Fits(const Matrix& matrix, std::size_t rows, const std::vector<std::string>& columns) {
-  return rows == 0 ? matrix.SizeRows() == 0 : HasShape(matrix, rows, columns);
-}
-
 bool IsSquare(const Matrix& matrix, std::size_t size) {
   return matrix.SizeRows() == static_cast<int>(size) && matrix.SizeColumns() == static_cast<int>(size);
 }
@@ -58,9 +53,10 @@ bool IsO2plsWhole(const SavedModel& model) {
   const std::size_t ofX = model.OrthogonalComponents();
   const std::size_t ofY = variances - joint;
   const auto& m = model.further;
-  return Fits(m[kQ], joint, model.y.names) && Fits(m[kWo], ofX, model.x.names) && Fits(m[kPo], ofX, model.x.names) &&
-         Fits(m[kS], ofX, model.y.names) && IsSquare(m[kLambda], joint) && Fits(m[kCo], ofY, model.y.names) &&
-         Fits(m[kQo], ofY, model.y.names) && Fits(m[kR], ofY, model.x.names) && IsSquare(m[kXLambda], joint);
+  return HasShape(m[kQ], joint, model.y.names) && HasShape(m[kWo], ofX, model.x.names) &&
+         HasShape(m[kPo], ofX, model.x.names) && HasShape(m[kS], ofX, model.y.names) && IsSquare(m[kLambda], joint) &&
+         HasShape(m[kCo], ofY, model.y.names) && HasShape(m[kQo], ofY, model.y.names) &&
+         HasShape(m[kR], ofY, model.x.names) && IsSquare(m[kXLambda], joint);
 }
 
 ScaledPrediction PredictO2pls(const Matrix& x, const SavedModel& model, double maxMissing, NCProgress* progress) {

@@ -10,8 +10,8 @@ namespace {
 using Matrix = NCDataMatrix<float>;
 
 bool HasOrthogonalMatrices(const SavedModel& m) {
-  return m.OrthogonalComponents() == 0 || (HasShape(m.further[0], m.OrthogonalComponents(), m.x.names) &&
-                                           HasShape(m.further[1], m.OrthogonalComponents(), m.x.names));
+  const std::size_t orthogonal = m.OrthogonalComponents();
+  return HasShape(m.further[0], orthogonal, m.x.names) && HasShape(m.further[1], orthogonal, m.x.names) && !m.ySpread;
 }
 
 }  // namespace
@@ -19,7 +19,7 @@ bool HasOrthogonalMatrices(const SavedModel& m) {
 bool IsOplsWhole(const SavedModel& m) {
   const std::size_t orthogonal = m.OrthogonalComponents();
   if (m.y.names.empty() || m.further.size() != 3 + 3 * orthogonal || !HasOrthogonalMatrices(m)) return false;
-  if (orthogonal > 0 && !HasShape(m.further[2], orthogonal, m.y.names)) return false;
+  if (!HasShape(m.further[2], orthogonal, m.y.names)) return false;
   for (std::size_t k = 3; k < m.further.size(); ++k) {
     const auto components = static_cast<std::size_t>(m.further[k - k % 3].SizeRows());
     if (components == 0 || !HasShape(m.further[k], components, k % 3 == 2 ? m.y.names : m.x.names)) return false;

@@ -28,7 +28,9 @@ bool Read(const Json& json, WaveletForm& form) {
   form.isBestBasis = !json.at("basis").is_null();
   const auto basis = form.isBestBasis ? json.at("basis").get<std::string>() : std::string();
   for (const char flag : basis) form.basis.push_back(flag == '1');
-  if (form.isBestBasis && static_cast<int>(basis.size()) != form.coefficients - 1) return false;
+  if (form.coefficients < 1 || (form.isBestBasis && basis.size() + 1 != static_cast<std::size_t>(form.coefficients))) {
+    return false;
+  }
   for (const Json& series : json.at("series")) {
     form.names.push_back(series.at("name").get<std::string>());
     form.offsets.push_back(series.at("offset").is_null() ? 0.0 : series.at("offset").get<double>());
@@ -64,6 +66,10 @@ WaveletForm ReadWaveletForm(const std::string& path) {
     throw BadData(
         fmt::format("{}: cannot be read; --inverse needs this file, which --out writes beside wavelet.csv", path));
   }
+  return ReadWaveletForm(in, path);
+}
+
+WaveletForm ReadWaveletForm(std::istream& in, const std::string& path) {
   WaveletForm form;
   try {
     if (Read(Json::parse(in), form)) return form;

@@ -17,6 +17,7 @@ namespace DendroGram {
 
 using Nodes = std::list<const DendroGramNode*>;
 using voran::detail::LayoutStep;
+using voran::detail::LeafsTogether;
 using voran::detail::PlacedNode;
 using voran::detail::WalkLayout;
 
@@ -63,7 +64,7 @@ class SubtreeDrawing {
   float DrawBar(const PlacedNode& place, float y) {
     const DendroGramNode& left = *place.node->GetLeft();
     const DendroGramNode& right = *place.node->GetRight();
-    const auto leafs = static_cast<float>(left.SizeLeafs() + right.SizeLeafs());
+    const float leafs = LeafsTogether(left, right);
     const float leftShare = static_cast<float>(left.SizeLeafs()) / leafs;
     const float rightShare = static_cast<float>(right.SizeLeafs()) / leafs;
     const float width = place.x1 - place.x0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "voran/cluster/dendrogram_node.h"
@@ -14,6 +15,11 @@ struct PlacedNode {
   float x0;
   float x1;
 };
+
+/// The leaves of two siblings. Counts that came from a stream may be too large for their sum to be an int.
+inline float LeafsTogether(const DendroGram::DendroGramNode& left, const DendroGram::DendroGramNode& right) {
+  return static_cast<float>(std::int64_t{left.SizeLeafs()} + right.SizeLeafs());
+}
 
 /// How a walk goes on from the node visited.
 enum class LayoutStep { kDescend, kSkip, kStop };
@@ -34,7 +40,7 @@ void WalkLayout(PlacedNode start, Visit visit) {
     const DendroGram::DendroGramNode* const left = place.node->GetLeft();
     const DendroGram::DendroGramNode* const right = place.node->GetRight();
     const auto leftLeafs = static_cast<float>(left->SizeLeafs());
-    const float share = leftLeafs / static_cast<float>(left->SizeLeafs() + right->SizeLeafs());
+    const float share = leftLeafs / LeafsTogether(*left, *right);
     const float middle = place.x0 + (place.x1 - place.x0) * share;
     waiting.push_back({right, middle, place.x1});
     waiting.push_back({left, place.x0, middle});

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 #include "voran/cluster/tree_walk.h"
@@ -40,7 +42,9 @@ DendroGramNode::DendroGramNode(float height, DendroGramNode* left, DendroGramNod
     : isLeaf_(false), height_(height) {
   assert(left->parent_ == nullptr && right->parent_ == nullptr && left != right);
   AdoptChildren(left, right);
-  leafCount_ = left->SizeLeafs() + right->SizeLeafs();
+  // Counts that came from a stream may be any.
+  constexpr std::int64_t kMost = std::numeric_limits<int>::max();
+  leafCount_ = static_cast<int>(std::min(kMost, std::int64_t{left->SizeLeafs()} + right->SizeLeafs()));
   xOffset_ = StemOffset();
 }
 

@@ -18,7 +18,8 @@ DistanceRows::DistanceRows(const NCDataMatrix<float>& data)
     : rows_(static_cast<std::size_t>(data.SizeRows())),
       columns_(static_cast<std::size_t>(data.SizeColumns())),
       hasGaps_(HasGaps(data)),
-      blocks_((rows_ + kRowsOfBlock - 1) / kRowsOfBlock * kRowsOfBlock * columns_) {
+      // There are elements to point to even where there is no column.
+      blocks_((rows_ + kRowsOfBlock - 1) / kRowsOfBlock * kRowsOfBlock * std::max<std::size_t>(columns_, 1)) {
   byRow_.reserve(rows_ * columns_);
   for (std::size_t i = 0; i < rows_; ++i) {
     const float* const row = data[static_cast<int>(i) + 1].begin();

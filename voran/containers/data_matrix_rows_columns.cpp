@@ -3,6 +3,7 @@
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/writable_elements.h"
 
 // What can fail in an operation comes first. An operand may be a row of the matrix: it is copied.
 
@@ -127,7 +128,7 @@ void FillRows(const NCDataMatrix<T>& m, NCDataMatrix<T>& result, const Fill& fil
   if (m.SizeColumns() == 0) return;
   for (int i = 1; i <= m.SizeRows(); ++i) {
     NCDataVector<T>& row = result(i);
-    T* const cells = row.GetWritableVector() + 1;
+    T* const cells = detail::WritableElements(row);
     fill(i, m[i], cells);
     row.SetNumMisVal(kernels.countMissing(cells, m.SizeColumns()));
   }

@@ -7,6 +7,7 @@
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
 #include "voran/containers/regression_sums.h"
+#include "voran/containers/writable_elements.h"
 
 inline namespace voran {
 namespace detail {
@@ -310,7 +311,7 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
   RowRegression regression(marked, floor);
   regression.pHasOwnGaps = p.GetNumMisVal() != 0;
   if (numRows_ == 0) return;
-  T* const scores = t.GetWritableVector() + 1;
+  T* const scores = WritableElements(t);
   const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int count = 0;
     for (int i = FirstRow(block); i < EndRow(block); i += group_) {
@@ -326,7 +327,7 @@ void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVec
   ReserveSums();
   if (numRows_ == 0) return;
   const RowRegression regression(p, Floor::kThirdOfAll);
-  T* const scores = t.GetWritableVector() + 1;
+  T* const scores = WritableElements(t);
   const ColumnTask task{scores, true, Weight::kSquare, 0, numColumns_, true};
   const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int missingInBlock = 0;

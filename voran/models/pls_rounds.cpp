@@ -10,6 +10,7 @@
 #include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/writable_elements.h"
 #include "voran/models/row_groups.h"
 
 inline namespace voran {
@@ -182,7 +183,7 @@ void PlsRounds::GetWeights(NCDataVector<float>& w) const {
     std::transform(S_[m].begin(), S_[m].end(), weights.begin(), weights.begin(),
                    [share = started_[m] / norm](double s, double sum) { return sum + share * s; });
   }
-  float* const elements = w.GetWritableVector() + 1;
+  float* const elements = WritableElements(w);
   std::transform(weights.begin(), weights.end(), elements, [](double x) { return static_cast<float>(x); });
   w.SetNumMisVal(0);
   w.Normalise();

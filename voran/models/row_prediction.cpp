@@ -11,6 +11,7 @@
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/writable_elements.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 
@@ -221,7 +222,7 @@ int RowPredictor::Deflate(const Component& component, float score, int gaps, flo
 void RowPredictor::PredictResponses(int position) {
   const int responses = C_.SizeColumns();
   if (responses == 0) return;
-  float* const y = Y_(position).GetWritableVector() + 1;
+  float* const y = WritableElements(Y_(position));
   for (std::size_t a = 0; a < components_.size(); ++a) {
     const float score = components_[a].t[position];
     const float* const c = C_[static_cast<int>(a) + 1].begin();

@@ -7,6 +7,7 @@
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/writable_elements.h"
 
 inline namespace voran {
 namespace detail {
@@ -50,7 +51,7 @@ Matrix RowCovariances(const Matrix& F, const Matrix& X) {
   Matrix result(F.SizeRows(), columns, 0.0f);
   for (int m = 1; m <= F.SizeRows(); ++m) {
     const Vector factors = WithoutGaps(F[m]);
-    float* const out = result(m).GetWritableVector() + 1;
+    float* const out = WritableElements(result(m));
     const int chunks = (columns + kChunk - 1) / kChunk;
     ParallelFor(chunks, std::min(chunks, ThreadsForMatrix(X.SizeRows(), columns)), [&](int chunk) {
       double sums[kChunk] = {};

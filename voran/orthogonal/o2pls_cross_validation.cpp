@@ -141,7 +141,8 @@ double O2PLSCrossValidation::FitPredictive(O2PLSRun& run) {
   for (std::size_t g = 0; g < groups; ++g) {
     GroupPress(1, static_cast<int>(g) + 1, static_cast<float>(run.data[g].testY.GetSS()));
   }
-  if (run.ssY == 0.0) throw NoCorrelation();  // nor could a model be formed
+  // Nor could a model be formed.
+  if (run.columnsX == 0 || run.columnsY == 0 || run.ssY == 0.0) throw NoCorrelation();
   std::vector<Matrix> predictions(groups);
   const double press = run.SumOf([&](std::size_t g) {
     CVData& group = run.data[g];

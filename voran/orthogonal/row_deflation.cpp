@@ -6,6 +6,7 @@
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/writable_elements.h"
 
 inline namespace voran {
 namespace detail {
@@ -50,7 +51,7 @@ class ScoreRows {
 std::vector<float*> FirstElements(Matrix& m) {
   std::vector<float*> rows;
   rows.reserve(static_cast<std::size_t>(m.SizeRows()));
-  for (int i = 1; i <= m.SizeRows(); ++i) rows.push_back(m(i).GetWritableVector() + 1);
+  for (int i = 1; i <= m.SizeRows(); ++i) rows.push_back(WritableElements(m(i)));
   return rows;
 }
 

@@ -12,6 +12,7 @@
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
 #include "voran/containers/position_list.h"
+#include "voran/containers/writable_elements.h"
 #include "voran/platform/exception_message.h"
 #include "voran/preprocessing/scale_error.h"
 
@@ -140,7 +141,7 @@ void CenterAndMultiply(NCDataMatrix<float>& matrix, const NCDataVector<float>* m
   const auto& kernels = detail::ElementwiseKernels<float>::Current();
   matrix.ForceUnlink();
   std::vector<float*> rows;
-  for (int i = 1; i <= matrix.SizeRows(); ++i) rows.push_back(matrix(i).GetWritableVector() + 1);
+  for (int i = 1; i <= matrix.SizeRows(); ++i) rows.push_back(detail::WritableElements(matrix(i)));
   detail::ParallelFor(matrix.SizeRows(), detail::ThreadsForMatrix(matrix.SizeRows(), columns), [&](int i) {
     kernels.centreAndScale(rows[static_cast<std::size_t>(i)], terms.begin(), factors.begin(), columns);
   });

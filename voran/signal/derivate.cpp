@@ -10,6 +10,7 @@
 
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/writable_elements.h"
 #include "voran/signal/kernels/window_fits.h"
 
 inline namespace voran {
@@ -79,7 +80,7 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
   const int windows = x.Size() - windowSize_ + 1;
   if (windows < 1) return;
   const T* const y = source.begin();
-  T* const out = result.GetWritableVector() + 1;
+  T* const out = detail::WritableElements(result);
   T* const centres = out + HalfWidth();
   const auto& counting = detail::ElementwiseKernels<T>::Current();
   const bool hasGaps = counting.countMissing(source.begin(), source.Size()) != 0;

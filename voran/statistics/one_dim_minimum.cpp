@@ -14,6 +14,9 @@ constexpr double kGolden = 1.618034;
 constexpr double kFurthest = 100.0;  // in one parabolic step, as a multiple of the last one
 constexpr double kTiny = 1e-20;
 
+/// Of the search, for a bracket that gets no narrower: where it has shrunk to neighbouring numbers, it never will.
+constexpr int kMostIdleRounds = 64;
+
 constexpr double kR = 0.61803399;
 constexpr double kC = 0.38196600999999997;
 
@@ -126,7 +129,8 @@ float OneDimMinimum::GoldenSectionSearch(CallBack* f, float a, float b, float c,
       static_cast<double>(b) + (isUpperWider ? kC * static_cast<double>(c - b) : -kC * static_cast<double>(b - a));
   Place p1 = PlaceAt(*f, isUpperWider ? static_cast<double>(b) : inserted);
   Place p2 = PlaceAt(*f, isUpperWider ? inserted : static_cast<double>(b));
-  while (std::fabs(x3 - x0) > tolerance * (std::fabs(p1.x) + std::fabs(p2.x))) {
+  int idleRounds = 0;
+  for (float width = std::fabs(x3 - x0); width > tolerance * (std::fabs(p1.x) + std::fabs(p2.x));) {
     if (!progress.SetValue(-std::log(RelativeWidth(x0, p1.x, p2.x, x3)))) break;
     if (p1.value > p2.value) {
       x0 = p1.x;
@@ -137,6 +141,9 @@ float OneDimMinimum::GoldenSectionSearch(CallBack* f, float a, float b, float c,
       p2 = p1;
       p1 = PlaceAt(*f, Blend(kR, p2.x, kC, x0));
     }
+    const float before = std::exchange(width, std::fabs(x3 - x0));
+    idleRounds = width < before ? 0 : idleRounds + 1;
+    if (idleRounds == kMostIdleRounds) break;
   }
   const Place& best = p2.value > p1.value ? p1 : p2;
   *xMin = best.x;

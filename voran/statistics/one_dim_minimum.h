@@ -24,9 +24,9 @@ class VORAN_EXPORT OneDimMinimum {
   static void BracketMinimum(CallBack* f, float* a, float* b, float* c, float* fa, float* fb, float* fc);
 
   /// Narrows the bracket (a, b, c) until its width is `tolerance` times the size of its inner points, and returns the
-  /// smaller value there, with its place in `*xMin`. A tolerance below the rounding of a float (1e-7) may never be
-  /// reached; about 3e-4 is the best that the values of a smooth function in float can tell. Shows its progress; a
-  /// cancel ends the search early with what it has.
+  /// smaller value there, with its place in `*xMin`. It ends earlier where the numbers between the ends run
+  /// out: for a tolerance below the rounding of a float (1e-7), or around 0. About 3e-4 is the best that the values of a
+  /// smooth function in float can tell. Shows its progress; a cancel ends the search early with what it has.
   static float GoldenSectionSearch(CallBack* f, float a, float b, float c, float tolerance, float* xMin);
 };
 
