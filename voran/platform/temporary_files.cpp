@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #endif
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -54,8 +55,7 @@ FilePointer OpenTemporaryFile(const std::string& pathName) {
   FilePointer file(std::fopen(pathName.c_str(), kMode));
   if (!file) return nullptr;
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
-  std::error_code inUse;
-  std::filesystem::remove(pathName, inUse);
+  std::remove(pathName.c_str());  // allocates nothing, and may fail where the file is in use
   return file;
 }
 
