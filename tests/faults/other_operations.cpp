@@ -121,10 +121,10 @@ Attempt BeginCharts(const Shape& shape) {
           [result] { return *result; }};
 }
 
-/// A table whose counts are in proportion to the rows.
+/// A table whose counts grow with the rows.
 Attempt BeginFisher(const Shape& shape) {
   std::vector<int> table = {4, 1, 7, 2, 8, 3, 5, 3, 9, 2, 6, 4, 1, 7, 5, 6};
-  for (int& count : table) count = count * shape.rows / 24;
+  for (int& count : table) count = count * shape.rows / 30;
   const auto result = std::make_shared<double>(0.0);
   return {[table, result](NCProgress*) {
             *result = Sta::GetFisherExactProbability(table.data(), 4, 4, false, Sta::SidedNess::kTwoSided, 2000000);
