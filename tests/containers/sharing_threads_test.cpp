@@ -75,7 +75,7 @@ void InThreads(int count, const Work& work) {
     }));
   }
   for (const auto& thread : threads) {
-    if (thread.wait_for(std::chrono::seconds(60)) == std::future_status::ready) continue;
+    if (thread.wait_for(std::chrono::seconds(120)) == std::future_status::ready) continue;
     std::fputs("deadlock\n", stderr);
     std::_Exit(1);
   }

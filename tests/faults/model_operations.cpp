@@ -303,9 +303,9 @@ const std::vector<Operation>& ModelOperations() {
   static const std::vector<Stop> ofPls = {{"PLS component aborted.", kGeneral}, {"PLS component aborted.", kCancel}};
   static const std::vector<Stop> ofClustering = {{"Cluster analysis aborted.", kGeneral}};
   static const std::vector<Operation> operations = {
-      {.name = "Pca", .begin = BeginPca, .stops = {{"PC component aborted.", kGeneral}}},
-      {.name = "Pls", .begin = BeginPls, .stops = ofPls},
-      {.name = "PlsComponent", .begin = BeginPlsComponent, .keeps = true, .stops = ofPls},
+      {.name = "Pca", .begin = BeginPca, .stops = {{"PC component aborted.", kGeneral}}, .makesProgress = true},
+      {.name = "Pls", .begin = BeginPls, .stops = ofPls, .makesProgress = true},
+      {.name = "PlsComponent", .begin = BeginPlsComponent, .keeps = true, .stops = ofPls, .makesProgress = true},
       {.name = "Opls", .begin = BeginOpls, .stops = {{"OPLS component aborted.", kGeneral}}},
       {.name = "O2pls", .begin = BeginO2pls},
       {.name = "YOrthogonalPls",
@@ -326,6 +326,7 @@ const std::vector<Operation>& ModelOperations() {
        .begin = BeginPcaValidation,
        .keeps = true,
        .stops = {{"PC component aborted.", kGeneral}},
+       .makesProgress = true,
        .unheard = 1},
       {.name = "PlsValidation", .begin = BeginPlsValidation, .keeps = true},
       {.name = "PlsValidationTogether", .begin = BeginPlsValidationTogether},

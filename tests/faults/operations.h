@@ -39,6 +39,7 @@ struct Operation {
   bool isCostly = false;              ///< takes milliseconds also on small data
   bool keeps = false;                 ///< a failure leaves what the objects hold as it was
   std::vector<Stop> stops = {};       ///< what a cancel may throw; empty: it cannot be broken off
+  bool makesProgress = false;         ///< makes a progress object of its own where none is given
   int unheard = 0;                    ///< so many of its last looks at the progress object come too late
   const char* memoryError = nullptr;  ///< how the text of its own error for too little memory begins
   bool mayDoNothing = false;          ///< so does too little memory, without an error
