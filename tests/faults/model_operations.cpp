@@ -101,6 +101,14 @@ Attempt BeginPlsComponent(const Shape& shape) {
           [pls] { return BytesOfModel(*pls) + std::to_string(pls->GetComponents()); }};
 }
 
+/// Of matrices that share their elements with the data.
+Attempt BeginPlsResiduals(const Shape& shape) {
+  const XY& data = GappedData(shape);
+  const auto pls = std::make_shared<NCPLS>(&data.x, &data.y, kIterations);
+  pls->NextComponent(nullptr, nullptr, true, true);
+  return {[pls](NCProgress*) { pls->CalculateResiduals(); }, [pls] { return BytesOfModel(*pls); }};
+}
+
 Attempt BeginOpls(const Shape& shape) {
   const XY& data = GappedData({shape.rows, shape.columns, 1});
   return Fresh([&data](NCProgress* progress) {
@@ -306,6 +314,7 @@ const std::vector<Operation>& ModelOperations() {
       {.name = "Pca", .begin = BeginPca, .stops = {{"PC component aborted.", kGeneral}}, .makesProgress = true},
       {.name = "Pls", .begin = BeginPls, .stops = ofPls, .makesProgress = true},
       {.name = "PlsComponent", .begin = BeginPlsComponent, .keeps = true, .stops = ofPls, .makesProgress = true},
+      {.name = "PlsResiduals", .begin = BeginPlsResiduals, .keeps = true},
       {.name = "Opls", .begin = BeginOpls, .stops = {{"OPLS component aborted.", kGeneral}}},
       {.name = "O2pls", .begin = BeginO2pls},
       {.name = "YOrthogonalPls",

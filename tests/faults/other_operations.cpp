@@ -76,10 +76,11 @@ Attempt BeginWavelet(const Shape& shape) {
             const std::unique_ptr<Matrix> rows(
                 Wavelet::ForwardTransformObswise(&x, filters, kDetrend, means, slopes, nullptr, true));
             const std::unique_ptr<BoolVector> basis(Wavelet::FindBestBasisObswise(&x, filters, kDetrend));
-            const std::unique_ptr<Matrix> best(
-                Wavelet::ForwardTransformBestBasisVarwise(&x, filters, nullptr, kDetrend, means, slopes, nullptr));
             if (!rows || !basis) throw std::runtime_error("no transform");
-            *result = BytesOf(*rows) + (best ? BytesOf(*best) : "");
+            const std::unique_ptr<Matrix> best(
+                Wavelet::ForwardTransformBestBasisObswise(&x, filters, basis.get(), kDetrend, means, slopes, nullptr));
+            if (!best) throw std::runtime_error("no transform in the best basis");
+            *result = BytesOf(*rows, *best);
           },
           [result] { return *result; }};
 }
