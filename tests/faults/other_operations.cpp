@@ -1,5 +1,5 @@
-#include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -13,9 +13,6 @@
 #include "tools/voran/byte_source.h"
 #include "tools/voran/csv_reader.h"
 #include "tools/voran/failure.h"
-#include "voran/cluster/dendrogram.h"
-#include "voran/cluster/dendrogram_node.h"
-#include "voran/cluster/single_linkage_distance_calculator.h"
 #include "voran/containers/bool_vector.h"
 #include "voran/models/pls.h"
 #include "voran/platform/exception.h"
@@ -194,36 +191,42 @@ Attempt BeginDirectory(const Shape&) {
           [result] { return *result; }};
 }
 
-/// A clustering whose tree is kept in a folder, which may fail, but leaves nothing else there.
-Attempt BeginCaching(const Shape& shape) {
-  struct Folder {
-    Folder() {
-      std::string pattern = (fs::temp_directory_path() / "voran-test-XXXXXX").string();
-      if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder");
-      path = pattern;
+/// A folder of its own, which goes with it.
+struct Folder {
+  Folder() {
+    std::string pattern = (fs::temp_directory_path() / "voran-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no folder");
+    path = pattern;
+  }
+  ~Folder() { fs::remove_all(path); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+
+  /// Names and contents, of hidden files, too.
+  std::string Bytes() const {
+    std::string bytes;
+    for (const auto& file : fs::directory_iterator(path)) {
+      const std::ifstream in(file.path(), std::ios::binary);
+      std::ostringstream content;
+      content << in.rdbuf();
+      bytes += file.path().filename().string() + content.str();
     }
-    ~Folder() { fs::remove_all(path); }
-    fs::path path;
-  };
+    return bytes;
+  }
+
+  fs::path path;
+};
+
+Attempt BeginFile(const Shape&) {
   const auto folder = std::make_shared<Folder>();
-  const auto heights = std::make_shared<Vector>();
-  return {[&x = CompleteData(shape).x, folder, heights](NCProgress* progress) {
+  std::ofstream(folder->path / "stream") << "old";
+  return {[folder](NCProgress*) {
             FolderStreamSource source(folder->path);
-            DendroGram::SingleLinkageDistanceCalculator calculator;
-            const DendroGram::DendroGramPointer tree(DendroGram::GetDendroGram(x, calculator, progress, &source));
-            const DendroGram::DendroGramPointer kept(DendroGram::GetDendroGram(x, calculator, nullptr, &source));
-            NCIntegralVector<unsigned long, 0> ids[3];
-            Vector made;
-            DendroGram::CreateMergeData(*kept, made, ids[0], ids[1], ids[2], nullptr, nullptr);
-            *heights = made;
+            const auto stream = source.OpenOutput("stream");
+            if (!stream) throw VrStreamError();
+            *stream << "new";
           },
-          [folder, heights] {
-            const auto isAside = [](const fs::directory_entry& file) {
-              return file.path().filename().string().starts_with('.');
-            };
-            const auto left = std::count_if(fs::directory_iterator(folder->path), fs::directory_iterator(), isAside);
-            return BytesOf(*heights) + std::to_string(left);
-          }};
+          [folder] { return folder->Bytes(); }};
 }
 
 /// In many stretches, by all threads.
@@ -263,12 +266,7 @@ const std::vector<Operation>& OtherOperations() {
       {.name = "Writing", .begin = BeginWriting, .keeps = true, .memoryError = ""},
       {.name = "Reading", .begin = BeginReading, .keeps = true, .memoryError = ""},
       {.name = "Directory", .begin = BeginDirectory, .keeps = true, .memoryError = ""},
-      {.name = "Caching",
-       .begin = BeginCaching,
-       .isCostly = true,
-       .stops = {{"Cluster analysis aborted.", static_cast<int>(NCError::Level::kGeneral)}},
-       .unheard = 1,
-       .memoryError = "Memory allocation error."},
+      {.name = "File", .begin = BeginFile, .keeps = true},
       {.name = "Table", .begin = BeginTable, .isCostly = true, .stops = {{"cancelled"}}},
   };
   return operations;
