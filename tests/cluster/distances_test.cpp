@@ -177,16 +177,4 @@ TEST(Memory, BudgetIsKeptToTheByte) {
   EXPECT_EQ(InitError(ward, 5), "");
 }
 
-TEST(Break, IsSeenBySortingAndLeavesTheCalculatorUsable) {
-  NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
-  progress.RequestCancel();
-  SingleLinkageDistanceCalculator single;
-  WardDistanceCalculator ward(DistanceType::kErrorSumOfSquares);
-  EXPECT_EQ(InitError(single, 3, &progress), "error: Cluster analysis aborted.");
-  EXPECT_EQ(InitError(ward, 3, &progress), "error: Cluster analysis aborted.");
-  progress.ClearCancel();
-  EXPECT_EQ(InitError(single, 3, &progress), "");
-  EXPECT_EQ(InitError(ward, 3, &progress), "");
-}
-
 }  // namespace

@@ -234,25 +234,6 @@ TEST(GetDendroGram, LeavesNothingBehindWhenTheCalculatorFails) {
   }
 }
 
-TEST(GetDendroGram, LeavesNothingBehindWhenMemoryRunsOut) {
-  if (!FailingAllocation::IsAvailable()) GTEST_SKIP();
-  const NCDataMatrix<float> data = Rows(5);
-  ScriptedCalculator calculator = FiveRows();
-  bool isDone = false;
-  for (int k = 1; !isDone; ++k) {
-    const long before = LiveAllocations();
-    try {
-      const FailingAllocation failing(k);
-      const DendroGramPointer tree(GetDendroGram(data, calculator, nullptr, nullptr));
-      isDone = true;
-    } catch (const std::bad_alloc&) {
-      EXPECT_GT(k, 0);
-    }
-    EXPECT_EQ(LiveAllocations(), before) << k;
-    ASSERT_LT(k, 100);
-  }
-}
-
 TEST(CachedTrees, AreNamedByDataAndStrategy) {
   ScriptedCalculator calculator({});
   const NCDataMatrix<float> data = Matrix({{1, 2, 3}, {4, 5, kGap}});

@@ -20,6 +20,7 @@
 #include <sys/resource.h>
 
 #include "tests/cluster/plain_cluster.h"
+#include "tests/platform/limited.h"
 #include "voran/cluster/disk_fallback.h"
 #include "voran/cluster/distance_memory.h"
 #include "voran/cluster/single_linkage_distance_calculator.h"
@@ -131,27 +132,6 @@ class OnDisk : public ::testing::Test {
 };
 
 // NOLINTEND(concurrency-mt-unsafe)
-
-/// As long as it lives, a resource of the process is limited; a write that hits the limit fails, and kills nobody.
-class Limited {
- public:
-  Limited(__rlimit_resource resource, rlim_t limit) : resource_(resource), handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(resource_, &before_);
-    const rlimit now{limit, before_.rlim_max};
-    setrlimit(resource_, &now);
-  }
-  ~Limited() {
-    setrlimit(resource_, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  Limited(const Limited&) = delete;
-  Limited& operator=(const Limited&) = delete;
-
- private:
-  __rlimit_resource resource_;
-  rlimit before_{};
-  void (*handler_)(int);
-};
 
 NCProgress* NewProgress(std::unique_ptr<NCProgress>& owner) {
   owner = std::make_unique<NCProgress>("", 0.0F, 1.0F, false, false, true, "");

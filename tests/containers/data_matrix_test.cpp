@@ -5,7 +5,6 @@
 #include <limits>
 #include <new>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -450,26 +449,6 @@ TYPED_TEST(DataMatrix, RowPointersAreBorrowedOrHandedOver) {
   owned[4][3] = 1;
   EXPECT_EQ(kept[4][3], TypeParam{9});
   Derived<TypeParam>::DeleteHandedOver(owned, 4);
-}
-
-TEST(DataMatrixThreads, CopiesAreTakenWrittenAndDroppedConcurrently) {
-  const NCDataMatrix<float> source(20, 10, 1.0f);
-  std::vector<std::thread> threads;
-  for (int id = 0; id < 4; ++id) {
-    threads.emplace_back([&source, id] {
-      NCDataMatrix<float> kept;
-      for (int i = 0; i < 300; ++i) {
-        NCDataMatrix<float> copy = source;
-        kept = copy;
-        copy(1 + i % 20, 1 + i % 10, static_cast<float>(id));
-        copy(1).SetSize(3);
-        copy.ForceUnlink();
-      }
-      EXPECT_EQ(kept[1][1], 1.0f);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(source.GetColumnSS(10, 0.0), 20.0);
 }
 
 }  // namespace

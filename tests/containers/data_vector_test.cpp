@@ -5,7 +5,6 @@
 #include <functional>
 #include <limits>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -383,43 +382,6 @@ TEST(DataVectorPrecision, ProductsRoundToFloatAndOnlyTheDotProductSumsInFloat) {
   EXPECT_EQ(ones.Regress(big), (4096.0 + static_cast<double>(kOdd)) / 17.0);
   EXPECT_EQ(big * ones, static_cast<double>(4096.0f + kOdd));
   EXPECT_EQ(NCDataVector<float>({1.0f}).GetSS(1e-12), (1.0 - 1e-12) * (1.0 - 1e-12)) << "differences are in double";
-}
-
-TEST(DataVectorThreads, CopiesAreTakenWrittenAndDroppedConcurrently) {
-  const NCDataVector<float> source(100, 1.0f);
-  std::vector<std::thread> threads;
-  for (int id = 0; id < 4; ++id) {
-    threads.emplace_back([&source, id] {
-      NCDataVector<float> kept;
-      for (int i = 0; i < 2000; ++i) {
-        NCDataVector<float> copy = source;
-        NCDataVector<float> second = copy;
-        kept = second;
-        copy(1 + i % 100, static_cast<float>(id + 2));
-        second.Clear();
-      }
-      EXPECT_EQ(kept[1], 1.0f);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(source.GetSS(), 100.0);
-}
-
-TEST(DataVectorThreads, CrossingAssignmentsDoNotWaitForEachOther) {
-  const NCDataVector<double> a(10, 1.0);
-  const NCDataVector<double> b(10, 2.0);
-  const auto cross = [](NCDataVector<double> x, NCDataVector<double> y) {
-    for (int i = 0; i < 5000; ++i) {
-      const NCDataVector<double> saved = x;
-      x = y;
-      y = saved;
-    }
-  };
-  std::thread forward(cross, a, b);
-  std::thread backward(cross, b, a);
-  forward.join();
-  backward.join();
-  EXPECT_EQ(a[1] + b[1], 3.0);
 }
 
 }  // namespace

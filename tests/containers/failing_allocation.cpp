@@ -1,7 +1,9 @@
 #include "tests/containers/failing_allocation.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 #if defined(__SANITIZE_THREAD__)
@@ -15,20 +17,38 @@
 namespace {
 
 constexpr bool kIsAvailable = !THREAD_SANITIZER_IS_ON;
-thread_local int allocationsUntilFailure = 0;  // 0: none fails
-thread_local std::size_t largestAllocation = 0;
-thread_local long liveAllocations = 0;
+constexpr long kNever = -1;
 
-[[maybe_unused]] void* TryAllocate(std::size_t size) noexcept {
-  if (size > largestAllocation) largestAllocation = size;
-  if (allocationsUntilFailure > 0 && --allocationsUntilFailure == 0) return nullptr;
-  void* const memory = std::malloc(size == 0 ? 1 : size);
+// Every allocation takes a number; those from `firstFailing` up to `lastFailing` fail.
+std::atomic<long> allocations{0};
+std::atomic<long> firstFailing{kNever};
+std::atomic<long> lastFailing{kNever};
+std::atomic<long> failed{0};
+std::atomic<long> liveAllocations{0};
+std::atomic<std::size_t> largestAllocation{0};
+
+bool Fails(long number) {
+  return number >= firstFailing.load(std::memory_order_relaxed) &&
+         number <= lastFailing.load(std::memory_order_relaxed);
+}
+
+[[maybe_unused]] void* TryAllocate(std::size_t size, std::size_t alignment = 0) noexcept {
+  std::size_t largest = largestAllocation.load();
+  while (size > largest && !largestAllocation.compare_exchange_weak(largest, size)) {
+  }
+  if (Fails(++allocations)) {
+    ++failed;
+    return nullptr;
+  }
+  const std::size_t units = alignment == 0 ? 1 : (size + alignment - 1) / alignment;
+  void* const memory =
+      alignment == 0 ? std::malloc(size == 0 ? 1 : size) : std::aligned_alloc(alignment, units * alignment);
   if (memory != nullptr) ++liveAllocations;
   return memory;
 }
 
-[[maybe_unused]] void* Allocate(std::size_t size) {
-  void* const memory = TryAllocate(size);
+[[maybe_unused]] void* Allocate(std::size_t size, std::size_t alignment = 0) {
+  void* const memory = TryAllocate(size, alignment);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
@@ -43,17 +63,25 @@ thread_local long liveAllocations = 0;
 bool FailingAllocation::IsAvailable() {
   return kIsAvailable;
 }
-FailingAllocation::FailingAllocation(int k) {
-  allocationsUntilFailure = k;
+FailingAllocation::FailingAllocation(int k, Extent extent) {
+  const long first = allocations + k;
+  lastFailing = extent == Extent::kThatOne ? first : std::numeric_limits<long>::max();
+  firstFailing = first;
 }
 FailingAllocation::~FailingAllocation() {
-  allocationsUntilFailure = 0;
+  lastFailing = kNever;
+}
+long FailingAllocation::Failed() {
+  return failed;
 }
 AllocationWatch::AllocationWatch() {
   largestAllocation = 0;
 }
 std::size_t AllocationWatch::Largest() {
   return largestAllocation;
+}
+long Allocations() {
+  return allocations;
 }
 long LiveAllocations() {
   return liveAllocations;
@@ -73,6 +101,12 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return TryAllocate(size);
 }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return Allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+  return Allocate(size, static_cast<std::size_t>(alignment));
+}
 void operator delete(void* memory) noexcept {
   Free(memory);
 }
@@ -89,6 +123,18 @@ void operator delete(void* memory, const std::nothrow_t&) noexcept {
   Free(memory);
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+  Free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+  Free(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+  Free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+  Free(memory);
+}
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
   Free(memory);
 }
 #endif

@@ -10,7 +10,6 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -237,26 +236,6 @@ TYPED_TEST(IntegralVector, GrowsAcrossEveryCapacityStep) {
     model.push_back(static_cast<Value>(i % 3));
   }
   EXPECT_EQ(this->Contents(v), model);
-}
-
-TYPED_TEST(IntegralVector, ThreadsMayCopyReadAndDropWhileAnotherHandleIsWritten) {
-  using Value = typename TypeParam::value_type;
-  constexpr int kRounds = 100;
-  constexpr int kSize = 64;
-  for (int round = 0; round < kRounds; ++round) {
-    TypeParam v(kSize, Value(1));
-    auto handle = std::make_unique<TypeParam>(v);
-    long ones = 0;
-    std::thread reader([&handle, &ones] {
-      const TypeParam own = *handle;
-      handle.reset();
-      ones = std::count(own.begin(), own.end(), Value(1));
-    });
-    for (int i = 1; i <= kSize; ++i) v(i, Value(0));  // the last sharer may leave at any of these
-    reader.join();
-    EXPECT_EQ(ones, kSize);
-    EXPECT_THAT(v, ::testing::Each(Value(0)));
-  }
 }
 
 TEST(IntegralVectorValues, UnsignedValuesAre32BitHoweverTheyAreStored) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -191,20 +190,6 @@ TEST(StringVector, ALongSortIsAStableOne) {
     if (sorted[i] == sorted[i - 1]) {
       EXPECT_LT(index[i - 1], index[i]);
     }
-  }
-}
-
-TEST(StringVector, ThreadsMayCopyReadAndDropWhileAnotherHandleIsWritten) {
-  for (int round = 0; round < 100; ++round) {
-    NCStringVector v(Sample());
-    bool same = false;
-    std::thread reader([copy = v, &same]() mutable {
-      same = copy.GetVector() == Sample();
-      copy.Clear();
-    });
-    for (int i = 1; i <= v.Size(); ++i) v(i, "x");
-    reader.join();
-    EXPECT_TRUE(same);
   }
 }
 

@@ -2,7 +2,6 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <new>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -11,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/container_values.h"
-#include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "tests/platform/catalogue.h"
@@ -248,7 +246,7 @@ TEST_F(CrossValidation, OfPcaHasALimitForQ2) {
   }
 }
 
-TEST_F(CrossValidation, OfPcaShowsItsRoundsAndCanBeCancelledAtAnyPoll) {
+TEST_F(CrossValidation, OfPcaShowsItsRounds) {
   const FloatMatrix x = ToMatrix(ThreeComponents(20, 8, 3));
   const FloatVector reference(8, 1.0f);
   NCPCA model(&x, 500);
@@ -270,28 +268,6 @@ TEST_F(CrossValidation, OfPcaShowsItsRoundsAndCanBeCancelledAtAnyPoll) {
     EXPECT_THAT(display->texts, Contains(context + ": CV round 1 of 2 (rows)"));
     EXPECT_EQ(display->texts.back(), context + ": CV round 2 of 2 (columns)");
   }
-
-  int cancelled = 0;
-  for (bool done = false; !done; ++cancelled) {
-    ASSERT_LT(cancelled, 200);
-    const FloatVector cumulativeBefore(8, 0.25f);
-    PCACrossValidation cv(&model, 0.5f, cumulativeBefore, 2, nullptr, nullptr);
-    NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(cancelled + 1));
-    try {
-      cv.NextComponent(reference, nullptr);
-      done = true;
-    } catch (const NCError& error) {
-      EXPECT_STREQ(error.what(), "PC component aborted.");
-      EXPECT_EQ(cv.GetQ2TotCum(), 0.5f);
-      EXPECT_TRUE(*cv.GetQ2XVarCum() == cumulativeBefore);
-      NCProgress::SetDisplay(nullptr);
-      cv.NextComponent(reference, nullptr);
-    }
-    NCProgress::SetDisplay(nullptr);
-    EXPECT_EQ(cv.GetQ2Tot(), whole.GetQ2Tot());
-    EXPECT_NEAR(cv.GetQ2TotCum(), 1.0f - 0.5f * (1.0f - whole.GetQ2Tot()), 1e-6f);
-  }
-  EXPECT_GT(cancelled, 8);
 }
 
 TEST_F(CrossValidation, AValidatorAllowsComponentsWhileEnoughIsLeft) {
@@ -508,25 +484,6 @@ TEST_F(CrossValidation, OfPlsGivesTheSameBitsOnAnyNumberOfThreads) {
       EXPECT_EQ(cv.GetQ2Tot(), expected.GetQ2Tot());
     }
   }
-}
-
-TEST_F(CrossValidation, OfPlsLetsAFailedAllocationOut) {
-  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
-  const XY data = Related(60, 3000, 2, 3);
-  NCPLS model(&data.x, &data.y, 200);
-  model.NextComponent(nullptr, nullptr, true, true);
-  NCMultiThreading::ThreadingControl::SetNumberOfProcessors(2);
-  int failures = 0;
-  for (int k = 1; k < 4000; k += 131) {
-    PLSCrossValidation cv(&model, 7, nullptr);
-    try {
-      const FailingAllocation failing(k);
-      cv.NextComponent(&model.GetWprim()->back(), 200, {1.0f, 1.0f}, nullptr, true);
-    } catch (const std::bad_alloc&) {
-      ++failures;
-    }
-  }
-  EXPECT_GT(failures, 3);
 }
 
 /// The sets follow the sign of the model's weight; the score of a left-out row and its residual do not.

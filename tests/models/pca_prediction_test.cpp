@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "voran/models/score_estimator.h"
@@ -182,27 +180,6 @@ TEST_F(PcaPrediction, TheSameBitsAtAnyThreadCount) {
   ThreadingControl::SetThreadingIsOn(true);
   const NCPCAPred prediction(&x, pca.GetPprim(), kLimit, 0.5f);
   EXPECT_TRUE(*prediction.GetTPredPrim() == *expected.GetTPredPrim());
-}
-
-/// Also in a row that the calling thread works on beside others: an exception must not leave their parallel region.
-TEST_F(PcaPrediction, AFailedAllocationInAnyRowIsTold) {
-  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
-  const FloatMatrix x = WithGaps(ToMatrix(ThreeComponents(3000, 40, 5)), 6);
-  NCPCA pca(&x, 100);
-  Fit(pca, 2);
-  ThreadingControl::SetNumberOfProcessors(3);
-  ThreadingControl::SetThreadingIsOn(true);
-  int failures = 0;
-  for (int k = 1; k < 1000000; k *= 8) {
-    try {
-      const FailingAllocation failing(k);
-      const NCPCAPred prediction(&x, pca.GetPprim(), kLimit, 0.5f);
-      break;
-    } catch (const std::bad_alloc&) {
-      ++failures;
-    }
-  }
-  EXPECT_GT(failures, 4);
 }
 
 }  // namespace

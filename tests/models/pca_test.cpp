@@ -21,8 +21,6 @@
 namespace {
 
 using NCMultiThreading::ThreadingControl;
-using ::testing::Ge;
-using ::testing::Lt;
 using Groups = NCIntegralVector<int, -99>;
 using samples::Dot;
 using samples::Fit;
@@ -346,38 +344,6 @@ TEST_F(Pca, ACopySharesTheMatrices) {
   const NCPCA* const copy = new (room) NCPCA(pca);  // never destroyed: only one of the two may be
   EXPECT_EQ(copy->GetResiduals(), pca.GetResiduals());
   EXPECT_EQ(copy->GetPprim(), pca.GetPprim());
-}
-
-TEST_F(Pca, ACancelAtAnyPollThrowsAndLeavesNoRow) {
-  const FloatMatrix x = ToMatrix(ThreeComponents(60, 12, 6));
-  NCPCA whole(&x, 500);
-  whole.NextComponent(nullptr, nullptr, 0, nullptr);
-  const int rounds = whole.GetIterations();
-  ASSERT_THAT(rounds, Ge(4));
-  for (const bool ownProgress : {false, true}) {
-    int cancelled = 0;
-    for (int k = 1; k < 100; ++k) {
-      NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(k));
-      NCPCA pca(&x, 500);
-      std::unique_ptr<NCProgress> progress;
-      if (!ownProgress) progress = std::make_unique<NCProgress>("PCA", 0.0f, 1.0f, false, false, true, "");
-      try {
-        pca.NextComponent(progress.get(), nullptr, 0, nullptr);
-        NCProgress::SetDisplay(nullptr);
-        break;
-      } catch (const NCError& error) {
-        ++cancelled;
-        EXPECT_STREQ(error.what(), "PC component aborted.");
-        EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
-        EXPECT_EQ(pca.GetTprim()->SizeRows(), 0);
-      }
-      NCProgress::SetDisplay(nullptr);
-      NCPCA again(&x, 500);
-      EXPECT_TRUE(again.NextComponent(nullptr, nullptr, 0, nullptr)) << "nothing is left standing";
-    }
-    EXPECT_GE(cancelled, rounds - 1) << "every round but the first polls";
-    EXPECT_THAT(cancelled, Lt(99));
-  }
 }
 
 }  // namespace

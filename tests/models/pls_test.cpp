@@ -3,7 +3,6 @@
 #include <cmath>
 #include <fstream>
 #include <memory>
-#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -11,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/containers/container_values.h"
-#include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "tests/platform/catalogue.h"
@@ -466,31 +464,6 @@ TEST_F(Pls, WhatItShowsAndThrowsIsTranslated) {
   } catch (const NCError& error) {
     EXPECT_STREQ(error.what(), "Calculation of: PLS component aborted.");
   }
-}
-
-TEST_F(Pls, AFailedAllocationLeavesTheModelAsItWas) {
-  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
-  const XY data = Related(20, 6, 2, 8);
-  NCPLS reference(&data.x, &data.y, 100);
-  Fit(reference, 2);
-  NCPLS pls(&data.x, &data.y, 100);
-  Fit(pls, 1);
-  int failures = 0;
-  for (bool done = false; !done; ++failures) {
-    ASSERT_LT(failures, 1000);
-    try {
-      const FailingAllocation failing(failures + 1);
-      pls.NextComponent(nullptr, nullptr, true, true);
-      done = true;
-    } catch (const std::bad_alloc&) {
-      ASSERT_EQ(pls.GetComponents(), 1);
-      for (const FloatMatrix* m : {pls.GetCprim(), pls.GetPprim(), pls.GetWprim(), pls.GetUprim(), pls.GetTprim()}) {
-        ASSERT_EQ(m->SizeRows(), 1);
-      }
-    }
-  }
-  EXPECT_GT(failures, 10);
-  EXPECT_TRUE(*pls.GetTprim() == *reference.GetTprim());
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -228,24 +227,6 @@ TEST_F(RowPrediction, ShowsProgressAndStopsAtAnyLook) {
     }
   }
   EXPECT_GE(stops, 3);
-}
-
-TEST_F(RowPrediction, AFailedAllocationGoesOutAsSuch) {
-  if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation fails in this build";
-  const FloatMatrix x = WithGaps(Random(300, 300, 5), 6);
-  const Model model(3, 300, 2);
-  ThreadingControl::SetNumberOfProcessors(2);
-  int failures = 0;
-  for (bool done = false; !done; ++failures) {
-    ASSERT_LT(failures, 5000);
-    try {
-      const FailingAllocation failing(failures + 1);
-      PredictRows(x, model, 0.02f, nullptr);
-      done = true;
-    } catch (const std::bad_alloc&) {
-    }
-  }
-  EXPECT_GT(failures, 300);
 }
 
 /// Less than a matrix of the size of X is taken at a time.

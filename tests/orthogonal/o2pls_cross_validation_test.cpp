@@ -597,24 +597,6 @@ TEST_F(O2plsCv, TellsWhatIsWrong) {
             "internal O2PLSCrossValidation::O2PLSCrossValidation");
 }
 
-TEST_F(O2plsCv, CanBeBrokenOffAtEveryLook) {
-  const Blocks data = MadeBlocks({.rows = 30, .xColumns = 5, .yColumns = 4, .joint = 1}, 0.1, 21);
-  int stopAt = 0;
-  std::string outcome;
-  do {
-    const auto display = std::make_shared<samples::StoppingDisplay>(++stopAt);
-    NCProgress::SetDisplay(display);
-    NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
-    outcome = ErrorOf([&] { CrossValidated(data.x, data.y, {kFree, kFree, kFree}, &progress); });
-    // What is asked of it behind the last break test is not heard.
-    EXPECT_TRUE(outcome == "Computations aborted." || outcome == "nothing thrown") << stopAt << ": " << outcome;
-    ASSERT_LT(stopAt, 500);
-  } while (outcome != "nothing thrown");
-  EXPECT_GT(stopAt, 20);
-  NCProgress::SetDisplay(nullptr);
-  EXPECT_EQ(CrossValidated(data.x, data.y, {1, 0, 0}).PredComps, 1) << "a fresh object works";
-}
-
 /// Keeps what the caller's object shows, and not what those of single components do. The user asks to stop at the text
 /// `stopAt`.
 class PhaseDisplay : public samples::RecordingDisplay {

@@ -8,7 +8,6 @@
 #include <memory>
 #include <numbers>
 #include <random>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -456,31 +455,6 @@ TEST_F(YOrthogonalPls, AFailureLeavesTheModelAsItWas) {
   EXPECT_EQ(level, NCError::Level::kZeroCorrelation) << "X has nothing beside Y";
   EXPECT_EQ(text, "The correlation between X and Y is zero or almost zero.\nComponent 1 cannot be computed.");
   EXPECT_TRUE(Equal(inside, NCYOrthogonalPLS(&x, &y, 10, 0)));
-}
-
-TEST_F(YOrthogonalPls, CanBeCancelledAtAnyPoll) {
-  const XY data = Related(15, 5, 2, 3);
-  NCYOrthogonalPLS filter(&data.x, &data.y, 4, 2);
-  const NCYOrthogonalPLS before = filter;
-  std::set<std::string> texts;
-  for (int k = 1; filter.GetComponents() == 0; ++k) {
-    ASSERT_LT(k, 200);
-    filter = before;
-    const auto display = std::make_shared<samples::StoppingDisplay>(k);
-    NCProgress::SetDisplay(display);
-    try {
-      filter.NextComponent(k % 2 == 0);
-    } catch (const NCError& error) {
-      EXPECT_NE(error.GetLevel(), NCError::Level::kZeroCorrelation);
-      EXPECT_TRUE(Equal(filter, before));
-      EXPECT_EQ(display->Asked(), k) << "it went on";
-      texts.insert(error.what());
-    }
-    NCProgress::SetDisplay(nullptr);
-    EXPECT_EQ(filter.GetComponents() > 0, display->Asked() < k) << "look " << k << " was in vain";
-  }
-  EXPECT_EQ(texts, (std::set<std::string>{"Component aborted.", "PC component aborted.", "PLS component aborted."}));
-  EXPECT_TRUE(Equal(filter, Fitted(data, 1, 4, 2)));
 }
 
 /// Keeps what it is shown of the work with one text.

@@ -84,7 +84,7 @@ class Program : public ::testing::Test {
     const pid_t child = fork();
     if (child != 0) return child;
     if (chdir(folder_.c_str()) != 0) _exit(99);
-    signal(SIGINT, SIG_DFL);
+    for (const int number : {SIGINT, SIGXFSZ}) signal(number, SIG_DFL);
     dup2(open(input.c_str(), O_RDWR), STDIN_FILENO);
     dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
     dup2(open("stderr", O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);

@@ -18,10 +18,6 @@
 namespace tool {
 namespace {
 
-std::string TemporaryFolder() {
-  return std::filesystem::path(VrGetTempFileName(nullptr, nullptr, nullptr)).parent_path().string();
-}
-
 // Why no file can be made in the folder; nothing if one can.
 std::optional<std::string> WhyUnwritable(const std::string& folder) {
   std::string pattern = (std::filesystem::path(folder) / "voran-XXXXXX").string();
@@ -39,6 +35,10 @@ std::string OpenFilesText() {
 }
 
 }  // namespace
+
+std::string TemporaryFolder() {
+  return std::filesystem::path(VrGetTempFileName(nullptr, nullptr, nullptr)).parent_path().string();
+}
 
 int ClusterUser::AskUser(const ExceptionMessageList& /*text*/, const ExceptionMessageList& /*caption*/,
                          int declineCode) {

@@ -25,6 +25,9 @@ class ClusterUser : public TerminalUser {
   std::size_t rows_;
 };
 
+/// Where the library keeps temporary files.
+std::string TemporaryFolder();
+
 /// What the distances of so many rows lack on a disk with `freeBytes`, or nothing if they find room.
 std::optional<std::string> DiskShortage(std::size_t rows, const std::string& folder, std::uint64_t freeBytes);
 

@@ -70,7 +70,8 @@ Failure FailureWhy(const NCError& error, const Table& table, const NCDataMatrix<
   }
   if (const auto hint = TemporaryFileHint(error)) return FailureOf(error, table.source, progress, *hint);
   const bool isOnDisk = DistanceBytes(table.rowIds.size()) > DendroGram::DistanceMemory::GetBudget();
-  return FailureOf(error, table.source, progress, isOnDisk ? "; is the disk full where temporary files are kept?" : "");
+  const std::string hint = fmt::format("; is the disk full where temporary files are kept ({})?", TemporaryFolder());
+  return FailureOf(error, table.source, progress, isOnDisk ? hint : "");
 }
 
 DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, const ClusterSettings& settings,

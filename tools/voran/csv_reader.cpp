@@ -67,28 +67,40 @@ class CsvBody {
     std::exception_ptr failure;
   };
 
-  void Work(NCProgress* progress, std::size_t totalBytes) {
-    CsvRowParser parser(dialect_, plan_);
-    CsvChunk chunk;
-    for (bool goOn = true; goOn;) {
-      Part part;
-      try {
-        const CsvChunkQueue::Outcome outcome = queue_.Next(chunk);
-        if (outcome == CsvChunkQueue::Outcome::kEnd) return;
-        if (outcome == CsvChunkQueue::Outcome::kRecordTooLong) {
-          part.parsed.complaint = CsvComplaint{0, std::string(": ") + kRecordTooLong};
-        } else {
-          part.parsed = parser.Parse(chunk.Begin(), chunk.End());
-        }
-        if (progress != nullptr && !Tell(*progress, totalBytes)) throw Cancelled();
-      } catch (...) {
-        part.failure = std::current_exception();
+  // On a thread of its own nothing may go out.
+  void Work(NCProgress* progress, std::size_t totalBytes) noexcept {
+    try {
+      CsvRowParser parser(dialect_, plan_);
+      CsvChunk chunk;
+      while (WorkOnNext(parser, chunk, progress, totalBytes)) {
       }
-      goOn = !part.failure && !part.parsed.complaint;
-      if (!goOn) queue_.Stop();
+    } catch (...) {
+      queue_.Stop();
       const std::lock_guard lock(partsMutex_);
-      parts_[chunk.number] = std::move(part);
+      failure_ = std::current_exception();
     }
+  }
+
+  // What is wrong in the chunk becomes part of the result. False if there is no more to do.
+  bool WorkOnNext(CsvRowParser& parser, CsvChunk& chunk, NCProgress* progress, std::size_t totalBytes) {
+    Part part;
+    try {
+      const CsvChunkQueue::Outcome outcome = queue_.Next(chunk);
+      if (outcome == CsvChunkQueue::Outcome::kEnd) return false;
+      if (outcome == CsvChunkQueue::Outcome::kRecordTooLong) {
+        part.parsed.complaint = CsvComplaint{0, std::string(": ") + kRecordTooLong};
+      } else {
+        part.parsed = parser.Parse(chunk.Begin(), chunk.End());
+      }
+      if (progress != nullptr && !Tell(*progress, totalBytes)) throw Cancelled();
+    } catch (...) {
+      part.failure = std::current_exception();
+    }
+    const bool goesOn = !part.failure && !part.parsed.complaint;
+    if (!goesOn) queue_.Stop();
+    const std::lock_guard lock(partsMutex_);
+    parts_[chunk.number] = std::move(part);
+    return goesOn;
   }
 
   bool Tell(NCProgress& progress, std::size_t totalBytes) const {
@@ -98,6 +110,7 @@ class CsvBody {
 
   // Walks the chunks in order and returns the number of rows.
   std::size_t CheckAll(const std::string& source, std::size_t line) const {
+    if (failure_) std::rethrow_exception(failure_);
     std::size_t rows = 0;
     std::optional<std::size_t> blankLine;
     for (const auto& [number, part] : parts_) {
@@ -146,6 +159,7 @@ class CsvBody {
   const ColumnPlan& plan_;
   std::mutex partsMutex_;
   std::map<std::size_t, Part> parts_;
+  std::exception_ptr failure_;  ///< of a thread, beside those of the parts
 };
 
 std::string DescribeDialect(const CsvDialect& dialect, const ColumnPlan& plan) {

@@ -41,7 +41,7 @@ int Say(ExitCode code, const char* sentence) {
 
 int main(int argc, char** argv) {
   try {
-    tool::CatchInterrupts();
+    tool::CatchSignals();
     tool::CommandLine program("voran", "Multivariate data analysis of tables with missing values",
                               std::string("voran ") + GetVersion());
     tool::AddPcaCommand(program);

@@ -55,7 +55,8 @@ class TerminalDisplay : public ProgressDisplay {
 
 }  // namespace
 
-void CatchInterrupts() {
+void CatchSignals() {
+  std::signal(SIGXFSZ, SIG_IGN);
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction action = {};
     if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;

@@ -5,13 +5,14 @@
 #include <exception>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include <boost/format.hpp>
-#include <boost/thread.hpp>
 
 #include "voran/cluster/cluster_allocation_error.h"
 #include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/distance_memory.h"
+#include "voran/containers/run_in_threads.h"
 #include "voran/platform/exception_message.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/threading_control.h"
@@ -68,23 +69,6 @@ class FirstError {
   std::exception_ptr error_;
 };
 
-/// Joins whatever was started, also if starting one of them fails.
-class Threads {
- public:
-  Threads() = default;
-  Threads(const Threads&) = delete;
-  Threads& operator=(const Threads&) = delete;
-  ~Threads() { group_.join_all(); }
-
-  template <class Work>
-  void Start(Work work) {
-    group_.create_thread(work);
-  }
-
- private:
-  boost::thread_group group_;
-};
-
 }  // namespace
 
 std::int64_t NumberOfPairs(int rows) {
@@ -115,17 +99,16 @@ void FillOnThreads(const DistanceRows& rows, PairList& pairs, int threads, PairF
   using Worker = InitDistancesThreadClass<DistanceAndIndex*>;
   std::vector<int> bounds;
   DivideRowsAmongThreads(threads, rows.SizeRows(), bounds);
-  FirstError error;
-  {
-    Threads group;
-    int first = 1;
-    for (const int bound : bounds) {
-      DistanceAndIndex* const output = pairs.data() + PositionOfRow(rows.SizeRows(), first);
-      Worker worker(output, &rows, first, bound - 1, pairFunction, finish);
-      group.Start([worker, &error]() mutable { error.Catch(worker); });
-      first = bound;
-    }
+  std::vector<Worker> workers;
+  int first = 1;
+  for (const int bound : bounds) {
+    DistanceAndIndex* const output = pairs.data() + PositionOfRow(rows.SizeRows(), first);
+    workers.emplace_back(output, &rows, first, bound - 1, pairFunction, finish);
+    first = bound;
   }
+  FirstError error;
+  voran::detail::RunInThreads(static_cast<int>(workers.size()),
+                              [&](int w) { error.Catch(workers[static_cast<std::size_t>(w)]); });
   error.Rethrow();
 }
 

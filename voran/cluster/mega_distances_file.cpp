@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 
 #include "voran/cluster/cluster_progress.h"
 #include "voran/cluster/mega_distances.h"
@@ -27,8 +25,7 @@ MegaDistances::TempFile::TempFile()
 
 MegaDistances::TempFile::~TempFile() {
   file_.reset();
-  std::error_code ignored;
-  std::filesystem::remove(pathName_, ignored);
+  std::remove(pathName_.c_str());  // allocates nothing
 }
 
 void MegaDistances::TempFile::Write(const DistanceAndIndex* entries, std::size_t n, NCProgress* progress) {

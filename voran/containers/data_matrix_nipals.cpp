@@ -1,10 +1,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <new>
-#include <vector>
 
-#include <boost/thread/thread.hpp>
 #include <omp.h>
 
 #include "voran/containers/column_sums.h"
@@ -12,6 +9,7 @@
 #include "voran/containers/missing_value.h"
 #include "voran/containers/nipals_pass.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/run_in_threads.h"
 #include "voran/platform/threading_control.h"
 
 inline namespace voran {
@@ -23,28 +21,6 @@ using detail::NipalsKernels;
 using detail::NipalsPass;
 using detail::PairSums;
 using NCMultiThreading::ThreadingControl;
-
-namespace {
-
-/// Calls work(0) on this thread and work(1)..work(count - 1) on threads of their own, or here if no more are to be had.
-/// Returns when all are done, whatever happens.
-template <class Work>
-void RunInThreads(int count, const Work& work) {
-  const boost::this_thread::disable_interruption waitForAll;
-  std::vector<boost::thread> threads;
-  threads.reserve(static_cast<std::size_t>(count));
-  int started = 1;
-  try {
-    for (; started < count; ++started) threads.emplace_back([&work, started] { work(started); });
-  } catch (const boost::thread_resource_error&) {
-  } catch (const std::bad_alloc&) {
-  }
-  for (int c = started; c < count; ++c) work(c);
-  work(0);
-  for (boost::thread& thread : threads) thread.join();
-}
-
-}  // namespace
 
 // Products.
 
@@ -121,7 +97,7 @@ void NCDataMatrix<T>::SpecialNipalsRegressColumnsFixImpl(const NCDataVector<T>& 
   const int processors = isAlone && ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
   const int chunks = std::max(1, std::min(processors, numColumns_));
   const int chunk = (numColumns_ + chunks - 1) / chunks;
-  RunInThreads(chunks, [&](int c) {
+  detail::RunInThreads(chunks, [&](int c) {
     const int first = 1 + c * chunk;
     const int last = std::min(first + chunk - 1, numColumns_);
     if (first <= last) pass.SumColumnRange(v, Weight::kSquare, first, last, c == 0);

@@ -296,6 +296,7 @@ void NCPLS::Append(const Component& component) {
 
 void NCPLS::CalculateResiduals() {
   const detail::StaySingleIfSmall team(X_->SizeRows(), X_->SizeColumns());
+  for (Matrix* const m : {X_, Y_}) m->ForceUnlink();  // what follows allocates nothing: both are deflated, or neither
   X_->AddVprimV((*T_)[components_], (*P_)[components_], -1.0f);
   Y_->AddVprimV((*T_)[components_], (*C_)[components_], -1.0f);
 }

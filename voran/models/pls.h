@@ -67,6 +67,7 @@ class VORAN_EXPORT NCPLS : public StreamWalk<NCPLS> {
   void NextComponent(NCProgress* progress, const NCDataVector<float>* start, bool silent, bool interactive);
 
   /// Subtracts the newest component from X and Y: to be called once after each NextComponent, which nothing checks.
+  /// Throws std::bad_alloc; X and Y are then as they were.
   void CalculateResiduals();
 
   /// Turns the sign of a component: its rows of C, P, W, U and T. Residuals and coefficients do not depend on it.

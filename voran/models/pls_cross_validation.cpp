@@ -153,21 +153,25 @@ void PLSCrossValidation::Keep(const Vector& w, const Vector& p, const Vector& c,
 
 void PLSCrossValidation::UpdateQ2(const Vector& yReference) {
   const Matrix& y = *model_->GetYResiduals();
+  const double totalSS = y.GetSS();
   double totalPress = 0.0;
+  Vector ofComponent(Q2YVar_);
+  Vector cumulative(Q2YVarCum_);
   for (int m = 1; m <= y.SizeColumns(); ++m) {
     const double press = YPredResiduals_.GetColumnSS(m, 0.0);
     // Without any value it stays out of the total, and deliberately stands as -99 in what follows for the response.
     if (press != detail::kNoValue) totalPress += press;
     const double ss = y.GetColumnSS(m, 0.0);
     if (ss < detail::kNoSumOfSquares) {
-      Q2YVar_(m, 0.0f);
-      Q2YVarCum_(m, Q2::CumulativeOfNothing(yReference[m]));
+      ofComponent(m, 0.0f);
+      cumulative(m, Q2::CumulativeOfNothing(yReference[m]));
     } else {
-      Q2YVar_(m, Q2::OfComponent(ss, press));
-      Q2YVarCum_(m, Q2::Cumulative(Q2YVarCum_[m], ss, press));
+      ofComponent(m, Q2::OfComponent(ss, press));
+      cumulative(m, Q2::Cumulative(cumulative[m], ss, press));
     }
   }
-  const double totalSS = y.GetSS();
+  Q2YVar_ = ofComponent;  // nothing throws from here on
+  Q2YVarCum_ = cumulative;
   if (totalSS < detail::kNoSumOfSquares) {
     Q2Tot_ = 0.0f;
     Q2TotCum_ = 1.0f;

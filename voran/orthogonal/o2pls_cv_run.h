@@ -38,7 +38,8 @@ class CvProgress {
   void Pop() {
     if (progress_ != nullptr) progress_->PopSubRange();
   }
-  void StopIfAsked() {
+  /// By any thread.
+  void StopIfAsked() const {
     if (progress_ != nullptr && progress_->IsBreakPressed()) throw CancelException();
   }
 
@@ -73,10 +74,13 @@ struct O2PLSRun {
   O2PLSRun(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y, const NCIntegralVector<int, -99>& groups,
            int iterations, const O2PLSCounts& askedFor, CvProgress display);
 
-  /// Calls work(g) for each group, several at a time.
+  /// Calls work(g) for each group, several at a time, unless the user has broken off.
   template <class Work>
   void ForEach(const Work& work) const {
-    ForEachGroup(static_cast<int>(data.size()), work);
+    ForEachGroup(static_cast<int>(data.size()), [&](std::size_t g) {
+      progress.StopIfAsked();
+      work(g);
+    });
   }
 
   /// The sum over the groups, in their order, of what work(g) returns.

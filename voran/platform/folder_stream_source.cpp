@@ -33,8 +33,15 @@ fs::path NameAside(const fs::path& folder, const std::string& name) {
 
 class OutputAside final : public std::ofstream {
  public:
-  OutputAside(fs::path aside, fs::path place)
-      : std::ofstream(aside, std::ios::binary), aside_(std::move(aside)), place_(std::move(place)) {}
+  OutputAside(fs::path aside, fs::path place) : aside_(std::move(aside)), place_(std::move(place)) {
+    try {
+      open(aside_, std::ios::binary);
+    } catch (...) {  // the file is there, and there was no memory for its buffer
+      std::error_code error;
+      fs::remove(aside_, error);
+      throw;
+    }
+  }
   OutputAside(const OutputAside&) = delete;
   OutputAside& operator=(const OutputAside&) = delete;
 

@@ -57,7 +57,16 @@ OutputStreamDirectory::~OutputStreamDirectory() {
     } else {
       Close();
     }
-  } catch (...) {  // NOLINT(bugprone-empty-catch) the host's stream has been told already
+  } catch (...) {
+    TellHost();
+  }
+}
+
+/// Nothing may leave the destructor; a host whose stream throws has had its exception already.
+void OutputStreamDirectory::TellHost() noexcept {
+  try {
+    enclosing_.setstate(std::ios_base::failbit);
+  } catch (...) {  // NOLINT(bugprone-empty-catch) the state is set all the same
   }
 }
 

@@ -17,8 +17,8 @@ class ProgressEntry;
 /// It is passed down by pointer; null means neither progress nor cancel. Its own range of values maps to 0..1. A range
 /// without a length has no position: -1 to 0 by convention, equal ends, or ends that are not finite.
 ///
-/// Threads: one object is used by one thread, except RequestCancel and ClearCancel, which any thread may call. Only
-/// objects made on the thread that installed the display appear on it; one made elsewhere shows nothing, and still
+/// Threads: one object is used by one thread, except IsBreakPressed, RequestCancel and ClearCancel, which any may call.
+/// Only objects made on the thread that installed the display appear on it; one made elsewhere shows nothing, and still
 /// sees a cancel. Where nothing is shown a call costs a few nanoseconds and allocates nothing, but for the first
 /// PushSubRange of a depth.
 class VORAN_EXPORT NCProgress {

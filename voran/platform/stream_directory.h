@@ -52,6 +52,7 @@ class VORAN_EXPORT OutputStreamDirectory {
  private:
   void EndEntry();
   void Abandon();
+  void TellHost() noexcept;
 
   std::ostream& enclosing_;
   std::shared_ptr<detail::OutputRoot> root_;

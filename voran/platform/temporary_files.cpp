@@ -2,8 +2,10 @@
 
 #ifdef __linux__
 #include <fcntl.h>
+#include <unistd.h>
 #endif
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -50,12 +52,34 @@ std::string VrGetTempFileName(const char* directory, const char* prefix, const c
 
 namespace detail {
 
+namespace {
+
+/// In the folder of that name, without a name from the beginning: a process that is killed leaves nothing. Null where
+/// the file system has no such files, and for a name that exists.
+FilePointer OpenNameless([[maybe_unused]] const std::string& pathName) {
+#ifdef O_TMPFILE
+  if (access(pathName.c_str(), F_OK) == 0) return nullptr;
+  const std::string folder = pathName.substr(0, pathName.rfind('/') + 1);
+  const int file = open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (file < 0) return nullptr;
+  FilePointer stream(fdopen(file, "w+b"));
+  if (!stream) close(file);
+  return stream;
+#else
+  return nullptr;
+#endif
+}
+
+}  // namespace
+
 FilePointer OpenTemporaryFile(const std::string& pathName) {
-  FilePointer file(std::fopen(pathName.c_str(), kMode));
-  if (!file) return nullptr;
+  FilePointer file = OpenNameless(pathName);
+  if (!file) {
+    file.reset(std::fopen(pathName.c_str(), kMode));
+    if (!file) return nullptr;
+    std::remove(pathName.c_str());  // allocates nothing, and may fail where the file is in use
+  }
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
-  std::error_code inUse;
-  std::filesystem::remove(pathName, inUse);
   return file;
 }
 

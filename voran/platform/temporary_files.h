@@ -27,8 +27,8 @@ using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 /// Makes a file of that name, which must not exist, for writing and reading whole blocks: nothing is buffered here.
 /// Null if it cannot be made.
 ///
-/// Where the system lets an open file lose its name, it does so at once: it then vanishes when it is closed, and with
-/// the process, even a killed one. Elsewhere the caller has to remove it.
+/// Where the system has files without a name, or lets an open one lose it, it bears none: it then vanishes when it is
+/// closed, and with the process, even a killed one. Elsewhere the caller has to remove it.
 FilePointer OpenTemporaryFile(const std::string& pathName);
 
 /// Gives that part of the file back to the disk, and to the memory that the system keeps it in, where it knows how to:
