@@ -1,3 +1,5 @@
+#include <fstream>
+#include <iterator>
 #include <list>
 #include <memory>
 #include <new>
@@ -69,6 +71,18 @@ TEST(TreeStream, HasTheBytesOfTheFormatAndComesBack) {
   EXPECT_TRUE(Read(Stored(kNodes), *around->GetRight()));
   EXPECT_EQ(Spell(*around), "(5 5 (2 (1 1 2) 3+4))");
   EXPECT_EQ(around->GetRight()->GetParent(), around.get());
+}
+
+// Written by the first version of the format: every later one has to read it.
+TEST(TreeStream, TheGoldenFileIsReadAndWrittenAgain) {
+  std::ifstream file(VORAN_GOLDEN_DIR "/Dendro.v1", std::ios::binary);
+  const std::string bytes(std::istreambuf_iterator<char>(file), {});
+  const DendroGramPointer read = Tree("(5 5 6)");
+  ASSERT_TRUE(Read(bytes, *read));
+  EXPECT_EQ(Spell(*read), kTree);
+  EXPECT_EQ(read->GetLeft()->GetModel(), 6);
+  EXPECT_EQ(read->GetRight()->GetModel(), 7);
+  EXPECT_EQ(Written(*read), bytes);
 }
 
 TEST(TreeStream, RefusesEveryPrefixAndEveryFlippedBit) {

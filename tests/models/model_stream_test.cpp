@@ -1,5 +1,6 @@
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -131,9 +132,11 @@ TYPED_TEST(ModelStream, HasTheLayoutThatIsDocumented) {
   EXPECT_EQ(this->model_->GetMyVStreamVersionNumber(), 2);
 }
 
-TYPED_TEST(ModelStream, TheGoldenFileIsRead) {
+TYPED_TEST(ModelStream, TheGoldenFileIsReadAndWrittenAgain) {
   std::ifstream file(std::string(VORAN_GOLDEN_DIR "/") + TypeParam::kName + ".v1", std::ios::binary);
-  ASSERT_TRUE(ReadStreamable(file, *this->model_));
+  const std::string bytes(std::istreambuf_iterator<char>(file), {});
+  ASSERT_TRUE(Read(bytes, *this->model_));
+  EXPECT_EQ(Written(*this->model_), bytes);
   EXPECT_TRUE(TypeParam::Of(*this->model_) == TypeParam::Golden());
   EXPECT_EQ(this->model_->GetIterations(), 7);
 }

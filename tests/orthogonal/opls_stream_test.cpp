@@ -1,6 +1,7 @@
 #include <fstream>
 #include <functional>
 #include <ios>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -110,11 +111,13 @@ TEST_F(OplsStream, HasTheLayoutThatIsDocumented) {
   EXPECT_EQ(bytes_, Composed(data_));
 }
 
-TEST_F(OplsStream, TheGoldenFileIsRead) {
+TEST_F(OplsStream, TheGoldenFileIsReadAndWrittenAgain) {
   std::ifstream file(VORAN_GOLDEN_DIR "/OPLSCVD.v1", std::ios::binary);
   Data read;
   ASSERT_TRUE(read.ReadObject(file));
   EXPECT_EQ(Written(read), bytes_);
+  file.seekg(0);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), bytes_);
 }
 
 TEST_F(OplsStream, WhatIsWrittenComesBack) {

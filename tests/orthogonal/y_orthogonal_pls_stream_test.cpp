@@ -1,5 +1,6 @@
 #include <fstream>
 #include <ios>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -103,11 +104,13 @@ TEST_F(YoplsStream, HasTheLayoutThatIsDocumented) {
   EXPECT_EQ(filter_.GetMyVStreamVersionNumber(), 2);
 }
 
-TEST_F(YoplsStream, TheGoldenFileIsRead) {
+TEST_F(YoplsStream, TheGoldenFileIsReadAndWrittenAgain) {
   std::ifstream file(VORAN_GOLDEN_DIR "/YOPLS.v1", std::ios::binary);
   NCYOrthogonalPLS read;
   ASSERT_TRUE(ReadStreamable(file, read));
   EXPECT_EQ(Written(read), bytes_);
+  file.seekg(0);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), bytes_);
 }
 
 TEST_F(YoplsStream, AModelComesBackAndGoesOn) {

@@ -143,13 +143,15 @@ TEST(PreprocessingStreams, HaveTheBytesOfTheFormatAndComeBack) {
   }
 }
 
-TEST(PreprocessingStreams, FilesOfTheFirstReleaseAreRead) {
+TEST(PreprocessingStreams, GoldenFilesAreReadAndWrittenAgain) {
   for (const Kind& kind : AllKinds()) {
     std::string file = kind.name;
     std::replace(file.begin(), file.end(), ' ', '_');
     std::ifstream stream(std::string(VORAN_GOLDEN_DIR) + "/" + file + ".v1", std::ios::binary);
     const std::string bytes(std::istreambuf_iterator<char>(stream), {});
-    EXPECT_EQ(kind.read(bytes).spelt, kind.spelt) << kind.name;
+    const Outcome outcome = kind.read(bytes);
+    EXPECT_EQ(outcome.spelt, kind.spelt) << kind.name;
+    EXPECT_EQ(outcome.rewritten, bytes) << kind.name;
   }
 }
 

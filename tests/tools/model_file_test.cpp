@@ -67,7 +67,7 @@ TEST_F(ModelFile, IsTheSameForTheSameTable) {
   EXPECT_EQ(SmallModel(), first);
 }
 
-TEST_F(ModelFile, FilesOfEarlierProgramsAreRead) {
+TEST_F(ModelFile, TheGoldenFileOfAnEarlierProgramIsRead) {
   const SavedModel model = tool::ReadModel(std::string(VORAN_GOLDEN_DIR) + "/pls.v1");
   EXPECT_EQ(model.kind, "pls");
   EXPECT_EQ(model.x.names, (std::vector<std::string>{"a", "b"}));

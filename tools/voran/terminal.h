@@ -9,8 +9,8 @@
 namespace tool {
 
 /// From now on Ctrl-C (and a request to terminate or to hang up) sets `Interrupted` and cancels all progress objects;
-/// the work under way then stops by itself. A signal that the caller had ignored stays ignored. A write beyond the limit
-/// of a file's size fails from now on, as one to a full disk does, and ends no process.
+/// the work under way then stops by itself. A signal that the caller had ignored stays ignored. A write beyond the
+/// limit of a file's size fails from now on, as one to a full disk does, and ends no process.
 void CatchSignals();
 
 /// Set once the user has broken off.

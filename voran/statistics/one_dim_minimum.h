@@ -25,8 +25,8 @@ class VORAN_EXPORT OneDimMinimum {
 
   /// Narrows the bracket (a, b, c) until its width is `tolerance` times the size of its inner points, and returns the
   /// smaller value there, with its place in `*xMin`. It ends earlier where the numbers between the ends run
-  /// out: for a tolerance below the rounding of a float (1e-7), or around 0. About 3e-4 is the best that the values of a
-  /// smooth function in float can tell. Shows its progress; a cancel ends the search early with what it has.
+  /// out: for a tolerance below the rounding of a float (1e-7), or around 0. About 3e-4 is the best that the values of
+  /// a smooth function in float can tell. Shows its progress; a cancel ends the search early with what it has.
   static float GoldenSectionSearch(CallBack* f, float a, float b, float c, float tolerance, float* xMin);
 };
 
