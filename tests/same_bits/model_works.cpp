@@ -7,6 +7,7 @@
 #include "voran/models/pls.h"
 #include "voran/models/pls_cross_validation.h"
 #include "voran/models/pls_prediction.h"
+#include "voran/models/row_prediction.h"
 #include "voran/models/significance.h"
 
 namespace same_bits {
@@ -34,7 +35,7 @@ void Pca(Digest& digest, bool hasGaps) {
   const Matrix& x = LargeTable(hasGaps).x;
   NCPCA pca(&x, kIterations);
   PCA_SS_ComponentValidator validator(&pca, 0.01f);
-  PCACrossValidation cv(&pca, kGroups, nullptr, nullptr);
+  PCACrossValidation cv(&pca, 2, nullptr, nullptr);
   for (int a = 1; a <= kComponents; ++a) {
     digest(validator.IsValid());
     pca.NextComponent(nullptr, nullptr, 0, nullptr);
@@ -45,7 +46,7 @@ void Pca(Digest& digest, bool hasGaps) {
     digest(*cv.GetPSet(), *cv.GetTSet(), *cv.GetXPredResiduals());
   }
   digest.Written(pca);
-  TakePcaPrediction(digest, pca, x.GetRowSubMatrix(1, 330));
+  TakePcaPrediction(digest, pca, x.GetRowSubMatrix(1, 130));
 }
 
 void TakePls(Digest& digest, const NCPLS& pls) {
@@ -61,6 +62,9 @@ void TakeCrossValidation(Digest& digest, const PLSCrossValidation& cv) {
 
 void TakePlsPrediction(Digest& digest, const NCPLS& pls, const Matrix& x) {
   NCPLSPred prediction(&x, pls.GetWprim(), pls.GetPprim(), pls.GetCprim(), kAnyRow);
+  const detail::ComponentMatrices model{*pls.GetWprim(), *pls.GetPprim(), *pls.GetCprim()};
+  const detail::RowPredictions together = detail::PredictRows(x, model, kAnyRow, nullptr);
+  digest(together.TPrim, together.Y, together.residualSS);
   for (int a = 0; a < kComponents; ++a) {
     prediction.CalcNextComponent();
     digest(*prediction.GetTPred(), *prediction.GetYPred(), *prediction.GetXResiduals());

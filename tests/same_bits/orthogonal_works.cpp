@@ -27,7 +27,7 @@ void TakeOplsPrediction(Digest& digest, NCOPLS& opls, const Matrix& x) {
 void Opls(Digest& digest, bool hasGaps) {
   const auto& [x, y] = LargeTable(hasGaps);
   NCOPLS opls(&x, &y, 2, kIterations);
-  opls.NextComponent(nullptr);
+  for (int stage = 0; stage < 2; ++stage) opls.NextComponent(nullptr);
   digest(*opls.GetTprim(), *opls.GetUprim(), *opls.GetWMatrices(), *opls.GetPMatrices(), *opls.GetCMatrices());
   digest(*opls.GetTOprim(), *opls.GetUOprim(), *opls.GetPOprim(), *opls.GetCOprim(), *opls.GetWOprim());
   digest(opls.GetXResiduals(), opls.GetYResiduals());

@@ -57,12 +57,12 @@ Table Made(int rows, int columns, int responses, bool hasGaps) {
 }  // namespace
 
 const Table& LargeTable(bool hasGaps) {
-  static const Table tables[] = {Made(1300, 410, 8, false), Made(1300, 410, 8, true)};
+  static const Table tables[] = {Made(530, 1030, 8, false), Made(530, 1030, 8, true)};
   return tables[hasGaps ? 1 : 0];
 }
 
 const Table& MiddleTable(bool hasGaps) {
-  static const Table tables[] = {Made(532, 250, 3, false), Made(532, 250, 3, true)};
+  static const Table tables[] = {Made(266, 530, 3, false), Made(266, 530, 3, true)};
   return tables[hasGaps ? 1 : 0];
 }
 

@@ -18,9 +18,9 @@ struct Table {
   Matrix y;
 };
 
-/// Large enough that eight threads have work in a fit: a megabyte of X, eight responses.
+/// Large enough that eight threads have work in a fit, and wide enough that sums are put together on several.
 const Table& LargeTable(bool hasGaps);
-/// For what takes long: two threads at least have work in a loop over X.
+/// For what takes long: four threads have work in a loop over X, but not in a fit.
 const Table& MiddleTable(bool hasGaps);
 const Table& SmallTable(bool hasGaps);
 

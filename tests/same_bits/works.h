@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@ namespace same_bits {
 struct Work {
   std::string name;
   std::function<void(Digest&)> run;
+
+  friend void PrintTo(const Work& work, std::ostream* out) { *out << work.name; }
 };
 
 // Each kind in a file of its own; see there.

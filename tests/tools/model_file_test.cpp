@@ -79,6 +79,43 @@ TEST_F(ModelFile, TheGoldenFileOfAnEarlierProgramIsRead) {
   EXPECT_NEAR(predictions[1]["distance"].get<double>(), 0.9562, 1e-3);
 }
 
+// Written by the first programs that had these entries: every later one has to read them.
+TEST_F(ModelFile, GoldenFilesAreReadAndWrittenAgain) {
+  const struct {
+    const char* kind;
+    std::vector<std::string> responses;
+    float weight;     // the second of the first component
+    float loading;    // the first of it
+    double residual;  // the pooled standard deviation
+    std::size_t numFurther;
+    float further;  // the first element of the last matrix
+    std::size_t numClassColumns;
+  } cases[] = {
+      {"pca", {}, 0.497511923f, 0.65060097f, 0.373679273, 0, 0.0f, 0},
+      {"opls", {"k=u", "k=v"}, -0.619336843f, 0.304224014f, 0.377519597, 6, -0.955999553f, 1},
+      {"o2pls", {"y", "z"}, 0.475266963f, 0.661943674f, 0.954962836, 9, 1.27807903f, 0},
+      {"yopls", {"y"}, 0.216057003f, 0.657283366f, 0.430195556, 2, 0.518182218f, 0},
+  };
+  for (const auto& c : cases) {
+    const std::string path = std::string(VORAN_GOLDEN_DIR "/") + c.kind + ".v1";
+    const SavedModel model = tool::ReadModel(path);
+    EXPECT_EQ(model.kind, c.kind);
+    EXPECT_EQ(model.x.names, (std::vector<std::string>{"a", "b", "c"})) << c.kind;
+    EXPECT_EQ(model.y.names, c.responses) << c.kind;
+    EXPECT_EQ(model.x.scales[0].centre, 3.0) << c.kind;
+    EXPECT_EQ(model.W[1][2], c.weight) << c.kind;
+    EXPECT_EQ(model.P[1][1], c.loading) << c.kind;
+    EXPECT_NEAR(model.spread.residual, c.residual, 1e-9) << c.kind;
+    ASSERT_EQ(model.further.size(), c.numFurther) << c.kind;
+    EXPECT_EQ(c.numFurther == 0 ? 0.0f : model.further.back()[1][1], c.further) << c.kind;
+    ASSERT_EQ(model.classes.size(), c.numClassColumns) << c.kind;
+    for (const auto& column : model.classes) EXPECT_EQ(column.classes, (std::vector<std::string>{"u", "v"}));
+    std::ostringstream out(std::ios::binary);
+    tool::WriteModel(out, model);
+    EXPECT_EQ(out.str(), ContentOf(path)) << c.kind;
+  }
+}
+
 TEST_F(ModelFile, WhatTheKindWantsIsChecked) {
   const auto refusalOf = [&](const SavedModel& model) {
     std::ostringstream out(std::ios::binary);
