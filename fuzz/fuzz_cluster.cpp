@@ -120,7 +120,7 @@ void ExpectWhole(const DendroGramNode& root, int rows) {
   const MergeData merges(root);
   Expect(merges.heights.Size() == rows - 1, "there is a merge less than rows");
   for (int p = 1; p < rows; ++p) {
-    const auto id = static_cast<unsigned long>(rows + p);
+    const auto id = static_cast<unsigned long>(rows) + static_cast<unsigned long>(p);
     Expect(merges.newIds[p] == id, "new clusters are numbered behind the rows");
     Expect(merges.firstIds[p] < id && merges.secondIds[p] < id, "what is joined is there already");
   }

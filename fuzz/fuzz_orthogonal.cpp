@@ -2,6 +2,7 @@
 // cross-validation and prediction, and the filling of gaps.
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <sstream>
@@ -165,8 +166,8 @@ void PredictO2pls(FuzzedDataProvider& bytes, const Data& data, const NCO2PLS& mo
 
 void FlipO2pls(FuzzedDataProvider& bytes, NCO2PLS& model) {
   const auto flips = [&bytes](int count) {
-    std::vector<bool> made;
-    for (int i = 0; i < count; ++i) made.push_back(bytes.ConsumeBool());
+    std::vector<bool> made(static_cast<std::size_t>(count));
+    for (auto&& flip : made) flip = bytes.ConsumeBool();
     return made;
   };
   model.FlipPredictiveModel(flips(model.SizePredComps()), flips(model.SizePredComps()));
@@ -254,7 +255,7 @@ bool KeepsWhatIsPresent(const Matrix& before, const Matrix& after) {
     for (int j = 1; j <= before.SizeColumns(); ++j) {
       const float was = before[i][j];
       const float is = after[i][j];
-      if (was != fuzz::kGap && std::memcmp(&was, &is, sizeof was) != 0) return false;
+      if (was != fuzz::kGap && std::bit_cast<std::uint32_t>(was) != std::bit_cast<std::uint32_t>(is)) return false;
     }
   }
   return true;
