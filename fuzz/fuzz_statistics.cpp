@@ -29,7 +29,6 @@ namespace {
 
 using fuzz::Cells;
 using fuzz::Expect;
-using fuzz::IsSame;
 using fuzz::Vector;
 
 constexpr int kMostValues = 60;
@@ -185,6 +184,7 @@ void TestTable(FuzzedDataProvider& bytes, Cells /*kind*/) {
   const int columns = bytes.ConsumeIntegralInRange<int>(1, 4);
   const int most = rows * columns == 4 ? 5000 : 12;
   std::vector<int> table;
+  table.reserve(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns));
   for (int k = 0; k < rows * columns; ++k) {
     table.push_back(bytes.ConsumeIntegralInRange<int>(bytes.remaining_bytes() % 17 == 3 ? -1 : 0, most));
   }
@@ -262,6 +262,7 @@ void Interpolate(FuzzedDataProvider& bytes, Cells kind) {
   Expect(between.Size() == size, "an element for each of the curves");
 
   std::vector<float> places;
+  places.reserve(static_cast<std::size_t>(size));
   for (int i = 0; i < size; ++i) places.push_back(fuzz::MakeCell(bytes, std::min(kind, Cells::kLarge)));
   std::sort(places.begin(), places.end());
   if (bytes.ConsumeBool()) std::reverse(places.begin(), places.end());
