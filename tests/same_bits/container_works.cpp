@@ -48,13 +48,11 @@ template <typename T>
 void NipalsWork(Digest& digest, NCDataMatrix<T> x) {
   const NCDataVector<T> column = x.GetColumn(2);
   const NCDataVector<T> row = x[2];
-  NCIntegralVector<int, -99> rowGroups(x.SizeRows(), 0);
-  NCIntegralVector<int, -99> columnGroups(x.SizeColumns(), 0);
-  for (int i = 1; i <= x.SizeRows(); ++i) rowGroups(i, i % 3);
-  for (int j = 1; j <= x.SizeColumns(); ++j) columnGroups(j, j % 3);
+  NCIntegralVector<int, -99> groups(x.SizeColumns(), 0);
+  for (int j = 1; j <= x.SizeColumns(); ++j) groups(j, j % 3);
   digest(x.PreMultiply(column), x * row, x.RegressColumns(column), x.RegressRows(row));
-  digest(x.SpecialNipalsRegressColumnsFix(column), x.SpecialNipalsRegressColumnsFix(column, &rowGroups, 1),
-         x.SpecialNipalsRegressRowsFix(row), x.SpecialNipalsRegressRowsFix(row, &columnGroups, 1));
+  digest(x.SpecialNipalsRegressColumnsFix(column), x.SpecialNipalsRegressColumnsFix(column, &groups, 1),
+         x.SpecialNipalsRegressRowsFix(row), x.SpecialNipalsRegressRowsFix(row, &groups, 1));
   digest(x.GetNIPALSStartColumn());
   digest(x.AddVprimV(column, row, -0.7f), x);
 }
