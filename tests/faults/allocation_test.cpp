@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <new>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,8 @@ struct Case {
   const Operation* operation;
   Shape shape;
   int most;  ///< so many allocations fail, evenly spread if there are more
+
+  friend void PrintTo(const Case& c, std::ostream* out) { *out << c.operation->name; }
 };
 
 class Allocation : public ::testing::TestWithParam<Case> {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ using NCMultiThreading::ThreadingControl;
 struct Case {
   const Operation* operation;
   bool isGivenProgress;
+
+  friend void PrintTo(const Case& c, std::ostream* out) { *out << c.operation->name; }
 };
 
 class Cancelling : public ::testing::TestWithParam<Case> {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -44,8 +43,6 @@ struct Operation {
   int unheard = 0;                    ///< so many of its last looks at the progress object come too late
   const char* memoryError = nullptr;  ///< how the text of its own error for too little memory begins
   bool mayDoNothing = false;          ///< so does too little memory, without an error
-
-  friend void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 };
 
 /// Calls work() and tells how the user's break ended it; no text if it was done.
