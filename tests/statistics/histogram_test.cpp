@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "voran/statistics/frequency_histogram.h"
+#include "voran/statistics/relative_tolerance.h"
 
 namespace {
 
@@ -24,6 +25,18 @@ FrequencyHistogram::HistogramInfo Histogram(const Vector& values) {
   FrequencyHistogram::HistogramInfo info;
   FrequencyHistogram().CreateHistogram(values, info);
   return info;
+}
+
+TEST(RelativeTolerance, IsOfThePowerOfTwoAboveTheLargerMagnitude) {
+  const double step = detail::kFloatTolerance;
+  for (const double unit : {1.0, 1.0 / 1024.0, 1048576.0}) {
+    for (const double value : {1.0, 1.5, 1.875}) {  // 2 is the next power
+      EXPECT_FALSE(detail::Differ(unit * value, unit * (value + 1.9 * step))) << unit << ", " << value;
+      EXPECT_FALSE(detail::Differ(unit * (value + 1.9 * step), unit * value)) << unit << ", " << value;
+      EXPECT_TRUE(detail::Differ(unit * value, unit * (value + 2.1 * step))) << unit << ", " << value;
+      EXPECT_TRUE(detail::Differ(-unit * value, unit * value)) << unit << ", " << value;
+    }
+  }
 }
 
 TEST(Histogram, WidthIsRoundedDownToADigitOrADigitAndAHalf) {
