@@ -75,7 +75,7 @@ void Register(const std::string& target, const std::string& type) {
     benchmark::DoNotOptimize(products);
   });
   add("addRows", kRows, false, [](Operands<T>& o) {
-    NipalsKernels<T>::Current().addRows(o.rows.data(), o.p.data(), kRows, 0, o.n, {}, o.sums.data());
+    NipalsKernels<T>::Current().addRows(o.rows.data(), o.p.data(), kRows, 0, o.n, {}, false, o.sums.data());
     benchmark::ClobberMemory();
   });
   add("addRowsWithGaps", kRows, true, [](Operands<T>& o) {

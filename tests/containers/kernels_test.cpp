@@ -177,8 +177,8 @@ class Kernels : public ::testing::TestWithParam<std::string> {
   static void ColumnSumsEqualThePlainLoops() {
     const auto& kernels = NipalsKernels<T>::Current();
     ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
-      for (const double gaps : {0.0, 0.3}) {
-        constexpr std::size_t kRows = 6;
+      for (const auto& [gaps, anew] : {std::pair{0.0, false}, {0.0, true}, {0.3, false}}) {
+        constexpr std::size_t kRows = 14;  // eight together, four, and one by one
         const std::size_t first = size / 5;
         const auto t = plain::RandomElements<T>(kRows, 5);
         const auto weights = plain::RandomElements<T>(kRows, 6);
@@ -197,6 +197,7 @@ class Kernels : public ::testing::TestWithParam<std::string> {
           for (std::size_t j = 0; j < size; ++j) {
             const T x = values[r][j];
             if (!plain::Present(x) || j < first) continue;
+            if (anew && r == 0) sums[j] = 0.0;
             sums[j] += plain::Rounded(x, t[r]);
             weightSums[j] += static_cast<double>(weights[r]);
           }
@@ -209,7 +210,7 @@ class Kernels : public ::testing::TestWithParam<std::string> {
           kernels.addRowsWithGaps(rows, t.data(), weights.data(), kRows, from, n, ahead, actual.get() + first,
                                   actualWeights.get() + first);
         } else {
-          kernels.addRows(rows, t.data(), kRows, from, n, ahead, actual.get() + first);
+          kernels.addRows(rows, t.data(), kRows, from, n, ahead, anew, actual.get() + first);
         }
         for (std::size_t j = 0; j < size; ++j) {
           EXPECT_THAT(actual.get()[j], SameBits(sums[j])) << j << " of " << size;

@@ -101,8 +101,7 @@ void BidiagonalReduction<T>::PrepareRight(int i, T& remaining) {
   pendingFrom_ = h != 0.0 ? next : 0;
   if (h == 0.0) return;
   const int below = rows_ - next;
-  std::fill_n(sums_.begin(), below, 0.0);
-  NipalsKernels<T>::Current().addRows(p_.Pointers() + next, v, n, next, below, {}, sums_.data());
+  NipalsKernels<T>::Current().addRows(p_.Pointers() + next, v, n, next, below, {}, true, sums_.data());
   for (int r = 0; r < below; ++r) {
     const auto k = static_cast<std::size_t>(r);
     pending_[k] = static_cast<T>(sums_[k] / h);

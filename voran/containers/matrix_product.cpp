@@ -100,7 +100,7 @@ template <typename T>
 void MatrixProduct<T>::PackFew() {
   const auto terms = static_cast<std::size_t>(left_.terms);
   few_.assign(static_cast<std::size_t>((left_.lines + kFewLines - 1) / kFewLines) * kFewLines * terms, T{0});
-  for (int line = 0; line < left_.lines; ++line) {
+  for (int line = 0; line < left_.lines && terms != 0; ++line) {
     const auto offset = static_cast<std::size_t>(line / kFewLines) * kFewLines * terms;
     T* const to = few_.data() + offset + line % kFewLines;
     for (int k = 0; k < left_.terms; ++k) {

@@ -96,30 +96,31 @@ void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTas
       kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, ahead, sums,
                                WeightSums(block) + task.firstColumn);
     } else {
-      kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, ahead, sums);
+      if (n > 0) kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, ahead, false, sums);
       if (task.withCommonPart) AddTo(blockWeight_[static_cast<std::size_t>(block)], weights, n);
     }
     ahead.count = 0;  // once for the group
   }
 }
 
-/// What AddGroup() is for a matrix without gaps, where weights are not asked for, and a group without missing factors.
+/// Adds a group of rows to the sums of its block, of which the first group makes a beginning.
 template <typename T>
-void NipalsPass<T>::AddCompleteGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead) {
-  kernels_.addRows(&rows_[static_cast<std::size_t>(firstRow)], task.v + firstRow, count, task.firstColumn, task.columns,
-                   ahead, Sums(block) + task.firstColumn);
+void NipalsPass<T>::AddToBlock(int block, int firstRow, int count, const ColumnTask& task, bool skipMissing,
+                               RowsAhead<T> ahead) {
+  const bool isFirst = firstRow == FirstRow(block);
+  if (isComplete_ && !skipMissing) {
+    kernels_.addRows(&rows_[static_cast<std::size_t>(firstRow)], task.v + firstRow, count, task.firstColumn,
+                     task.columns, ahead, isFirst, Sums(block) + task.firstColumn);
+  } else {
+    if (isFirst) ClearBlock(block, task);
+    AddGroup(block, firstRow, count, task, skipMissing, ahead);
+  }
 }
 
 template <typename T>
 void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
-  ClearBlock(block, task);
   for (int i = FirstRow(block); i < EndRow(block); i += group_) {
-    const int count = std::min(group_, EndRow(block) - i);
-    if (isComplete_ && !task.vHasGaps) {
-      AddCompleteGroup(block, i, count, task, Ahead(i, 0, group_));
-    } else {
-      AddGroup(block, i, count, task, task.vHasGaps, Ahead(i, 0, group_));
-    }
+    AddToBlock(block, i, std::min(group_, EndRow(block) - i), task, task.vHasGaps, Ahead(i, 0, group_));
   }
 }
 
@@ -331,15 +332,10 @@ void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVec
   const ColumnTask task{scores, true, Weight::kSquare, 0, numColumns_, true};
   const int missing = ParallelSum(blocks_.count, threads_, [&](int block) {
     int missingInBlock = 0;
-    ClearBlock(block, task);
     for (int i = FirstRow(block); i < EndRow(block); i += group_) {
       const int count = std::min(group_, EndRow(block) - i);
       const int missingInGroup = RegressGroup(i, count, regression, Ahead(i, 0, group_ / 2), scores);
-      if (isComplete_ && missingInGroup == 0) {
-        AddCompleteGroup(block, i, count, task, Ahead(i, group_ / 2, group_));
-      } else {
-        AddGroup(block, i, count, task, missingInGroup != 0, Ahead(i, group_ / 2, group_));
-      }
+      AddToBlock(block, i, count, task, missingInGroup != 0, Ahead(i, group_ / 2, group_));
       missingInBlock += missingInGroup;
     }
     return missingInBlock;

@@ -115,7 +115,7 @@ class NipalsPass {
   void ClearBlock(int block, const ColumnTask& task);
   void SumBlock(int block, const ColumnTask& task);
   void AddGroup(int block, int firstRow, int count, const ColumnTask& task, bool skipMissing, RowsAhead<T> ahead);
-  void AddCompleteGroup(int block, int firstRow, int count, const ColumnTask& task, RowsAhead<T> ahead);
+  void AddToBlock(int block, int firstRow, int count, const ColumnTask& task, bool skipMissing, RowsAhead<T> ahead);
   /// Writes the scores of a group of rows to t and returns how many are missing.
   int RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
   int RegressGroupWithGaps(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;

@@ -126,7 +126,8 @@ void LeftOutFits::FitWeights(std::vector<Work>& works, int threads) const {
     double sums[kMostTogether + 1][kTile] = {};
     for (int h = 0; h <= count; ++h) {
       const Rows& part = parts[static_cast<std::size_t>(h)];
-      kernels.addRows(part.elements.data(), part.y.data(), static_cast<int>(part.y.size()), first, size, {}, sums[h]);
+      kernels.addRows(part.elements.data(), part.y.data(), static_cast<int>(part.y.size()), first, size, {}, false,
+                      sums[h]);
     }
     for (int g = 0; g < count; ++g) {
       double total[kTile] = {};
@@ -159,7 +160,7 @@ void LeftOutFits::FitScoresAndLoadings(Work* first, Work* last) const {
         t[i] = static_cast<float>(products[i] / work->weightSquares);
         factors[i] = rowGroups_[row + i + 1] == work->group ? 0.0f : t[i];
       }
-      kernels.addRows(rows_.data() + row, factors, count, 0, columns, {}, work->sums.data());
+      kernels.addRows(rows_.data() + row, factors, count, 0, columns, {}, false, work->sums.data());
     }
   });
   for (Work* work = first; work != last; ++work) {

@@ -103,7 +103,8 @@ void PlsRounds::ReadForProducts(const Matrix& X, const Matrix& Y) {
   Vector squares(blocks);
   ForGroups(X, rows, [&](std::size_t block, int first, int count, RowsAhead<float> ahead) {
     for (std::size_t m = 0; m < responses_; ++m) {
-      nipals.addRows(rows.data() + first, y[m].data() + first, count, 0, columns, ahead, products[block][m].data());
+      nipals.addRows(rows.data() + first, y[m].data() + first, count, 0, columns, ahead, false,
+                     products[block][m].data());
       ahead.count = 0;  // once for the group
     }
     for (int i = first; i < first + count; ++i) {

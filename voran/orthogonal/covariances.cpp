@@ -39,7 +39,7 @@ void AddRows(const NipalsKernels<float>& kernels, const Matrix& X, const float* 
       std::replace_copy(row, row + columns, filled, kMissing<float>, 0.0f);
       row = filled;
     }
-    kernels.addRows(&row, factors + i - 1, 1, 0, columns, {}, sums);
+    kernels.addRows(&row, factors + i - 1, 1, 0, columns, {}, false, sums);
   }
 }
 

@@ -49,6 +49,11 @@ FourierTransform::FourierTransform(std::size_t greatestLength)
   for (std::size_t row = 1; row < decimated_.size(); ++row) {
     decimated_[row] = (decimated_[row / 2] + row % 2 * decimated_.size()) / 2;
   }
+  strips_.resize(2 * decimated_.size() * kStrip);  // one thread's
+}
+
+bool FourierTransform::IsForTeam(std::size_t n) {
+  return n >= kLongForTeam;
 }
 
 // With n = rows * columns, the first stages are transforms of the columns of the series as a matrix with `columns`
@@ -96,7 +101,7 @@ void FourierTransform::JoinRows(float* re, float* im, std::size_t rows, std::siz
 template <class Work>
 void FourierTransform::StripByStrip(std::size_t rows, std::size_t columns, std::size_t width, const Work& work) {
   const std::size_t strips = columns / width;
-  const std::size_t team = rows * columns < kLongForTeam ? 1 : static_cast<std::size_t>(ParallelWidth());
+  const std::size_t team = IsForTeam(rows * columns) ? static_cast<std::size_t>(ParallelWidth()) : 1;
   const std::size_t shares = std::min(team, strips);
   const std::size_t part = rows * width;
   strips_.resize(std::max(strips_.size(), 2 * part * shares));

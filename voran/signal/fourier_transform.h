@@ -19,6 +19,9 @@ class FourierTransform {
  public:
   explicit FourierTransform(std::size_t greatestLength);
 
+  /// Whether transforms of this length are shared by several threads. Others allocate nothing.
+  static bool IsForTeam(std::size_t n);
+
   /// Real and imaginary parts apart; the outputs overlap no input.
   void Forward(const float* re, const float* im, std::size_t n, float* outRe, float* outIm);
   void Inverse(const float* re, const float* im, std::size_t n, float* outRe, float* outIm) {

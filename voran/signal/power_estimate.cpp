@@ -1,13 +1,18 @@
 #include "voran/signal/power_estimate.h"
 
+#include <algorithm>
 #include <cmath>
 
+#include "voran/containers/parallel.h"
 #include "voran/signal/fourier_transform.h"
 
 inline namespace voran {
 namespace detail {
 
 namespace {
+
+/// How many pairs a thread transforms between one adding up and the next.
+constexpr std::size_t kPairsOfThread = 16;
 
 /// The window at position j of 1 to 2m.
 float WindowAt(FFT::DataWindowMode mode, std::size_t j, std::size_t m) {
@@ -27,16 +32,41 @@ float WindowAt(FFT::DataWindowMode mode, std::size_t j, std::size_t m) {
   return 0.0f;
 }
 
-/// Adds the powers at frequency i and at its mirror image to sums[i].
-void AddPowers(const std::vector<float>& re, const std::vector<float>& im, std::vector<float>& sums) {
-  const std::size_t n = re.size();
-  const std::size_t m = n / 2;
-  sums[0] += re[0] * re[0] + im[0] * im[0];
-  for (std::size_t i = 1; i < m; ++i) {
-    sums[i] += re[i] * re[i] + im[i] * im[i] + re[n - i] * re[n - i] + im[n - i] * im[n - i];
+/// The powers of pairs of segments, one pair at a time. One object serves one thread.
+class PairPowers {
+ public:
+  explicit PairPowers(const std::vector<float>& window)
+      : window_(window),
+        transform_(window.size()),
+        re_(window.size()),
+        im_(window.size()),
+        outRe_(window.size()),
+        outIm_(window.size()) {}
+
+  /// powers[i] for i up to m: that at frequency i and at its mirror image, of both segments, of 2m elements each.
+  void Form(const float* first, const float* second, float* powers) {
+    const std::size_t n = window_.size();
+    const std::size_t m = n / 2;
+    for (std::size_t j = 0; j < n; ++j) re_[j] = first[j] * window_[j];
+    for (std::size_t j = 0; j < n; ++j) im_[j] = second[j] * window_[j];
+    transform_.Forward(re_.data(), im_.data(), n, outRe_.data(), outIm_.data());
+    const float* const re = outRe_.data();
+    const float* const im = outIm_.data();
+    powers[0] = re[0] * re[0] + im[0] * im[0];
+    for (std::size_t i = 1; i < m; ++i) {
+      powers[i] = re[i] * re[i] + im[i] * im[i] + re[n - i] * re[n - i] + im[n - i] * im[n - i];
+    }
+    powers[m] = re[m] * re[m] + im[m] * im[m];
   }
-  sums[m] += re[m] * re[m] + im[m] * im[m];
-}
+
+ private:
+  const std::vector<float>& window_;
+  FourierTransform transform_;
+  std::vector<float> re_;
+  std::vector<float> im_;
+  std::vector<float> outRe_;
+  std::vector<float> outIm_;
+};
 
 }  // namespace
 
@@ -53,17 +83,28 @@ std::vector<float> PowerEstimate::Average(const float* x, std::size_t pairs, boo
                                           FFT::ScalingMode scaling) const {
   const std::size_t n = 2 * m_;
   const std::size_t step = overlap ? m_ : n;
-  FourierTransform transform(n);
-  std::vector<float> re(n);
-  std::vector<float> im(n);
-  std::vector<float> outRe(n);
-  std::vector<float> outIm(n);
-  std::vector<float> powers(m_ + 1);
-  for (std::size_t pair = 0; pair < pairs; ++pair, x += 2 * step) {
-    for (std::size_t j = 0; j < n; ++j) re[j] = x[j] * window_[j];
-    for (std::size_t j = 0; j < n; ++j) im[j] = x[step + j] * window_[j];
-    transform.Forward(re.data(), im.data(), n, outRe.data(), outIm.data());
-    AddPowers(outRe, outIm, powers);
+  const std::size_t bins = m_ + 1;
+  // Long transforms are shared by the threads one by one.
+  const int threads =
+      FourierTransform::IsForTeam(n) ? 1 : ThreadsForMatrix(static_cast<int>(2 * pairs), static_cast<int>(n));
+  const std::size_t shares = static_cast<std::size_t>(threads);
+  const std::size_t most = std::min(pairs, shares == 1 ? 1 : shares * kPairsOfThread);
+  std::vector<PairPowers> pairPowers(shares, PairPowers(window_));
+  std::vector<float> ofPairs(most * bins);
+  std::vector<float> powers(bins);
+  for (std::size_t done = 0; done < pairs; done += most) {
+    const std::size_t count = std::min(most, pairs - done);
+    ParallelFor(threads, threads, [&](int i) {
+      const auto share = static_cast<std::size_t>(i);
+      for (std::size_t pair = count * share / shares; pair < count * (share + 1) / shares; ++pair) {
+        const float* const first = x + 2 * step * (done + pair);
+        pairPowers[share].Form(first, first + step, ofPairs.data() + pair * bins);
+      }
+    });
+    for (std::size_t pair = 0; pair < count; ++pair) {  // in their order, whoever formed them
+      const float* const added = ofPairs.data() + pair * bins;
+      for (std::size_t i = 0; i < bins; ++i) powers[i] += added[i];
+    }
   }
   // The sums of squares of the windows of all segments: in double, as there may be millions.
   double divisor = 2.0 * static_cast<double>(pairs) * static_cast<double>(sumOfSquares_);

@@ -9,7 +9,7 @@ inline namespace voran {
 namespace detail {
 
 /// Averages the power of pairs of segments, of 2m elements each: two segments are the real and imaginary part of one
-/// transform. All sums are in float.
+/// transform. All sums are in float, in the order of the pairs, which several threads may share.
 class PowerEstimate {
  public:
   PowerEstimate(std::size_t m, FFT::DataWindowMode window);

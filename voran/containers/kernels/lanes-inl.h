@@ -53,6 +53,18 @@ HWY_INLINE auto IsMissing(NarrowVec<T> v) {
   return hn::Eq(v, hn::Set(Narrow<T>(), kMissing<T>));
 }
 
+/// Widen(v), and 0 where `isMissing`. `wide` is Widen(v): with AVX-512, whose masks fit vectors of any element,
+/// widening once serves many masks.
+template <typename T>
+HWY_INLINE WideVec WidenUnless(hn::Mask<Narrow<T>> isMissing, [[maybe_unused]] NarrowVec<T> v,
+                               [[maybe_unused]] WideVec wide) {
+#if HWY_TARGET == HWY_AVX3
+  return hn::IfThenZeroElse(hn::Mask<Wide>{isMissing.raw}, wide);
+#else
+  return Widen(hn::IfThenZeroElse(isMissing, v));
+#endif
+}
+
 /// v - about, in double; 0 where the element v is missing.
 template <bool HasGaps, typename T>
 HWY_INLINE WideVec DifferenceFrom(NarrowVec<T> v, double about) {

@@ -19,6 +19,7 @@ namespace {
 
 /// Rows whose accumulators fit into the registers together, so that p is loaded once for all of them.
 constexpr int kRowsTogether = kLanes == 8 ? 4 : (kLanes == 4 ? 2 : 1);
+constexpr int kGappedRowsTogether = kLanes == 8 ? 4 : 1;
 /// Rows added to a column accumulator between its load and its store.
 constexpr int kRowsAdded = 8;
 constexpr int kGappedRowsAdded = 4;
@@ -70,40 +71,55 @@ void RowProducts(const T* const* rows, int numRows, const T* p, int n, RowsAhead
   }
 }
 
-template <bool PHasGaps, typename T>
+template <bool PHasGaps, typename T, int Rows>
 struct GappedRowTerms {
-  const T* row;
+  const T* const* rows;
   const T* p;
 
   template <class Load>
   HWY_INLINE void operator()(Load load, WideVec* out) const {
-    const auto x = load(row);
     const auto vp = load(p);
-    auto isGap = IsMissing<T>(x);
-    if constexpr (PHasGaps) isGap = hn::Or(isGap, IsMissing<T>(vp));
-    out[0] = Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, vp)));
-    out[1] = Widen(hn::IfThenZeroElse(isGap, hn::Mul(vp, vp)));
+    const auto square = hn::Mul(vp, vp);
+    const auto wideSquare = Widen(square);
+    for (int r = 0; r < Rows; ++r) {
+      const auto x = load(rows[r]);
+      auto isGap = IsMissing<T>(x);
+      if constexpr (PHasGaps) isGap = hn::Or(isGap, IsMissing<T>(vp));
+      out[r] = Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, vp)));
+      out[Rows + r] = WidenUnless<T>(isGap, square, wideSquare);
+    }
   }
 };
+
+template <int Rows, typename T>
+HWY_INLINE void GappedRowsTogether(const T* const* rows, const T* p, bool pHasGaps, int n, RowsAhead<T> ahead,
+                                   double* products, double* pairedSquares) {
+  double sums[2 * Rows];
+  if (pHasGaps) {
+    Reduce<T, double, 2 * Rows>(GappedRowTerms<true, T, Rows>{rows, p}, n, sums, ahead.rows, ahead.count);
+  } else {
+    Reduce<T, double, 2 * Rows>(GappedRowTerms<false, T, Rows>{rows, p}, n, sums, ahead.rows, ahead.count);
+  }
+  std::copy_n(sums, Rows, products);
+  std::copy_n(sums + Rows, Rows, pairedSquares);
+}
 
 template <typename T>
 void RowProductsWithGaps(const T* const* rows, int numRows, const T* p, bool pHasGaps, int n, RowsAhead<T> ahead,
                          double* products, double* pairedSquares) {
-  const FetchPlan<T> plan(ahead, numRows);
-  for (int r = 0; r < numRows; ++r) {
-    const RowsAhead<T> share = plan.ForStep(r);
-    double sums[2];
-    if (pHasGaps) {
-      Reduce<T, double, 2>(GappedRowTerms<true, T>{rows[r], p}, n, sums, share.rows, share.count);
-    } else {
-      Reduce<T, double, 2>(GappedRowTerms<false, T>{rows[r], p}, n, sums, share.rows, share.count);
-    }
-    products[r] = sums[0];
-    pairedSquares[r] = sums[1];
+  const FetchPlan<T> plan(ahead, numRows / kGappedRowsTogether + numRows % kGappedRowsTogether);
+  int step = 0;
+  int r = 0;
+  for (; r + kGappedRowsTogether <= numRows; r += kGappedRowsTogether) {
+    GappedRowsTogether<kGappedRowsTogether>(rows + r, p, pHasGaps, n, plan.ForStep(step++), products + r,
+                                            pairedSquares + r);
+  }
+  for (; r < numRows; ++r) {
+    GappedRowsTogether<1>(rows + r, p, pHasGaps, n, plan.ForStep(step++), products + r, pairedSquares + r);
   }
 }
 
-template <typename T, int Rows>
+template <int Rows, bool Anew, typename T>
 HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t first, std::size_t n, RowsAhead<T> ahead,
                                 double* sums) {
   const T* row[Rows];
@@ -115,13 +131,14 @@ HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t fi
   std::size_t j = 0;
   for (; j + kLanes <= n; j += kLanes) {
     if (j % kAccumulators == 0) Fetch(ahead.rows, ahead.count, first + j);
-    auto sum = hn::LoadU(Wide(), sums + j);
+    auto sum = Anew ? hn::Zero(Wide()) : hn::LoadU(Wide(), sums + j);
     for (int r = 0; r < Rows; ++r) {
       sum = hn::Add(sum, Widen(hn::Mul(hn::LoadU(Narrow<T>(), row[r] + j), factor[r])));
     }
     hn::StoreU(sum, Wide(), sums + j);
   }
   for (; j < n; ++j) {
+    if (Anew) sums[j] = 0.0;
     for (int r = 0; r < Rows; ++r) {
       const T product = row[r][j] * t[r];
       sums[j] += static_cast<double>(product);
@@ -129,17 +146,31 @@ HWY_INLINE void AddRowsTogether(const T* const* rows, const T* t, std::size_t fi
   }
 }
 
+template <int Rows, typename T>
+HWY_INLINE void AddRowsOnto(const T* const* rows, const T* t, std::size_t first, std::size_t n, RowsAhead<T> ahead,
+                            bool anew, double* sums) {
+  if (anew) {
+    AddRowsTogether<Rows, true>(rows, t, first, n, ahead, sums);
+  } else {
+    AddRowsTogether<Rows, false>(rows, t, first, n, ahead, sums);
+  }
+}
+
 template <typename T>
-void AddRows(const T* const* rows, const T* t, int numRows, int first, int n, RowsAhead<T> ahead, double* sums) {
+void AddRows(const T* const* rows, const T* t, int numRows, int first, int n, RowsAhead<T> ahead, bool anew,
+             double* sums) {
+  constexpr int kHalf = kRowsAdded / 2;
   const auto from = static_cast<std::size_t>(first);
   const auto size = static_cast<std::size_t>(n);
   const FetchPlan<T> plan(ahead, std::max(1, numRows / kRowsAdded));
   int r = 0;
   for (; r + kRowsAdded <= numRows; r += kRowsAdded) {
-    const RowsAhead<T> share = plan.ForStep(r / kRowsAdded);
-    AddRowsTogether<T, kRowsAdded>(rows + r, t + r, from, size, share, sums);
+    AddRowsOnto<kRowsAdded>(rows + r, t + r, from, size, plan.ForStep(r / kRowsAdded), anew && r == 0, sums);
   }
-  for (; r < numRows; ++r) AddRowsTogether<T, 1>(rows + r, t + r, from, size, RowsAhead<T>{}, sums);
+  for (; r + kHalf <= numRows; r += kHalf) {
+    AddRowsOnto<kHalf>(rows + r, t + r, from, size, RowsAhead<T>{}, anew && r == 0, sums);
+  }
+  for (; r < numRows; ++r) AddRowsOnto<1>(rows + r, t + r, from, size, RowsAhead<T>{}, anew && r == 0, sums);
 }
 
 template <typename T, int Rows>
@@ -148,10 +179,12 @@ HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T*
   const T* row[Rows];
   NarrowVec<T> factor[Rows];
   NarrowVec<T> weight[Rows];
+  WideVec wideWeight[Rows];
   for (int r = 0; r < Rows; ++r) {
     row[r] = rows[r] + first;
     factor[r] = hn::Set(Narrow<T>(), t[r]);
     weight[r] = hn::Set(Narrow<T>(), weights[r]);
+    wideWeight[r] = Widen(weight[r]);
   }
   std::size_t j = 0;
   for (; j + kLanes <= n; j += kLanes) {
@@ -162,7 +195,7 @@ HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T*
       const auto x = hn::LoadU(Narrow<T>(), row[r] + j);
       const auto isGap = IsMissing<T>(x);
       sum = hn::Add(sum, Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, factor[r]))));
-      weightSum = hn::Add(weightSum, Widen(hn::IfThenZeroElse(isGap, weight[r])));
+      weightSum = hn::Add(weightSum, WidenUnless<T>(isGap, weight[r], wideWeight[r]));
     }
     hn::StoreU(sum, Wide(), sums + j);
     hn::StoreU(weightSum, Wide(), weightSums + j);

@@ -24,8 +24,10 @@ struct NipalsKernels {
   void (*rowProductsWithGaps)(const T* const* rows, int numRows, const T* p, bool pHasGaps, int n, RowsAhead<T> ahead,
                               double* products, double* pairedSquares);
 
-  /// sums[j] += rows[r][first + j] * t[r] for j < n, row after row.
-  void (*addRows)(const T* const* rows, const T* t, int numRows, int first, int n, RowsAhead<T> ahead, double* sums);
+  /// sums[j] += rows[r][first + j] * t[r] for j < n, row after row; with `anew` onto 0, whatever the sums were. There
+  /// is one row at least.
+  void (*addRows)(const T* const* rows, const T* t, int numRows, int first, int n, RowsAhead<T> ahead, bool anew,
+                  double* sums);
 
   /// The same over present elements, and weightSums[j] += weights[r] over them.
   void (*addRowsWithGaps)(const T* const* rows, const T* t, const T* weights, int numRows, int first, int n,
