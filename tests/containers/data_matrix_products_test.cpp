@@ -281,7 +281,7 @@ TYPED_TEST(MatrixProducts, MemoryThatRunsOutLeavesAllAsItWas) {
 TYPED_TEST(MatrixProducts, WithAVectorAreItsDotProductsOnAnyNumberOfThreads) {
   using T = TypeParam;
   for (const auto& [matrixGaps, vectorGaps] : {std::pair(0.0, 0.0), {0.3, 0.0}, {0.0, 0.3}, {0.9, 0.9}}) {
-    const Table<T> table(2000, 50, 5, matrixGaps);
+    const Table<T> table(11000, 50, 5, matrixGaps);  // enough for several threads
     const auto v = plain::RandomElements<T>(50, 9, vectorGaps);
     std::vector<T> expected;
     for (const auto& row : table.cells) {

@@ -197,7 +197,7 @@ TEST_F(Pca, EqualsTheSingleStepsBitForBit) {
 }
 
 TEST_F(Pca, TheSameBitsAtAnyThreadCountAndOnAnyTarget) {
-  const FloatMatrix x = WithGaps(ToMatrix(ThreeComponents(900, 80, 2)), 3);
+  const FloatMatrix x = WithGaps(ToMatrix(ThreeComponents(7000, 80, 2)), 3);  // enough for several threads
   const auto fit = [&x] {
     NCPCA pca(&x, 100);
     Fit(pca, 2);

@@ -27,14 +27,20 @@ struct RowBlocks {
   int count;
 };
 
+/// From so many cells on, a reading of a matrix is shared by several threads. Each of them has to be given a processor
+/// first: that takes a few microseconds at best, and many milliseconds where a system wakes the second thread on the
+/// processor of the first.
+inline bool IsForTeam(int rows, int columns) {
+  constexpr long kLeastCells = 1 << 19;
+  return static_cast<long>(rows) * columns >= kLeastCells;
+}
+
 /// While it lives, work on matrices that the calling thread does stays on that thread, if `rows` x `columns` cells are
-/// too few: for an iteration of many short regions, each of which would have to wait for every thread to be given a
-/// processor. That is a few microseconds on a machine that does nothing else, and many milliseconds on a busy one.
+/// too few: for an iteration of many short regions.
 class StaySingleIfSmall {
  public:
   StaySingleIfSmall(int rows, int columns) : wasSingle_(isSingle_) {
-    constexpr long kLeastCells = 1 << 19;
-    isSingle_ = isSingle_ || static_cast<long>(rows) * columns < kLeastCells;
+    isSingle_ = isSingle_ || !IsForTeam(rows, columns);
   }
   ~StaySingleIfSmall() { isSingle_ = wasSingle_; }
   StaySingleIfSmall(const StaySingleIfSmall&) = delete;
@@ -48,9 +54,12 @@ class StaySingleIfSmall {
   bool wasSingle_;
 };
 
+/// What a parallel region does with each cell: read it, perhaps change it, or much more.
+enum class Effort { kReading, kManySteps };
+
 /// How many threads a parallel region over the rows of a matrix gets: never more than it has blocks.
-inline int ThreadsForMatrix(int rows, int columns) {
-  if (StaySingleIfSmall::IsSingle()) return 1;
+inline int ThreadsForMatrix(int rows, int columns, Effort effort = Effort::kReading) {
+  if (StaySingleIfSmall::IsSingle() || (effort == Effort::kReading && !IsForTeam(rows, columns))) return 1;
   return std::max(1, std::min(RowBlocks(rows, columns).count, ParallelWidth()));
 }
 

@@ -57,11 +57,12 @@ void RotationBatch<T>::Apply() {
   constexpr int kRowsTogether = 128;
   const int rows = matrix_.Rows();
   const RotationKernels<T>& kernels = RotationKernels<T>::Current();
-  ParallelFor((rows + kRowsTogether - 1) / kRowsTogether, ThreadsForMatrix(rows, matrix_.Columns()), [&](int block) {
-    const int from = block * kRowsTogether;
-    kernels.rotate(matrix_.Pointers(), from, std::min(kRowsTogether, rows - from), rotations_.data(),
-                   static_cast<int>(rotations_.size()));
-  });
+  ParallelFor((rows + kRowsTogether - 1) / kRowsTogether, ThreadsForMatrix(rows, matrix_.Columns(), Effort::kManySteps),
+              [&](int block) {
+                const int from = block * kRowsTogether;
+                kernels.rotate(matrix_.Pointers(), from, std::min(kRowsTogether, rows - from), rotations_.data(),
+                               static_cast<int>(rotations_.size()));
+              });
   rotations_.clear();
 }
 

@@ -31,7 +31,7 @@ void NCPCAPred::CalculateScores(int iterationLimit) {
   std::exception_ptr failure;
   std::mutex failureMutex;
   const auto width = static_cast<float>(X_.SizeColumns());
-  const int threads = detail::ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns());
+  const int threads = detail::ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns(), detail::Effort::kManySteps);
   detail::ParallelFor(X_.SizeRows(), threads, [&](int i) {
     try {
       const Vector& row = X_[i + 1];

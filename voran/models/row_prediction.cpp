@@ -267,7 +267,7 @@ RowPredictions PredictRows(const Matrix& X, const ComponentMatrices& model, floa
   RowPredictor predictor(X, model, maxMissingFraction);
   const int rows = X.SizeRows();
   const int together = RowsBetweenLooks(X.SizeColumns(), model.Pprim.SizeRows());
-  const int threads = ThreadsForMatrix(std::min(rows, together), X.SizeColumns());
+  const int threads = ThreadsForMatrix(std::min(rows, together), X.SizeColumns(), Effort::kManySteps);
   std::vector<float> cells(static_cast<std::size_t>(threads) * predictor.ScratchSize());
   if (progress != nullptr) progress->SetRange(0.0f, 1.0f);
   for (int done = 0; done < rows; done += together) {

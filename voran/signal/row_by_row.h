@@ -14,7 +14,7 @@ namespace detail {
 template <class Work>
 void RowByRow(int rows, int columns, const Work& work) {
   std::vector<std::exception_ptr> errors(static_cast<std::size_t>(rows));
-  ParallelFor(rows, ThreadsForMatrix(rows, columns), [&](int i) {
+  ParallelFor(rows, ThreadsForMatrix(rows, columns, Effort::kManySteps), [&](int i) {
     try {
       work(i + 1);
     } catch (...) {
