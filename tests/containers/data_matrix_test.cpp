@@ -347,7 +347,7 @@ TYPED_TEST(DataMatrix, ResultsHaveTheSameBitsAtAnyThreadCountAndOnAnyTarget) {
   };
   const std::string best = SimdTarget::GetName();
   for (const double gaps : {0.0, 0.05}) {
-    const NCDataMatrix<T> m = Matrix(this->RandomRows(1500, 360, gaps, false));
+    const NCDataMatrix<T> m = Matrix(this->RandomRows(1500, 360, gaps, false));  // enough for several threads
     ThreadingControl::SetThreadingIsOn(false);
     const auto expected = results(m, gaps);
     for (const int threads : {2, 3, 7}) {
