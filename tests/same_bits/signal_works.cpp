@@ -14,7 +14,7 @@ constexpr int kLong = 1 << 18;
 constexpr int kLags = 1000;
 
 void Spectrum(Digest& digest, bool hasGaps) {
-  const Vector x = Series(40000, hasGaps);
+  const Vector x = Series(300000, hasGaps);
   constexpr int kSegment = 1 << 10;
   Vector result(kSegment / 2 + 1);
   for (const auto window : {FFT::DataWindowMode::kBartlett, FFT::DataWindowMode::kHann, FFT::DataWindowMode::kWelch}) {
@@ -73,7 +73,7 @@ void WaveletsOfSeries(Digest& digest, bool hasGaps) {
 
 void WaveletsOfMatrix(Digest& digest, bool hasGaps) {
   constexpr auto kMode = Wavelet::DetrendMode::kMean;
-  const Matrix& x = MiddleTable(hasGaps).x;
+  const Matrix& x = LargeTable(hasGaps).x;
   const Filters filters(Wavelet::GetDecompositionFilter(Wavelet::WaveletFunctionType::kSymmlet, 3));
   NCDataVector<double> trend1;
   NCDataVector<double> trend2;

@@ -360,7 +360,7 @@ class WaveletMatrix : public ::testing::Test {
 
   static Mat Rows() {
     Mat x;
-    for (unsigned i = 0; i < 70; ++i) x.push_back(WithGaps(RandomSeries(1000, i), i, 97));
+    for (unsigned i = 0; i < 280; ++i) x.push_back(WithGaps(RandomSeries(1000, i), i, 97));
     x.SetRow(3, Vec(1000));
     return x;
   }

@@ -21,7 +21,7 @@ std::vector<double> SumByBlocks(const NCDataMatrix<T>& matrix, std::size_t count
   const int rows = matrix.SizeRows();
   const RowBlocks blocks(rows, matrix.SizeColumns());
   std::vector<double> sums(static_cast<std::size_t>(blocks.count) * count);
-  ParallelFor(blocks.count, ThreadsForMatrix(rows, matrix.SizeColumns()), [&](int block) {
+  ParallelFor(blocks.count, ThreadsForMatrix(rows, matrix.SizeColumns(), kOneReading), [&](int block) {
     const int first = 1 + block * blocks.rowsPerBlock;
     add(first, std::min(first + blocks.rowsPerBlock, rows + 1), sums.data() + static_cast<std::size_t>(block) * count);
   });

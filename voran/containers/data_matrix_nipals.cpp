@@ -221,16 +221,17 @@ NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDa
   const int mode = GapModeOf(numMisVal_, loadings.GetNumMisVal());
   int* const columnCounts = colMisVal_->UnlinkedPtr();
   const T scale = static_cast<T>(factor);
-  numMisVal_ += detail::ParallelSum(numRows_, detail::ThreadsForMatrix(numRows_, numColumns_), [&](int i) {
-    const int r = i + 1;
-    int added = 0;
-    if (scores[r] == kMissing<T>) {
-      SetRowMissing(*this, r, added, columnCounts);
-    } else {
-      AddPresentFV(*this, scores[r] * scale, loadings.GetVector(), mode, r, added, columnCounts);
-    }
-    return added;
-  });
+  numMisVal_ += detail::ParallelSum(
+      numRows_, detail::ThreadsForMatrix(numRows_, numColumns_, detail::kIterationRound), [&](int i) {
+        const int r = i + 1;
+        int added = 0;
+        if (scores[r] == kMissing<T>) {
+          SetRowMissing(*this, r, added, columnCounts);
+        } else {
+          AddPresentFV(*this, scores[r] * scale, loadings.GetVector(), mode, r, added, columnCounts);
+        }
+        return added;
+      });
   return *this;
 }
 

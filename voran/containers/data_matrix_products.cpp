@@ -123,11 +123,12 @@ template <typename T>
 void NCDataMatrix<T>::MulMat(const NCDataVector<T>& v, NCDataVector<T>& result) const {
   detail::ReductionKernels<T>::Current();  // throws here, if at all, and not inside the region
   T* const elements = result.GetWritableVector();
-  const int missing = detail::ParallelSum(numRows_, detail::ThreadsForMatrix(numRows_, numColumns_), [&](int i) {
-    const double product = rows_[i + 1] * v;
-    elements[i + 1] = static_cast<T>(product);
-    return product == detail::kNoValue ? 1 : 0;
-  });
+  const int missing = detail::ParallelSum(
+      numRows_, detail::ThreadsForMatrix(numRows_, numColumns_, detail::kIterationRound), [&](int i) {
+        const double product = rows_[i + 1] * v;
+        elements[i + 1] = static_cast<T>(product);
+        return product == detail::kNoValue ? 1 : 0;
+      });
   result.SetNumMisVal(missing);
 }
 

@@ -26,13 +26,14 @@ template <typename T, class OfRow>
 double SumOverRows(const NCDataMatrix<T>& m, const OfRow& ofRow) {
   const detail::RowBlocks blocks(m.SizeRows(), m.SizeColumns());
   std::vector<double> sums(static_cast<std::size_t>(blocks.count));
-  detail::ParallelFor(blocks.count, detail::ThreadsForMatrix(m.SizeRows(), m.SizeColumns()), [&](int block) {
-    const int first = 1 + block * blocks.rowsPerBlock;
-    const int end = std::min(first + blocks.rowsPerBlock, m.SizeRows() + 1);
-    double sum = 0.0;
-    for (int i = first; i < end; ++i) sum += ofRow(m[i]);
-    sums[static_cast<std::size_t>(block)] = sum;
-  });
+  detail::ParallelFor(blocks.count, detail::ThreadsForMatrix(m.SizeRows(), m.SizeColumns(), detail::kOneReading),
+                      [&](int block) {
+                        const int first = 1 + block * blocks.rowsPerBlock;
+                        const int end = std::min(first + blocks.rowsPerBlock, m.SizeRows() + 1);
+                        double sum = 0.0;
+                        for (int i = first; i < end; ++i) sum += ofRow(m[i]);
+                        sums[static_cast<std::size_t>(block)] = sum;
+                      });
   return std::accumulate(sums.begin(), sums.end(), 0.0);
 }
 

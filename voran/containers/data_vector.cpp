@@ -201,17 +201,7 @@ NCDataVector<T>& NCDataVector<T>::SetRange(int start, const NCDataVector& v, int
 template <typename T>
 void NCDataVector<T>::CopyZeroBasedVector(const T* src, int n) {
   const auto& kernels = detail::ElementwiseKernels<T>::Current();  // may throw, so before anything changes
-  if (n > capacity_) {
-    SetSize(n);
-  } else {
-    Unlink();
-    // A buffer that was shared has just been replaced by one of exactly `size` elements.
-    if (n > capacity_) {
-      SetSize(n);
-    } else {
-      size_ = n;
-    }
-  }
+  UnInitialisedResize(n);
   if (n <= 0) {
     numMisVal_ = 0;
     return;
@@ -232,8 +222,7 @@ void NCDataVector<T>::CopyContent(const NCDataVector& v) {
     Unlink();
     return;
   }
-  Unlink();
-  SetSize(v.size_);
+  UnInitialisedResize(v.size_);
   CopyElements(v.begin(), First(), size_);
   numMisVal_ = v.numMisVal_;
 }
@@ -252,6 +241,13 @@ void NCDataVector<T>::SetAllValues(T value) {
 template <typename T>
 void NCDataVector<T>::SetSize(int n) {
   if (n == size_) return;
+  UnInitialisedResize(n);
+  numMisVal_ = n;
+  std::fill_n(First(), n, detail::kMissing<T>);
+}
+
+template <typename T>
+void NCDataVector<T>::UnInitialisedResize(int n) {
   Unlink();
   const int wanted = detail::GrownCapacity(capacity_, n);
   if (wanted != capacity_) {
@@ -259,10 +255,8 @@ void NCDataVector<T>::SetSize(int n) {
     T* const fresh = NewVec(wanted, offset);
     ReplaceBuffer(fresh, offset, wanted);
   }
-  assert(data_ != nullptr || n == 0);
+  assert(data_ != nullptr || n <= 0);
   size_ = n;
-  numMisVal_ = n;
-  std::fill_n(First(), n, detail::kMissing<T>);
 }
 
 template <typename T>

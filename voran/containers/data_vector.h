@@ -11,6 +11,12 @@
 #include "voran/platform/streamable.h"
 
 inline namespace voran {
+namespace detail {
+
+template <typename T>
+T* WritableElements(NCDataVector<T>& v, int n);
+
+}  // namespace detail
 
 /// A vector of float or double elements with 1-based positions, a marker for missing elements and a kept count of them.
 ///
@@ -271,10 +277,13 @@ class VORAN_EXPORT NCDataVector : public StreamWalk<NCDataVector<T>, detail::Vir
 
  private:
   friend class NCDataMatrix<T>;
+  friend T* detail::WritableElements<T>(NCDataVector& v, int n);
 
   T* First() { return data_ == nullptr ? nullptr : data_ + 1; }
   /// What NewVec returns as the offset, given that the allocator aligns to 16 bytes.
   static int OffsetOfEveryVec();
+  /// Room for n elements, all unwritten; the missing count is untouched.
+  void UnInitialisedResize(int n);
   /// Opens a gap of unwritten elements; the missing count is untouched.
   void UnInitialisedInsert(int pos, int count);
   void TakeBuffer(T* buffer, int offset);

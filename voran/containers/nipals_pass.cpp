@@ -40,7 +40,7 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
       numRows_(matrix.SizeRows()),
       numColumns_(matrix.SizeColumns()),
       blocks_(numRows_, numColumns_),
-      threads_(ThreadsForMatrix(numRows_, numColumns_)),
+      threads_(ThreadsForMatrix(numRows_, numColumns_, kIterationRound)),
       group_(GroupOf(numColumns_)),
       isComplete_(matrix.GetNumMisVal() == 0),
       stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),

@@ -27,12 +27,19 @@ struct RowBlocks {
   int count;
 };
 
-/// From so many cells on, a reading of a matrix is shared by several threads. Each of them has to be given a processor
-/// first: that takes a few microseconds at best, and many milliseconds where a system wakes the second thread on the
-/// processor of the first.
-inline bool IsForTeam(int rows, int columns) {
-  constexpr long kLeastCells = 1 << 19;
-  return static_cast<long>(rows) * columns >= kLeastCells;
+/// What a parallel region does with each cell, as a multiple of what reading it takes. A round of an iteration counts
+/// for several, because the other threads are still awake from the round before.
+constexpr double kOneReading = 1.0;
+constexpr double kIterationRound = 4.0;
+constexpr double kRowTransform = 8.0;
+constexpr double kManyPasses = 64.0;
+
+/// Whether work on a matrix is shared by several threads: from half a millisecond on. Each of them has to be given a
+/// processor first: that takes some microseconds at best, and many milliseconds where the other processors are busy and
+/// the system wakes the second thread on the processor of the first.
+inline bool IsForTeam(int rows, int columns, double readings) {
+  constexpr double kLeastReadings = 1 << 21;
+  return static_cast<double>(rows) * columns * readings >= kLeastReadings;
 }
 
 /// While it lives, work on matrices that the calling thread does stays on that thread, if `rows` x `columns` cells are
@@ -40,7 +47,7 @@ inline bool IsForTeam(int rows, int columns) {
 class StaySingleIfSmall {
  public:
   StaySingleIfSmall(int rows, int columns) : wasSingle_(isSingle_) {
-    isSingle_ = isSingle_ || !IsForTeam(rows, columns);
+    isSingle_ = isSingle_ || !IsForTeam(rows, columns, kIterationRound);
   }
   ~StaySingleIfSmall() { isSingle_ = wasSingle_; }
   StaySingleIfSmall(const StaySingleIfSmall&) = delete;
@@ -54,12 +61,9 @@ class StaySingleIfSmall {
   bool wasSingle_;
 };
 
-/// What a parallel region does with each cell: read it, perhaps change it, or much more.
-enum class Effort { kReading, kManySteps };
-
 /// How many threads a parallel region over the rows of a matrix gets: never more than it has blocks.
-inline int ThreadsForMatrix(int rows, int columns, Effort effort = Effort::kReading) {
-  if (StaySingleIfSmall::IsSingle() || (effort == Effort::kReading && !IsForTeam(rows, columns))) return 1;
+inline int ThreadsForMatrix(int rows, int columns, double readings) {
+  if (StaySingleIfSmall::IsSingle() || !IsForTeam(rows, columns, readings)) return 1;
   return std::max(1, std::min(RowBlocks(rows, columns).count, ParallelWidth()));
 }
 

@@ -57,7 +57,7 @@ void RotationBatch<T>::Apply() {
   constexpr int kRowsTogether = 128;
   const int rows = matrix_.Rows();
   const RotationKernels<T>& kernels = RotationKernels<T>::Current();
-  ParallelFor((rows + kRowsTogether - 1) / kRowsTogether, ThreadsForMatrix(rows, matrix_.Columns(), Effort::kManySteps),
+  ParallelFor((rows + kRowsTogether - 1) / kRowsTogether, ThreadsForMatrix(rows, matrix_.Columns(), kManyPasses),
               [&](int block) {
                 const int from = block * kRowsTogether;
                 kernels.rotate(matrix_.Pointers(), from, std::min(kRowsTogether, rows - from), rotations_.data(),

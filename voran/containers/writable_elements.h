@@ -13,5 +13,12 @@ T* WritableElements(NCDataVector<T>& v) {
   return base == nullptr ? nullptr : base + 1;
 }
 
+/// The same of a vector that has n elements from now on, all of which the caller writes.
+template <typename T>
+T* WritableElements(NCDataVector<T>& v, int n) {
+  v.UnInitialisedResize(n);
+  return v.First();
+}
+
 }  // namespace detail
 }  // namespace voran

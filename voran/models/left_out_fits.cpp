@@ -84,7 +84,7 @@ std::vector<LeftOutFit> LeftOutFits::Fit(int first, int count) const {
   std::vector<Work> works;
   works.reserve(static_cast<std::size_t>(count));
   for (int group = first; group < first + count; ++group) works.emplace_back(group, X_.SizeRows(), X_.SizeColumns());
-  const int threads = std::min(count, ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns(), Effort::kManySteps));
+  const int threads = std::min(count, ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns(), kManyPasses));
   FitWeights(works, threads);
   ParallelFor(threads, threads, [&](int share) {
     FitScoresAndLoadings(works.data() + count * share / threads, works.data() + count * (share + 1) / threads);

@@ -31,7 +31,8 @@ void NCPCAPred::CalculateScores(int iterationLimit) {
   std::exception_ptr failure;
   std::mutex failureMutex;
   const auto width = static_cast<float>(X_.SizeColumns());
-  const int threads = detail::ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns(), detail::Effort::kManySteps);
+  const double readings = X_.GetNumMisVal() == 0 ? components : detail::kManyPasses;  // rows with gaps are iterated
+  const int threads = detail::ThreadsForMatrix(X_.SizeRows(), X_.SizeColumns(), readings);
   detail::ParallelFor(X_.SizeRows(), threads, [&](int i) {
     try {
       const Vector& row = X_[i + 1];

@@ -25,7 +25,7 @@ constexpr int kMostResponses = 8;
 template <class Work>
 void ForGroups(const Matrix& X, const std::vector<const float*>& rows, const Work& work) {
   const RowBlocks blocks(X.SizeRows(), X.SizeColumns());
-  ParallelFor(blocks.count, ThreadsForMatrix(X.SizeRows(), X.SizeColumns()), [&](int block) {
+  ParallelFor(blocks.count, ThreadsForMatrix(X.SizeRows(), X.SizeColumns(), kIterationRound), [&](int block) {
     const int first = block * blocks.rowsPerBlock;
     const int end = std::min(first + blocks.rowsPerBlock, X.SizeRows());
     ForRowGroups(rows, X.SizeColumns(), first, end, [&](int i, int count, RowsAhead<float> ahead) {

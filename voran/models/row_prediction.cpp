@@ -266,8 +266,9 @@ RowPredictions PredictRows(const Matrix& X, const ComponentMatrices& model, floa
                            NCProgress* progress) {
   RowPredictor predictor(X, model, maxMissingFraction);
   const int rows = X.SizeRows();
-  const int together = RowsBetweenLooks(X.SizeColumns(), model.Pprim.SizeRows());
-  const int threads = ThreadsForMatrix(std::min(rows, together), X.SizeColumns(), Effort::kManySteps);
+  const int components = model.Pprim.SizeRows();
+  const int together = RowsBetweenLooks(X.SizeColumns(), components);
+  const int threads = ThreadsForMatrix(std::min(rows, together), X.SizeColumns(), components);
   std::vector<float> cells(static_cast<std::size_t>(threads) * predictor.ScratchSize());
   if (progress != nullptr) progress->SetRange(0.0f, 1.0f);
   for (int done = 0; done < rows; done += together) {

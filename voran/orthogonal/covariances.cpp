@@ -53,7 +53,7 @@ Matrix RowCovariances(const Matrix& F, const Matrix& X) {
     const Vector factors = WithoutGaps(F[m]);
     float* const out = WritableElements(result(m));
     const int chunks = (columns + kChunk - 1) / kChunk;
-    ParallelFor(chunks, std::min(chunks, ThreadsForMatrix(X.SizeRows(), columns)), [&](int chunk) {
+    ParallelFor(chunks, std::min(chunks, ThreadsForMatrix(X.SizeRows(), columns, kIterationRound)), [&](int chunk) {
       double sums[kChunk] = {};
       const int first = chunk * kChunk;
       const int count = std::min(kChunk, columns - first);

@@ -96,7 +96,7 @@ Vector RowDeflation::ScoresOnRest(const Matrix& X, const Vector& weight) const {
 /// Each thread takes a contiguous run of rows and has cells for one row.
 void RowDeflation::Walk(const Matrix& X, const Wanted& wanted) const {
   const int columns = X.SizeColumns();
-  const int threads = ThreadsForMatrix(X.SizeRows(), columns);
+  const int threads = ThreadsForMatrix(X.SizeRows(), columns, kIterationRound);
   std::vector<float> cells(static_cast<std::size_t>(threads) * static_cast<std::size_t>(columns));
   ParallelFor(threads, threads, [&](int share) {
     const auto end = [&](long shares) { return static_cast<int>(X.SizeRows() * shares / threads); };

@@ -142,9 +142,10 @@ void CenterAndMultiply(NCDataMatrix<float>& matrix, const NCDataVector<float>* m
   matrix.ForceUnlink();
   std::vector<float*> rows;
   for (int i = 1; i <= matrix.SizeRows(); ++i) rows.push_back(detail::WritableElements(matrix(i)));
-  detail::ParallelFor(matrix.SizeRows(), detail::ThreadsForMatrix(matrix.SizeRows(), columns), [&](int i) {
-    kernels.centreAndScale(rows[static_cast<std::size_t>(i)], terms.begin(), factors.begin(), columns);
-  });
+  detail::ParallelFor(
+      matrix.SizeRows(), detail::ThreadsForMatrix(matrix.SizeRows(), columns, detail::kOneReading), [&](int i) {
+        kernels.centreAndScale(rows[static_cast<std::size_t>(i)], terms.begin(), factors.begin(), columns);
+      });
 }
 
 }  // namespace

@@ -76,12 +76,19 @@ template <typename T>
 template <class Values>
 void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool edges, const Values& values) const {
   const NCDataVector<T> source(x);  // NOLINT(performance-unnecessary-copy-initialization): `result` may be x
-  result.SetSize(x.Size());
   const int windows = x.Size() - windowSize_ + 1;
-  if (windows < 1) return;
+  if (windows < 1) {
+    result.SetSize(x.Size());
+    return;
+  }
+  const bool hasOtherSize = result.Size() != x.Size();
   const T* const y = source.begin();
-  T* const out = detail::WritableElements(result);
+  T* const out = detail::WritableElements(result, x.Size());
   T* const centres = out + HalfWidth();
+  if (hasOtherSize) {
+    std::fill(out, centres, kMissing<T>);
+    std::fill(centres + windows, out + x.Size(), kMissing<T>);
+  }
   const auto& counting = detail::ElementwiseKernels<T>::Current();
   const bool hasGaps = counting.countMissing(source.begin(), source.Size()) != 0;
   for (int i = 0; i < windows;) {
@@ -120,14 +127,14 @@ void Derivate<T>::WalkWithoutGaps(const T* y, int count, T* centres, const Value
   const bool checksSlope = Values::kTerm != 1 && SlopeMayBeMarker(y, count + windowSize_ - 1);
   const auto& kernels = detail::WindowFitKernels::Current();
   const auto w = static_cast<std::size_t>(windowSize_);
-  std::vector<double> wide(std::min<std::size_t>(kChunk, static_cast<std::size_t>(count)) + w - 1);
+  const std::size_t most = std::min<std::size_t>(kChunk, static_cast<std::size_t>(count));
+  std::vector<double> work(detail::WindowFitKernels::WorkSize(most, w));
   std::array<T, kChunk> means;
   std::array<T, kChunk> sums{};
   std::array<T, kChunk> slopes{};
   for (int done = 0; done < count; done += kChunk) {
     const auto n = static_cast<std::size_t>(std::min(kChunk, count - done));
-    std::copy_n(y + done, n + w - 1, wide.data());
-    kernels.means(wide.data(), n, w, means.data());
+    kernels.means(y + done, n, w, work.data(), means.data());
     if (hasTerm) kernels.sums(y + done, means.data(), n, w, operator_[Values::kTerm].begin(), sums.data());
     if (checksSlope) kernels.sums(y + done, means.data(), n, w, operator_[1].begin(), slopes.data());
     T* const out = centres + done;

@@ -14,7 +14,8 @@ template <typename T, class Work>
 void WorkOnRows(const NCDataMatrix<T>& x, NCDataMatrix<T>& result, const Work& work) {
   const bool isSameSize = result.SizeRows() == x.SizeRows() && result.SizeColumns() == x.SizeColumns();
   std::vector<NCDataVector<T>> rows(static_cast<std::size_t>(x.SizeRows()));
-  detail::RowByRow(x.SizeRows(), x.SizeColumns(), [&](int i) {
+  const double readings = x.GetNumMisVal() == 0 ? detail::kRowTransform : detail::kManyPasses;  // a fit at each gap
+  detail::RowByRow(x.SizeRows(), x.SizeColumns(), readings, [&](int i) {
     NCDataVector<T>& row = rows[static_cast<std::size_t>(i) - 1];
     if (isSameSize) row = result[i];
     work(x[i], row);

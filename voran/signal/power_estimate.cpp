@@ -87,7 +87,7 @@ std::vector<float> PowerEstimate::Average(const float* x, std::size_t pairs, boo
   // Long transforms are shared by the threads one by one.
   const int threads = FourierTransform::IsForTeam(n)
                           ? 1
-                          : ThreadsForMatrix(static_cast<int>(2 * pairs), static_cast<int>(n), Effort::kManySteps);
+                          : ThreadsForMatrix(static_cast<int>(2 * pairs), static_cast<int>(n), kRowTransform);
   const std::size_t shares = static_cast<std::size_t>(threads);
   const std::size_t most = std::min(pairs, shares == 1 ? 1 : shares * kPairsOfThread);
   std::vector<PairPowers> pairPowers(shares, PairPowers(window_));

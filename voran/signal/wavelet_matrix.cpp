@@ -27,7 +27,7 @@ TransformedRows TransformRows(const NCDataMatrix<float>& x, const SeriesTransfor
   TransformedRows done(x.SizeRows());
   double* const trend1 = done.trend1.GetWritableVector();
   double* const trend2 = done.trend2.GetWritableVector();
-  detail::RowByRow(x.SizeRows(), x.SizeColumns(), [&](int i) {
+  detail::RowByRow(x.SizeRows(), x.SizeColumns(), detail::kRowTransform, [&](int i) {
     done.rows[static_cast<std::size_t>(i) - 1].reset(transform(x[i], trend1[i], trend2[i]));
   });
   return done;

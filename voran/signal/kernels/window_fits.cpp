@@ -1,5 +1,10 @@
 #include "voran/signal/kernels/window_fits.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <limits>
+
 #include "voran/containers/kernels/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -17,9 +22,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Wide = hn::CappedTag<double, 8>;
 using Narrow = hn::Rebind<float, Wide>;
-/// As many floats as a vector holds: two vectors of doubles when widened.
-using Pair = hn::Repartition<float, Wide>;
-
 /// Vectors of windows worked on together: enough independent sums to keep the adders busy.
 constexpr std::size_t kVectors = 4;
 
@@ -70,39 +72,45 @@ void MeansAt(const double* wide, std::size_t w, float* means) {
   d.StoreMeans(w, means + 3 * lanes);
 }
 
-/// The sums of terms of two vectors of windows.
+/// The sums of terms of two vectors of windows. Vectors of floats are halves: taking whole ones apart costs as much as
+/// they spare.
 struct TermSums {
   HWY_INLINE explicit TermSums(const float* means)
-      : mean(hn::LoadU(Pair(), means)), lower(hn::Zero(Wide())), upper(hn::Zero(Wide())) {}
-  HWY_INLINE void Add(const float* y, hn::Vec<Pair> weight) {
-    const auto terms = hn::Mul(hn::Sub(hn::LoadU(Pair(), y), mean), weight);
-    lower = hn::Add(lower, hn::PromoteTo(Wide(), hn::LowerHalf(Narrow(), terms)));
-    upper = hn::Add(upper, hn::PromoteTo(Wide(), hn::UpperHalf(Narrow(), terms)));
+      : lowerMean(hn::LoadU(Narrow(), means)),
+        upperMean(hn::LoadU(Narrow(), means + hn::Lanes(Narrow()))),
+        lower(hn::Zero(Wide())),
+        upper(hn::Zero(Wide())) {}
+  HWY_INLINE void Add(const float* y, hn::Vec<Narrow> weight) {
+    const auto lowerTerms = hn::Mul(hn::Sub(hn::LoadU(Narrow(), y), lowerMean), weight);
+    const auto upperTerms = hn::Mul(hn::Sub(hn::LoadU(Narrow(), y + hn::Lanes(Narrow())), upperMean), weight);
+    lower = hn::Add(lower, hn::PromoteTo(Wide(), lowerTerms));
+    upper = hn::Add(upper, hn::PromoteTo(Wide(), upperTerms));
   }
   HWY_INLINE void Store(float* out) const {
     hn::StoreU(hn::DemoteTo(Narrow(), lower), Narrow(), out);
-    hn::StoreU(hn::DemoteTo(Narrow(), upper), Narrow(), out + hn::Lanes(Wide()));
+    hn::StoreU(hn::DemoteTo(Narrow(), upper), Narrow(), out + hn::Lanes(Narrow()));
   }
 
-  hn::Vec<Pair> mean;
+  hn::Vec<Narrow> lowerMean;
+  hn::Vec<Narrow> upperMean;
   hn::Vec<Wide> lower;
   hn::Vec<Wide> upper;
 };
 
 void SumsAt(const float* y, const float* means, std::size_t w, const float* weights, float* out) {
-  const std::size_t lanes = hn::Lanes(Pair());
-  TermSums a(means), b(means + lanes), c(means + 2 * lanes), d(means + 3 * lanes);
+  const std::size_t pair = 2 * hn::Lanes(Narrow());
+  TermSums a(means), b(means + pair), c(means + 2 * pair), d(means + 3 * pair);
   for (std::size_t j = 0; j < w; ++j) {
-    const auto weight = hn::Set(Pair(), weights[j]);
+    const auto weight = hn::Set(Narrow(), weights[j]);
     a.Add(y + j, weight);
-    b.Add(y + j + lanes, weight);
-    c.Add(y + j + 2 * lanes, weight);
-    d.Add(y + j + 3 * lanes, weight);
+    b.Add(y + j + pair, weight);
+    c.Add(y + j + 2 * pair, weight);
+    d.Add(y + j + 3 * pair, weight);
   }
   a.Store(out);
-  b.Store(out + lanes);
-  c.Store(out + 2 * lanes);
-  d.Store(out + 3 * lanes);
+  b.Store(out + pair);
+  c.Store(out + 2 * pair);
+  d.Store(out + 3 * pair);
 }
 
 /// Calls block(i) for blocks of `step` windows from i on until all n are done: the last block may take some again.
@@ -115,22 +123,95 @@ HWY_INLINE bool InBlocks(std::size_t n, std::size_t step, const Block& block) {
   return true;
 }
 
-void Means(const double* wide, std::size_t n, std::size_t w, float* means) {
+/// Whether all sums and differences of sums of some of the n elements are exact in double: the elements are multiples
+/// of the last place of the smallest one that is not 0, which is more than 2^-24 of it, and n times the largest is at
+/// most 2^53 of those. False if one is infinite or NaN, whose bits are the largest.
+bool AreSumsExact(const float* y, std::size_t n) {
+  const hn::Repartition<float, Wide> floats;
+  const hn::RebindToSigned<decltype(floats)> bits;
+  const auto most = hn::Set(bits, std::numeric_limits<std::int32_t>::max());
+  auto largest = hn::Zero(bits);
+  auto smallest = most;
+  const auto take = [&](std::size_t i) HWY_ATTR {
+    const auto magnitude = hn::BitCast(bits, hn::Abs(hn::LoadU(floats, y + i)));
+    largest = hn::Max(largest, magnitude);
+    smallest = hn::Min(smallest, hn::IfThenElse(hn::Eq(magnitude, hn::Zero(bits)), most, magnitude));
+  };
+  if (!InBlocks(n, hn::Lanes(floats), take)) return false;
+  const auto number = [](std::int32_t magnitude) { return static_cast<double>(std::bit_cast<float>(magnitude)); };
+  const double lastPlaces = 0x1p29 * number(hn::GetLane(hn::MinOfLanes(bits, smallest)));
+  return static_cast<double>(n) * number(hn::GetLane(hn::MaxOfLanes(bits, largest))) <= lastPlaces;
+}
+
+/// The sum of n elements, in any order.
+double SumOf(const float* y, std::size_t n) {
+  const std::size_t lanes = hn::Lanes(Narrow());
+  auto sums = hn::Zero(Wide());
+  std::size_t i = 0;
+  for (; i + lanes <= n; i += lanes) sums = hn::Add(sums, hn::PromoteTo(Wide(), hn::LoadU(Narrow(), y + i)));
+  double sum = hn::GetLane(hn::SumOfLanes(Wide(), sums));
+  for (; i < n; ++i) sum += static_cast<double>(y[i]);
+  return sum;
+}
+
+/// sums[i] of the first i elements, for every i <= n, where no sum is rounded: a quarter beside the other, so that they
+/// do not wait for one another.
+void SumsUpTo(const float* y, std::size_t n, double* sums) {
+  const std::size_t quarter = n / 4;
+  double a = 0.0;
+  double b = SumOf(y, quarter);
+  double c = b + SumOf(y + quarter, quarter);
+  double d = c + SumOf(y + 2 * quarter, quarter);
+  for (std::size_t i = 0; i < quarter; ++i) {
+    sums[i] = a;
+    sums[i + quarter] = b;
+    sums[i + 2 * quarter] = c;
+    sums[i + 3 * quarter] = d;
+    a += static_cast<double>(y[i]);
+    b += static_cast<double>(y[i + quarter]);
+    c += static_cast<double>(y[i + 2 * quarter]);
+    d += static_cast<double>(y[i + 3 * quarter]);
+  }
+  for (std::size_t i = 4 * quarter; i < n; ++i) {
+    sums[i] = d;
+    d += static_cast<double>(y[i]);
+  }
+  sums[n] = d;
+}
+
+/// The n means of windows that are differences of such sums.
+void MeansOfDifferences(const double* sums, std::size_t n, std::size_t w, float* means) {
+  const auto size = hn::Set(Wide(), static_cast<double>(w));
+  InBlocks(n, hn::Lanes(Wide()), [&](std::size_t i) HWY_ATTR {
+    const auto sum = hn::Sub(hn::LoadU(Wide(), sums + i + w), hn::LoadU(Wide(), sums + i));
+    hn::StoreU(hn::DemoteTo(Narrow(), hn::Div(sum, size)), Narrow(), means + i);
+  });
+}
+
+void Means(const float* y, std::size_t n, std::size_t w, double* work, float* means) {
+  const std::size_t count = n + w - 1;
   const std::size_t step = kVectors * hn::Lanes(Wide());
-  if (InBlocks(n, step, [&](std::size_t i) HWY_ATTR { MeansAt(wide + i, w, means + i); })) return;
-  for (std::size_t i = 0; i < n; ++i) means[i] = MeanAt(wide + i, w);
+  if (n >= step && AreSumsExact(y, count)) {
+    SumsUpTo(y, count, work);
+    MeansOfDifferences(work, n, w, means);
+    return;
+  }
+  std::copy_n(y, count, work);
+  if (InBlocks(n, step, [&](std::size_t i) HWY_ATTR { MeansAt(work + i, w, means + i); })) return;
+  for (std::size_t i = 0; i < n; ++i) means[i] = MeanAt(work + i, w);
 }
 
 void Sums(const float* y, const float* means, std::size_t n, std::size_t w, const float* weights, float* sums) {
-  const std::size_t step = kVectors * hn::Lanes(Pair());
+  const std::size_t step = 2 * kVectors * hn::Lanes(Narrow());
   if (InBlocks(n, step, [&](std::size_t i) HWY_ATTR { SumsAt(y + i, means + i, w, weights, sums + i); })) return;
   for (std::size_t i = 0; i < n; ++i) sums[i] = SumAt(y + i, means[i], w, weights);
 }
 
 #else
 
-void Means(const double* wide, std::size_t n, std::size_t w, float* means) {
-  for (std::size_t i = 0; i < n; ++i) means[i] = MeanAt(wide + i, w);
+void Means(const float* y, std::size_t n, std::size_t w, double* work, float* means) {
+  std::copy_n(y, n + w - 1, work);
+  for (std::size_t i = 0; i < n; ++i) means[i] = MeanAt(work + i, w);
 }
 
 void Sums(const float* y, const float* means, std::size_t n, std::size_t w, const float* weights, float* sums) {
