@@ -345,7 +345,7 @@ TYPED_TEST(Statistics, HaveTheSameBitsColumnByColumnAtAnyThreadCountAndOnAnyTarg
   constexpr std::size_t kColumns = 363;
   const std::string best = SimdTarget::GetName();
   for (const double gaps : {0.0, 0.0001, 0.05}) {
-    const NCDataMatrix<T> m = Matrix(this->RandomRows(5801, kColumns, gaps));  // enough for several threads
+    const NCDataMatrix<T> m = Matrix(this->RandomRows(11601, kColumns, gaps));  // enough for several threads
     ThreadingControl::SetThreadingIsOn(false);
     const auto expected = results(m);
     for (std::size_t c = 0; c < kColumns; ++c) {

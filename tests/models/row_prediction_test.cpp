@@ -172,8 +172,8 @@ TEST_F(RowPrediction, TakesTheMarkerAndNaNsForWhatTheyAre) {
 }
 
 TEST_F(RowPrediction, GivesTheSameBitsOnAnyNumberOfThreadsAndAnyInstructions) {
-  const FloatMatrix x = WithGaps(Random(1500, 300, 5), 6);
-  const FloatMatrix complete = Random(1500, 301, 5);
+  const FloatMatrix x = WithGaps(Random(2900, 300, 5), 6);
+  const FloatMatrix complete = Random(2900, 301, 5);
   const Model model(5, 300, 2);
   const Model wider(5, 301, 2);
   ThreadingControl::SetNumberOfProcessors(1);

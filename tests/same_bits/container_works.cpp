@@ -108,7 +108,7 @@ void SvdWork(Digest& digest, const NCDataMatrix<T>& x) {
 void Scaling(Digest& digest, bool hasGaps) {
   const Matrix& rows = LargeTable(hasGaps).x;
   Matrix x = rows;
-  for (int i = 0; i < 3; ++i) x.ConcatRows(rows);  // a single reading is shared from two million cells on
+  for (int i = 0; i < 7; ++i) x.ConcatRows(rows);  // a single reading is shared from four million cells on
   NCScale scale(x.SizeColumns());
   constexpr NCScale::Scaling kTypes[] = {NCScale::kNone, NCScale::kCenter, NCScale::kPareto, NCScale::kUnitVariance};
   for (int j = 1; j <= x.SizeColumns(); ++j) scale.SetType(j, kTypes[j % 4]);

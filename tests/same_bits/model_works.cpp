@@ -63,7 +63,9 @@ void TakeCrossValidation(Digest& digest, const PLSCrossValidation& cv) {
 void TakePlsPrediction(Digest& digest, const NCPLS& pls, const Matrix& x) {
   NCPLSPred prediction(&x, pls.GetWprim(), pls.GetPprim(), pls.GetCprim(), kAnyRow);
   const detail::ComponentMatrices model{*pls.GetWprim(), *pls.GetPprim(), *pls.GetCprim()};
-  const detail::RowPredictions together = detail::PredictRows(x, model, kAnyRow, nullptr);
+  Matrix many = x;
+  for (int i = 0; i < 3; ++i) many.ConcatRows(x);  // enough for several threads
+  const detail::RowPredictions together = detail::PredictRows(many, model, kAnyRow, nullptr);
   digest(together.TPrim, together.Y, together.residualSS);
   for (int a = 0; a < kComponents; ++a) {
     prediction.CalcNextComponent();

@@ -69,10 +69,22 @@ NCDataMatrix<T>::~NCDataMatrix() {
     wasLast = link_->DropSharer();
   }
   if (wasLast) {
-    delete[] rows_;
+    DeleteRows();
     delete colMisVal_;
     delete link_;
   }
+}
+
+/// The elements go from the first row on, and not from the last as with the array alone: a heap that ends with them
+/// would shrink piece by piece, and each time have the system interrupt the processors of all other threads.
+template <typename T>
+void NCDataMatrix<T>::DeleteRows() {
+  const int count = rows_ == nullptr ? 0 : std::max(rowCapacity_, numRows_);
+  for (int i = 1; i <= count; ++i) {
+    rows_[i].DropBuffer();
+    rows_[i].TakeBuffer(nullptr, 0);
+  }
+  delete[] rows_;
 }
 
 template <typename T>

@@ -373,6 +373,7 @@ class VORAN_EXPORT NCDataMatrix : public StreamWalk<NCDataMatrix<T>, detail::Vir
   void ReadStreamDirectory(std::istream& stream);
   void ReadRows(std::istream& entry);
   void FreeRows();
+  void DeleteRows();
   /// The counts as they are written.
   std::int32_t StoredNumMisVal() const;
   NCIntegralVector<int, -99> StoredColMisVal() const;

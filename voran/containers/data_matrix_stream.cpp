@@ -88,7 +88,7 @@ bool NCDataMatrix<T>::VStreamableRead(std::istream& stream) {
 /// Leaves the number of rows as it is.
 template <typename T>
 void NCDataMatrix<T>::FreeRows() {
-  delete[] rows_;
+  DeleteRows();
   rows_ = nullptr;
   rowCapacity_ = 0;
   numColumns_ = 0;

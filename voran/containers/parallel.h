@@ -30,15 +30,15 @@ struct RowBlocks {
 /// What a parallel region does with each cell, as a multiple of what reading it takes. A round of an iteration counts
 /// for several, because the other threads are still awake from the round before.
 constexpr double kOneReading = 1.0;
-constexpr double kIterationRound = 4.0;
-constexpr double kRowTransform = 8.0;
-constexpr double kManyPasses = 64.0;
+constexpr double kIterationRound = 8.0;
+constexpr double kRowTransform = 16.0;
+constexpr double kManyPasses = 128.0;
 
-/// Whether work on a matrix is shared by several threads: from half a millisecond on. Each of them has to be given a
+/// Whether work on a matrix is shared by several threads: from a millisecond on. Each of them has to be given a
 /// processor first: that takes some microseconds at best, and many milliseconds where the other processors are busy and
 /// the system wakes the second thread on the processor of the first.
 inline bool IsForTeam(int rows, int columns, double readings) {
-  constexpr double kLeastReadings = 1 << 21;
+  constexpr double kLeastReadings = 1 << 22;
   return static_cast<double>(rows) * columns * readings >= kLeastReadings;
 }
 
