@@ -253,10 +253,14 @@ class PlsLife {
       Expect(HasShape(*m, components, x_.SizeColumns()), "a PLS has weights and loadings for each component");
       ::ExpectSound(*m, areInteractive_ ? kind_ : Cells::kWild, "the weights and loadings of tame data are numbers");
     }
-    for (const Matrix* const m : {model_->GetTprim(), model_->GetUprim()}) {
-      Expect(HasShape(*m, components, x_.SizeRows()), "a PLS has scores for each component");
-      ::ExpectSound(*m, areInteractive_ ? kind_ : Cells::kWild, "the scores of tame data are numbers");
+    Matrix scores = *model_->GetTprim();
+    for (int a = 1; a <= components; ++a) {
+      // Without a row in common, t is no help for any response, and Y scores are 0 / 0.
+      if ((*model_->GetCprim())[a].GetSS() != 0.0) scores.push_back((*model_->GetUprim())[a]);
     }
+    Expect(HasShape(*model_->GetTprim(), components, x_.SizeRows()), "a PLS has scores for each component");
+    Expect(HasShape(*model_->GetUprim(), components, x_.SizeRows()), "a PLS has Y scores for each component");
+    ::ExpectSound(scores, areInteractive_ ? kind_ : Cells::kWild, "the scores of tame data are numbers");
     Expect(HasShape(*model_->GetCprim(), components, y_.SizeColumns()), "a PLS has Y weights for each component");
     Expect(HasShape(model_->GetWStarPrim(), components, x_.SizeColumns()), "W* has the shape of W");
     const Matrix all = model_->GetRegressionCoefficients(-1);

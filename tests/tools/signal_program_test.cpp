@@ -1,5 +1,6 @@
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <limits>
 #include <numbers>
 #include <string>
@@ -454,6 +455,8 @@ TEST_F(SignalCommands, TheInverseChecksWhatItReads) {
   refuses("basis", "10");
   refuses("elements", json::array());
   for (const int count : {3, 0, std::numeric_limits<int>::min()}) refuses("coefficients", count);
+  refuses("coefficients", 16 + (std::int64_t{1} << 32));
+  refuses("coefficients", 8e57);
   refuses("series", 5);
   Put("o/summary.json", "{");
   ExpectRefusal(inverse, 3, "is no summary");

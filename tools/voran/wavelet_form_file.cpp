@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <fstream>
+#include <limits>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -24,13 +25,15 @@ bool Read(const Json& json, WaveletForm& form) {
   if (std::find(families.begin(), families.end(), family) == families.end()) return false;
   form.wavelet = ChooseWavelet(family, json.at("order").get<std::string>());
   form.detrending = DetrendingNamed(json.at("detrend").get<std::string>()).value();
-  form.coefficients = json.at("coefficients").get<int>();
+  const Json& coefficients = json.at("coefficients");
+  if (!coefficients.is_number_integer() || coefficients < 1 || coefficients > std::numeric_limits<int>::max()) {
+    return false;
+  }
+  form.coefficients = coefficients.get<int>();
   form.isBestBasis = !json.at("basis").is_null();
   const auto basis = form.isBestBasis ? json.at("basis").get<std::string>() : std::string();
   for (const char flag : basis) form.basis.push_back(flag == '1');
-  if (form.coefficients < 1 || (form.isBestBasis && basis.size() + 1 != static_cast<std::size_t>(form.coefficients))) {
-    return false;
-  }
+  if (form.isBestBasis && basis.size() + 1 != static_cast<std::size_t>(form.coefficients)) return false;
   for (const Json& series : json.at("series")) {
     form.names.push_back(series.at("name").get<std::string>());
     form.offsets.push_back(series.at("offset").is_null() ? 0.0 : series.at("offset").get<double>());
