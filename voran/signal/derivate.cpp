@@ -81,14 +81,26 @@ void Derivate<T>::Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool e
     result.SetSize(x.Size());
     return;
   }
-  const bool hasOtherSize = result.Size() != x.Size();
-  const T* const y = source.begin();
-  T* const out = detail::WritableElements(result, x.Size());
-  T* const centres = out + HalfWidth();
-  if (hasOtherSize) {
-    std::fill(out, centres, kMissing<T>);
-    std::fill(centres + windows, out + x.Size(), kMissing<T>);
+  if (result.Size() != x.Size()) {
+    NCDataVector<T> fresh;
+    T* const cells = detail::WritableElements(fresh, x.Size());
+    std::fill_n(cells, HalfWidth(), kMissing<T>);
+    std::fill(cells + HalfWidth() + windows, cells + x.Size(), kMissing<T>);
+    WalkWindows(source, fresh, edges, values);
+    result = fresh;
+    return;
   }
+  WalkWindows(source, result, edges, values);
+}
+
+template <typename T>
+template <class Values>
+void Derivate<T>::WalkWindows(const NCDataVector<T>& source, NCDataVector<T>& result, bool edges,
+                              const Values& values) const {
+  const int windows = source.Size() - windowSize_ + 1;
+  const T* const y = source.begin();
+  T* const out = detail::WritableElements(result);
+  T* const centres = out + HalfWidth();
   const auto& counting = detail::ElementwiseKernels<T>::Current();
   const bool hasGaps = counting.countMissing(source.begin(), source.Size()) != 0;
   for (int i = 0; i < windows;) {

@@ -88,6 +88,9 @@ class VORAN_EXPORT Derivate {
   /// What Smooth() and DoDerivate() have in common; see there.
   template <class Values>
   void Walk(const NCDataVector<T>& x, NCDataVector<T>& result, bool edges, const Values& values) const;
+  /// The same for a result of the right size, whose elements may be unset where it writes.
+  template <class Values>
+  void WalkWindows(const NCDataVector<T>& source, NCDataVector<T>& result, bool edges, const Values& values) const;
   /// Whether some window of the series could have a slope of -99, which counts as a failed fit.
   bool SlopeMayBeMarker(const T* y, int count) const;
   /// Fills the centres of `count` windows from y on.
