@@ -399,6 +399,30 @@ TYPED_TEST(DataMatrix, AProductThatFallsOnTheMarkerIsNotAMissingScore) {
   EXPECT_EQ(m.GetNumMisVal(), 0);
 }
 
+/// By blocks and threads, with rows that have gaps between others that have none; and where a missing score or loading
+/// makes new gaps, which leaves the sums to be formed.
+TYPED_TEST(DataMatrix, DeflatesAndSumsSquaresAsOneAfterTheOther) {
+  using T = TypeParam;
+  for (const auto& [gaps, gapsInA, gapsInB] :
+       {std::tuple{0.0, 0.0, 0.0}, {0.0001, 0.0, 0.0}, {0.1, 0.0, 0.0}, {0.1, 0.1, 0.0}, {0.0, 0.0, 0.1}}) {
+    SCOPED_TRACE(::testing::Message() << gaps << ", " << gapsInA << ", " << gapsInB);
+    NCDataMatrix<T> both = Matrix(this->RandomRows(3001, 175, gaps, false));
+    NCDataMatrix<T> expected = both;
+    const auto a = Vector(plain::RandomElements<T>(3001, 9, gapsInA));
+    const auto b = Vector(plain::RandomElements<T>(175, 10, gapsInB));
+    std::vector<double> squares{1.0};
+    both.AddVprimV(a, b, -1.0f, squares);
+    expected.AddVprimV(a, b, -1.0f);
+    EXPECT_EQ(both, expected);
+    EXPECT_EQ(both.GetNumMisVal(), expected.GetNumMisVal());
+    EXPECT_EQ(squares.empty(), gapsInA + gapsInB > 0.0);
+    for (int c = 1; c <= static_cast<int>(squares.size()); ++c) {
+      EXPECT_EQ(squares[static_cast<std::size_t>(c - 1)], expected.GetColumnSS(c, 0.0)) << c;
+    }
+    EXPECT_EQ(both.GetNIPALSStartColumn(squares), expected.GetNIPALSStartColumn());
+  }
+}
+
 /// The protected half of the interface, as a derived class sees it.
 template <typename T>
 class Derived : public NCDataMatrix<T> {

@@ -13,6 +13,7 @@
 
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/kernels/column_sums.h"
+#include "voran/containers/kernels/deflation.h"
 #include "voran/containers/kernels/elementwise.h"
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/kernels/reductions.h"
@@ -22,6 +23,7 @@
 namespace {
 
 using detail::ColumnSumKernels;
+using detail::DeflationKernels;
 using detail::ElementwiseKernels;
 using detail::GapMode;
 using detail::NipalsKernels;
@@ -288,6 +290,48 @@ class Kernels : public ::testing::TestWithParam<std::string> {
     });
   }
 
+  /// Eleven rows: some together, the rest one by one.
+  template <typename T>
+  static void DeflationWithSquaresEqualsThePlainLoops() {
+    const auto& kernels = DeflationKernels<T>::Current();
+    ForEachShape<T>([&](std::size_t size, std::size_t misalignment) {
+      for (const double gaps : {0.0, 0.3}) {
+        SCOPED_TRACE(::testing::Message() << size << " columns, gaps " << gaps);
+        constexpr std::size_t kRows = 11;
+        auto p = plain::RandomElements<T>(size, 2);
+        auto factors = plain::RandomElements<T>(kRows, 3);
+        factors[9] = T{-1};
+        if (size > 0) p.back() = T{0.5};
+        std::vector<Guarded<T>> guarded;
+        std::vector<std::vector<T>> expected;
+        std::vector<double> sums(size, 0.25);
+        for (std::size_t r = 0; r < kRows; ++r) {
+          auto row = plain::RandomElements<T>(size, static_cast<unsigned>(r), gaps);
+          if (r == 9 && size > 0) row.back() = plain::kGap<T> + T{0.5};  // falls on the marker
+          guarded.emplace_back(row, misalignment + r % 3);
+          for (std::size_t j = 0; j < size; ++j) {
+            if (gaps > 0.0 && !plain::Present(row[j])) continue;
+            row[j] += static_cast<T>(plain::Rounded(factors[r], p[j]));
+            if (gaps > 0.0 && !plain::Present(row[j])) continue;
+            sums[j] += static_cast<double>(row[j]) * static_cast<double>(row[j]);
+          }
+          expected.push_back(row);
+        }
+        std::vector<T*> rows;
+        for (auto& row : guarded) rows.push_back(row.get());
+        Guarded<double> actual(std::vector<double>(size, 0.25), 0);
+        kernels.deflateAndSumSquares(rows.data(), factors.data(), kRows, p.data(), static_cast<int>(size), gaps > 0.0,
+                                     actual.get());
+        for (std::size_t j = 0; j < size; ++j) {
+          EXPECT_THAT(actual.get()[j], SameBits(sums[j])) << j;
+          for (std::size_t r = 0; r < kRows; ++r) EXPECT_THAT(rows[r][j], SameBits(expected[r][j])) << r << ", " << j;
+        }
+        for (auto& row : guarded) EXPECT_TRUE(row.GuardsHold(size));
+        EXPECT_TRUE(actual.GuardsHold(size));
+      }
+    });
+  }
+
   /// Each operation in every mode against a loop over single elements; the result may stand where an operand stood.
   template <typename T>
   static void ElementwiseEqualsThePlainLoops() {
@@ -399,6 +443,8 @@ TEST_P(Kernels, SumsAboutCentresEqualThePlainLoops) {
 TEST_P(Kernels, DeflationEqualsThePlainLoop) {
   DeflationEqualsThePlainLoop<float>();
   DeflationEqualsThePlainLoop<double>();
+  DeflationWithSquaresEqualsThePlainLoops<float>();
+  DeflationWithSquaresEqualsThePlainLoops<double>();
 }
 
 TEST_P(Kernels, AGapBesideAnInfinityAddsNothing) {

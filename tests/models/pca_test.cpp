@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <numeric>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -344,6 +345,39 @@ TEST_F(Pca, ACopySharesTheMatrices) {
   const NCPCA* const copy = new (room) NCPCA(pca);  // never destroyed: only one of the two may be
   EXPECT_EQ(copy->GetResiduals(), pca.GetResiduals());
   EXPECT_EQ(copy->GetPprim(), pca.GetPprim());
+}
+
+/// What a model knows of its residuals must not outlive them.
+TEST_F(Pca, AComponentStartsFromTheResidualsAsTheyAre) {
+  const FloatMatrix x = ToMatrix(ThreeComponents(30, 8, 6));
+  PlainMatrix reversed = ThreeComponents(30, 8, 7);
+  for (auto& row : reversed) std::reverse(row.begin(), row.end());
+  const FloatMatrix other = ToMatrix(reversed);
+  const auto expectNextAsFromResiduals = [](NCPCA& pca) {
+    NCPCA fresh(pca.GetResiduals(), 500);
+    fresh.NextComponent(nullptr, nullptr, 0, nullptr);
+    pca.NextComponent(nullptr, nullptr, 0, nullptr);
+    EXPECT_EQ(pca.GetIterations(), fresh.GetIterations());
+    EXPECT_EQ((*pca.GetPprim())[pca.GetComponents()], (*fresh.GetPprim())[1]);
+  };
+  NCPCA pca(&x, 500);
+  pca.NextComponent(nullptr, nullptr, 0, nullptr);
+  pca.CalculateResiduals();
+  alignas(NCPCA) unsigned char room[sizeof(NCPCA)];
+  NCPCA* const copy = new (room) NCPCA(pca);  // never destroyed: only one of the two may be
+  pca.NextComponent(nullptr, nullptr, 0, nullptr);
+  pca.CalculateResiduals();
+  expectNextAsFromResiduals(*copy);
+
+  NCPCA written(&other, 500);
+  written.NextComponent(nullptr, nullptr, 0, nullptr);
+  std::stringstream stream;
+  ASSERT_TRUE(written.VStreamableStartWrite(stream));
+  NCPCA read(&x, 500);
+  read.NextComponent(nullptr, nullptr, 0, nullptr);
+  read.CalculateResiduals();
+  ASSERT_TRUE(read.VStreamableStartRead(stream));
+  expectNextAsFromResiduals(read);
 }
 
 }  // namespace

@@ -23,6 +23,13 @@ std::vector<double> ColumnSquaresAbout(const NCDataMatrix<T>& matrix, const std:
 template <typename T>
 double ColumnSquaresAbout(const NCDataMatrix<T>& matrix, int column, double about);
 
+/// rows[i - 1][j - 1] += f * a[i] * b[j] where that element is present, and the sums of squares of the columns
+/// afterwards. `rows` are those of `matrix`, shared with nothing; a and b have no gaps. Throws only before the first
+/// change.
+template <typename T>
+std::vector<double> AddAndSumSquares(const NCDataMatrix<T>& matrix, const std::vector<T*>& rows,
+                                     const NCDataVector<T>& a, const NCDataVector<T>& b, T f);
+
 /// Sums over the pairs of a column element and an element of v, each less its centre.
 struct ColumnProducts {
   std::vector<double> products;

@@ -139,6 +139,8 @@ class VORAN_EXPORT NCDataMatrix : public StreamWalk<NCDataMatrix<T>, detail::Vir
   /// column or wholly missing. The Impl form throws NCError if `result` is null.
   NCDataVector<T> GetNIPALSStartColumn() const;
   void GetNIPALSStartColumnImpl(NCDataVector<T>* result) const;
+  /// The same, given what AddVprimV() wrote when it changed the matrix last; empty sums are formed here.
+  NCDataVector<T> GetNIPALSStartColumn(const std::vector<double>& columnSquares) const;
   /// Sum of squared differences from `about` over the present elements of column c, formed in double; -99 if there are
   /// none.
   double GetColumnSS(int c, double about) const;
@@ -147,6 +149,10 @@ class VORAN_EXPORT NCDataMatrix : public StreamWalk<NCDataMatrix<T>, detail::Vir
 
   /// this += factor * a b', with a of rows elements and b of columns elements.
   NCDataMatrix& AddVprimV(const NCDataVector<T>& a, const NCDataVector<T>& b, float factor);
+  /// The same, and columnSquares[c - 1] = sum of squares of column c afterwards over the elements present, for the
+  /// start of the next component; empty if a or b has gaps. Saves a reading of the matrix.
+  NCDataMatrix& AddVprimV(const NCDataVector<T>& a, const NCDataVector<T>& b, float factor,
+                          std::vector<double>& columnSquares);
   NCDataMatrix& TransformToAdd_V_x_Vt(const NCDataVector<T>& a, const NCDataVector<T>& b) {
     return AddVprimV(a, b, 1.0f);
   }
@@ -378,6 +384,7 @@ class VORAN_EXPORT NCDataMatrix : public StreamWalk<NCDataMatrix<T>, detail::Vir
   std::int32_t StoredNumMisVal() const;
   NCIntegralVector<int, -99> StoredColMisVal() const;
   void CountRow(const NCDataVector<T>& row, int sign);
+  void GetStartColumnOf(const std::vector<double>& columnSquares, NCDataVector<T>& result) const;
   static void FillGapsAlternating(NCDataVector<T>& column);
   /// The two cases of AddFV. A product that falls on the marker is no missing score.
   static void AddPresentFV(const NCDataMatrix& m, T f, const T* v, int mode, int row, int& numMisVal, int* colMisVal);

@@ -168,20 +168,31 @@ double NCDataMatrix<T>::GetColumnSS(int c, double about) const {
 
 template <typename T>
 NCDataVector<T> NCDataMatrix<T>::GetNIPALSStartColumn() const {
+  return GetNIPALSStartColumn({});
+}
+
+template <typename T>
+NCDataVector<T> NCDataMatrix<T>::GetNIPALSStartColumn(const std::vector<double>& columnSquares) const {
   NCDataVector<T> result(numRows_);
-  GetNIPALSStartColumnImpl(&result);
+  GetStartColumnOf(columnSquares, result);
   return result;
 }
 
 template <typename T>
 void NCDataMatrix<T>::GetNIPALSStartColumnImpl(NCDataVector<T>* result) const {
   const NCVecOpResultProxy<T> destination(result);  // throws if there is none
+  GetStartColumnOf({}, *result);
+}
+
+template <typename T>
+void NCDataMatrix<T>::GetStartColumnOf(const std::vector<double>& columnSquares, NCDataVector<T>& result) const {
   if (numColumns_ == 0) return;
   int chosen = 1;
   if (numColumns_ != 1) {
+    const auto columns = static_cast<std::size_t>(numColumns_);
+    const std::vector<double> squares =
+        columnSquares.empty() ? detail::ColumnSquaresAbout(*this, std::vector<double>(columns)) : columnSquares;
     constexpr double kClearlyLarger = 1.000001;
-    const std::vector<double> zeros(static_cast<std::size_t>(numColumns_));
-    const std::vector<double> squares = detail::ColumnSquaresAbout(*this, zeros);
     double best = 0.0;
     for (int c = 1; c <= numColumns_; ++c) {
       const double s = squares[static_cast<std::size_t>(c - 1)];
@@ -190,10 +201,10 @@ void NCDataMatrix<T>::GetNIPALSStartColumnImpl(NCDataVector<T>* result) const {
       chosen = c;
     }
   }
-  result->ForceUnlink();
-  GetColumnImpl(chosen, *result);
-  const bool hasGaps = result->GetNumMisVal() != 0 && result->GetNumMisVal() < result->Size();
-  if (numColumns_ != 1 && hasGaps) FillGapsAlternating(*result);
+  result.ForceUnlink();
+  GetColumnImpl(chosen, result);
+  const bool hasGaps = result.GetNumMisVal() != 0 && result.GetNumMisVal() < result.Size();
+  if (numColumns_ != 1 && hasGaps) FillGapsAlternating(result);
 }
 
 template <typename T>
@@ -232,6 +243,18 @@ NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDa
         }
         return added;
       });
+  return *this;
+}
+
+template <typename T>
+NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDataVector<T>& b, float factor,
+                                            std::vector<double>& columnSquares) {
+  columnSquares.clear();
+  if (a.GetNumMisVal() != 0 || b.GetNumMisVal() != 0) return AddVprimV(a, b, factor);
+  const NCDataVector<T> scores(a);  // a or b may be a row of this matrix
+  const NCDataVector<T> loadings(b);
+  ForceUnlink();
+  columnSquares = detail::AddAndSumSquares(*this, RowPointers(), scores, loadings, static_cast<T>(factor));
   return *this;
 }
 

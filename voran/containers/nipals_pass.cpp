@@ -14,8 +14,6 @@ namespace detail {
 
 namespace {
 
-constexpr int kColumnsCombined = 512;
-
 template <typename T>
 void AddTo(double& sum, const T* values, int n) {
   for (int i = 0; i < n; ++i) sum += static_cast<double>(values[i]);
@@ -68,8 +66,8 @@ RowsAhead<T> NipalsPass<T>::Ahead(int firstRow, int from, int to) const {
 
 template <typename T>
 void NipalsPass<T>::ClearBlock(int block, const ColumnTask& task) {
-  std::fill_n(Sums(block) + task.firstColumn, task.columns, 0.0);
-  if (BlockHasGaps(block)) std::fill_n(WeightSums(block) + task.firstColumn, task.columns, 0.0);
+  std::fill_n(sums_.Of(block) + task.firstColumn, task.columns, 0.0);
+  if (BlockHasGaps(block)) std::fill_n(weightSums_.Of(block) + task.firstColumn, task.columns, 0.0);
   if (task.withCommonPart) blockWeight_[static_cast<std::size_t>(block)] = 0.0;
 }
 
@@ -79,7 +77,7 @@ void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTas
   const T* rows[kMostInGroup];
   T factors[kMostInGroup];
   T weights[kMostInGroup];
-  double* const sums = Sums(block) + task.firstColumn;
+  double* const sums = sums_.Of(block) + task.firstColumn;
   for (int i = firstRow; i < firstRow + count;) {
     // A run of rows that all have gaps, or all have none.
     const bool hasGaps = HasGaps(i);
@@ -94,7 +92,7 @@ void NipalsPass<T>::AddGroup(int block, int firstRow, int count, const ColumnTas
     }
     if (hasGaps && !isComplete_) {
       kernels_.addRowsWithGaps(rows, factors, weights, n, task.firstColumn, task.columns, ahead, sums,
-                               WeightSums(block) + task.firstColumn);
+                               weightSums_.Of(block) + task.firstColumn);
     } else {
       if (n > 0) kernels_.addRows(rows, factors, n, task.firstColumn, task.columns, ahead, false, sums);
       if (task.withCommonPart) AddTo(blockWeight_[static_cast<std::size_t>(block)], weights, n);
@@ -110,7 +108,7 @@ void NipalsPass<T>::AddToBlock(int block, int firstRow, int count, const ColumnT
   const bool isFirst = firstRow == FirstRow(block);
   if (isComplete_ && !skipMissing) {
     kernels_.addRows(&rows_[static_cast<std::size_t>(firstRow)], task.v + firstRow, count, task.firstColumn,
-                     task.columns, ahead, isFirst, Sums(block) + task.firstColumn);
+                     task.columns, ahead, isFirst, sums_.Of(block) + task.firstColumn);
   } else {
     if (isFirst) ClearBlock(block, task);
     AddGroup(block, firstRow, count, task, skipMissing, ahead);
@@ -126,43 +124,30 @@ void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
 
 template <typename T>
 void NipalsPass<T>::ReserveSums() {
-  const std::size_t size = static_cast<std::size_t>(blocks_.count) * stride_;
-  if (sums_.size() == size && !blockWeight_.empty()) return;
-  sums_.resize(size);
+  sums_.Reserve(blocks_.count, stride_);
   totals_.resize(stride_);
   blockWeight_.resize(static_cast<std::size_t>(std::max(blocks_.count, 1)));
   if (isComplete_) return;
-  weightSums_.resize(size);
+  weightSums_.Reserve(blocks_.count, stride_);
   weightTotals_.resize(stride_);
 }
 
 /// Adds the blocks in order.
 template <typename T>
-void NipalsPass<T>::Combine(int firstColumn, int columns) {
-  double* const totals = totals_.data() + firstColumn;
-  std::fill_n(totals, columns, 0.0);
-  for (int b = 0; b < blocks_.count; ++b) {
-    const double* const sums = Sums(b) + firstColumn;
-    for (int j = 0; j < columns; ++j) totals[j] += sums[j];
-  }
+void NipalsPass<T>::Combine(std::size_t firstColumn, std::size_t columns) {
+  std::fill_n(totals_.data() + firstColumn, columns, 0.0);
+  sums_.AddTo(totals_.data(), firstColumn, columns, [](int) { return true; });
   if (isComplete_) return;
   // What the columns have in common, rows without gaps, first; then the blocks that have others.
-  double* const weightTotals = weightTotals_.data() + firstColumn;
-  std::fill_n(weightTotals, columns, std::accumulate(blockWeight_.begin(), blockWeight_.end(), 0.0));
-  for (int b = 0; b < blocks_.count; ++b) {
-    if (!BlockHasGaps(b)) continue;
-    const double* const sums = WeightSums(b) + firstColumn;
-    for (int j = 0; j < columns; ++j) weightTotals[j] += sums[j];
-  }
+  std::fill_n(weightTotals_.data() + firstColumn, columns,
+              std::accumulate(blockWeight_.begin(), blockWeight_.end(), 0.0));
+  weightSums_.AddTo(weightTotals_.data(), firstColumn, columns, [this](int block) { return BlockHasGaps(block); });
 }
 
 template <typename T>
 void NipalsPass<T>::CombineColumns() {
-  const int pieces = (numColumns_ + kColumnsCombined - 1) / kColumnsCombined;
-  ParallelFor(pieces, std::min(threads_, pieces), [&](int piece) {
-    const int first = piece * kColumnsCombined;
-    Combine(first, std::min(kColumnsCombined, numColumns_ - first));
-  });
+  ForColumnPieces(static_cast<std::size_t>(numColumns_), threads_,
+                  [this](std::size_t first, std::size_t columns) { Combine(first, columns); });
 }
 
 template <typename T>

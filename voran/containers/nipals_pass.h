@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "voran/containers/block_sums.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/kernels/reductions.h"
@@ -97,8 +98,6 @@ class NipalsPass {
   int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + blocks_.rowsPerBlock); }
   bool BlockHasGaps(int block) const { return blockHasGaps_[static_cast<std::size_t>(block)] != 0; }
   bool HasGaps(int row) const { return rowHasGaps_[static_cast<std::size_t>(row)] != 0; }
-  double* Sums(int block) { return sums_.data() + static_cast<std::size_t>(block) * stride_; }
-  double* WeightSums(int block) { return weightSums_.data() + static_cast<std::size_t>(block) * stride_; }
 
   /// What is to be summed, of which columns.
   struct ColumnTask {
@@ -119,7 +118,7 @@ class NipalsPass {
   /// Writes the scores of a group of rows to t and returns how many are missing.
   int RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
   int RegressGroupWithGaps(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead, T* t) const;
-  void Combine(int firstColumn, int columns);
+  void Combine(std::size_t firstColumn, std::size_t columns);
 
   const NCDataMatrix<T>& matrix_;
   const NipalsKernels<T>& kernels_;
@@ -132,9 +131,9 @@ class NipalsPass {
   std::size_t stride_;
   std::vector<const T*> rows_;  // 0-based rows, 0-based elements
   std::vector<char> rowHasGaps_;
-  std::vector<char> blockHasGaps_;   // only of a matrix that counts gaps
-  std::vector<double> sums_;         // block by block, a row of stride_ each
-  std::vector<double> weightSums_;   // the same for rows with gaps; empty if the matrix has none
+  std::vector<char> blockHasGaps_;  // only of a matrix that counts gaps
+  BlockSums sums_;
+  BlockSums weightSums_;             // of rows with gaps
   std::vector<double> blockWeight_;  // by block: the weight of rows without gaps, the same for every column
   std::vector<double> totals_;
   std::vector<double> weightTotals_;

@@ -61,13 +61,15 @@ NCPCA::NCPCA(const NCDataMatrix<float>* residuals, const NCDataMatrix<float>* lo
             std::make_unique<NCDataMatrix<float>>(*scores), limit) {}
 
 NCPCA::NCPCA(MatrixPointer residuals, MatrixPointer loadings, MatrixPointer scores, int limit)
-    : P_(loadings.release()),
+    : columnSquares_(new std::vector<double>()),
+      P_(loadings.release()),
       T_(scores.release()),
       X_(residuals.release()),
       components_(P_->SizeRows()),
       iterationLimit_(limit) {}
 
 NCPCA::~NCPCA() {
+  delete columnSquares_;
   delete P_;
   delete T_;
   delete X_;
@@ -100,7 +102,7 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
   NCDataVector<float> other(t.Size());
   NCDataVector<float>* newest = &t;
   NCDataVector<float>* previous = &other;
-  t.CopyContent(start != nullptr ? *start : X_->GetNIPALSStartColumn());
+  t.CopyContent(start != nullptr ? *start : X_->GetNIPALSStartColumn(*columnSquares_));
   Pass pass(*X_);
   ConvergenceProgress convergence(progress, components_);
   detail::ConvergenceRate rate;
@@ -135,7 +137,7 @@ void NCPCA::Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* grou
 }
 
 void NCPCA::CalculateResiduals() {
-  X_->AddVprimV((*T_)[components_], (*P_)[components_], -1.0f);
+  X_->AddVprimV((*T_)[components_], (*P_)[components_], -1.0f, *columnSquares_);
 }
 
 }  // namespace voran

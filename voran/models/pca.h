@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
@@ -62,7 +63,7 @@ class VORAN_EXPORT NCPCA : public StreamWalk<NCPCA> {
   /// off ("PC component aborted."), and std::bad_alloc. The object must then be given up: its component count is one
   /// ahead of its rows.
   ///
-  /// Cost: about one reading of X for each round of the iteration, and two more.
+  /// Cost: about one reading of X for each round of the iteration, and one more; two for the first component.
   bool NextComponent(NCProgress* progress, const NCIntegralVector<int, -99>* groups, int excludeValue,
                      const NCDataVector<float>* start);
 
@@ -102,6 +103,7 @@ class VORAN_EXPORT NCPCA : public StreamWalk<NCPCA> {
   void Iterate(NCProgress* progress, const NCIntegralVector<int, -99>* groups, int excludeValue,
                const NCDataVector<float>* start, NCDataVector<float>& p, NCDataVector<float>& t);
 
+  std::vector<double>* columnSquares_;  ///< of X as it stands, or none; in front, as making it may throw
   NCDataMatrix<float>* P_;
   NCDataMatrix<float>* T_;
   NCDataMatrix<float>* X_;

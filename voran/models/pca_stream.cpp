@@ -48,6 +48,7 @@ bool NCPCA::ReadStreamDirectory(std::istream& stream) try {
   P_->swap(p);
   T_->swap(t);
   X_->swap(x);
+  columnSquares_->clear();
   iterationLimit_ = limit;
   iterations_ = iterations;
   return true;

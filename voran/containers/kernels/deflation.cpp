@@ -18,6 +18,8 @@ namespace {
 /// Rows whose accumulators fit into the registers together, so that p and the next weights are loaded once for all.
 constexpr int kRowsTogether = kLanes == 8 ? 4 : (kLanes == 4 ? 2 : 1);
 static_assert(kDeflationPadding % kLanes == 0);
+/// Rows whose squares are added to a sum between its load and its store.
+constexpr int kRowsSquared = 8;
 
 template <typename T, int Rows, bool SumsSquares>
 struct DeflationTerms {
@@ -70,9 +72,64 @@ void DeflateRows(const T* const* rows, const T* factors, int numRows, const T* p
   }
 }
 
+template <int Rows, bool HasGaps, typename T>
+HWY_INLINE void DeflateAndSquare(T* const* rows, const T* factors, const T* p, std::size_t n, double* sums) {
+  T* row[Rows];
+  NarrowVec<T> factor[Rows];
+  for (int r = 0; r < Rows; ++r) {
+    row[r] = rows[r];
+    factor[r] = hn::Set(Narrow<T>(), factors[r]);
+  }
+  std::size_t j = 0;
+  for (; j + kLanes <= n; j += kLanes) {
+    const auto vp = hn::LoadU(Narrow<T>(), p + j);
+    auto sum = hn::LoadU(Wide(), sums + j);
+    for (int r = 0; r < Rows; ++r) {
+      const auto old = hn::LoadU(Narrow<T>(), row[r] + j);
+      auto x = hn::Add(old, hn::Mul(factor[r], vp));
+      if constexpr (HasGaps) x = hn::IfThenElse(IsMissing<T>(old), old, x);
+      hn::StoreU(x, Narrow<T>(), row[r] + j);
+      const auto wide = Widen(HasGaps ? hn::IfThenZeroElse(IsMissing<T>(x), x) : x);
+      sum = hn::Add(sum, hn::Mul(wide, wide));
+    }
+    hn::StoreU(sum, Wide(), sums + j);
+  }
+  for (; j < n; ++j) {
+    for (int r = 0; r < Rows; ++r) {
+      T& x = row[r][j];
+      if (HasGaps && x == kMissing<T>) continue;
+      const T product = factors[r] * p[j];
+      x += product;
+      if (HasGaps && x == kMissing<T>) continue;
+      sums[j] += static_cast<double>(x) * static_cast<double>(x);
+    }
+  }
+}
+
+template <bool HasGaps, typename T>
+HWY_INLINE void DeflateAndSquareAll(T* const* rows, const T* factors, int numRows, const T* p, std::size_t n,
+                                    double* sums) {
+  int r = 0;
+  for (; r + kRowsSquared <= numRows; r += kRowsSquared) {
+    DeflateAndSquare<kRowsSquared, HasGaps>(rows + r, factors + r, p, n, sums);
+  }
+  for (; r < numRows; ++r) DeflateAndSquare<1, HasGaps>(rows + r, factors + r, p, n, sums);
+}
+
+template <typename T>
+void DeflateAndSumSquares(T* const* rows, const T* factors, int numRows, const T* p, int n, bool rowsHaveGaps,
+                          double* sums) {
+  const auto size = static_cast<std::size_t>(n);
+  if (rowsHaveGaps) {
+    DeflateAndSquareAll<true>(rows, factors, numRows, p, size, sums);
+  } else {
+    DeflateAndSquareAll<false>(rows, factors, numRows, p, size, sums);
+  }
+}
+
 template <typename T>
 const DeflationKernels<T>& Table() {
-  static constexpr DeflationKernels<T> kTable = {DeflateRows<T>};
+  static constexpr DeflationKernels<T> kTable = {DeflateRows<T>, DeflateAndSumSquares<T>};
   return kTable;
 }
 

@@ -14,6 +14,11 @@ struct DeflationKernels {
   void (*deflateRows)(const T* const* rows, const T* factors, int numRows, const T* p, const T* next, int n,
                       T* const* out, double* products);
 
+  /// rows[r][j] += factors[r] * p[j] in the element type, and sums[j] += the squares of the results in double, row
+  /// after row. p has no gaps; a gap of a row stays one and adds nothing if `rowsHaveGaps`.
+  void (*deflateAndSumSquares)(T* const* rows, const T* factors, int numRows, const T* p, int n, bool rowsHaveGaps,
+                               double* sums);
+
   static const DeflationKernels& Current();
 };
 
