@@ -24,8 +24,9 @@ class NCProgress;
 /// and so on how many components that inner model has.
 ///
 /// X (observations x variables) and Y (observations x responses) should be centred, and scaled as the caller wants
-/// them. Gaps are ordinary input: scores and loadings are regressions over the pairs present. How many components to
-/// take out is the caller's decision.
+/// them. Gaps are ordinary input: scores and loadings are regressions over the pairs present. An observation whose
+/// weights are zero for all that is present of it has a NaN for a score, as RegressRows gives it. How many components
+/// to take out is the caller's decision.
 ///
 /// Objects are values, whose matrices share their elements until one is written. A model belongs to one thread, also
 /// where only constant members are called; the kernels use several.
