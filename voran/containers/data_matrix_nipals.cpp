@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 
@@ -251,10 +252,9 @@ NCDataMatrix<T>& NCDataMatrix<T>::AddVprimV(const NCDataVector<T>& a, const NCDa
                                             std::vector<double>& columnSquares) {
   columnSquares.clear();
   if (a.GetNumMisVal() != 0 || b.GetNumMisVal() != 0) return AddVprimV(a, b, factor);
-  const NCDataVector<T> scores(a);  // a or b may be a row of this matrix
-  const NCDataVector<T> loadings(b);
+  const std::array<NCDataVector<T>, 2> kept{a, b};  // either may be a row of this matrix
   ForceUnlink();
-  columnSquares = detail::AddAndSumSquares(*this, RowPointers(), scores, loadings, static_cast<T>(factor));
+  columnSquares = detail::AddAndSumSquares(*this, RowPointers(), kept[0], kept[1], static_cast<T>(factor));
   return *this;
 }
 
