@@ -36,7 +36,7 @@ std::vector<double> SumByBlocks(const NCDataMatrix<T>& matrix, std::size_t count
   return totals;
 }
 
-constexpr int kMostInRun = 32;
+constexpr int kMostInRun = 128;
 
 /// Calls work(i, n, hasGaps) for runs i..i + n - 1 of rows that all have gaps, or all have none.
 template <typename T, class Work>

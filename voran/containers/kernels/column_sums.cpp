@@ -1,5 +1,6 @@
 #include "voran/containers/kernels/column_sums.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 
@@ -59,14 +60,16 @@ struct SquareAboutTerm {
   }
 };
 
-/// sums[j] += term(x, j) for the elements x of each row, from j on in whole vectors of D; returns where it stopped.
+/// sums[j] += term(x, j) for the elements x of each row, from j on in whole vectors of D; returns where it stopped. The
+/// `numAhead` rows behind these are fetched meanwhile.
 template <int Rows, bool HasGaps, class D, typename T, class Term>
-HWY_INLINE std::size_t AddTogether(D d, const T* const* rows, std::size_t j, std::size_t n, const Term& term,
-                                   double* sums) {
+HWY_INLINE std::size_t AddTogether(D d, const T* const* rows, int numAhead, std::size_t j, std::size_t n,
+                                   const Term& term, double* sums) {
   constexpr std::size_t kStep = hn::MaxLanes(D());
   const T* row[Rows];
   for (int r = 0; r < Rows; ++r) row[r] = rows[r];
   for (; j + kStep <= n; j += kStep) {
+    if (j % kAccumulators == 0) Fetch(rows + Rows, numAhead, j);
     auto sum = hn::LoadU(d, sums + j);
     for (int r = 0; r < Rows; ++r) {
       const auto x = LoadWide(d, row[r] + j);
@@ -78,17 +81,20 @@ HWY_INLINE std::size_t AddTogether(D d, const T* const* rows, std::size_t j, std
 }
 
 template <int Rows, bool HasGaps, typename T, class Term>
-HWY_INLINE void AddGroup(const T* const* rows, std::size_t n, const Term& term, double* sums) {
-  const std::size_t rest = AddTogether<Rows, HasGaps>(Wide(), rows, 0, n, term, sums);
-  AddTogether<Rows, HasGaps>(Single(), rows, rest, n, term, sums);
+HWY_INLINE void AddGroup(const T* const* rows, int numAhead, std::size_t n, const Term& term, double* sums) {
+  const std::size_t rest = AddTogether<Rows, HasGaps>(Wide(), rows, numAhead, 0, n, term, sums);
+  AddTogether<Rows, HasGaps>(Single(), rows, 0, rest, n, term, sums);
 }
 
 template <bool HasGaps, typename T, class Term>
 HWY_INLINE void AddAll(const T* const* rows, int numRows, int n, const Term& term, double* sums) {
   const auto size = static_cast<std::size_t>(n);
   int r = 0;
-  for (; r + kRowsTogether <= numRows; r += kRowsTogether) AddGroup<kRowsTogether, HasGaps>(rows + r, size, term, sums);
-  for (; r < numRows; ++r) AddGroup<1, HasGaps>(rows + r, size, term, sums);
+  for (; r + kRowsTogether <= numRows; r += kRowsTogether) {
+    const int numAhead = std::min(kRowsTogether, numRows - r - kRowsTogether);
+    AddGroup<kRowsTogether, HasGaps>(rows + r, numAhead, size, term, sums);
+  }
+  for (; r < numRows; ++r) AddGroup<1, HasGaps>(rows + r, 0, size, term, sums);
 }
 
 template <typename T>

@@ -1,5 +1,8 @@
 #include "voran/containers/kernels/deflation.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "voran/containers/kernels/dispatch.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -72,8 +75,10 @@ void DeflateRows(const T* const* rows, const T* factors, int numRows, const T* p
   }
 }
 
+/// The `numAhead` rows behind these are fetched meanwhile.
 template <int Rows, bool HasGaps, typename T>
-HWY_INLINE void DeflateAndSquare(T* const* rows, const T* factors, const T* p, std::size_t n, double* sums) {
+HWY_INLINE void DeflateAndSquare(T* const* rows, const T* factors, int numAhead, const T* p, std::size_t n,
+                                 double* sums) {
   T* row[Rows];
   NarrowVec<T> factor[Rows];
   for (int r = 0; r < Rows; ++r) {
@@ -82,6 +87,7 @@ HWY_INLINE void DeflateAndSquare(T* const* rows, const T* factors, const T* p, s
   }
   std::size_t j = 0;
   for (; j + kLanes <= n; j += kLanes) {
+    if (j % kAccumulators == 0) Fetch<T>(rows + Rows, numAhead, j);
     const auto vp = hn::LoadU(Narrow<T>(), p + j);
     auto sum = hn::LoadU(Wide(), sums + j);
     for (int r = 0; r < Rows; ++r) {
@@ -111,9 +117,10 @@ HWY_INLINE void DeflateAndSquareAll(T* const* rows, const T* factors, int numRow
                                     double* sums) {
   int r = 0;
   for (; r + kRowsSquared <= numRows; r += kRowsSquared) {
-    DeflateAndSquare<kRowsSquared, HasGaps>(rows + r, factors + r, p, n, sums);
+    const int numAhead = std::min(kRowsSquared, numRows - r - kRowsSquared);
+    DeflateAndSquare<kRowsSquared, HasGaps>(rows + r, factors + r, numAhead, p, n, sums);
   }
-  for (; r < numRows; ++r) DeflateAndSquare<1, HasGaps>(rows + r, factors + r, p, n, sums);
+  for (; r < numRows; ++r) DeflateAndSquare<1, HasGaps>(rows + r, factors + r, 0, p, n, sums);
 }
 
 template <typename T>
