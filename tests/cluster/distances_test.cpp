@@ -96,33 +96,6 @@ TEST_P(Distances, AreThePlainOnesBitForBit) {
 INSTANTIATE_TEST_SUITE_P(EveryTarget, Distances, testing::ValuesIn(SimdTarget::GetAvailable()),
                          [](const auto& suite) { return suite.param; });
 
-TEST(ComputeDistances, SameAtAnyNumberOfThreads) {
-  const RestoreSettings restore;
-  const plain::Rows rows = plain::MadeRows(151, 5, 4, 0.1, 3);
-  plain::Pairs expected = plain::AllPairs(rows, false, true);
-  plain::SortPairs(expected);
-  for (const int threads : {1, 2, 3, 7, 200}) {
-    ThreadingControl::SetNumberOfProcessors(threads);
-    EXPECT_TRUE(SamePairs(Computed(rows, PairFunction::kSquaredDifference, Finish::kSquareRoot), expected)) << threads;
-  }
-}
-
-TEST(ComputeDistances, GoInOrderToAnyOutput) {
-  const plain::Rows rows = plain::MadeRows(71, 5, 0, 0.1, 4);
-  const DistanceRows prepared(plain::ToMatrix(rows));
-  PairList pairs;
-  InitDistancesThreadClass(std::back_inserter(pairs), &prepared, 1, 71, PairFunction::kSquaredDifference,
-                           Finish::kSquareRoot)();
-  EXPECT_TRUE(SamePairs(pairs, plain::AllPairs(rows, false, true)));
-}
-
-TEST(ComputeDistances, RowsWithoutACommonColumnAreNaNApart) {
-  const PairList pairs =
-      Computed({{1.0f, plain::kGap}, {plain::kGap, 2.0f}}, PairFunction::kSquaredDifference, Finish::kSquareRoot);
-  ASSERT_EQ(pairs.size(), 1u);
-  EXPECT_TRUE(std::isnan(pairs[0].distance));
-}
-
 TEST(DivideRowsAmongThreads, BoundsEndRangesOfAboutAsManyPairs) {
   EXPECT_THAT(Bounds(1, 10), ElementsAre(10));
   EXPECT_THAT(Bounds(2, 10), ElementsAre(4, 10));  // 9 + 8 + 7 of 45 pairs, the nearest to a half
@@ -137,14 +110,6 @@ TEST(DivideRowsAmongThreads, BoundsEndRangesOfAboutAsManyPairs) {
     EXPECT_NEAR(pairs / (65535.0 * 65534.0 / 2), 0.2, 1e-4);
     first = bound;
   }
-}
-
-TEST(NumberOfPairs, WrapsFrom46342RowsOn) {
-  EXPECT_EQ(NumberOfPairs(1), 0);
-  EXPECT_EQ(NumberOfPairs(46340), 1073674630);
-  EXPECT_EQ(NumberOfPairs(46341), 1073720970);  // the square wraps, and the difference wraps back
-  EXPECT_EQ(NumberOfPairs(46342), -1073716337);
-  EXPECT_EQ(NumberOfPairs(65535), -98303);
 }
 
 /// The message of the error that Init throws, behind its class.

@@ -234,25 +234,6 @@ void ExpectSameCells(const DendroGramNode& tree) {
   }
 }
 
-TEST(DendroGramNodeLister, LaysTheTreeOutInCells) {
-  const DendroGramPointer tree = Tree("(4 (2 9 2) 3+4+5)");
-  DendroGramNodeLister lister(*Tree("1"));
-  lister = DendroGramNodeLister(*tree);
-  EXPECT_EQ(lister.SizeRows(), 5);
-  EXPECT_EQ(lister.SizeCols(), 2);
-  EXPECT_EQ(lister.GetRowID(1), 9);
-  EXPECT_EQ(lister.GetRowID(5), 5);
-  EXPECT_TRUE(lister.IsBreak(2) && lister.IsBreak(5));
-  EXPECT_FALSE(lister.IsBreak(3));
-  EXPECT_EQ(lister.GetCellValue(2, 1), 2.0F);  // between rows 1 and 2
-  EXPECT_EQ(lister.GetCellBorders(2, 1), 3);
-  EXPECT_EQ(lister.GetCellValue(3, 2), 4.0F);  // between that and row 4
-  EXPECT_EQ(lister.GetCellBorders(3, 2), 3);
-  EXPECT_EQ(lister.GetCellBorders(4, 1), 1);  // a border and no value
-  EXPECT_EQ(lister.GetCellValue(4, 1), -99.0F);
-  EXPECT_EQ(lister.GetCellBorders(1, 1), 0);
-}
-
 TEST(DendroGramNodeLister, HasTheCellsOfThePlainRules) {
   std::mt19937 random(5);
   for (int leafs = 1; leafs <= 24; ++leafs) ExpectSameCells(*spelt::RandomTree(leafs, random));

@@ -83,40 +83,6 @@ ScriptedCalculator FiveRows() {
 }
 const char* const kFiveRows = "(4 (2.5 1 3) (2 5 (1 2 4)))";
 
-/// Keeps streams in a map.
-class MapSource : public VrStreamSource {
- public:
-  std::unique_ptr<std::istream> OpenInput(const std::string& name) override {
-    const auto found = kept.find(name);
-    if (found == kept.end()) return nullptr;
-    return std::make_unique<std::istringstream>(found->second);
-  }
-  std::unique_ptr<std::ostream> OpenOutput(const std::string& name) override {
-    if (isReadOnly) return nullptr;
-    return std::make_unique<KeptStream>(kept[name]);
-  }
-
-  std::map<std::string, std::string> kept;
-  bool isReadOnly = false;
-
- private:
-  class KeptStream : public std::ostringstream {
-   public:
-    explicit KeptStream(std::string& place) : place_(place) {}
-    ~KeptStream() override { place_ = str(); }
-
-   private:
-    std::string& place_;
-  };
-};
-
-TEST(GetDendroGram, JoinsWhatTheCalculatorNames) {
-  ScriptedCalculator calculator = FiveRows();
-  const DendroGramPointer tree(GetDendroGram(Rows(5), calculator, nullptr, nullptr));
-  EXPECT_EQ(Spell(*tree), kFiveRows);
-  EXPECT_EQ(calculator.inits, 1);
-}
-
 TEST(GetDendroGram, MakesALeafOfOneRowAndNothingOfNone) {
   ScriptedCalculator calculator({});
   const DendroGramPointer leaf(GetDendroGram(Rows(1), calculator, nullptr, nullptr));
@@ -222,54 +188,10 @@ TEST(GetDendroGram, ShowsHalfTheWayForDistancesAndHalfForEveryTenthMerge) {
   }
 }
 
-TEST(GetDendroGram, LeavesNothingBehindWhenTheCalculatorFails) {
-  if (!FailingAllocation::IsAvailable()) GTEST_SKIP();
-  const NCDataMatrix<float> data = Rows(5);
-  for (int k = 0; k <= 4; ++k) {
-    ScriptedCalculator calculator = FiveRows();
-    calculator.failsAt = k;
-    const long before = LiveAllocations();
-    EXPECT_ANY_THROW(GetDendroGram(data, calculator, nullptr, nullptr)) << k;
-    EXPECT_EQ(LiveAllocations(), before) << k;
-  }
-}
-
 TEST(CachedTrees, AreNamedByDataAndStrategy) {
   ScriptedCalculator calculator({});
   const NCDataMatrix<float> data = Matrix({{1, 2, 3}, {4, 5, kGap}});
   EXPECT_EQ(CachedDendroGramName(data, calculator), "Dendro_2_3_2cf034a7226fe2fcd154a50b6f037ccb");
-  MD5 digest;
-  digest.Update("a", 1);
-  digest.Update(std::string("bc"));
-  EXPECT_EQ(digest.GetDigest(), "");
-  digest.Finalize();
-  digest.Finalize();
-  EXPECT_EQ(digest.GetDigest(), "900150983cd24fb0d6963f7d28e17f72");  // RFC 1321, A.5
-}
-
-TEST(CachedTrees, AreFoundAgainWithoutTheCalculator) {
-  MapSource source;
-  ScriptedCalculator calculator = FiveRows();
-  const DendroGramPointer first(GetDendroGram(Rows(5), calculator, nullptr, &source));
-  const DendroGramPointer second(GetDendroGram(Rows(5), calculator, nullptr, &source));
-  EXPECT_EQ(calculator.inits, 1);
-  EXPECT_TRUE(*first == *second);
-  ASSERT_EQ(source.kept.size(), 1u);
-  EXPECT_EQ(source.kept.begin()->first, CachedDendroGramName(Rows(5), calculator));
-
-  std::string& kept = source.kept.begin()->second;
-  const std::string whole = kept;
-  kept[whole.size() - 3] ^= 1;
-  const DendroGramPointer third(GetDendroGram(Rows(5), calculator, nullptr, &source));
-  EXPECT_EQ(calculator.inits, 2);
-  EXPECT_TRUE(*first == *third);
-  EXPECT_EQ(kept, whole);  // mended
-
-  source.kept.clear();
-  source.isReadOnly = true;
-  const DendroGramPointer fourth(GetDendroGram(Rows(5), calculator, nullptr, &source));
-  EXPECT_TRUE(*first == *fourth);
-  EXPECT_EQ(source.kept.size(), 0u);
 }
 
 }  // namespace

@@ -311,24 +311,6 @@ TEST_F(Store, TellsOfAFullDiskWhenItReads) {
   EXPECT_EQ(ErrorOf([&] { cutOnce->Top(); }), "internal: MegaDistances::LoadNextSegment");
 }
 
-TEST_F(Store, TellsOfFilesThatCannotBeOpened) {
-  const Pairs pairs = WithPositions(Distances("half-normal", 1000));
-  const std::string file = "/proc/self/status";  // where no file can be made, whoever asks
-  for (const std::string& path : {folder_ + "/missing", file}) {
-    SetTemporaryDirectory(path);
-    const std::string error = ErrorOf([&] { Split(pairs, 50); });
-    EXPECT_THAT(error, StartsWith("The temporary file " + path + "/vor-"));
-    EXPECT_THAT(error, HasSubstr("clu could not be opened"));
-  }
-  SetTemporaryDirectory(folder_);
-  // Last, for the sanitizers open files themselves when they first look at an exception.
-  {
-    const Limited files(RLIMIT_NOFILE, OpenFiles() + 8);
-    EXPECT_THAT(ErrorOf([&] { Split(pairs, 50); }), StartsWith("The temporary file " + folder_ + "/vor-"));
-  }
-  ExpectNothingLeft();
-}
-
 /// The merges of single linkage, with this many bytes for the distances.
 std::vector<Merge> Merges(const plain::Rows& rows, std::uint64_t budget, NCProgress* progress = nullptr) {
   DistanceMemory::SetBudget(budget);
@@ -357,14 +339,6 @@ TEST_F(Fallback, GivesTheTreeOfMemory) {
     heard_.clear();
     ExpectNothingLeft();
   }
-}
-
-TEST_F(Fallback, GivesTheHeightsOfMemoryForTies) {
-  const plain::Rows rows = plain::MadeRows(150, 4, 5, 0.0, 6);
-  const std::vector<Merge> expected = plain::SingleLinkage(rows);
-  const std::vector<Merge> merges = Merges(rows, 60000);
-  EXPECT_EQ(heard_.size(), 1u);
-  for (std::size_t k = 0; k < merges.size(); ++k) EXPECT_EQ(merges[k].height, expected[k].height) << k;
 }
 
 TEST_F(Fallback, TellsTheUser) {
@@ -425,58 +399,6 @@ TEST_F(Fallback, HalvesTheBufferUntilItFitsTheBudget) {
     DistanceMemory::SetBudget(budget);
     EXPECT_EQ(DendroGram::detail::AllocateBuffer(pairs).size(), size) << pairs << " in " << budget;
   }
-}
-
-TEST_F(Fallback, BeginsAlsoWhereTheNumberOfPairsWraps) {
-  DistanceMemory::SetBudget(1 << 20);
-  Watch(1000);
-  std::unique_ptr<NCProgress> progress;
-  SingleLinkageDistanceCalculator calculator;
-  const NCDataMatrix<float> data(46342, 1, 0.0F);
-  EXPECT_EQ(ErrorOf([&] { calculator.Init(data, NewProgress(progress)); }), kAborted);
-  ASSERT_EQ(heard_.size(), 2u);
-  EXPECT_THAT(heard_[1], HasSubstr("(N=46342)"));
-}
-
-TEST_F(Fallback, LeavesNothingWhereverItIsBroken) {
-  const plain::Rows rows = plain::MadeRows(12, 3, 0, 0.0, 8);
-  const std::vector<Merge> expected = plain::SingleLinkage(rows);
-  bool isDone = false;
-  int k = 1;
-  for (; !isDone; ++k) {
-    const auto watcher = Watch(k);
-    std::unique_ptr<NCProgress> owner;
-    NCProgress* const progress = NewProgress(owner);
-    const std::string error = ErrorOf([&] {
-      EXPECT_EQ(Merges(rows, 200, progress), expected);
-      isDone = true;
-    });
-    EXPECT_EQ(error, isDone ? "" : kAborted) << k;
-    EXPECT_FALSE(watcher->sawFile) << k;  // so that killing it leaves nothing either
-    ExpectNothingLeft();
-    progress->ClearCancel();
-    EXPECT_FALSE(progress->PopSubRange());  // nothing is left pushed
-    ASSERT_LT(k, 10000);
-  }
-  EXPECT_GT(k, 50);
-}
-
-TEST_F(Fallback, IsSharedByCopiesAndVanishesWithTheLast) {
-  DistanceMemory::SetBudget(600);
-  const plain::Rows rows = plain::MadeRows(40, 3, 0, 0.0, 8);
-  const std::vector<Merge> expected = plain::SingleLinkage(rows);
-  SingleLinkageDistanceCalculator copy;
-  {
-    SingleLinkageDistanceCalculator calculator;
-    calculator.Init(plain::ToMatrix(rows), nullptr);
-    copy = calculator;
-  }
-  EXPECT_GT(OpenFiles(), 5u);
-  Merge merge{};
-  for (int k = 0; k < 10; ++k) merge.height = copy.FindNearestAndMerge(merge.first, merge.second);
-  EXPECT_EQ(merge, expected[9]);
-  copy = SingleLinkageDistanceCalculator();
-  ExpectNothingLeft();
 }
 
 }  // namespace

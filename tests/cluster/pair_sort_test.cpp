@@ -103,19 +103,6 @@ TEST(PairSort, WhatWasReachedStandsAsTheWholeSortLeavesIt) {
   }
 }
 
-TEST(PairSort, FinishesFromAnyPoint) {
-  for (const auto& [name, distances] : Cases()) {
-    Pairs expected = Numbered(distances);
-    plain::SortPairs(expected);
-    const Pairs pairs = Numbered(distances);
-    PairList list(pairs.begin(), pairs.end());
-    PairSort sort(list.size());
-    sort.ReachLast(list);
-    sort.Finish(list);
-    EXPECT_TRUE(std::equal(list.begin(), list.end(), expected.begin(), expected.end(), Same)) << name;
-  }
-}
-
 TEST(PairSort, AdversaryReachesTheHeapSort) {
   Pairs pairs = Numbered(Adversarial(3000));
   plain::Sort<DistanceAndIndex, bool (*)(const DistanceAndIndex&, const DistanceAndIndex&)> sort(plain::IsBefore);
@@ -130,23 +117,6 @@ TEST(PairSort, SortsOnlyWhatIsAskedFor) {
   PairSort sort(list.size());
   sort.ReachLast(list);
   EXPECT_FALSE(std::is_sorted(list.begin(), list.begin() + 50000, plain::IsBefore));
-}
-
-TEST(PairSort, BreakIsSeenWhereverTheSortGoesOn) {
-  const auto distances = Made(5000, [](std::size_t i) { return static_cast<float>(i * 7919 % 5003); });
-  const Pairs pairs = Numbered(distances);
-  PairList list(pairs.begin(), pairs.end());
-  NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
-  PairSort sort(list.size(), &progress);
-  sort.ReachLast(list);
-  progress.RequestCancel();
-  try {
-    sort.Finish(list);
-    FAIL() << "no break";
-  } catch (const NCError& error) {
-    EXPECT_STREQ(error.what(), "Cluster analysis aborted.");
-    EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
-  }
 }
 
 /// Cancels at its k-th poll.

@@ -227,10 +227,10 @@ class Ward {
     for (DistanceAndIndex& x : tail) x.distance = Updated(x);
     SortPairs(tail);
     const bool isWhole = boundary == pairs_.begin();
-    const float fence = isWhole ? std::numeric_limits<float>::max() : boundary[-1].distance;
+    const float fence = isWhole ? 0.0f : boundary[-1].distance;
     pairs_.erase(boundary, pairs_.end());
     std::size_t above = 0;
-    while (above < tail.size() && tail[above].distance > fence) ++above;
+    while (!isWhole && above < tail.size() && tail[above].distance > fence) ++above;
     for (std::size_t k = above; k-- > 0;) {
       auto place = pairs_.end();
       while (place != pairs_.begin() && tail[k].distance > place[-1].distance) --place;

@@ -85,22 +85,6 @@ TEST(TreeStream, TheGoldenFileIsReadAndWrittenAgain) {
   EXPECT_EQ(Written(*read), bytes);
 }
 
-TEST(TreeStream, RefusesEveryPrefixAndEveryFlippedBit) {
-  const std::string bytes = Stored(kNodes);
-  const std::size_t header = stored::Headers("Dendro", 1).All().size();
-  const auto expectRefused = [&](const std::string& damaged, std::size_t at) {
-    const DendroGramPointer read = Tree("(5 5 6)");
-    EXPECT_FALSE(Read(damaged, *read)) << at;
-    EXPECT_EQ(Spell(*read), at < header ? "(5 5 6)" : "") << at;
-  };
-  for (std::size_t length = 0; length < bytes.size(); ++length) expectRefused(bytes.substr(0, length), length);
-  for (std::size_t bit = 0; bit < 8 * bytes.size(); ++bit) {
-    std::string damaged = bytes;
-    damaged[bit / 8] = static_cast<char>(damaged[bit / 8] ^ 1 << bit % 8);
-    expectRefused(damaged, bit / 8);
-  }
-}
-
 TEST(TreeStream, RefusesWhatIsNoTreeAndTakesNoMemoryForIt) {
   constexpr std::size_t kBuffer = 65536;  // of a directory
   const Bytes leaf = Leaf({1});

@@ -53,27 +53,6 @@ const DendroGramNode& At(const DendroGramNode& root, const std::string& path) {
   return *node;
 }
 
-TEST(DendroGramNode, KnowsWhatItHolds) {
-  const DendroGramPointer tree = Tree("(2.5 4+3+7 (1 1 2))");
-  EXPECT_EQ(Spell(*tree), "(2.5 3+4+7 (1 1 2))");
-  EXPECT_FALSE(tree->IsLeaf());
-  EXPECT_EQ(tree->SizeLeafs(), 3);
-  EXPECT_EQ(tree->SizeItems(), 0);
-  EXPECT_EQ(tree->Items(), nullptr);
-  EXPECT_EQ(tree->GetParent(), nullptr);
-  ExpectSound(*tree);
-  const DendroGramNode& leaf = At(*tree, "l");
-  EXPECT_EQ(leaf.SizeLeafs(), 1);
-  EXPECT_EQ(leaf.SizeItems(), 3);
-  EXPECT_EQ(leaf.Height(), 0.0F);
-  EXPECT_EQ(leaf.GetLeft(), nullptr);
-  EXPECT_FLOAT_EQ(tree->GetXOffset(), 0.5F * (0.5F / 3 + 2.0F / 3));
-  std::list<int> rows = {9};
-  tree->GetLeafs(rows);
-  EXPECT_THAT(rows, ElementsAre(9, 3, 4, 7, 1, 2));
-  EXPECT_EQ(Spell(*DendroGramPointer(new DendroGramNode())), "");
-}
-
 TEST(DendroGramNode, ReordersItsChildren) {
   struct Case {
     void (DendroGramNode::*reorder)() const;

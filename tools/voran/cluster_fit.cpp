@@ -19,6 +19,7 @@
 #include "voran/cluster/distance_and_index.h"
 #include "voran/cluster/distance_memory.h"
 #include "voran/cluster/single_linkage_distance_calculator.h"
+#include "voran/platform/nc_error.h"
 
 namespace tool {
 namespace {
@@ -38,11 +39,11 @@ void RefuseSize(const std::string& source, std::size_t rows, const ClusterSettin
                   fmt::format("{}: {} are more than can be clustered, which are {}; leave out rows", source,
                               Counted(rows, "row"), kMostClusterRows));
   }
-  if (settings.ward && rows > kMostWardRows) {
+  if (settings.ward && rows > kMostRowsInMemory) {
     throw Failure(ExitCode::kComputationFailed,
                   fmt::format("{}: {} are more than Ward's method can cluster, which are {}; leave out rows, or "
                               "take --method single",
-                              source, Counted(rows, "row"), kMostWardRows));
+                              source, Counted(rows, "row"), kMostRowsInMemory));
   }
   if (settings.groups && *settings.groups > rows) {
     throw WrongUse(fmt::format("--groups: {} of {} cannot make {}", Counted(rows, "row"), source,
@@ -62,6 +63,10 @@ Failure NoMemory(const std::string& source, std::size_t rows, const ClusterSetti
                              settings.ward ? ", and --method single can keep them on disk" : ""));
 }
 
+std::string FullDiskHint() {
+  return fmt::format("; is the disk full where temporary files are kept ({})?", TemporaryFolder());
+}
+
 Failure FailureWhy(const NCError& error, const Table& table, const NCDataMatrix<float>& x, NCProgress* progress) {
   const std::string gaps = GapHint(x, table.rowIds);
   if (!gaps.empty()) {
@@ -69,9 +74,9 @@ Failure FailureWhy(const NCError& error, const Table& table, const NCDataMatrix<
     return failure.Code() == ExitCode::kCancelled ? failure : BadData(failure.what());
   }
   if (const auto hint = TemporaryFileHint(error)) return FailureOf(error, table.source, progress, *hint);
-  const bool isOnDisk = DistanceBytes(table.rowIds.size()) > DendroGram::DistanceMemory::GetBudget();
-  const std::string hint = fmt::format("; is the disk full where temporary files are kept ({})?", TemporaryFolder());
-  return FailureOf(error, table.source, progress, isOnDisk ? hint : "");
+  const std::size_t rows = table.rowIds.size();
+  const bool isOnDisk = rows > kMostRowsInMemory || DistanceBytes(rows) > DendroGram::DistanceMemory::GetBudget();
+  return FailureOf(error, table.source, progress, isOnDisk ? FullDiskHint() : "");
 }
 
 DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, const ClusterSettings& settings,
@@ -84,6 +89,9 @@ DendroGramPointer GrowTree(const Table& table, const NCDataMatrix<float>& x, con
     throw NoMemory(table.source, table.rowIds.size(), settings);
   } catch (const NCError& error) {
     throw FailureWhy(error, table, x, progress);
+  } catch (const NCInternalError&) {  // of a range on disk that is shorter than what was written
+    throw Failure(ExitCode::kComputationFailed,
+                  fmt::format("{}: distances kept on disk cannot be read again{}", table.source, FullDiskHint()));
   }
 }
 

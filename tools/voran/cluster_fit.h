@@ -21,7 +21,7 @@ class TreeCache;
 /// More rows than this the library cannot cluster.
 constexpr std::size_t kMostClusterRows = 65535;
 /// And more than this not by Ward's method: it counts the pairs in 32 bits.
-constexpr std::size_t kMostWardRows = 46341;
+constexpr std::size_t kMostRowsInMemory = 46341;
 
 struct ClusterSettings {
   /// What height Ward's method gives a merge; nothing means single linkage.

@@ -127,8 +127,8 @@ PairSort ComputeDistances(const NCDataMatrix<float>& data, NCProgress* progress,
                 finish);
   SetValue(progress, 2.0f);
   SetText(progress, voran::detail::TranslateText("Sorting"));
-  PairSort sort(pairs.size(), progress);
-  sort.ReachLast(pairs);
+  PairSort sort(pairs.size());
+  sort.ReachLast(pairs, progress);
   SetValue(progress, 3.0f);
   return sort;
 }

@@ -17,7 +17,7 @@ bool HasGaps(const NCDataMatrix<float>& data) {
 DistanceRows::DistanceRows(const NCDataMatrix<float>& data)
     : rows_(static_cast<std::size_t>(data.SizeRows())),
       columns_(static_cast<std::size_t>(data.SizeColumns())),
-      hasGaps_(HasGaps(data)),
+      hasGaps_(columns_ == 0 || HasGaps(data)),  // without columns, too, the factor is not 1
       // There are elements to point to even where there is no column.
       blocks_((rows_ + kRowsOfBlock - 1) / kRowsOfBlock * kRowsOfBlock * std::max<std::size_t>(columns_, 1)) {
   byRow_.reserve(rows_ * columns_);

@@ -207,7 +207,7 @@ void HeapSort(DistanceAndIndex* first, std::size_t n, BreakPoll& poll) {
 
 }  // namespace
 
-PairSort::PairSort(std::size_t size, NCProgress* progress) : progress_(progress) {
+PairSort::PairSort(std::size_t size) {
   if (size > 1) pending_.push_back({0, size, size});
 }
 
@@ -230,24 +230,24 @@ SortStep SortOneStep(PairList& pairs, const SortRange& range, NCProgress* progre
   return {range.begin, range.end, 0};
 }
 
-void PairSort::Step(PairList& pairs) {
+void PairSort::Step(PairList& pairs, NCProgress* progress) {
   const SortRange range = pending_.back();
-  const SortStep done = SortOneStep(pairs, range, progress_);
+  const SortStep done = SortOneStep(pairs, range, progress);
   pending_.pop_back();
   if (done.begin > range.begin) pending_.push_back({range.begin, done.begin, done.budget});
   if (done.end < range.end) pending_.push_back({done.end, range.end, done.budget});
 }
 
-void PairSort::ReachLast(PairList& pairs) {
-  while (!IsReached(pairs.size())) Step(pairs);
+void PairSort::ReachLast(PairList& pairs, NCProgress* progress) {
+  while (!IsReached(pairs.size())) Step(pairs, progress);
 }
 
 void PairSort::Finish(PairList& pairs) {
-  while (!pending_.empty()) Step(pairs);
+  while (!pending_.empty()) Step(pairs, nullptr);
 }
 
-void SortPairs(PairList& pairs, NCProgress* progress) {
-  PairSort(pairs.size(), progress).Finish(pairs);
+void SortPairs(PairList& pairs) {
+  PairSort(pairs.size()).Finish(pairs);
 }
 
 }  // namespace detail

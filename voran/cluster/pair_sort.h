@@ -56,14 +56,14 @@ SortStep SortOneStep(PairList& pairs, const SortRange& range, NCProgress* progre
 class PairSort {
  public:
   PairSort() = default;
-  /// Of a list of `size` elements, none of which is in its place yet. A break of `progress`, if not null, throws
-  /// NCError out of the functions below.
-  explicit PairSort(std::size_t size, NCProgress* progress = nullptr);
+  /// Of a list of `size` elements, none of which is in its place yet.
+  explicit PairSort(std::size_t size);
 
   /// Whether the last of `size` elements is in its place.
   bool IsReached(std::size_t size) const { return pending_.empty() || pending_.back().end < size; }
-  /// Sorts until the last element of the list is in its place. Elements behind may have been taken away.
-  void ReachLast(PairList& pairs);
+  /// Sorts until the last element of the list is in its place. Elements behind may have been taken away. A break of
+  /// `progress`, if not null, throws NCError; the sort may then go on where it stands.
+  void ReachLast(PairList& pairs, NCProgress* progress = nullptr);
   /// As above, but takes a range all of whose elements are useless away from the end of the list, unless it is all that
   /// is left: not worth sorting.
   template <class IsUseless>
@@ -74,7 +74,7 @@ class PairSort {
         pairs.erase(begin, pairs.end());
         pending_.pop_back();
       } else {
-        Step(pairs);
+        Step(pairs, nullptr);
       }
     }
   }
@@ -86,14 +86,13 @@ class PairSort {
 
  private:
   /// One step of the sort on the last unsorted range.
-  void Step(PairList& pairs);
+  void Step(PairList& pairs, NCProgress* progress);
 
   std::vector<SortRange> pending_;  ///< from front to end; all elements that are in none are in their places
-  NCProgress* progress_ = nullptr;
 };
 
 /// Sorts everything, as described above.
-void SortPairs(PairList& pairs, NCProgress* progress);
+void SortPairs(PairList& pairs);
 
 }  // namespace detail
 }  // namespace DendroGram

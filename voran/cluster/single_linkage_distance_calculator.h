@@ -23,7 +23,8 @@ class MegaDistances;
 /// bytes a pair; distances beyond those that merging reaches are not sorted. Where memory does not suffice they go to
 /// disk (see MegaDistances and DistanceMemory); then the order of equal ones depends on the memory that there was.
 ///
-/// `progress` is asked for a break by Init and by FindNearestAndMerge, and must outlive both.
+/// Init asks `progress` for a break. With distances on disk FindNearestAndMerge does so too, and `progress` must
+/// outlive the calculator.
 class VORAN_EXPORT SingleLinkageDistanceCalculator : public ClusterDistanceCalculator {
  public:
   SingleLinkageDistanceCalculator();

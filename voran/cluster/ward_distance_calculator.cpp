@@ -23,7 +23,7 @@ void WardDistanceCalculator::Init(const NCDataMatrix<float>& data, NCProgress* p
     sort = detail::ComputeDistances(data, progress, pairs, detail::PairFunction::kHalfSquaredDifference,
                                     isRoot ? detail::Finish::kSquareRoot : detail::Finish::kIdentity);
   }
-  pairs_ = detail::WardPairList(std::move(pairs), sort, progress, data.SizeRows());
+  pairs_ = detail::WardPairList(std::move(pairs), sort, data.SizeRows());
   clusters_ = detail::ClusterSums(data);
   positions_.resize(static_cast<std::size_t>(data.SizeRows()));
   std::iota(positions_.begin(), positions_.end(), 0);
@@ -53,9 +53,9 @@ void WardDistanceCalculator::RefreshTail() {
     tail.push_back({pair.distance, pair.first, pair.second});
     UpdateDistance(tail.back());
   }
-  detail::SortPairs(tail, nullptr);
+  detail::SortPairs(tail);
   detail::WardPairList::Pair fence{};
-  const float limit = pairs_.FindLast(fence) ? fence.distance : std::numeric_limits<float>::max();
+  const float limit = pairs_.FindLast(fence) ? fence.distance : std::numeric_limits<float>::infinity();
   const auto end = std::partition_point(tail.begin(), tail.end(), [&](const auto& x) { return x.distance > limit; });
   const auto current = [this](const DistanceAndIndex& x) {
     return detail::WardPairList::Pair{x.distance, x.first, x.second, pairs_.NumMerges()};

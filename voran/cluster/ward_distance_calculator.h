@@ -29,8 +29,8 @@ enum class DistanceType : std::int32_t {
 /// Where rows have gaps, the first distance of two rows is scaled up from the columns that both have, one that is
 /// formed anew from what each cluster has in a column: with no gaps the two agree but for rounding.
 ///
-/// Takes 12 bytes for each pair of rows, and up to two thirds more while pairs move. `progress` is asked for a break by
-/// Init and by FindNearestAndMerge, and must outlive both.
+/// Takes 12 bytes for each pair of rows, and up to two thirds more while pairs move. Init alone asks
+/// `progress` for a break.
 class VORAN_EXPORT WardDistanceCalculator : public ClusterDistanceCalculator {
  public:
   explicit WardDistanceCalculator(DistanceType distanceType);

@@ -23,12 +23,11 @@ float BoundWith(float bound, float distance) {
 
 }  // namespace
 
-WardPairList::WardPairList(PairList pairs, const PairSort& sort, NCProgress* progress, int rows)
+WardPairList::WardPairList(PairList pairs, const PairSort& sort, int rows)
     : initial_(std::move(pairs)),
       hasNaN_(
           std::any_of(initial_.begin(), initial_.end(), [](const auto& pair) { return std::isnan(pair.distance); })),
-      lastMerge_(static_cast<std::size_t>(rows)),
-      progress_(progress) {
+      lastMerge_(static_cast<std::size_t>(rows)) {
   Group all{kUnknown, {}};
   std::size_t sorted = 0;
   for (const SortRange& range : sort.GetPending()) {
@@ -165,7 +164,7 @@ void WardPairList::LowerBound(Block& block) {
 void WardPairList::SortBlock(std::size_t g, std::size_t b) {
   std::vector<Block>& blocks = groups_[g].blocks;
   const SortRange range = blocks[b].initial;
-  const SortStep done = SortOneStep(initial_, range, progress_);
+  const SortStep done = SortOneStep(initial_, range, nullptr);
   const float pivot = BoundWith(kNothing, initial_[done.begin].distance);
   std::vector<Block> parts;
   if (range.begin < done.begin) {

@@ -5,7 +5,6 @@
 
 #include "voran/cluster/distance_and_index.h"
 #include "voran/cluster/pair_sort.h"
-#include "voran/platform/progress.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -32,9 +31,8 @@ class WardPairList {
   };
 
   WardPairList() = default;
-  /// From pairs of single rows, to be sorted as `sort` has begun. A break of `progress`, if not null, throws NCError
-  /// out of the functions below.
-  WardPairList(PairList pairs, const PairSort& sort, NCProgress* progress, int rows);
+  /// From pairs of single rows, to be sorted as `sort` has begun.
+  WardPairList(PairList pairs, const PairSort& sort, int rows);
 
   /// Takes the stale pairs behind the last valid one off the end, in their order.
   std::vector<Pair> TakeStaleTail();
@@ -92,7 +90,6 @@ class WardPairList {
   std::vector<Group> groups_;
   std::vector<int> lastMerge_;  ///< of each cluster, 0 before the first; kNever for one that is gone
   int merges_ = 0;
-  NCProgress* progress_ = nullptr;
 };
 
 }  // namespace detail
