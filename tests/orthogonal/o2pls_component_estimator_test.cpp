@@ -167,10 +167,11 @@ TEST_F(O2plsEstimator, UnrelatedBlocksShareNothing) {
 
 TEST_F(O2plsEstimator, AFixedNumberIsKept) {
   const Blocks data = MadeBlocks({.joint = 1}, 0.05, 4);
-  const Estimator two(&data.x, &data.y, 7, nullptr, 2);
-  EXPECT_EQ(two.GetNumberOfPredictiveComponents(), 2);
-  EXPECT_EQ(Verdicts(two), (std::vector<int>{SignificanceE::kR1, SignificanceE::kNS}));
-  EXPECT_EQ(two.GetR2X().Size(), 2);
+  const Estimator three(&data.x, &data.y, 7, nullptr, 3);
+  EXPECT_EQ(three.GetNumberOfPredictiveComponents(), 3);
+  EXPECT_EQ(Verdicts(three), (std::vector<int>{SignificanceE::kR1, SignificanceE::kNS, SignificanceE::kR1}))
+      << "one that adds nothing does not end it";
+  EXPECT_EQ(three.GetR2X().Size(), 3);
   const Estimator none(&data.x, &data.y, 7, nullptr, 0);
   EXPECT_EQ(none.GetNumberOfPredictiveComponents(), 0);
   EXPECT_EQ(none.GetQ2().Size(), 0);

@@ -84,44 +84,6 @@ TEST_F(O2plsPrediction, EqualsThePlainAlgorithmInBothDirections) {
   }
 }
 
-TEST_F(O2plsPrediction, RowsOfTheFitGetTheirScores) {
-  const NCO2PLSYPred y(&data.x, &model, 0);
-  ExpectNear(y.GetT(), ToPlain(model.GetT()), kRounding);
-  ExpectNear(y.GetTo(), ToPlain(model.GetTo()), kRounding);
-  const NCO2PLSXPred x(&data.y, &model, 0);
-  ExpectNear(x.GetU(), ToPlain(model.GetU()), kRounding);
-  ExpectNear(x.GetUo(), ToPlain(model.GetUo()), kRounding);
-}
-
-TEST_F(O2plsPrediction, ARowDoesNotDependOnTheOthers) {
-  const NCO2PLSYPred all(&data.x, &model, 0);
-  const FloatMatrix row = data.x.GetRowSubMatrix(7, 7);
-  const NCO2PLSYPred one(&row, &model, 0);
-  EXPECT_TRUE(one.GetYPred()[1] == all.GetYPred()[7]);
-  EXPECT_EQ(one.GetT()[2][1], all.GetT()[2][7]);
-  EXPECT_EQ(one.GetTo()[2][1], all.GetTo()[2][7]);
-}
-
-TEST_F(O2plsPrediction, StoredMatricesPredictAsTheModel) {
-  const NCO2PLSYPred y(data.x, model.GetP(), model.GetW(), model.GetQ(), model.GetWo(), model.GetPo(), model.GetS(),
-                       model.GetLambda(), model.SizeYColumns(), 1);
-  const NCO2PLSYPred yOfModel(&data.x, &model, 1);
-  ExpectSame({y.GetYPred(), y.GetT(), y.GetTo()}, {yOfModel.GetYPred(), yOfModel.GetT(), yOfModel.GetTo()});
-  const NCO2PLSXPred x(data.y, model.GetQ(), model.GetC(), model.GetP(), model.GetCo(), model.GetQo(), model.GetR(),
-                       model.GetXLambda(), model.SizeXColumns(), 1);
-  const NCO2PLSXPred xOfModel(&data.y, &model, 1);
-  ExpectSame({x.GetXPred(), x.GetU(), x.GetUo()}, {xOfModel.GetXPred(), xOfModel.GetU(), xOfModel.GetUo()});
-}
-
-TEST_F(O2plsPrediction, WithoutOrthogonalComponentsTheInnerRelationIsAll) {
-  model.Fit(2, 0, 0);
-  const NCO2PLSYPred y(&data.x, &model, 0);
-  EXPECT_EQ(y.GetTo().SizeRows(), 0);
-  ExpectNear(y.GetYPred(), Predict(ToY(), ToPlain(data.x), 2, 2).target, kRounding);
-  model.Fit(0, 0, 0);
-  EXPECT_TRUE(NCO2PLSYPred(&data.x, &model, 0).GetYPred() == FloatMatrix(40, 8, 0.0f));
-}
-
 TEST_F(O2plsPrediction, AnOrthogonalComponentOfNothingEndsTheOrthogonalShare) {
   FloatMatrix wo = model.GetWo();
   for (int j = 1; j <= wo.SizeColumns(); ++j) wo(1, j, j == 1 ? 1.0f : 0.0f);

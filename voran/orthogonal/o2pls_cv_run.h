@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "voran/containers/data_matrix.h"
@@ -38,9 +40,9 @@ class CvProgress {
   void Pop() {
     if (progress_ != nullptr) progress_->PopSubRange();
   }
-  /// By any thread.
+  bool IsStopAsked() const { return progress_ != nullptr && progress_->IsBreakPressed(); }
   void StopIfAsked() const {
-    if (progress_ != nullptr && progress_->IsBreakPressed()) throw CancelException();
+    if (IsStopAsked()) throw CancelException();
   }
 
  private:
@@ -74,11 +76,15 @@ struct O2PLSRun {
   O2PLSRun(const NCDataMatrix<float>& X, const NCDataMatrix<float>& Y, const NCIntegralVector<int, -99>& groups,
            int iterations, const O2PLSCounts& askedFor, CvProgress display);
 
-  /// Calls work(g) for each group, several at a time, unless the user has broken off.
+  /// Calls work(g) for each group, several at a time, unless the user has broken off. The caller's thread, which has a
+  /// part in the work, asks that for all: the display is the host's, and no other thread may turn up in it.
   template <class Work>
   void ForEach(const Work& work) const {
+    const std::thread::id caller = std::this_thread::get_id();
+    std::atomic<bool> isStopped = false;
     ForEachGroup(static_cast<int>(data.size()), [&](std::size_t g) {
-      progress.StopIfAsked();
+      if (std::this_thread::get_id() == caller && progress.IsStopAsked()) isStopped = true;
+      if (isStopped) throw CancelException();
       work(g);
     });
   }
