@@ -26,6 +26,8 @@ using Order = Derivator::PolynomialOrder;
 constexpr auto kQuadratic = Order::kQuadratic;
 constexpr auto kCubic = Order::kCubic;
 constexpr float kGap = -99.0f;
+/// Of values up to some 30, rounded to float, which four elements of an edge extrapolate.
+constexpr double kTolerance = 1e-4;
 
 /// A polynomial and its derivatives about the middle of `n` elements that are `step` apart.
 std::vector<float> Polynomial(const std::array<double, 4>& c, int n, int derivative, double step) {
@@ -81,7 +83,7 @@ TEST(Derivates, APolynomialOfTheDegreeIsReproducedThroughGaps) {
           for (const std::size_t gap : gaps) values[gap] = kGap;
           for (const bool edges : {true, false}) {
             const Vec result = Derived(derivator, Vector(values), derivative, static_cast<float>(step), edges);
-            ExpectNear(result, expected, edges ? 0 : window / 2, 2e-4 * std::pow(4.0, derivative));
+            ExpectNear(result, expected, edges ? 0 : window / 2, kTolerance * std::pow(4.0, derivative));
             EXPECT_EQ(result.GetNumMisVal(), edges ? 0 : window / 2 * 2);
           }
         }

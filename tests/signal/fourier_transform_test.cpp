@@ -110,32 +110,4 @@ TEST(FourierTransform, HasTheSameBitsHoweverManyThreadsShareIt) {
   ThreadingControl::Reset();
 }
 
-TEST(FourierTransform, IsTheSumOfItsDefinition) {
-  for (std::size_t n = 1; n <= 512; n *= 2) {
-    const Parts x = RandomParts(n);
-    const Parts z = Transformed(x, false);
-    for (std::size_t k = 0; k < n; ++k) {
-      std::complex<double> sum;
-      for (std::size_t j = 0; j < n; ++j) {
-        const double angle = 2.0 * 3.141592653589793 * static_cast<double>(j * k % n) / static_cast<double>(n);
-        sum += std::complex<double>(x.re[j], x.im[j]) * std::polar(1.0, angle);
-      }
-      EXPECT_NEAR(z.re[k], sum.real(), 2e-6 * std::sqrt(n)) << n << ", " << k;
-      EXPECT_NEAR(z.im[k], sum.imag(), 2e-6 * std::sqrt(n)) << n << ", " << k;
-    }
-  }
-}
-
-TEST(FourierTransform, CorrelationPairsALagAheadOfTheSecondSeries) {
-  for (std::size_t n = 1; n <= 256; n *= 2) {
-    const Parts x = RandomParts(n);
-    const auto correlation = detail::Correlation(x.re.data(), x.im.data(), n);
-    for (std::size_t k = 0; k < n; ++k) {
-      double sum = 0.0;
-      for (std::size_t l = 0; l < n; ++l) sum += static_cast<double>(x.re[(l + k) % n] * x.im[l]);
-      EXPECT_NEAR(correlation[k], sum, 3e-6 * std::sqrt(n)) << n << ", lag " << k;
-    }
-  }
-}
-
 }  // namespace

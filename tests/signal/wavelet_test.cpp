@@ -316,17 +316,6 @@ TEST(Wavelets, PaddingReturnsToTheFirstValue) {
   EXPECT_THAT(padded({1, 5, 9}, 2), ElementsAre(1, 5, 9));
 }
 
-TEST(Wavelets, GapsAreFilledOnStraightLines) {
-  Values x;
-  for (int i = 0; i < 21; ++i) x.push_back(0.5f * static_cast<float>(i));
-  const Vec whole = Vector(x);
-  const Function f{Type::kSymmlet, 2};
-  for (const bool pad : {false, true}) {
-    const VecPtr expected = Forward(whole, f, pad, Detrend::kMean);
-    EXPECT_EQ(Elements(*Forward(WithGaps(x, 1, 2), f, pad, Detrend::kMean)), Elements(*expected));
-  }
-}
-
 TEST(Wavelets, WhatCannotBeTransformedGivesNull) {
   const Function f{Type::kDaubechies, 1};
   const Filters filters(Wavelet::GetDecompositionFilter(f.type, f.order));
@@ -414,11 +403,6 @@ struct Access : Wavelet {
   using Wavelet::SubForwardTransform;
   using Wavelet::SubForwardTransFormBestBasis;
 };
-
-TEST(BestBasis, NodesAreCountedLevelByLevel) {
-  EXPECT_THAT((std::vector<int>{Wavelet::Node(1, 1), Wavelet::Node(2, 1), Wavelet::Node(2, 2), Wavelet::Node(4, 8)}),
-              ElementsAre(1, 2, 3, 15));
-}
 
 TEST(BestBasis, EntropyIsThatOfTheSharesOfEnergy) {
   const Vec v{3, 0, -4, 2};

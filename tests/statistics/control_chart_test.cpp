@@ -46,17 +46,6 @@ TEST(ControlChart, MeanAndRangeLimitsAreThoseWorkedByHand) {
   EXPECT_NEAR(chart.GetStdDevIndividual(), std::sqrt(18.25 / 11.0), kFloat);
 }
 
-TEST(ControlChart, MeanAndStdDevLimitsAreThoseWorkedByHand) {
-  const ControlChart chart = Chart(ControlChart::kMeanStdDev);
-  EXPECT_THAT(chart.GetStdDevVector(), ElementsAre(1, 2, 0, FloatNear(1.7320508F, 1e-6F)));
-  EXPECT_NEAR(chart.GetStdDevMean(), kMeanStdDev, kFloat);
-  EXPECT_NEAR(chart.GetStdDevUCL(), 2.568 * kMeanStdDev, kFloat);
-  EXPECT_EQ(chart.GetStdDevLCL(), 0.0);
-  EXPECT_NEAR(chart.GetMeanUCL(), 6.25 + 1.954 * kMeanStdDev, kFloat);
-  EXPECT_NEAR(chart.GetMeanLCL(), 6.25 - 1.954 * kMeanStdDev, kFloat);
-  EXPECT_NEAR(chart.GetStdDevProcess(), kMeanStdDev / 0.8862, kFloat);
-}
-
 /// The factors follow from the normal distribution: A3 = 3 / (c4 sqrt(n)), B4 = 2 - B3 = 1 + 3 sqrt(1 - c4^2) / c4,
 /// A2 = 3 / (d2 sqrt(n)) and D4 = 2 - D3, up to the rounding of the tables.
 TEST(ControlChart, ConstantsFitTogetherAtEverySize) {

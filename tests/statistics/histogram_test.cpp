@@ -97,26 +97,6 @@ TEST(Histogram, EqualValuesAndNoneHaveOneBin) {
   EXPECT_THAT(Histogram(Vector()).Frequencies, ElementsAre(0));
 }
 
-TEST(Histogram, EveryValueIsCountedNearItsBin) {
-  std::mt19937 random(3);
-  for (int repeat = 0; repeat < 300; ++repeat) {
-    const float sigma = std::pow(10.0F, static_cast<float>(repeat % 7) - 3.0F);
-    std::normal_distribution<float> normal(sigma * static_cast<float>(repeat % 11), sigma);
-    Vector values(1 + repeat);
-    for (int i = 1; i <= values.Size(); ++i) values(i, normal(random));
-    const auto info = Histogram(values);
-    const float width = info.BinCenters.Size() > 1 ? info.BinCenters[2] - info.BinCenters[1] : 1.0F;
-    int counted = 0;
-    for (int bin = 1; bin <= info.BinCenters.Size(); ++bin) {
-      const auto& members = info.Members[static_cast<std::size_t>(bin) - 1];
-      counted += static_cast<int>(members.size());
-      ASSERT_EQ(info.Frequencies[bin], static_cast<float>(members.size()));
-      for (const int i : members) ASSERT_LE(std::fabs(values[i] - info.BinCenters[bin]), 0.51F * width) << repeat;
-    }
-    ASSERT_EQ(counted, values.Size());
-  }
-}
-
 TEST(Histogram, NumbersThatAreNoneLeaveTheBinsSound) {
   const float infinity = std::numeric_limits<float>::infinity();
   const float nan = std::numeric_limits<float>::quiet_NaN();

@@ -49,28 +49,6 @@ TEST(Roc, StepsThroughTheDistinctValuesInEitherOrder) {
   EXPECT_NEAR(down.Area() + up.Area(), 1.0F, 1e-6F);
 }
 
-/// The area is the share of pairs of a member and another that are in order, ties counting half.
-TEST(Roc, AreaIsTheShareOfOrderedPairs) {
-  std::vector<float> values;
-  std::vector<int> members;
-  for (int i = 0; i < 200; ++i) {
-    members.push_back(i % 3 == 0 ? 1 : 0);
-    values.push_back(static_cast<float>((i * 37) % 23) + 2.0F * static_cast<float>(members.back()));
-  }
-  double ordered = 0.0;
-  int pairs = 0;
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    for (std::size_t j = 0; j < values.size(); ++j) {
-      if (members[i] == 0 || members[j] != 0) continue;
-      ++pairs;
-      ordered += values[i] > values[j] ? 1.0 : (values[i] == values[j] ? 0.5 : 0.0);
-    }
-  }
-  Vector vector;
-  vector.CopyZeroBasedVector(values.data(), static_cast<int>(values.size()));
-  EXPECT_NEAR(static_cast<double>(Curve(vector, members, true).Area()), ordered / pairs, 1e-5);
-}
-
 TEST(Roc, OfMissingValuesAloneIsTheDiagonal) {
   const Curve curve({kGap, kGap}, {1, 0}, true);
   EXPECT_THAT(curve.truePositive, ElementsAre(0.0F, 1.0F));
@@ -107,11 +85,6 @@ TEST(Roc, NeedsMembersAndOthersAmongThePresent) {
       EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
     }
   }
-}
-
-TEST(Roc, AreaOfFewerThanTwoPointsIsZero) {
-  EXPECT_EQ(Sta::GetROCAreaUnderCurve(Vector{1.0F}, Vector{1.0F}), 0.0F);
-  EXPECT_EQ(Sta::GetROCAreaUnderCurve(Vector(), Vector()), 0.0F);
 }
 
 }  // namespace

@@ -28,6 +28,12 @@ std::vector<double> LogFactorials(int most, voran::detail::CancelPoll& poll) {
   return logFactorials;
 }
 
+/// The rows that the closed columns have not used up: the others belong to no table that is left.
+std::span<const int> OpenRows(const FisherNode& node) {
+  const auto first = std::upper_bound(node.rows.begin(), node.rows.end(), 0);
+  return {first, node.rows.end()};
+}
+
 /// The place values of a node's row sums in its key: a number of mixed radix, which must fit an int.
 std::vector<int> Radices(const std::vector<int>& rows) {
   std::vector<int> radices;
@@ -92,7 +98,7 @@ void FisherNetwork::Expand(const FisherNode& node, FisherStage& next) {
   if (node.paths.empty()) return;
   // Of the table itself at least one column is always taken apart: else nothing of the test would be exact.
   const bool isWholeTable = numOpen_ + 1 == margins_.columns.size();
-  if (!isWholeTable && IsChiSquare(node.rows)) return CountByChiSquare(node);
+  if (!isWholeTable && IsChiSquare(OpenRows(node))) return CountByChiSquare(node);
   next_ = &next;
   sums_ = node.rows;
   paths_ = node.paths;
@@ -179,7 +185,7 @@ double FisherNetwork::LogCompletions(std::span<const int> rows, double columnLog
 }
 
 bool FisherNetwork::IsChiSquare(std::span<const int> rows) const {
-  if (controls_.expect <= 0.0) return false;
+  if (controls_.expect <= 0.0 || rows.size() < 2) return false;
   const double total = Total(rows);
   int numReached = 0;
   for (const int row : rows) {
@@ -197,12 +203,13 @@ bool FisherNetwork::IsChiSquare(std::span<const int> rows) const {
 /// chi-square to first order, where g makes the normal density at its peak 1 (Mehta and Patel, Communications in
 /// Statistics B 15 (1986) 387).
 void FisherNetwork::CountByChiSquare(const FisherNode& node) {
-  const double numRows = static_cast<double>(node.rows.size());
+  const std::span<const int> rows = OpenRows(node);
+  const double numRows = static_cast<double>(rows.size());
   const double numColumns = static_cast<double>(numOpen_ + 1);
   const double df = (numRows - 1.0) * (numColumns - 1.0);
-  double logPeak = df * std::log(2.0 * std::numbers::pi) - (numRows * numColumns - 1.0) * std::log(Total(node.rows));
-  double logCompletions = LogFactorial(Total(node.rows));
-  for (const int sum : node.rows) {
+  double logPeak = df * std::log(2.0 * std::numbers::pi) - (numRows * numColumns - 1.0) * std::log(Total(rows));
+  double logCompletions = LogFactorial(Total(rows));
+  for (const int sum : rows) {
     logPeak += (numColumns - 1.0) * std::log(sum);
     logCompletions -= LogFactorial(sum);
   }
