@@ -197,7 +197,7 @@ Attempt BeginO2plsValidation(const Shape& shape) {
   return Fresh([&data](NCProgress* progress) {
     const O2PLSCrossValidation cv(&data.x, &data.y, kGroups, progress, nullptr, kIterations, 1, 1, 1);
     const O2PLSCVResults& results = cv.GetResults();
-    return BytesOf(results.Q2, results.Q2YVar, results.GroupPress, results.TSets.back(), results.YPredSets.back());
+    return BytesOf(results.Q2, results.Q2YVar, results.GroupPress, results.TSets.back(), results.UoSets.back());
   });
 }
 

@@ -144,15 +144,6 @@ TEST_F(PcaPrediction, TooManyGapsGiveNoScores) {
   }
 }
 
-TEST_F(PcaPrediction, WithoutComponentsNothingIsEstimated) {
-  FloatVector t = {5.0f};
-  ScoreEstimator(FloatMatrix(0, 12, 0.0f), kLimit).GetT(t, data_[1]);
-  EXPECT_EQ(t[1], 5.0f);
-  const FloatMatrix none(0, 12, 0.0f);
-  NCPCAPred prediction(&data_, &none, kLimit, 0.5f);
-  EXPECT_EQ(prediction.GetMaxComp(), 0);
-}
-
 TEST_F(PcaPrediction, ForgottenObservationsLeaveScoresAndResiduals) {
   Positions positions(3, 0);
   for (const int i : {1, 2, 3}) positions(i, 50 - 15 * i);  // 35, 20, 5
@@ -168,18 +159,6 @@ TEST_F(PcaPrediction, ForgottenObservationsLeaveScoresAndResiduals) {
   }
   NCPCAPred(prediction).RemoveObservations(Positions(0));
   EXPECT_EQ(prediction.SizeObservations(), 37);
-}
-
-TEST_F(PcaPrediction, TheSameBitsAtAnyThreadCount) {
-  const FloatMatrix x = WithGaps(ToMatrix(ThreeComponents(3000, 40, 5)), 6);
-  NCPCA pca(&x, 100);
-  Fit(pca, 2);
-  ThreadingControl::SetThreadingIsOn(false);
-  const NCPCAPred expected(&x, pca.GetPprim(), kLimit, 0.5f);
-  ThreadingControl::SetNumberOfProcessors(3);
-  ThreadingControl::SetThreadingIsOn(true);
-  const NCPCAPred prediction(&x, pca.GetPprim(), kLimit, 0.5f);
-  EXPECT_TRUE(*prediction.GetTPredPrim() == *expected.GetTPredPrim());
 }
 
 }  // namespace

@@ -53,19 +53,6 @@ TEST(PlsPrediction, ARowOfTheFitGetsWhatItHadThere) {
   }
 }
 
-TEST(PlsPrediction, NewRowsArePredictedByTheCoefficients) {
-  const XY data = Related(40, 9, 2, 3);
-  const FloatMatrix fresh = Related(15, 9, 2, 4).x;
-  NCPLS pls(&data.x, &data.y, 500);
-  Fit(pls, kComponents);
-  NCPLSPred prediction = Prediction(pls, fresh);
-  for (int a = 1; a <= kComponents; ++a) {
-    prediction.CalcNextComponent();
-    const FloatMatrix expected = fresh * pls.GetRegressionCoefficients(a);
-    ExpectNear(*prediction.GetYPred(), ToPlain(expected), 1e-4);
-  }
-}
-
 /// A row keeps its score while its gaps are at most a share of the variables and fewer than the variables less the
 /// components before; without a score it becomes missing altogether.
 TEST(PlsPrediction, TooManyGapsGiveNoScore) {
@@ -117,17 +104,6 @@ TEST(PlsPrediction, WorksOnTheCallersMatricesOrOnCopies) {
   onCopies.CalcNextComponent();
   EXPECT_TRUE(data.x == before);
   EXPECT_TRUE(*onCopies.GetYPred() == predicted) << "what stood in the matrix plays no part";
-}
-
-/// With as many components as variables taken, nothing is left to give a score.
-TEST(PlsPrediction, ARowNeedsMoreValuesThanComponentsBefore) {
-  const FloatMatrix weights(3, 2, 0.5f);
-  FloatMatrix x(2, 2, 1.0f);
-  NCPLSResiduals residuals(&x, weights, weights, kAnyRow);
-  for (const int missing : {0, 0, 2}) {
-    residuals.CalcNextComponent();
-    EXPECT_EQ(residuals.GetNumMisVal(), missing) << "component " << residuals.GetCompComputed();
-  }
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ bool HoldsMarker(const Vector& v) {
 
 /// An infinity in a row that is left out makes the loadings NaNs: 0 times it is none.
 bool IsUsable(const LeftOutFit& fit) {
-  return !HoldsMarker(fit.t) && !HoldsMarker(fit.p) && std::isfinite(fit.p.GetSS());
+  return !HoldsMarker(fit.t) && !HoldsMarker(fit.p) && std::isfinite(fit.p.GetSS()) && std::isfinite(fit.c);
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ struct LeftOutFits::Rows {
   void Add(const float* row, float response) {
     elements.push_back(row);
     y.push_back(response);
-    squares += static_cast<double>(response) * static_cast<double>(response);
+    squares += static_cast<double>(response * response);
   }
 
   std::vector<const float*> elements;
@@ -167,9 +167,9 @@ void LeftOutFits::FitScoresAndLoadings(Work* first, Work* last) const {
     double squares = 0.0;
     double products = 0.0;
     for (std::size_t i = 0; i < y_.size(); ++i) {
-      const double t = work->factors[i];
-      squares += t * t;
-      products += t * static_cast<double>(y_[i]);
+      const float t = work->factors[i];
+      squares += static_cast<double>(t * t);
+      products += static_cast<double>(t * y_[i]);
     }
     work->isRegular = work->isRegular && IsRegular(squares);
     Divide(work->sums, squares, work->fit.p);

@@ -209,11 +209,14 @@ bool NCPLS::IterateOnResponses(const Vector* start, bool interactive, PlsProgres
   detail::PlsRounds rounds(*X_, *Y_, std::move(shares));
   double value;
   do {
-    if (!rounds.IsRegular() || (interactive && IsNoCorrelation(rounds.Correlation(), w.Size()))) {
+    std::optional<double> change;
+    const bool isCorrelated = !interactive || !IsNoCorrelation(rounds.Correlation(), w.Size());
+    if (isCorrelated && rounds.IsRegular()) change = rounds.Next();
+    if (!change) {
       iterations = 0;
       return false;
     }
-    value = detail::ConvergenceValue(rounds.Next());
+    value = detail::ConvergenceValue(*change);
     report.Report(++iterations, value);
   } while (value > 0.0 && iterations < iterationLimit_);
   report.End();

@@ -76,11 +76,13 @@ void PLSCrossValidation::NextComponent(const Vector* modelWeight, int iterationL
     constexpr int kTogether = detail::LeftOutFits::kMostTogether;
     if (together && group % kTogether == 0) fits = together->Fit(group, std::min(kTogether, groups_ - group));
     TellRound(progress, group, groups_);
+    if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
     if (fits.empty()) {
       LeaveGroupOut(group, *modelWeight, iterationLimit, progress, silent);
     } else {
       TakeLeftOut(group, fits[static_cast<std::size_t>(group % kTogether)], *modelWeight);
     }
+    if (progress != nullptr) progress->PopSubRange();
   }
   UpdateQ2(yReference);
 }
@@ -95,8 +97,8 @@ void PLSCrossValidation::TakeLeftOut(int group, const detail::LeftOutFit& fit, c
       TPred_(i, fit.t[i]);
       YPredResiduals_(i, 1, residual);
     } else {
-      ssBefore += static_cast<double>(y[i][1]) * static_cast<double>(y[i][1]);
-      ss += static_cast<double>(residual) * static_cast<double>(residual);
+      ssBefore += static_cast<double>(y[i][1] * y[i][1]);
+      ss += static_cast<double>(residual * residual);
     }
   }
   if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(ssBefore));
@@ -109,9 +111,7 @@ void PLSCrossValidation::LeaveGroupOut(int group, const Vector& modelWeight, int
   detail::CvSplit round(*model_->GetXResiduals(), *model_->GetYResiduals(), rowGroups_, group);
   if (model_->GetComponents() == 1) SSYOriginal_(group + 1, static_cast<float>(round.yTrain.GetSS()));
   NCPLS sub(&round.xTrain, &round.yTrain, iterationLimit);
-  if (progress != nullptr) progress->PushSubRange(static_cast<float>(group), static_cast<float>(group + 1));
   sub.NextComponent(progress, &modelWeight, silent, false);
-  if (progress != nullptr) progress->PopSubRange();
   // Of the sub-model's residuals those of Y alone are wanted; X would have to be copied for the others.
   round.yTrain.TransformToSub_V_x_Vt((*sub.GetTprim())[1], (*sub.GetCprim())[1]);
   SSY_(group + 1, static_cast<float>(round.yTrain.GetSS()));

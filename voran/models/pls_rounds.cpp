@@ -43,10 +43,18 @@ std::vector<std::vector<float>> ColumnsOf(const Matrix& Y) {
   return columns;
 }
 
-template <class T, class U>
-double Dot(const T& a, const U& b) {
+double Dot(const std::vector<double>& a, const std::vector<double>& b) {
+  return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+}
+/// Of products that are rounded to float.
+double Dot(const std::vector<float>& a, const std::vector<float>& b) {
   return std::inner_product(a.begin(), a.end(), b.begin(), 0.0, std::plus<>(),
-                            [](auto x, auto y) { return static_cast<double>(x) * static_cast<double>(y); });
+                            [](float x, float y) { return static_cast<double>(x * y); });
+}
+
+/// Whether something may be divided by this sum of squares.
+bool IsDivisor(double squares) {
+  return std::isnormal(squares) && squares > kTinySumOfSquares;
 }
 
 }  // namespace
@@ -150,8 +158,8 @@ void PlsRounds::ReadForScores(const Matrix& X) {
 }
 
 bool PlsRounds::IsRegular() const {
-  return std::isnormal(ofY_.Form(shares_)) && ofY_.Form(shares_) > kTinySumOfSquares &&
-         std::isnormal(ofS_.Form(shares_)) && ofS_.Form(shares_) > 0.0;
+  const double squareOfSa = ofS_.Form(shares_);
+  return IsDivisor(ofY_.Form(shares_)) && std::isnormal(squareOfSa) && squareOfSa > 0.0;
 }
 
 /// With w = Sa / u'u.
@@ -160,7 +168,7 @@ double PlsRounds::Correlation() const {
 }
 
 /// Of w = Sa / |Sa|, Y't = S'w = S'Sa / |Sa|, and t't is the form of the scores of the unit columns.
-double PlsRounds::Next() {
+std::optional<double> PlsRounds::Next() {
   const double squareOfSa = ofS_.Form(shares_);
   Vector ofUnits(responses_);
   for (std::size_t m = 0; m < responses_; ++m) ofUnits[m] = norms_[m] * shares_[m];
@@ -168,6 +176,7 @@ double PlsRounds::Next() {
   Vector c = ofS_.Times(shares_);
   for (double& element : c) element /= std::sqrt(squareOfSa) * tt;
   const double cc = Dot(c, c);
+  if (!IsDivisor(tt) || !IsDivisor(cc)) return std::nullopt;
   started_ = shares_;
   Vector change(responses_);
   for (std::size_t m = 0; m < responses_; ++m) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 #include "voran/containers/data_matrix.h"
@@ -28,8 +29,9 @@ class PlsRounds {
   bool IsRegular() const;
   /// |u| |w| / |X|, with u as it is and w before it is brought to unit length.
   double Correlation() const;
-  /// One round: u becomes Y c / c'c by way of w, t and c. Returns its relative squared change.
-  double Next();
+  /// One round: u becomes Y c / c'c by way of w, t and c. Returns its relative squared change; nothing, and u is as it
+  /// was, if t or c is nothing or not finite.
+  std::optional<double> Next();
   /// Those of the last round, of unit length.
   void GetWeights(NCDataVector<float>& w) const;
 
