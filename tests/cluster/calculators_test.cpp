@@ -2,10 +2,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <map>
-#include <memory>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 

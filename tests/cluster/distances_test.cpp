@@ -1,6 +1,3 @@
-#include <cmath>
-#include <cstdint>
-#include <iterator>
 #include <string>
 #include <vector>
 

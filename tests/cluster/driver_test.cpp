@@ -1,5 +1,4 @@
 #include <chrono>
-#include <map>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -7,11 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/cluster/spelt_trees.h"
-#include "tests/containers/failing_allocation.h"
 #include "voran/cluster/dendrogram.h"
 #include "voran/platform/md5.h"
 #include "voran/platform/nc_error.h"

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
-#include <map>
 #include <random>
 #include <string>
 #include <tuple>

@@ -6,7 +6,6 @@
 #include <sstream>
 #include <string>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/cluster/spelt_trees.h"

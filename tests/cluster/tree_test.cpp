@@ -1,10 +1,7 @@
 #include <algorithm>
-#include <cmath>
-#include <functional>
 #include <list>
 #include <memory>
 #include <numeric>
-#include <random>
 #include <string>
 #include <vector>
 

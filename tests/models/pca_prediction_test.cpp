@@ -1,7 +1,6 @@
 #include "voran/models/pca_prediction.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -23,7 +22,6 @@ using samples::PlainMatrix;
 using samples::ThreeComponents;
 using samples::ToMatrix;
 using samples::ToPlain;
-using samples::WithGaps;
 using Positions = NCIntegralVector<int, -99>;
 
 constexpr int kLimit = 100;

@@ -4,17 +4,13 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <new>
-#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/models/model_samples.h"
-#include "voran/containers/simd_target.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 #include "voran/platform/threading_control.h"

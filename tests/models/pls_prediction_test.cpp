@@ -7,13 +7,11 @@
 
 namespace {
 
-using samples::ExpectNear;
 using samples::Fit;
 using samples::FloatMatrix;
 using samples::FloatVector;
 using samples::kGap;
 using samples::Related;
-using samples::ToPlain;
 using samples::WithGaps;
 using samples::XY;
 

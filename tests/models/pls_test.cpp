@@ -1,9 +1,7 @@
 #include "voran/models/pls.h"
 
 #include <cmath>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,7 +11,6 @@
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "tests/platform/catalogue.h"
-#include "voran/containers/simd_target.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 #include "voran/platform/threading_control.h"

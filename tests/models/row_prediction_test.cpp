@@ -4,7 +4,6 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -23,7 +22,6 @@ using detail::PredictRows;
 using detail::RowPredictions;
 using NCMultiThreading::ThreadingControl;
 using samples::FloatMatrix;
-using samples::FloatVector;
 using samples::kGap;
 using samples::WithGaps;
 

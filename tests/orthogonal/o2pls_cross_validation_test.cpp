@@ -3,10 +3,8 @@
 #include <atomic>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>

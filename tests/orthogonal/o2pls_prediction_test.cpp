@@ -1,7 +1,6 @@
 #include "voran/orthogonal/o2pls_prediction.h"
 
 #include <cstddef>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +16,6 @@ using plain_o2pls::Predict;
 using plain_o2pls::Side;
 using samples::Blocks;
 using samples::ExpectNear;
-using samples::ExpectSame;
 using samples::Fitted;
 using samples::FloatMatrix;
 using samples::kGap;

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstddef>
 #include <memory>
-#include <random>
 #include <set>
 #include <string>
 #include <utility>
@@ -33,7 +31,6 @@ using samples::FloatVector;
 using samples::kGap;
 using samples::PlainMatrix;
 using samples::Related;
-using samples::ToMatrix;
 using samples::ToPlain;
 using samples::WithGaps;
 using samples::XY;

@@ -1,7 +1,6 @@
 #include "voran/signal/fourier_transform.h"
 
 #include <cmath>
-#include <complex>
 #include <cstddef>
 #include <string>
 #include <vector>

@@ -20,7 +20,6 @@ namespace {
 
 using Sta::SidedNess;
 using Sta::detail::fexact;
-using Sta::detail::PathLengths;
 using Table = std::vector<std::vector<int>>;
 
 constexpr double kRounding = 1e-9;  // of sums of at most a million probabilities and of their logarithms

@@ -1,8 +1,4 @@
-#include <algorithm>
-#include <cmath>
 #include <limits>
-#include <list>
-#include <random>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -13,10 +9,8 @@
 
 namespace {
 
-using ::testing::DoubleNear;
 using ::testing::ElementsAre;
 using ::testing::FloatNear;
-using ::testing::Pointwise;
 using Vector = NCDataVector<float>;
 
 constexpr float kGap = -99.0F;

@@ -1,6 +1,5 @@
 #include "voran/statistics/roc.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>

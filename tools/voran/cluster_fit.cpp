@@ -1,7 +1,6 @@
 #include "tools/voran/cluster_fit.h"
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 
 #include <fmt/format.h>

@@ -1,7 +1,6 @@
 #include "voran/models/pls_cross_validation.h"
 
 #include <algorithm>
-#include <cmath>
 #include <optional>
 
 #include "voran/containers/missing_value.h"
