@@ -65,52 +65,6 @@ TEST(O2pls, EqualsThePlainAlgorithm) {
   }
 }
 
-TEST(O2pls, FindsTheSubspacesThatTheDataWereMadeOf) {
-  const Blocks data = MadeBlocks({.xAlone = 2, .yAlone = 1}, 0.0, 3);
-  const NCO2PLS m = Fitted(data.x, data.y, 2, 2, 1);
-  const struct {
-    const FloatMatrix& found;
-    const PlainMatrix& made;
-  } cases[] = {{m.GetT(), data.joint}, {m.GetU(), data.joint}, {m.GetTo(), data.xAlone}, {m.GetUo(), data.yAlone}};
-  for (const auto& c : cases) {
-    ASSERT_EQ(c.found.SizeRows(), static_cast<int>(c.made.size()));
-    for (const FloatVector& t : c.found) EXPECT_LT(plain_o2pls::ShareOutside(ToPlain(t), c.made), kTolerance);
-  }
-  // Y has the joint scores twice, and neither block has anything of the other's own.
-  EXPECT_LT(m.GetR().GetSS() / m.GetSSXOrig(), kRounding);
-  EXPECT_LT(m.GetS().GetSS() / m.GetSSYOrig(), kRounding);
-}
-
-TEST(O2pls, MatricesKeepTheirDefinitions) {
-  const Blocks data = MadeBlocks({}, 0.3, 5);
-  const NCO2PLS m = Fitted(data.x, data.y, 2, 2, 2);
-  EXPECT_TRUE(m.GetX() == data.x && m.GetY() == data.y) << "the data stay as they were";
-  EXPECT_FLOAT_EQ(m.GetSSXOrig(), static_cast<float>(plain_o2pls::SumOfSquares(ToPlain(data.x))));
-  EXPECT_FLOAT_EQ(m.GetSSYOrig(), static_cast<float>(plain_o2pls::SumOfSquares(ToPlain(data.y))));
-  for (const FloatMatrix* weights : {&m.GetW(), &m.GetC(), &m.GetWo(), &m.GetCo()}) {
-    for (const FloatVector& w : *weights) EXPECT_NEAR(w.GetSS(), 1.0, kRounding);
-  }
-  for (int j = 1; j <= 2; ++j) {
-    ExpectNear(m.GetS()[j], plain_o2pls::ColumnSlopes(ToPlain(data.y), ToPlain(m.GetTo()[j])), kRounding);
-    ExpectNear(m.GetR()[j], plain_o2pls::ColumnSlopes(ToPlain(data.x), ToPlain(m.GetUo()[j])), kRounding);
-  }
-  // T T' Lambda = T U' and U U' XLambda = U T'.
-  const PlainMatrix t = ToPlain(m.GetT());
-  const PlainMatrix u = ToPlain(m.GetU());
-  using plain_o2pls::Times;
-  using plain_o2pls::TimesTransposed;
-  ExpectNear(samples::ToMatrix(Times(TimesTransposed(t, t), ToPlain(m.GetLambda()))), TimesTransposed(t, u), kRounding);
-  ExpectNear(samples::ToMatrix(Times(TimesTransposed(u, u), ToPlain(m.GetXLambda()))), TimesTransposed(u, t),
-             kRounding);
-  // The first component without orthogonal ones is made by the regressions themselves, to the bit.
-  const NCO2PLS plain = Fitted(data.x, data.y, 1, 0, 0);
-  EXPECT_TRUE(plain.GetT()[1] == data.x.SpecialNipalsRegressRowsFix(plain.GetW()[1]));
-  EXPECT_TRUE(plain.GetP()[1] == data.x.SpecialNipalsRegressColumnsFix(plain.GetT()[1]));
-  FloatVector c = data.y.SpecialNipalsRegressColumnsFix(plain.GetT()[1]);
-  c.Normalise();
-  EXPECT_TRUE(plain.GetC()[1] == c);
-}
-
 TEST(O2pls, StepByStepEqualsFit) {
   const Blocks data = MadeBlocks({}, 0.3, 5);
   NCO2PLS m(data.x, data.y, true, 500);
@@ -298,13 +252,6 @@ TEST(O2pls, TellsWhichDimensionsRanOut) {
             "There are only 2 OPLS-orthogonal dimensions in Y.\n" +
                 end);
   EXPECT_EQ(E(E::kXSide, 2, 1, 0).what(), "There is only 1 OPLS-orthogonal dimension in X.\n" + end);
-}
-
-TEST(O2pls, TheSwitchForFillingInStartsOff) {
-  EXPECT_FALSE(NCO2PLS::GetShowMissingValueSupstitution());
-  NCO2PLS::SetShowMissingValueSupstitution(true);
-  EXPECT_TRUE(NCO2PLS::GetShowMissingValueSupstitution());
-  NCO2PLS::SetShowMissingValueSupstitution(false);
 }
 
 }  // namespace

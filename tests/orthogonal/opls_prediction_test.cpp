@@ -71,21 +71,6 @@ TEST(OplsPrediction, EachStageIsThatOfTheSmallerModel) {
   }
 }
 
-TEST(OplsPrediction, OfOneResponseEqualsPlsWithOneComponentMore) {
-  const XY all = Related(60, 25, 1, 11);
-  const XY data = {all.x.GetRowSubMatrix(1, 40), all.y.GetRowSubMatrix(1, 40)};
-  const FloatMatrix fresh = all.x.GetRowSubMatrix(41, 60);
-  NCOPLS opls = Fitted(data, 1, 3);
-  NCPLS pls(&data.x, &data.y, 200);
-  samples::Fit(pls, 4);
-  NCOPLSPred prediction(&fresh, &opls);
-  for (int n = 0; n <= 3; ++n) {
-    if (n > 0) prediction.CalcNextComponent();
-    FloatMatrix expected = fresh.MatrixMultiply(pls.GetRegressionCoefficients(n + 1), false, false, true);
-    ExpectNear(prediction.GetYPred()->GetColumn(1), ToPlain(expected.GetColumn(1)), kTolerance);
-  }
-}
-
 TEST(OplsPrediction, RowsWithoutDataAndNoRows) {
   const XY data = Related(20, 6, 2, 9);
   NCOPLS opls = Fitted(data, 2, 1);

@@ -4,15 +4,12 @@
 #include <cmath>
 #include <cstddef>
 #include <memory>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tests/models/model_samples.h"
 #include "tests/orthogonal/plain_opls.h"
-#include "voran/containers/simd_target.h"
 #include "voran/models/pls.h"
 #include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
@@ -21,12 +18,9 @@
 namespace {
 
 using NCMultiThreading::ThreadingControl;
-using samples::Dot;
 using samples::ExpectNear;
 using samples::FloatMatrix;
-using samples::FloatVector;
 using samples::kGap;
-using samples::PlainMatrix;
 using samples::Related;
 using samples::ToMatrix;
 using samples::ToPlain;
@@ -118,62 +112,6 @@ TEST_F(Opls, RefinementEndsAtTheLimit) {
   ExpectNear(*opls.GetTprim(), expected.t, kTolerance);
 }
 
-TEST_F(Opls, OfOneResponseIsThePublishedAlgorithm) {
-  const XY data = Related(40, 25, 1, 11);
-  const NCOPLS opls = Fitted(data, 1, 2);
-  plain_opls::Published expected(ToPlain(data.x), ToPlain(data.y.GetColumn(1)));
-  for (int n = 1; n <= 2; ++n) expected.TakeOutOne();
-  ExpectNear((*opls.GetWprim())[1], expected.w, kTolerance);
-  ExpectNear(*opls.GetWOprim(), expected.wo, kTolerance);
-  ExpectNear(*opls.GetTOprim(), expected.to, kTolerance);
-  ExpectNear(*opls.GetPOprim(), expected.po, kTolerance);
-}
-
-TEST_F(Opls, TheComponentsKeepTheirIdentities) {
-  for (const std::size_t responses : {1U, 3U}) {
-    const XY data = Related(50, 12, responses, 3);
-    const auto predictive = static_cast<int>(responses);
-    const NCOPLS opls = Fitted(data, predictive, 3);
-    FloatMatrix x = opls.GetXResiduals();
-    FloatMatrix y = opls.GetYResiduals();
-    for (int a = 1; a <= predictive; ++a) {
-      x.AddVprimV((*opls.GetTprim())[a], (*opls.GetPprim())[a], 1.0f);
-      y.AddVprimV((*opls.GetTprim())[a], (*opls.GetCprim())[a], 1.0f);
-      EXPECT_NEAR((*opls.GetWprim())[a].GetSS(), 1.0, 1e-6);
-    }
-    for (int k = 1; k <= 3; ++k) {
-      x.AddVprimV((*opls.GetTOprim())[k], (*opls.GetPOprim())[k], 1.0f);
-      y.AddVprimV((*opls.GetTOprim())[k], (*opls.GetCOprim())[k], 1.0f);
-      for (std::size_t m = 1; m <= responses; ++m) {
-        const FloatVector response = data.y.GetColumn(static_cast<int>(m));
-        const double scale = std::sqrt(response.GetSS() * (*opls.GetTOprim())[k].GetSS());
-        EXPECT_NEAR(Dot((*opls.GetTOprim())[k], response) / scale, 0.0, kTolerance) << "orthogonal to Y";
-      }
-    }
-    ExpectNear(x, ToPlain(data.x), kTolerance);
-    ExpectNear(y, ToPlain(data.y), kTolerance);
-  }
-}
-
-/// What an orthogonal component takes out leaves less of Y for nobody: n of them and one predictive component fit what
-/// n + 1 components of PLS do.
-TEST_F(Opls, FitsWhatPlsDoesWithOneComponentMore) {
-  const XY data = Related(40, 25, 1, 11);
-  NCOPLS opls(&data.x, &data.y, 1, 200);
-  NCPLS pls(&data.x, &data.y, 200);
-  for (int n = 0; n <= 4; ++n) {
-    opls.NextComponent(nullptr);
-    samples::Fit(pls, 1);
-    ExpectNear(opls.GetYResiduals().GetColumn(1), ToPlain(pls.GetYResiduals()->GetColumn(1)), 10.0 * kTolerance);
-    if (n == 0) {
-      EXPECT_TRUE(*opls.GetWprim() == *pls.GetWprim() ||
-                  (*opls.GetWprim())[1].Difference((*pls.GetWprim())[1]) < 1e-12);
-      ExpectNear(*opls.GetTprim(), ToPlain(*pls.GetTprim()), kTolerance);
-      ExpectNear(*opls.GetPprim(), ToPlain(*pls.GetPprim()), kTolerance);
-    }
-  }
-}
-
 TEST_F(Opls, PredictiveComponentsAreClampedOrEstimated) {
   const XY three = Related(40, 10, 3, 5);
   const XY twoRows = Related(2, 10, 3, 5);
@@ -199,10 +137,6 @@ TEST_F(Opls, PredictiveComponentsAreClampedOrEstimated) {
     for (int m = 1; m <= 3; ++m) data.y(m, m, static_cast<float>(c.values[static_cast<std::size_t>(m - 1)]));
     for (const int asked : {0, -3}) EXPECT_EQ(Fitted(data, asked, 0).SizeComponents(), c.components) << c.values[1];
   }
-  NCOPLS estimated = Fitted(three, 0, 0);
-  const int components = estimated.SizeComponents();
-  for (int n = 0; n < 3; ++n) estimated.NextComponent(nullptr);
-  for (const FloatMatrix& stage : *estimated.GetWMatrices()) EXPECT_EQ(stage.SizeRows(), components);
 }
 
 /// With X of two columns, y + z and y, and a second response of e z, the orthogonal component is z, and its share of Y
@@ -286,55 +220,6 @@ TEST_F(Opls, TurningASignLeavesYScoresAndOtherStagesAlone) {
   EXPECT_TRUE(*turned.GetTprim() == *before.GetTprim());
   EXPECT_TRUE(*turned.GetTOprim() == *before.GetTOprim());
   EXPECT_TRUE(*turned.GetWMatrices() == *before.GetWMatrices());
-}
-
-TEST_F(Opls, TheSameBitsAtAnyThreadCountAndOnAnyTarget) {
-  XY data = Related(512, 1100, 2, 2);  // enough cells for seven threads
-  for (const bool gaps : {false, true}) {
-    if (gaps) data.x = WithGaps(data.x, 3);
-    const auto fit = [&data] {
-      const NCOPLS opls = Fitted(data, 2, 1);
-      return std::pair(*opls.GetTOprim(), opls.GetXResiduals());
-    };
-    ThreadingControl::SetThreadingIsOn(false);
-    const auto expected = fit();
-    for (const int threads : {2, 3, 7}) {
-      ThreadingControl::SetNumberOfProcessors(threads);
-      ThreadingControl::SetThreadingIsOn(true);
-      EXPECT_TRUE(fit() == expected) << threads << " threads";
-    }
-    const std::string best = SimdTarget::GetName();
-    for (const std::string& target : SimdTarget::GetAvailable()) {
-      SimdTarget::Set(target);
-      EXPECT_TRUE(fit() == expected) << target;
-    }
-    SimdTarget::Set(best);
-  }
-}
-
-TEST_F(Opls, CanBeCancelledAtAnyPoll) {
-  for (const bool gaps : {false, true}) {
-    XY data = Related(20, 8, 1, 3);
-    if (gaps) data = {WithGaps(data.x, 5), WithGaps(data.y, 6)};
-    int cancelled = 0;
-    for (bool done = false; !done; ++cancelled) {
-      ASSERT_LT(cancelled, 100);
-      NCOPLS opls(&data.x, &data.y, 1, 200);
-      NCProgress::SetDisplay(std::make_shared<samples::StoppingDisplay>(cancelled + 1));
-      NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
-      try {
-        opls.NextComponent(&progress);
-        opls.NextComponent(&progress);
-        done = true;
-      } catch (const NCError& error) {
-        EXPECT_STREQ(error.what(), "OPLS component aborted.");
-        EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
-      }
-      NCProgress::SetDisplay(nullptr);
-    }
-    // Three of each fit, one of each pass but the first, and three around the second fit.
-    EXPECT_TRUE(gaps ? cancelled > 10 : cancelled == 10) << cancelled;
-  }
 }
 
 TEST_F(Opls, ProgressRunsFromEndToEnd) {

@@ -165,23 +165,4 @@ inline Prediction Predict(const Side& side, Matrix x, std::size_t from, std::siz
   return result;
 }
 
-/// How much of v lies outside the span of `basis`, from 0 to 1.
-inline double ShareOutside(const Vector& v, const Matrix& basis) {
-  Matrix orthonormal;
-  Vector rest = v;
-  for (Vector b : basis) {
-    for (int pass = 0; pass < 2; ++pass) {
-      for (const Vector& o : orthonormal) {
-        const double share = Dot(o, b);
-        for (std::size_t i = 0; i < b.size(); ++i) b[i] -= share * o[i];
-      }
-    }
-    Scale(b, 1.0 / std::sqrt(Dot(b, b)));
-    const double share = Dot(b, rest);
-    for (std::size_t i = 0; i < b.size(); ++i) rest[i] -= share * b[i];
-    orthonormal.push_back(b);
-  }
-  return std::sqrt(Dot(rest, rest) / Dot(v, v));
-}
-
 }  // namespace plain_o2pls

@@ -159,26 +159,4 @@ struct Prediction {
   Matrix t, to, y;
 };
 
-/// The algorithm as it was published (Trygg and Wold, 2002) for one response and complete data: w does not change, and
-/// the orthogonal weight is what the loading has beside w.
-struct Published {
-  Published(Matrix xGiven, const Vector& y) : x(std::move(xGiven)), w(UnitLength(ColumnSlopes(x, y))) {}
-
-  void TakeOutOne() {
-    const Vector p = ColumnSlopes(x, RowSlopes(x, w));
-    double along = 0.0;
-    for (std::size_t j = 0; j < p.size(); ++j) along += w[j] * p[j];
-    Vector orthogonal = p;
-    for (std::size_t j = 0; j < p.size(); ++j) orthogonal[j] -= along * w[j];
-    wo.push_back(UnitLength(orthogonal));
-    to.push_back(RowSlopes(x, wo.back()));
-    po.push_back(ColumnSlopes(x, to.back()));
-    Deflate(x, to.back(), po.back());
-  }
-
-  Matrix x;
-  Vector w;
-  Matrix wo, to, po;
-};
-
 }  // namespace plain_opls

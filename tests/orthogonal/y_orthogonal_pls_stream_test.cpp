@@ -1,7 +1,6 @@
 #include <fstream>
 #include <ios>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -146,15 +145,6 @@ TEST_F(YoplsStream, WithoutPrincipalScoresAModelCannotGoOn) {
   EXPECT_TRUE(*fresh.GetY() == data.y) << "writing changes nothing";
 }
 
-TEST_F(YoplsStream, OneWalkWritesAnObjectOnce) {
-  std::ostringstream stream;
-  stream << filter_ << filter_;
-  EXPECT_EQ(stream.str(), bytes_);
-  filter_.VStreamableReset();
-  stream << filter_;
-  EXPECT_EQ(stream.str(), bytes_ + bytes_);
-}
-
 TEST_F(YoplsStream, OthersAndDamageAreRefused) {
   ExpectRefused(Composed(made_, 2, "YOPL"), "another class");
   ExpectRefused(Composed(made_, 1), "an earlier version");
@@ -195,17 +185,6 @@ TEST_F(YoplsStream, WhatDoesNotFitTogetherIsRefused) {
   bad.matrices[5]->SetSize(0, 0);
   bad.numbers[0] = 0;
   ExpectRefused(bad, "principal scores of no observation");
-}
-
-TEST_F(YoplsStream, AFailedWriteIsTold) {
-  bool failed = true;
-  for (int k = 1; failed; ++k) {
-    ASSERT_LT(k, 1000);
-    FailingFile file(k);
-    std::iostream stream(&file);
-    failed = !WriteStreamable(stream, filter_);
-    EXPECT_EQ(failed, stream.fail());
-  }
 }
 
 }  // namespace

@@ -224,22 +224,6 @@ XY Exact() {
   return {ToMatrix(x), ToMatrix(y)};
 }
 
-TEST_F(YOrthogonalPls, ScoresAreOrthogonalToY) {
-  const XY data = Exact();
-  NCYOrthogonalPLS filter(&data.x, &data.y, 200, 100);
-  FloatVector plainScore = data.x.RegressRows((*data.x.begin()));
-  EXPECT_LT(filter.GetYAngle(&plainScore), 85.0) << "nothing would be shown";
-  for (int a = 1; a <= 2; ++a) {
-    filter.NextComponent(false);
-    const FloatVector& t = filter.GetTprim()->back();
-    EXPECT_NEAR(filter.GetYAngle(&t), 90.0, 0.2);
-    for (int m = 1; m <= 2; ++m) {
-      const FloatVector y = data.y.GetColumn(m);
-      EXPECT_LT(std::abs(samples::Dot(t, y)) / std::sqrt(t.GetSS() * y.GetSS()), 1e-3);
-    }
-  }
-}
-
 TEST_F(YOrthogonalPls, ScoresAndResidualsFollowFromTheMatrices) {
   for (const bool gaps : {false, true}) {
     XY data = Related(25, 10, 2, 8);
@@ -298,15 +282,6 @@ TEST_F(YOrthogonalPls, StopsTheInnerModelWhereNothingIsLeftToExplain) {
   EXPECT_TRUE(Equal(*filter.GetPprim(), ToMatrix({{1, 0}, {0, 1}})));
   EXPECT_TRUE(Equal(*filter.GetTprim(), ToMatrix({{3, 3, -3, -3}, {1, -1, 1, -1}})));
   EXPECT_EQ(filter.GetXResiduals()->GetSS(), 0.0);
-}
-
-TEST_F(YOrthogonalPls, AColumnWithoutDataHasNoWeight) {
-  XY data = Related(20, 6, 1, 4);
-  data.x.SetColumn(3, kGap);
-  const NCYOrthogonalPLS filter = Fitted(data, 1);
-  EXPECT_EQ((*filter.GetWprim())[1][3], kGap);
-  EXPECT_EQ((*filter.GetPprim())[1].GetNumMisVal(), 1);
-  EXPECT_EQ(filter.GetTprim()->GetNumMisVal(), 0);
 }
 
 TEST_F(YOrthogonalPls, AnglesCountHalf) {

@@ -1,8 +1,6 @@
 #include "voran/orthogonal/covariances.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <vector>
 
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/missing_value.h"
@@ -43,9 +41,8 @@ void AddRows(const NipalsKernels<float>& kernels, const Matrix& X, const float* 
   }
 }
 
-}  // namespace
-
-Matrix RowCovariances(const Matrix& F, const Matrix& X) {
+/// With 0 where there is no pair.
+Matrix SumsOfProducts(const Matrix& F, const Matrix& X) {
   const auto& kernels = NipalsKernels<float>::Current();
   const int columns = X.SizeColumns();
   Matrix result(F.SizeRows(), columns, 0.0f);
@@ -64,12 +61,32 @@ Matrix RowCovariances(const Matrix& F, const Matrix& X) {
   return result;
 }
 
+bool HasPair(const Vector& v, const Matrix& X, int j) {
+  for (int i = 1; i <= v.Size(); ++i) {
+    if (v[i] != kMissing<float> && X[i][j] != kMissing<float>) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Matrix RowCovariances(const Matrix& F, const Matrix& X) {
+  Matrix result = SumsOfProducts(F, X);
+  if (F.GetNumMisVal() == 0 && X.GetNumMisVal() == 0) return result;
+  for (int m = 1; m <= F.SizeRows(); ++m) {
+    for (int j = 1; j <= X.SizeColumns(); ++j) {
+      if (result[m][j] == 0.0f && !HasPair(F[m], X, j)) result(m, j, kMissing<float>);
+    }
+  }
+  return result;
+}
+
 Matrix Covariances(const Matrix& Y, const Matrix& X) {
   constexpr int kNarrow = 6;  // from there on the product is faster
   if (Y.SizeColumns() > kNarrow) return Y.MatrixMultiply(X, true, false, false);
   Matrix F(0, Y.SizeRows(), kMissing<float>);
   for (int m = 1; m <= Y.SizeColumns(); ++m) F.push_back(Y.GetColumn(m));
-  return RowCovariances(F, X);
+  return SumsOfProducts(F, X);
 }
 
 }  // namespace detail
