@@ -127,7 +127,11 @@ TEST_F(Describe, CapabilityFollowsTheLimitsOfEachColumn) {
               HasSubstr("\n\n  column   lower limit  upper limit     Cp    Cpk\n"
                         "  alcohol        11.00        15.00  0.821  0.821\n"));
 
-  for (const char* wrong : {"5", ",", "5,4", "4,x", "4,5,6", "a=4", "4,inf", "none=1,2"}) {
+  // Positions are those of the file, whose second column is no variable.
+  EXPECT_EQ(Run({"describe", kWine, "--class", "class", "--quiet", "--limits", "#3=11,15"}).out,
+            Run({"describe", kWine, "--class", "class", "--quiet", "--limits", "alcohol=11,15"}).out);
+
+  for (const char* wrong : {"5", ",", "5,4", "4,x", "4,5,6", "a=4", "4,inf", "none=1,2", "class=1,2"}) {
     const Outcome outcome = Run({"describe", kWine, "--class", "class", "--quiet", "--limits", wrong});
     EXPECT_EQ(outcome.code, 2) << wrong;
     EXPECT_THAT(outcome.err, StartsWith("voran: --limits: ")) << wrong;

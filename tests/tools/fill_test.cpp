@@ -101,6 +101,7 @@ TEST_F(Fill, GapsThatCannotBeFilledStayAndAreCounted) {
   EXPECT_TRUE(std::isnan(filled[1][2]));
   const json summary = Json({"t.csv", "--components", "1"});
   EXPECT_EQ(summary["left_cells"], 11);
+  EXPECT_EQ(summary["missing"]["empty_rows"], json({"r"}));
   json b = summary["variables"][1];
   EXPECT_EQ(b["filled_minimum"], b["filled_maximum"]);
   EXPECT_NEAR(b["filled_minimum"].get<double>(), filled[1][1], 1e-5);

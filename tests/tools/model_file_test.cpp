@@ -254,6 +254,9 @@ TEST_F(ModelFile, SaveLeavesNothingThatIsNotWhole) {
     EXPECT_EQ(Files().size(), before.size()) << c.says;
   }
   EXPECT_EQ(ContentOf(Path("kept")), "mine");
+  ExpectRefusal({"pls", "t.csv", "--y", "y", "--components", "1", "--no-cv", "--out", "o", "--save", "./o/scores.csv"},
+                2, "--save: ./o/scores.csv is a file that --out writes, too");
+  EXPECT_EQ(Files().size(), before.size());
   Done({"pls", "t.csv", "--y", "y", "--components", "1", "--no-cv", "--save", "kept"});
   EXPECT_EQ(RefusalOf(ContentOf(Path("kept"))), "");
 }

@@ -409,6 +409,7 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
       {{"correlate", "t.csv", "--lags", "7"}, 2, "--lags: 7 is more than the 6 elements of the series of t.csv"},
       {{"correlate", "t.csv", "--lags", "-1"}, 2, "--lags"},
       {{"correlate", "t.csv", "--with", "c"}, 2, "no column \"c\""},
+      {{"correlate", "t.csv", "--exclude", "b", "--with", "b"}, 2, "\"b\" names no column of numbers that is used"},
       {{"smooth", "big.csv", "--window", "3", "--derivative", "1", "--step", "0.01"},
        1,
        "big.csv, a: a result is larger"},

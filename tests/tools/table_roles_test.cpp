@@ -80,6 +80,10 @@ TEST(TableRoles, ExcludeTakesBackFromXAndNothingElseOverlaps) {
   twice.classes = {"class"};
   twice.unused = {"1..3"};
   EXPECT_EQ(CodeOf(twice), ExitCode::kWrongUse);
+  RoleRequest counted;
+  counted.named = {{"--counts", "nm902", ColumnRole::kVariable}};
+  counted.unused = {"nm902"};
+  EXPECT_EQ(CodeOf(counted), ExitCode::kWrongUse);
 }
 
 TEST(TableRoles, RepeatedNamesAndEmptyTablesAreBadData) {

@@ -131,6 +131,28 @@ TEST_F(Transform, WhatFailsBecomesAGapAndIsTold) {
   EXPECT_THAT(outcome.out, ::testing::ContainsRegex("\n  v +log10\\(x\\) +2 +-2.000 +0 +- +-\n"));
 }
 
+TEST_F(Transform, ModelsTellWhatFailedToo) {
+  Put("t.csv", "id,u,v,y\na,1,2,1\nb,0,3,2\nc,3,1,4\nd,4,,3\ne,2,5,6\nf,7,4,5\n");
+  const std::vector<std::vector<std::string>> commands = {{"pca", "t.csv", "--exclude", "y", "--components", "1"},
+                                                          {"pls", "t.csv", "--y", "y", "--components", "1"},
+                                                          {"cluster", "t.csv", "--exclude", "y"},
+                                                          {"fill", "t.csv", "--exclude", "y", "--components", "1"},
+                                                          {"fill", "t.csv", "--y", "y"}};
+  for (std::vector<std::string> command : commands) {
+    SCOPED_TRACE(command[0]);
+    command.insert(command.end(), {"--transform", "log", "--quiet"});
+    EXPECT_THAT(Run(command).out, HasSubstr("\n  transforms: u: log10(x), v: log10(x)\n"
+                                            "  1 value of 1 column (u) could not be transformed and became a gap, "
+                                            "in row b\n"));
+    command.emplace_back("--json");
+    const json summary = json::parse(Run(command).out);
+    EXPECT_EQ(summary["failed_values"], 1);
+    EXPECT_EQ(summary["missing"]["cells"], 1) << "those that were there";
+  }
+  ExpectRefusal({"o2pls", "t.csv", "--y", "y", "--transform", "log"}, 3,
+                "2 cells are missing (2 in the variables, 0 in the responses; of 1 cell the transform has no result)");
+}
+
 TEST_F(Transform, EachColumnGetsTheLastFunctionThatNamesIt) {
   Put("t.csv", "group,first,a=b,nm900,nm1000,nm1100,last\ng,1,10,100,100,100,7\nh, 1,,10,10,10,-99\n");
   const json summary = RunJson({"t.csv", "--class", "group", "--transform", "log", "--transform", "a=b=linear,2",

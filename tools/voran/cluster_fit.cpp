@@ -114,9 +114,8 @@ ClusterResult FitCluster(Table& table, const ClusterSettings& settings, TreeCach
   const std::size_t rows = table.rowIds.size();
   RefuseSize(table.source, rows, settings);
   ClusterResult result;
-  result.gaps = CountGaps(table.x);
+  result.gaps = CountGaps(table.x, table.rowIds);
   PreparedTable prepared = PrepareVariables(table, settings.transforms, settings.scaling);
-  if (prepared.note) result.notes.push_back(*prepared.note);
   const double unit = prepared.columns.unit;
   result.unit = settings.ward == DistanceType::kErrorSumOfSquares ? unit * unit : unit;
   result.columns = std::move(prepared.columns);

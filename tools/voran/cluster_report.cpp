@@ -150,8 +150,7 @@ std::string HeadText(const ClusterReport& report) {
       fmt::format("Clusters of {}: {}, {}, {}, scaling {}, {}\n", report.table.source,
                   Counted(report.table.rowIds.size(), "row"), Counted(result.columns.names.size(), "column"),
                   MethodText(report.settings), ScalingName(report.settings.scaling), GapText(result.gaps));
-  const std::string transforms = TransformsText(result.columns);
-  if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
+  text += TransformLines(result.columns);
   if (!result.columns.dropped.empty()) {
     text += fmt::format("  columns left out: {}\n", DroppedText(result.columns.dropped));
   }
@@ -181,6 +180,7 @@ Json ClusterJson(const ClusterReport& report) {
   json["ward_type"] = settings.ward ? Json(WardTypeName(*settings.ward)) : Json();
   json["scaling"] = ScalingName(settings.scaling);
   json["transforms"] = TransformsJson(result.columns);
+  json["failed_values"] = result.columns.failedValues;
   json["missing"] = GapJson(result.gaps);
   json["dropped_columns"] = DroppedJson(result.columns.dropped);
   json["from_cache"] = result.isFromCache;

@@ -73,6 +73,8 @@ void CommandRun::Finish(const std::string& text, const nlohmann::ordered_json& j
   if (folder_) {
     writeTables(*folder_);
     folder_->Write("summary.json", [&](std::ostream& out) { out << ToText(json); });
+    if (!options_.save.empty()) folder_->RefuseTwice(options_.save, "--save");
+    if (!options_.svg.empty()) folder_->RefuseTwice(options_.svg, "--svg");
   }
   StopIfInterrupted();
   if (folder_) folder_->Commit();

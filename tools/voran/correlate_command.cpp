@@ -22,7 +22,7 @@ void RunCorrelate(const CorrelateOptions& options) {
   CommandRun run(options.run);
   const Table table = run.ReadTable();
   const SeriesSet series = SeriesToFill(table, options.settings.areRows);
-  const CorrelateResult result = Correlate(series, options.settings, table.source);
+  const CorrelateResult result = Correlate(series, options.settings, table);
   const CorrelateReport report = {table, series, options.settings, result};
   run.Finish(
       CorrelateText(report), CorrelateJson(report),

@@ -23,9 +23,9 @@ std::vector<std::size_t> RowsCalled(const std::vector<std::string>& ids, const s
   return rows;
 }
 
-std::size_t OtherSeries(const SeriesSet& series, const std::string& item) {
+std::size_t OtherSeries(const SeriesSet& series, const std::string& item, const Table& table) {
   const std::vector<std::size_t> chosen =
-      series.areRows ? RowsCalled(series.names, item) : SelectColumns(series.names, item, "--with");
+      series.areRows ? RowsCalled(series.names, item) : SelectUsedColumns(table.columns, series.names, item, "--with");
   if (chosen.size() != 1) throw WrongUse(fmt::format("--with: {} selects several series; name one", Quoted(item)));
   const std::size_t other = chosen.front();
   if (series.IsEmpty(other)) throw BadData(fmt::format("--with: {} holds no value", Quoted(series.names[other])));
@@ -61,17 +61,17 @@ std::optional<std::size_t> BestOf(const CorrelateResult& result, const Correlati
 
 }  // namespace
 
-CorrelateResult Correlate(const SeriesSet& series, const CorrelateSettings& settings, const std::string& source) {
-  const int lags = ResolveLags(series, settings, source);
+CorrelateResult Correlate(const SeriesSet& series, const CorrelateSettings& settings, const Table& table) {
+  const int lags = ResolveLags(series, settings, table.source);
   const auto detrend = static_cast<FFT::DetrendMode>(settings.detrending);
   std::optional<std::size_t> other;
-  if (!settings.with.empty()) other = OtherSeries(series, settings.with);
+  if (!settings.with.empty()) other = OtherSeries(series, settings.with, table);
   CorrelateResult result;
   if (other) result.with = series.names[*other];
   for (int k = other ? -lags : 0; k <= lags; ++k) result.lags.push_back(k);
   const std::vector<double> none(result.lags.size(), kNoValue);
   for (const std::string& name : series.names) result.series.push_back({name, none});
-  ForEachSeries(series, source, "correlation", [&](std::size_t s) {
+  ForEachSeries(series, table.source, "correlation", [&](std::size_t s) {
     NCDataVector<float> r(static_cast<int>(result.lags.size()), 0.0f);
     if (other) {
       FFT::CrossCorrelation(&series[s], &series[*other], detrend, lags, &r);

@@ -29,7 +29,7 @@ struct CorrelateResult {
 
 /// A positive lag k pairs element l + k of a series with element l of the other one. Throws `Failure` (wrong use) for
 /// lags above the length, and where `with` does not name one series of several, with a value.
-CorrelateResult Correlate(const SeriesSet& series, const CorrelateSettings& settings, const std::string& source);
+CorrelateResult Correlate(const SeriesSet& series, const CorrelateSettings& settings, const Table& table);
 
 /// The place of the largest and of the smallest correlation; nothing if all are 0. Of an autocorrelation that is the
 /// highest local maximum, and what is smallest, beyond lag 0.

@@ -26,10 +26,9 @@ void RunDescribe(const DescribeOptions& options) {
   CommandRun run(options.run);
   const Table table = run.ReadTable();
   std::vector<std::optional<Limits>> limits(table.variables.size());
-  for (const LimitsArgument& argument : arguments) argument.Apply(table.variables, limits);
+  for (const LimitsArgument& argument : arguments) argument.Apply(table.columns, table.variables, limits);
 
-  GapCounts gaps = CountGaps(table.x);
-  gaps.emptyRows = EmptyRows(table.x, table.rowIds);
+  const GapCounts gaps = CountGaps(table.x, table.rowIds);
   const std::vector<ColumnSummary> columns = [&] {
     NCProgress progress("describe", 0.0f, 1.0f, false, false, true, "");
     return SummariseColumns(table.x, limits, &progress);

@@ -70,7 +70,7 @@ on the other. What is present stays as it is. Without --out there is only the su
 Examples:
   voran fill metabolites.csv --class class_hours --out complete
   voran fill metabolites.csv --class class_hours --y '#3..#7' --out complete
-  voran fill metabolites.csv --class class_hours --transform log --components 2 --json)");
+  voran fill airquality.csv --transform Ozone=log --components 2 --json)");
   command.OnRun([options] { RunFill(*options); });
 }
 

@@ -105,7 +105,8 @@ std::string LeftLines(const FilledTable& result) {
   std::string text = fmt::format("  {} left, which cannot be filled\n",
                                  result.Left() == 1 ? "1 gap is" : fmt::format("{} gaps are", result.Left()));
   const auto add = [&](const FilledBlock& block, const char* what) {
-    if (!block.dropped.empty()) text += fmt::format("  columns left out: {}\n", DroppedText(block.dropped));
+    const DroppedColumns& dropped = block.columns.dropped;
+    if (!dropped.empty()) text += fmt::format("  columns left out: {}\n", DroppedText(dropped));
     if (!block.emptyRows.empty()) {
       text += fmt::format("  rows without any {}: {}\n", what, Enumerated(block.emptyRows));
     }
@@ -150,6 +151,8 @@ std::string FillText(const FillReport& report) {
                                  table.responses.empty() ? "" : ", " + Counted(table.responses.size(), "response"),
                                  GapText(result.gaps));
   if (result.yGaps.cells > 0) text += fmt::format("  responses: {}\n", GapText(result.yGaps));
+  text += TransformLines(result.x.columns);
+  if (result.y) text += TransformLines(result.y->columns, "transforms of responses");
   const char* const method = result.y ? "PLS" : "PCA";
   text += FilledLine(result.x, result.gaps.cells, method, result.y ? "the variables" : "the table");
   if (result.y) text += FilledLine(*result.y, result.yGaps.cells, method, "the responses");
@@ -163,9 +166,13 @@ Json FillJson(const FillReport& report) {
   Json json = JsonHead("fill", report.table);
   json["columns"] = report.table.variables.size();
   json["scaling"] = ScalingName(report.settings.scaling);
+  json["transforms"] = TransformsJson(result.x.columns);
+  json["y_transforms"] = result.y ? TransformsJson(result.y->columns) : Json::array();
+  json["failed_values"] = result.x.columns.failedValues;
+  json["y_failed_values"] = result.y ? result.y->columns.failedValues : 0;
   json["missing"] = GapJson(result.gaps);
   json["y_missing_cells"] = result.yGaps.cells;
-  json["dropped_columns"] = DroppedJson(result.x.dropped);
+  json["dropped_columns"] = DroppedJson(result.x.columns.dropped);
   json["method"] = result.y ? "pls" : "pca";
   json["filled_cells"] = result.x.filled;
   json["components"] = result.x.components;

@@ -57,7 +57,7 @@ void FillByPca(Table& table, const FillSettings& settings, FilledTable& result, 
   const PcaResult model = FitPca(table, pca, progress);
   result.notes = model.notes;
   result.x.components = static_cast<int>(model.components.size());
-  result.x.dropped = model.columns.dropped;
+  result.x.columns = model.columns;
   result.x.emptyRows = model.gaps.emptyRows;
   std::vector<bool> isEmpty;
   for (const double score : model.components.front().score) isEmpty.push_back(std::isnan(score));
@@ -81,7 +81,8 @@ void FillByPls(Table& table, const FillSettings& settings, FilledTable& result, 
   const std::vector<bool> isEmptyY = EmptyRowsOf(data.y);
   result.x.emptyRows = EmptyRows(data.x, table.rowIds);
   result.y->emptyRows = EmptyRows(data.y, table.rowIds);
-  result.x.dropped = prepared.x.dropped;
+  result.x.columns = prepared.x;
+  result.y->columns = prepared.y;
   const FilledBlocks filled = FillBlocks(data.x, data.y, table.source, progress);
   result.x.components = filled.x.components;
   result.y->components = filled.y.components;
@@ -96,10 +97,10 @@ void FillByPls(Table& table, const FillSettings& settings, FilledTable& result, 
 
 FilledTable FillTable(Table& table, const FillSettings& settings, NCProgress* progress) {
   FilledTable result;
-  result.gaps = CountGaps(table.x);
+  result.gaps = CountGaps(table.x, table.rowIds);
   result.x = BlockOf(table.x);
   if (!table.responses.empty()) {
-    result.yGaps = CountGaps(table.y);
+    result.yGaps = CountGaps(table.y, table.rowIds);
     result.y = BlockOf(table.y);
   }
   if (result.Left() == 0) return result;

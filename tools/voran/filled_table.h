@@ -25,7 +25,7 @@ struct FilledBlock {
   NCDataMatrix<float> before;          ///< the same as it was read
   int filled = 0;                      ///< cells
   int components = 0;                  ///< of the model that told what went into them; with none, the means did
-  DroppedColumns dropped;              ///< those that the model could not use; their gaps stay
+  PreparedColumns columns;             ///< as the model saw them; the gaps of those that it dropped stay
   std::vector<std::string> emptyRows;  ///< ids of the rows that hold nothing, whose gaps stay
 };
 

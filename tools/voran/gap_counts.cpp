@@ -9,12 +9,13 @@
 
 namespace tool {
 
-GapCounts CountGaps(const NCDataMatrix<float>& x) {
+GapCounts CountGaps(const NCDataMatrix<float>& x, const std::vector<std::string>& ids) {
   GapCounts gaps;
   gaps.cells = x.GetNumMisVal();
   gaps.rows = static_cast<int>(
       std::count_if(x.begin(), x.end(), [](const NCDataVector<float>& row) { return row.GetNumMisVal() > 0; }));
   for (int c = 1; c <= x.SizeColumns(); ++c) gaps.columns += x.GetColumnMisVal(c) > 0 ? 1 : 0;
+  gaps.emptyRows = EmptyRows(x, ids);
   return gaps;
 }
 

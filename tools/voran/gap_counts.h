@@ -17,8 +17,8 @@ struct GapCounts {
   std::vector<std::string> emptyRows;  ///< ids of the rows that hold nothing
 };
 
-/// Counts the gaps; `emptyRows` stays empty.
-GapCounts CountGaps(const NCDataMatrix<float>& x);
+/// Counts the gaps; `ids` has one for each row.
+GapCounts CountGaps(const NCDataMatrix<float>& x, const std::vector<std::string>& ids);
 
 /// The ids of the rows that hold nothing.
 std::vector<std::string> EmptyRows(const NCDataMatrix<float>& x, const std::vector<std::string>& ids);

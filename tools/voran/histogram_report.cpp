@@ -116,7 +116,7 @@ std::string EdgeText(const ColumnHistogram& column, double edge) {
 std::string HistogramText(const HistogramReport& report) {
   std::string text =
       fmt::format("Histogram of {}: {}, {}, {}\n", SourceText(report.table), Counted(report.table.rowIds.size(), "row"),
-                  Counted(report.columns.size(), "column"), GapText(CountGaps(report.table.x)));
+                  Counted(report.columns.size(), "column"), GapText(CountGaps(report.table.x, report.table.rowIds)));
   text += ColumnLines(report);
   if (report.columns.size() > kColumnsWithBars) {
     return text +
@@ -132,7 +132,7 @@ std::string HistogramText(const HistogramReport& report) {
 Json HistogramJson(const HistogramReport& report) {
   Json json = JsonHead("histogram", report.table);
   json["columns"] = report.columns.size();
-  json["missing"] = GapJson(CountGaps(report.table.x));
+  json["missing"] = GapJson(CountGaps(report.table.x, report.table.rowIds));
   json["variables"] = Json::array();
   for (const ColumnHistogram& column : report.columns) {
     json["variables"].push_back({{"name", column.name},

@@ -45,13 +45,13 @@ LimitsArgument::LimitsArgument(const std::string& argument) {
   }
 }
 
-void LimitsArgument::Apply(const std::vector<std::string>& variables,
+void LimitsArgument::Apply(const std::vector<std::string>& fileColumns, const std::vector<std::string>& variables,
                            std::vector<std::optional<Limits>>& limits) const {
   if (!columns_) {
     limits.assign(variables.size(), limits_);
     return;
   }
-  for (const std::size_t c : SelectColumns(variables, *columns_, kOption)) limits[c] = limits_;
+  for (const std::size_t c : SelectUsedColumns(fileColumns, variables, *columns_, kOption)) limits[c] = limits_;
 }
 
 }  // namespace tool

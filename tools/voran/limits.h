@@ -18,8 +18,10 @@ class LimitsArgument {
   /// Throws `Failure` (wrong use) if the argument does not have this form, or LOW is not below HIGH.
   explicit LimitsArgument(const std::string& argument);
 
-  /// Sets the limits of the columns that it names. Throws `Failure` (wrong use) for a column that does not exist.
-  void Apply(const std::vector<std::string>& variables, std::vector<std::optional<Limits>>& limits) const;
+  /// Sets the limits of the columns that it names, by name or place among `fileColumns`, all columns of the file, of
+  /// which `variables` are those in use. Throws `Failure` (wrong use) if it names none of these.
+  void Apply(const std::vector<std::string>& fileColumns, const std::vector<std::string>& variables,
+             std::vector<std::optional<Limits>>& limits) const;
 
  private:
   std::optional<std::string> columns_;

@@ -79,10 +79,14 @@ void CompleteBlocks(const Table& table, const O2plsSettings& settings, Regressio
   const int y = data.y.GetNumMisVal();
   if (x + y == 0) return;
   if (!settings.isFilled) {
-    throw BadData(
-        fmt::format("{}: O2PLS needs complete blocks, but {} missing ({} in the variables, {} in the "
-                    "responses); --fill fills them first",
-                    table.source, x + y == 1 ? "1 cell is" : fmt::format("{} cells are", x + y), x, y));
+    const int failed = result.x.failedValues + result.y.failedValues;
+    throw BadData(fmt::format(
+        "{}: O2PLS needs complete blocks, but {} missing ({} in the variables, {} in the "
+        "responses{}); --fill fills them first",
+        table.source, x + y == 1 ? "1 cell is" : fmt::format("{} cells are", x + y), x, y,
+        failed == 0 ? ""
+                    : fmt::format("; of {} the transform has no result",
+                                  failed == x + y ? "all" : Counted(static_cast<std::size_t>(failed), "cell"))));
   }
   const FilledBlocks filled = FillBlocks(data.x, data.y, table.source, progress);
   result.xBlock.filled = filled.x;

@@ -68,6 +68,14 @@ void OutputDirectory::Write(const std::string& name, const std::function<void(st
   names_.push_back(name);
 }
 
+void OutputDirectory::RefuseTwice(const fs::path& file, const std::string& option) const {
+  std::error_code error;
+  const fs::path folder = file.has_parent_path() ? file.parent_path() : ".";
+  if (!fs::equivalent(folder, path_, error)) return;
+  if (std::find(names_.begin(), names_.end(), file.filename().string()) == names_.end()) return;
+  throw WrongUse(fmt::format("{}: {} is a file that --out writes, too; give another place", option, file.string()));
+}
+
 void OutputDirectory::Commit() {
   std::error_code error;
   for (const std::string& name : names_) {

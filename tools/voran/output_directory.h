@@ -25,6 +25,9 @@ class OutputDirectory {
   /// Writes a file by calling `fill`. Throws `Failure` (computation failed) if not all of it could be written.
   void Write(const std::string& name, const std::function<void(std::ostream&)>& fill);
 
+  /// Throws `Failure` (wrong use) if `file`, which `option` would write, is one of those that were written.
+  void RefuseTwice(const std::filesystem::path& file, const std::string& option) const;
+
   /// Throws `Failure` (wrong use) if a file would take the place of a folder or of an input.
   void Commit();
 

@@ -132,9 +132,8 @@ class PcaRun : private ComponentLoop {
 
 PcaResult FitPca(Table& table, const PcaSettings& settings, NCProgress* progress) {
   PcaResult result;
-  result.gaps = CountGaps(table.x);
+  result.gaps = CountGaps(table.x, table.rowIds);
   PreparedTable prepared = PrepareVariables(table, settings.transforms, settings.scaling);
-  if (prepared.note) result.notes.push_back(*prepared.note);
   result.columns = prepared.columns;
   result.gaps.emptyRows = EmptyRows(prepared.x, table.rowIds);
   const int most = std::min(prepared.x.SizeRows(), prepared.x.SizeColumns());

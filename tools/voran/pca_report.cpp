@@ -24,8 +24,7 @@ std::string PcaText(const PcaReport& report) {
   if (result.cvGroups > 0)
     text += fmt::format("  cross-validated in {} groups of rows and of columns\n", result.cvGroups);
   if (report.settings.hasWarmStart) text += "  components begun from a rough subspace (--warm-start)\n";
-  const std::string transforms = TransformsText(result.columns);
-  if (!transforms.empty()) text += fmt::format("  transforms: {}\n", transforms);
+  text += TransformLines(result.columns);
   if (!result.columns.dropped.empty()) {
     text += fmt::format("  columns left out: {}\n", DroppedText(result.columns.dropped));
   }
@@ -45,6 +44,7 @@ Json PcaJson(const PcaReport& report) {
   json["columns"] = result.columns.names.size();
   json["scaling"] = ScalingName(report.settings.scaling);
   json["transforms"] = TransformsJson(result.columns);
+  json["failed_values"] = result.columns.failedValues;
   json["missing"] = GapJson(result.gaps);
   json["dropped_columns"] = DroppedJson(result.columns.dropped);
   json["iteration_limit"] = report.settings.iterationLimit;

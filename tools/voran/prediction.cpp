@@ -97,8 +97,8 @@ std::string LeastText(double maxMissing, std::size_t components) {
 Prediction Predict(Table& table, const SavedModel& model, double maxMissing, NCProgress* progress) {
   Prediction prediction;
   PreparedTable prepared = PrepareLike({table.source, table.x, table.variables, table.rowIds, {}}, model.x);
-  if (prepared.note) prediction.notes.push_back(*prepared.note);
-  prediction.gaps = CountGaps(prepared.x);
+  if (!prepared.columns.failure.empty()) prediction.notes.push_back(prepared.columns.failure);
+  prediction.gaps = CountGaps(prepared.x, table.rowIds);
   const ScaledPrediction rows = PredictScaled(prepared.x, model, maxMissing, progress);
   prediction.scores.resize(model.Components());
   prediction.orthoScores.resize(model.OrthogonalComponents());

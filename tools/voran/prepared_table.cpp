@@ -30,6 +30,12 @@ namespace {
                             isConstant ? "; --scaling none keeps what has no variance" : ""));
 }
 
+void TransformRaw(const RawColumns& raw, const NCTransform& transforms, PreparedColumns& columns) {
+  const int gaps = raw.x.GetNumMisVal();
+  columns.failure = TransformColumns(raw.x, transforms, raw.names, raw.rowIds).value_or("");
+  columns.failedValues = raw.x.GetNumMisVal() - gaps;
+}
+
 }  // namespace
 
 double PreparedColumns::Original(std::size_t column, double scaled) const {
@@ -42,9 +48,9 @@ double PreparedColumns::Original(std::size_t column, double scaled) const {
 
 PreparedTable Prepare(RawColumns&& raw, Scaling scaling) {
   PreparedTable result;
-  if (raw.transforms.Size() > 0) result.note = TransformColumns(raw.x, raw.transforms, raw.names, raw.rowIds);
-  ScaledMatrix scaled = ScaleColumns(std::move(raw.x), scaling);
   PreparedColumns& columns = result.columns;
+  if (raw.transforms.Size() > 0) TransformRaw(raw, raw.transforms, columns);
+  ScaledMatrix scaled = ScaleColumns(std::move(raw.x), scaling);
   columns.transforms = NCTransform(static_cast<int>(scaled.kept.size()));
   for (const std::size_t c : scaled.kept) {
     columns.names.push_back(raw.names[c]);
@@ -75,7 +81,7 @@ PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns) {
     order.push_back(places.at(name));
     transforms[static_cast<int>(order.back()) + 1] = columns.transforms[static_cast<int>(order.size())];
   }
-  result.note = TransformColumns(raw.x, transforms, raw.names, raw.rowIds);
+  TransformRaw(raw, transforms, result.columns);
   result.x = ApplyScales(std::move(raw.x), order, columns.scales);
   return result;
 }
@@ -93,12 +99,14 @@ void ForEachTransformed(const PreparedColumns& columns, Use use) {
 
 }  // namespace
 
-std::string TransformsText(const PreparedColumns& columns) {
+std::string TransformLines(const PreparedColumns& columns, const std::string& what) {
   std::vector<std::string> items;
   ForEachTransformed(columns, [&](const std::string& name, const TransformStruct& transform) {
     items.push_back(fmt::format("{}: {}", name, Formula(transform)));
   });
-  return Enumerated(items);
+  if (items.empty()) return {};
+  const std::string failure = columns.failure.empty() ? "" : fmt::format("  {}\n", columns.failure);
+  return fmt::format("  {}: {}\n{}", what, Enumerated(items), failure);
 }
 
 nlohmann::ordered_json TransformsJson(const PreparedColumns& columns) {

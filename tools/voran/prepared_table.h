@@ -24,6 +24,8 @@ struct PreparedColumns {
   std::vector<ColumnScale> scales;  ///< one a name
   double unit = 1.0;                ///< see ScaledMatrix; scores are to be multiplied by it
   DroppedColumns dropped;           ///< what the table had besides
+  int failedValues = 0;             ///< cells that became gaps because their transform gave nothing
+  std::string failure;              ///< a sentence about these, empty if there are none
 
   /// What the value of the column before it was prepared, of which `scaled` is the value after; a NaN stays one, and
   /// comes where the transform has no inverse. `column` counts from 0.
@@ -33,7 +35,6 @@ struct PreparedColumns {
 struct PreparedTable {
   NCDataMatrix<float> x;
   PreparedColumns columns;
-  std::optional<std::string> note;  ///< what the user should know of the transforms
 };
 
 /// Columns of a table on their way to a model. The matrix is taken out of it row by row, so that no second copy of it
@@ -55,8 +56,9 @@ PreparedTable PrepareVariables(Table& table, const NCTransform& transforms, Scal
 /// Makes new rows ready for a model that was fitted to `columns`; `raw` has all of them, in any order.
 PreparedTable PrepareLike(RawColumns&& raw, const PreparedColumns& columns);
 
-/// "a: log10(x), b: log10(x)", the first few of them; empty if there are none.
-std::string TransformsText(const PreparedColumns& columns);
+/// "  transforms: a: log10(x), b: log10(x)", the first few of them, and a line about values that they had no result
+/// for; empty if there are none. `what` comes in place of "transforms".
+std::string TransformLines(const PreparedColumns& columns, const std::string& what = "transforms");
 
 /// The array under the key `transforms`.
 nlohmann::ordered_json TransformsJson(const PreparedColumns& columns);

@@ -56,8 +56,8 @@ void AddCoefficients(const std::vector<double>& scaled, const RegressionResult& 
 }  // namespace
 
 RegressionData PrepareRegression(Table& table, const RegressionSettings& settings, RegressionResult& result) {
-  result.gaps = CountGaps(table.x);
-  result.yGaps = CountGaps(table.y);
+  result.gaps = CountGaps(table.x, table.rowIds);
+  result.yGaps = CountGaps(table.y, table.rowIds);
   const int variables = settings.transforms.Size() == 0 ? 0 : static_cast<int>(table.variables.size());
   const int responses = settings.transforms.Size() - variables;
   PreparedTable x = PrepareVariables(table, PartOf(settings.transforms, 1, variables), settings.scaling);
@@ -69,9 +69,6 @@ RegressionData PrepareRegression(Table& table, const RegressionSettings& setting
       {table.source, table.y, table.responses, table.rowIds, PartOf(settings.transforms, variables + 1, responses)},
       settings.yScaling);
   RefuseEmptyResponses(table.source, y.columns);
-  for (const PreparedTable* part : {&x, &y}) {
-    if (part->note) result.notes.push_back(*part->note);
-  }
   result.x = std::move(x.columns);
   result.y = std::move(y.columns);
   data.rows = table.rowIds.size() - result.gaps.emptyRows.size();

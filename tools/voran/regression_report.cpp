@@ -57,11 +57,7 @@ std::string RegressionHead(std::string_view title, const RegressionReport& repor
                                  ScalingName(report.settings.scaling), GapText(result.gaps));
   if (result.yGaps.cells > 0) text += fmt::format("  responses: {}\n", GapText(result.yGaps));
   if (result.cvGroups > 0) text += fmt::format("  cross-validated in {} groups of rows\n", result.cvGroups);
-  for (const PreparedColumns* part : {&result.x, &result.y}) {
-    const std::string transforms = TransformsText(*part);
-    const char* const of = part == &result.y ? "transforms of responses" : "transforms";
-    if (!transforms.empty()) text += fmt::format("  {}: {}\n", of, transforms);
-  }
+  text += TransformLines(result.x) + TransformLines(result.y, "transforms of responses");
   if (!result.x.dropped.empty()) text += fmt::format("  columns left out: {}\n", DroppedText(result.x.dropped));
   if (!result.gaps.emptyRows.empty()) {
     text += fmt::format("  rows without data, which get no score: {}\n", Enumerated(result.gaps.emptyRows));
@@ -95,6 +91,8 @@ Json RegressionJsonHead(const std::string& command, const RegressionReport& repo
   json["y_scaling"] = ScalingName(report.settings.yScaling);
   json["transforms"] = TransformsJson(result.x);
   json["y_transforms"] = TransformsJson(result.y);
+  json["failed_values"] = result.x.failedValues;
+  json["y_failed_values"] = result.y.failedValues;
   json["missing"] = GapJson(result.gaps);
   json["y_missing_cells"] = result.yGaps.cells;
   json["dropped_columns"] = DroppedJson(result.x.dropped);

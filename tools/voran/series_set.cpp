@@ -35,7 +35,7 @@ std::vector<std::string> SeriesSet::EmptySeries() const {
 }
 
 SeriesSet SeriesOf(const Table& table, bool areRows) {
-  SeriesSet series = {areRows, table.variables, table.rowIds, table.x, CountGaps(table.x)};
+  SeriesSet series = {areRows, table.variables, table.rowIds, table.x, CountGaps(table.x, table.rowIds)};
   if (areRows) {
     std::swap(series.names, series.places);
   } else {

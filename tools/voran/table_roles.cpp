@@ -130,7 +130,7 @@ class RoleGiver {
     std::set<std::size_t> given;
     for (const std::string& argument : arguments) {
       for (const std::size_t c : SelectColumns(plan_.names, argument, option)) {
-        const bool takesBack = role == ColumnRole::kUnused && plan_.roles[c] == ColumnRole::kVariable;
+        const bool takesBack = option == "--exclude" && givenBy_[c] == "--x";
         if (!givenBy_[c].empty() && givenBy_[c] != option && !takesBack) {
           throw WrongUse(fmt::format("column {} is named by both {} and {}; leave it out of one of them",
                                      Quoted(plan_.names[c]), givenBy_[c], option));
@@ -198,7 +198,7 @@ void RefuseRepeatedNames(const std::string& source, const ColumnPlan& plan) {
     if (plan.roles[c] == ColumnRole::kUnused) continue;
     const auto [first, isNew] = seen.emplace(plan.names[c], c);
     if (isNew) continue;
-    const std::string remedy = plan.isForModel ? "" : fmt::format(", or leave one out with --exclude #{}", c + 1);
+    const std::string remedy = plan.isForModel ? "" : fmt::format(", or leave one out with --exclude '#{}'", c + 1);
     throw BadData(fmt::format("{}: columns {} and {} are both named {}; rename one{}", source, first->second + 1, c + 1,
                               Quoted(plan.names[c]), remedy));
   }
@@ -274,6 +274,21 @@ std::vector<std::size_t> SelectColumns(const std::vector<std::string>& names, co
   Selector selector(names, option);
   selector.AddArgument(argument);
   return selector.Columns();
+}
+
+std::vector<std::size_t> SelectUsedColumns(const std::vector<std::string>& names, const std::vector<std::string>& used,
+                                           const std::string& argument, const std::string& option) {
+  std::unordered_map<std::string_view, std::size_t> places;
+  for (const std::string& name : used) places.emplace(name, places.size());
+  std::vector<std::size_t> selected;
+  for (const std::size_t c : SelectColumns(names, argument, option)) {
+    const auto place = places.find(names[c]);
+    if (place != places.end()) selected.push_back(place->second);
+  }
+  if (selected.empty()) {
+    throw WrongUse(fmt::format("{}: {} names no column of numbers that is used", option, Quoted(argument)));
+  }
+  return selected;
 }
 
 std::optional<double> NumberInName(const std::string& name) {

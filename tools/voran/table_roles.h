@@ -85,6 +85,11 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
 std::vector<std::size_t> SelectColumns(const std::vector<std::string>& names, const std::string& argument,
                                        const std::string& option);
 
+/// As above, of `names`, all columns of the file; gives the places (from 0) in `used`, the names of those that hold
+/// numbers. Others are passed over; throws `Failure` (wrong use) if all are.
+std::vector<std::size_t> SelectUsedColumns(const std::vector<std::string>& names, const std::vector<std::string>& used,
+                                           const std::string& argument, const std::string& option);
+
 /// The number in a name such as "nm900", "1100" or "x1200.5 nm"; nothing if the name holds none, or several.
 std::optional<double> NumberInName(const std::string& name);
 

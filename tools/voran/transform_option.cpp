@@ -121,22 +121,13 @@ TransformOption::Argument TransformOption::Parse(const std::string& argument) {
 NCTransform TransformOption::Resolve(const std::vector<std::string>& names, std::size_t variables,
                                      const std::vector<std::string>& fileColumns) const {
   NCTransform transform(static_cast<int>(names.size()));
-  std::unordered_map<std::string_view, int> places;
-  for (const std::string& name : names) places.emplace(name, static_cast<int>(places.size()) + 1);
   for (const Argument& argument : arguments_) {
     if (!argument.columns) {
       for (std::size_t c = 1; c <= variables; ++c) transform[static_cast<int>(c)] = argument.transform;
       continue;
     }
-    bool any = false;
-    for (const std::size_t c : SelectColumns(fileColumns, *argument.columns, kOption)) {
-      const auto place = places.find(fileColumns[c]);
-      if (place == places.end()) continue;
-      transform[place->second] = argument.transform;
-      any = true;
-    }
-    if (!any) {
-      throw WrongUse(fmt::format("{}: {} names no column of numbers that is used", kOption, Quoted(*argument.columns)));
+    for (const std::size_t place : SelectUsedColumns(fileColumns, names, *argument.columns, kOption)) {
+      transform[static_cast<int>(place) + 1] = argument.transform;
     }
   }
   return transform;

@@ -51,8 +51,7 @@ void ScaleVariables(Table& table, Scaling scaling, TransformedTable& result) {
 
 TransformedTable TransformTable(Table& table, const NCTransform& transform, const TransformSettings& settings) {
   TransformedTable result;
-  result.gaps = CountGaps(table.x);
-  result.gaps.emptyRows = EmptyRows(table.x, table.rowIds);
+  result.gaps = CountGaps(table.x, table.rowIds);
   result.columns = DescribeInput(table, transform);
   result.failure = TransformColumns(table.x, transform, table.variables, table.rowIds, settings.back).value_or("");
   for (std::size_t c = 0; c < result.columns.size(); ++c) {
