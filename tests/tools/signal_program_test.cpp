@@ -421,7 +421,7 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
       {{"correlate", "t.csv", "--x", "a", "--with", "a"}, 2, "there is no other series"},
       {{"wavelet", "t.csv", "--family", "Symmlet", "--order", "5"},
        2,
-       "Symmlet has no order \"5\"; there is 4, 6, 8, 10"},
+       "Symmlet has no order \"5\"; there are 4, 6, 8, 10"},
       {{"wavelet", "t.csv", "--family", "Haar"}, 2, "--family"},
       {{"wavelet", "t.csv", "--svg", "s.svg"}, 2, "which are 6; add --pad"},
       {{"wavelet", "t.csv", "--svg", "s.svg", "--best-basis"}, 2, "which --best-basis does not have"},

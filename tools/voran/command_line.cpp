@@ -36,6 +36,12 @@ std::string Explained(const CLI::ParseError& error) {
   return lacksValue ? text.substr(0, text.find(':')) + " needs a value" : text;
 }
 
+// CLI11 lists them backwards.
+std::string Unexpected(const std::vector<std::string>& arguments) {
+  return fmt::format("{} not expected: {}", arguments.size() == 1 ? "this argument was" : "these arguments were",
+                     fmt::join(arguments, " "));
+}
+
 }  // namespace
 
 Option& Option::Required() {
@@ -160,8 +166,9 @@ std::function<void()> CommandLine::Parse(const std::vector<std::string>& argumen
     app_->exit(help);
   } catch (const CLI::ParseError& error) {
     const auto commands = app_->get_subcommands();
-    throw WrongUse(fmt::format("{}; see {} {}--help", Explained(error), name,
-                               commands.empty() ? "" : commands.front()->get_name() + " "));
+    const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    throw WrongUse(fmt::format("{}; see {} {}--help", isUnknown ? Unexpected(app_->remaining(true)) : Explained(error),
+                               name, commands.empty() ? "" : commands.front()->get_name() + " "));
   }
   return chosen_;
 }

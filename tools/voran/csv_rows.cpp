@@ -115,7 +115,9 @@ bool CsvRowParser::CheckCount(CellEnd cellEnd, std::size_t column, const char* p
     std::string_view ignored;
     cellEnd = lexer_.Next(p, end, ignored);
   }
-  return Complain(result, recordLine_, fmt::format(": has {} where {} are expected", Counted(found, "cell"), columns));
+  return Complain(
+      result, recordLine_,
+      fmt::format(": has {} where {} {} expected", Counted(found, "cell"), columns, columns == 1 ? "is" : "are"));
 }
 
 bool CsvRowParser::NumberCell(std::string_view cell, std::size_t column, CsvRows& result) {

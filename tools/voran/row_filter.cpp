@@ -39,7 +39,7 @@ void RefuseUnknownValues(const std::string& name, const std::set<std::string>& a
   std::vector<std::string> known;
   std::set<std::string> seen;
   for (const std::string& text : texts) {
-    if (seen.insert(text).second) known.push_back(text);
+    if (seen.insert(text).second) known.push_back(text.empty() ? "empty cells" : text);
   }
   for (const std::string& value : asked) {
     if (seen.count(value) > 0) continue;

@@ -262,9 +262,8 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
   for (const std::string& column : request.conditions) giver.GiveCondition(column);
   RefuseRepeatedNames(source, plan);
   if (plan.CountOf(ColumnRole::kVariable) == 0 && request.named.empty()) {
-    throw BadData(
-        fmt::format("{}: no column of numbers is left among its {} columns; check --exclude, --class and --id", source,
-                    names.size()));
+    throw BadData(fmt::format("{}: no column of numbers is left among its {}; check --exclude, --class and --id",
+                              source, Counted(names.size(), "column")));
   }
   return plan;
 }

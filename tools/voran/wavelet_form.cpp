@@ -34,8 +34,9 @@ WaveletChoice ChooseWavelet(const std::string& family, const std::string& order)
   if (order.empty()) return choice;
   choice.order = Wavelet::GetFunctionOrderIndex(choice.family, order.c_str());
   if (choice.order > 0) return choice;
-  throw WrongUse(fmt::format("--order: {} has no order {}; there is {}", family, Quoted(order),
-                             Enumerated(WaveletOrders(choice.family))));
+  const std::vector<std::string> orders = WaveletOrders(choice.family);
+  throw WrongUse(fmt::format("--order: {} has no order {}; there {} {}", family, Quoted(order),
+                             orders.size() == 1 ? "is" : "are", Enumerated(orders)));
 }
 
 }  // namespace tool
