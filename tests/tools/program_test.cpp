@@ -44,6 +44,8 @@ TEST_F(Program, BadInputGetsOneSentenceTheRightCodeAndNoFile) {
       {{"pca", "row.csv"}, 3, "one row has no variance"},
       {{"pca", "constant.csv"}, 3, "no column is left to model: a (no variance)"},
       {{"pca", "zero.csv", "--scaling", "none"}, 3, "every value is zero"},
+      {{"pca", kWine, "--x", "alcohol,class"}, 3, "\"cultivar1\" is not a number, which --x wants; NA marks a gap"},
+      {{"fisher", kWine}, 3, "\"cultivar1\" is not a number; add --exclude class"},
       {{"pca", kWine}, 3, "line 2, column 2 (\"class\"): \"cultivar1\" is not a number; add --class class"},
       {{"pca", "good.csv", "--exclude", "z"}, 2, "--exclude: the table has no column \"z\""},
       {{"pca", "good.csv", "--components", "0"}, 2, "--components"},

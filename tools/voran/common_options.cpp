@@ -85,6 +85,7 @@ Option TableOptions::AddCvColumn(Command& command, const Option& groups) {
 }
 
 void TableOptions::AddSourceTo(Command& command) {
+  roles_.mayHaveClasses = false;
   AddSource(command);
   AddWhere(command);
   AddDialect(command);

@@ -148,10 +148,14 @@ bool CsvRowParser::Complain(CsvRows& result, std::size_t line, std::string what)
 std::string CsvRowParser::NotANumber(std::string_view cell, std::size_t column) const {
   if (plan_.isForModel) return Quoted(cell) + " is not a number, which the model wants here; NA marks a gap";
   if (plan_.roles[column] == ColumnRole::kResponse) return Quoted(cell) + " is not a number; NA marks a gap";
+  const std::string& option = plan_.givenBy[column];
+  if (!option.empty()) return fmt::format("{} is not a number, which {} wants; NA marks a gap", Quoted(cell), option);
   const std::string argument = AsArgument(plan_.names[column], column);
   const std::string id = column == 0 ? fmt::format("--id {} if the column names the rows, ", argument) : "";
-  return fmt::format("{} is not a number; add {}--class {} if it names groups, or --exclude {}", Quoted(cell), id,
-                     argument, argument);
+  const std::string group = plan_.mayHaveClasses ? fmt::format("--class {} if it names groups, ", argument) : "";
+  const std::string others = id + group;
+  return fmt::format("{} is not a number; add {}{}--exclude {}", Quoted(cell), others, others.empty() ? "" : "or ",
+                     argument);
 }
 
 std::string CsvRowParser::ColumnPlace(std::size_t column) const {

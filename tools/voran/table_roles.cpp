@@ -124,7 +124,7 @@ class Selector {
 // Gives roles one option after another, and refuses to give a column two; only --exclude may take back from --x.
 class RoleGiver {
  public:
-  explicit RoleGiver(ColumnPlan& plan) : plan_(plan), givenBy_(plan.names.size()) {}
+  explicit RoleGiver(ColumnPlan& plan) : plan_(plan), givenBy_(plan.givenBy) {}
 
   std::vector<std::size_t> Give(const std::vector<std::string>& arguments, const std::string& option, ColumnRole role) {
     std::set<std::size_t> given;
@@ -163,7 +163,7 @@ class RoleGiver {
 
  private:
   ColumnPlan& plan_;
-  std::vector<std::string> givenBy_;
+  std::vector<std::string>& givenBy_;
 };
 
 // Gives the roles that a model asks for to the columns of its names, unless they have one already.
@@ -238,7 +238,9 @@ ColumnPlan PlanColumns(const std::string& source, const std::vector<std::string>
                        const RoleRequest& request, const std::vector<std::size_t>& textColumns) {
   ColumnPlan plan;
   plan.names = names;
+  plan.givenBy.resize(names.size());
   plan.isForModel = request.model.has_value();
+  plan.mayHaveClasses = request.mayHaveClasses;
   const bool allAreVariables = request.variables.empty() && request.named.empty() && !request.model;
   plan.roles.assign(names.size(), allAreVariables ? ColumnRole::kVariable : ColumnRole::kUnused);
   RoleGiver giver(plan);

@@ -53,6 +53,7 @@ struct RoleRequest {
   std::vector<NamedRole> named;         ///< if there are any, columns that no option names are unused
   std::vector<std::string> conditions;  ///< kept as text, so that rows can be chosen by them
   bool noId = false;                    ///< the first column is a variable like any other
+  bool mayHaveClasses = true;           ///< the command has --class
   /// Roles by the names of a model, in place of all but the id.
   std::optional<ModelColumns> model;
 };
@@ -61,9 +62,11 @@ struct RoleRequest {
 struct ColumnPlan {
   std::vector<std::string> names;
   std::vector<ColumnRole> roles;
-  std::optional<std::size_t> id;  ///< the column that names the rows
-  bool idAssumed = false;         ///< it was taken without being asked for
-  bool isForModel = false;        ///< the roles are those of a model, and the user can give no others
+  std::vector<std::string> givenBy;  ///< for each column the option that named it, empty if none did
+  std::optional<std::size_t> id;     ///< the column that names the rows
+  bool idAssumed = false;            ///< it was taken without being asked for
+  bool isForModel = false;           ///< the roles are those of a model, and the user can give no others
+  bool mayHaveClasses = true;        ///< the command has --class
 
   std::size_t CountOf(ColumnRole role) const;
   /// The columns whose cells are numbers, or are kept as text.
