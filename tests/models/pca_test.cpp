@@ -159,6 +159,27 @@ TEST_F(Pca, ProgressShowsHowFarTheIterationIsFromItsEnd) {
 }
 
 /// What a model knows of its residuals must not outlive them.
+/// Standard scores of a row without variance are all missing, which the matrix does not count.
+TEST_F(Pca, ARowThatHasNoStandardScoresHasNoScore) {
+  FloatMatrix x = ToMatrix(ThreeComponents(12, 9, 7));
+  FloatMatrix others = x;
+  others.RemoveRows(5, 1);
+  x.SetRow(5, 2.5f);
+  x = x.SNV();
+  others = others.SNV();
+  ASSERT_EQ(x.GetNumMisVal(), 0);
+  NCPCA whole(&x, 500);
+  NCPCA part(&others, 500);
+  Fit(whole, 1);
+  Fit(part, 1);
+  const FloatVector& t = whole.GetTprim()->back();
+  EXPECT_EQ(t[5], samples::kGap);
+  EXPECT_EQ(t.GetNumMisVal(), 1);
+  for (int j = 1; j <= 9; ++j) {
+    EXPECT_NEAR(std::abs(whole.GetPprim()->back()[j]), std::abs(part.GetPprim()->back()[j]), kScoreTolerance);
+  }
+}
+
 TEST_F(Pca, AComponentStartsFromTheResidualsAsTheyAre) {
   const FloatMatrix x = ToMatrix(ThreeComponents(30, 8, 6));
   PlainMatrix reversed = ThreeComponents(30, 8, 7);

@@ -5,6 +5,7 @@
 
 #include "voran/cluster/distance_rows.h"
 #include "voran/containers/missing_value.h"
+#include "voran/containers/row_gaps.h"
 
 inline namespace voran {
 namespace DendroGram {
@@ -22,7 +23,7 @@ double ScaledSS(double sum, double sumOfSquares, double count, double size) {
 ClusterSums::ClusterSums(const NCDataMatrix<float>& data)
     : data_(data),
       columns_(static_cast<std::size_t>(std::max(0, data.SizeColumns()))),
-      hasGaps_(HasGaps(data)),
+      hasGaps_(voran::detail::AnyRowHasGaps(data)),
       members_(static_cast<std::size_t>(data.SizeRows())),
       sums_(members_.size() * columns_),
       counts_(hasGaps_ ? sums_.size() : 0),

@@ -3,21 +3,16 @@
 #include <algorithm>
 #include <array>
 
+#include "voran/containers/row_gaps.h"
+
 inline namespace voran {
 namespace DendroGram {
 namespace detail {
 
-bool HasGaps(const NCDataMatrix<float>& data) {
-  for (int i = 1; i <= data.SizeRows(); ++i) {
-    if (data[i].GetNumMisVal() != 0) return true;
-  }
-  return false;
-}
-
 DistanceRows::DistanceRows(const NCDataMatrix<float>& data)
     : rows_(static_cast<std::size_t>(data.SizeRows())),
       columns_(static_cast<std::size_t>(data.SizeColumns())),
-      hasGaps_(columns_ == 0 || HasGaps(data)),  // without columns, too, the factor is not 1
+      hasGaps_(columns_ == 0 || voran::detail::AnyRowHasGaps(data)),  // without columns, too, the factor is not 1
       // There are elements to point to even where there is no column.
       blocks_((rows_ + kRowsOfBlock - 1) / kRowsOfBlock * kRowsOfBlock * std::max<std::size_t>(columns_, 1)) {
   byRow_.reserve(rows_ * columns_);

@@ -10,9 +10,6 @@ inline namespace voran {
 namespace DendroGram {
 namespace detail {
 
-/// By the counts of the rows, which know of a gap that was written through one of them; that of the matrix does not.
-bool HasGaps(const NCDataMatrix<float>& data);
-
 /// The elements of a matrix, laid out for distances between its rows: a copy of its size. Read-only, so that any number
 /// of threads may use it.
 class DistanceRows {

@@ -57,8 +57,7 @@ void NCDataMatrix<T>::PreMultiplyMisVal(const NCDataVector<T>& v, NCDataVector<T
   NipalsPass<T> pass(*this);
   pass.SumColumns(v, NipalsPass<T>::Weight::kOne);
   for (int c = 1; c <= numColumns_; ++c) {
-    const bool anyPair = numMisVal_ == 0 || pass.WeightSum(c) > 0.0;
-    if (anyPair) result(c, static_cast<T>(pass.Product(c)));
+    if (pass.HasPair(c)) result(c, static_cast<T>(pass.Product(c)));
   }
 }
 
@@ -93,7 +92,7 @@ void NCDataMatrix<T>::SpecialNipalsRegressColumnsFixImpl(const NCDataVector<T>& 
   }
   using Weight = typename NipalsPass<T>::Weight;
   NipalsPass<T> pass(*this);
-  pass.ReserveSums();
+  pass.ReserveSums(v.GetNumMisVal() != 0);
   const bool isAlone = omp_in_parallel() == 0;
   const int processors = isAlone && ThreadingControl::IsThreadingOn() ? ThreadingControl::GetNumberOfProcessors() : 1;
   const int chunks = std::max(1, std::min(processors, numColumns_));

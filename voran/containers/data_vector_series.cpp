@@ -124,7 +124,7 @@ void NCDataVector<T>::DetrendLinear(double& intercept, double& slope) {
   LeastSquare(nullptr, intercept, slope);
   Unlink();
   for (int i = 1; i <= size_; ++i) {
-    if (data_[i] == kMissing<T>) continue;
+    if (numMisVal_ != 0 && data_[i] == kMissing<T>) continue;
     data_[i] = static_cast<T>(static_cast<double>(data_[i]) - (slope * i + intercept));
   }
 }
@@ -140,7 +140,7 @@ bool NCDataVector<T>::LeastSquare(const NCDataVector* x, double& intercept, doub
   double sumXY = 0.0;
   bool isConstant = true;
   for (int i = 1; i <= size_; ++i) {
-    if (data_[i] == kMissing<T>) continue;
+    if (numMisVal_ != 0 && data_[i] == kMissing<T>) continue;
     const T xi = x == nullptr ? static_cast<T>(i) : x->data_[i];
     if (x != nullptr && xi == kMissing<T>) return false;
     const T square = xi * xi;

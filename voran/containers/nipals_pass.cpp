@@ -40,7 +40,7 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
       blocks_(numRows_, numColumns_),
       threads_(ThreadsForMatrix(numRows_, numColumns_, kIterationRound)),
       group_(GroupOf(numColumns_)),
-      isComplete_(matrix.GetNumMisVal() == 0),
+      isCountedComplete_(matrix.GetNumMisVal() == 0),
       stride_((static_cast<std::size_t>(numColumns_) + 7) / 8 * 8),
       rows_(static_cast<std::size_t>(numRows_)),
       rowHasGaps_(static_cast<std::size_t>(numRows_)),
@@ -51,7 +51,8 @@ NipalsPass<T>::NipalsPass(const NCDataMatrix<T>& matrix)
     rows_[index] = row.begin();
     if (row.GetNumMisVal() == 0) continue;
     rowHasGaps_[index] = 1;
-    if (!isComplete_) blockHasGaps_[static_cast<std::size_t>(i / blocks_.rowsPerBlock)] = 1;
+    blockHasGaps_[static_cast<std::size_t>(i / blocks_.rowsPerBlock)] = 1;
+    anyRowHasGaps_ = true;
   }
 }
 
@@ -123,7 +124,8 @@ void NipalsPass<T>::SumBlock(int block, const ColumnTask& task) {
 }
 
 template <typename T>
-void NipalsPass<T>::ReserveSums() {
+void NipalsPass<T>::ReserveSums(bool vHasGaps) {
+  isComplete_ = isCountedComplete_ && !(vHasGaps && anyRowHasGaps_);
   sums_.Reserve(blocks_.count, stride_);
   totals_.resize(stride_);
   blockWeight_.resize(static_cast<std::size_t>(std::max(blocks_.count, 1)));
@@ -152,7 +154,7 @@ void NipalsPass<T>::CombineColumns() {
 
 template <typename T>
 void NipalsPass<T>::SumColumns(const NCDataVector<T>& v, Weight weight) {
-  ReserveSums();
+  ReserveSums(v.GetNumMisVal() != 0);
   const ColumnTask task{v.begin(), v.GetNumMisVal() != 0, weight, 0, numColumns_, true};
   ParallelFor(blocks_.count, threads_, [&](int block) { SumBlock(block, task); });
   CombineColumns();
@@ -217,7 +219,10 @@ void NipalsPass<T>::FinishColumns(const NCDataVector<T>& v, Floor floor, const N
   for (int c = 1; c <= numColumns_; ++c) {
     if (groups != nullptr && (*groups)[c] == excludeValue) continue;
     const double denominator = Denominator(matrix_, c, mode, ssV, PairedSquares(c, ssV), floor);
-    if (!(std::abs(denominator) > kTinySumOfSquares)) continue;
+    // Where nothing is missing a NaN goes into the result.
+    const bool isNothing =
+        mode == kNoGaps ? std::abs(denominator) <= kTinySumOfSquares : !(std::abs(denominator) > kTinySumOfSquares);
+    if (isNothing) continue;
     elements[c] = static_cast<T>(Product(c) / denominator);
     if (!countByValue || elements[c] != kMissing<T>) --missing;
   }
@@ -248,7 +253,8 @@ double NipalsPass<T>::RowRegression::Slope(const T* row, bool rowHasGaps, double
 template <typename T>
 int NipalsPass<T>::RegressGroup(int firstRow, int count, const RowRegression& regression, RowsAhead<T> ahead,
                                 T* t) const {
-  if (!isComplete_ || !regression.isPlain) return RegressGroupWithGaps(firstRow, count, regression, ahead, t);
+  if (!isCountedComplete_ || anyRowHasGaps_ || !regression.isPlain)
+    return RegressGroupWithGaps(firstRow, count, regression, ahead, t);
   double products[kMostInGroup];
   kernels_.rowProducts(&rows_[static_cast<std::size_t>(firstRow)], count, regression.p, numColumns_, ahead, products);
   int missing = 0;
@@ -310,7 +316,11 @@ void NipalsPass<T>::RegressRows(const NCDataVector<T>& p, const NCIntegralVector
 
 template <typename T>
 void NipalsPass<T>::RegressRowsAndSumColumns(const NCDataVector<T>& p, NCDataVector<T>& t) {
-  ReserveSums();
+  if (isCountedComplete_ && anyRowHasGaps_) {  // what is summed depends on whether t will have gaps
+    RegressRows(p, nullptr, 0, Floor::kThirdOfAll, t);
+    return SumColumns(t);
+  }
+  ReserveSums(false);
   if (numRows_ == 0) return;
   const RowRegression regression(p, Floor::kThirdOfAll);
   T* const scores = WritableElements(t);

@@ -66,7 +66,7 @@ class NipalsPass {
   /// them sums what all columns have in common.
   void SumColumnRange(const NCDataVector<T>& v, Weight weight, int first, int last, bool withCommonPart);
   /// To be called before SumColumnRange(), and CombineColumns() after all its calls.
-  void ReserveSums();
+  void ReserveSums(bool vHasGaps);
   void CombineColumns();
   /// The product and the paired squares of one column, nothing else: the same bits as from SumColumns(v).
   static PairSums OneColumnSums(const NCDataMatrix<T>& matrix, const NCDataVector<T>& v, int column);
@@ -74,6 +74,7 @@ class NipalsPass {
   double Product(int column) const { return totals_[Index(column)]; }
   /// The sum of the weights over the same pairs; only of a matrix with gaps.
   double WeightSum(int column) const { return weightTotals_[Index(column)]; }
+  bool HasPair(int column) const { return isComplete_ || WeightSum(column) > 0.0; }
   /// The sum of the squares of v over the same pairs. `ssV` is v.GetSS(), which is no sum if all of v is missing.
   double PairedSquares(int column, double ssV) const { return isComplete_ ? std::max(ssV, 0.0) : WeightSum(column); }
 
@@ -96,7 +97,7 @@ class NipalsPass {
   static std::size_t Index(int column) { return static_cast<std::size_t>(column - 1); }
   int FirstRow(int block) const { return block * blocks_.rowsPerBlock; }
   int EndRow(int block) const { return std::min(numRows_, FirstRow(block) + blocks_.rowsPerBlock); }
-  bool BlockHasGaps(int block) const { return blockHasGaps_[static_cast<std::size_t>(block)] != 0; }
+  bool BlockHasGaps(int block) const { return !isComplete_ && blockHasGaps_[static_cast<std::size_t>(block)] != 0; }
   bool HasGaps(int row) const { return rowHasGaps_[static_cast<std::size_t>(row)] != 0; }
 
   /// What is to be summed, of which columns.
@@ -127,7 +128,9 @@ class NipalsPass {
   RowBlocks blocks_;
   int threads_;
   int group_;
-  bool isComplete_;
+  bool isCountedComplete_;  ///< the matrix counts no gap; it may have rows with gaps all the same
+  bool anyRowHasGaps_ = false;
+  bool isComplete_ = true;  ///< column sums take every element for a number, the marker included
   std::size_t stride_;
   std::vector<const T*> rows_;  // 0-based rows, 0-based elements
   std::vector<char> rowHasGaps_;

@@ -8,6 +8,7 @@
 #include "voran/containers/kernels/nipals.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/row_gaps.h"
 #include "voran/models/row_groups.h"
 
 inline namespace voran {
@@ -71,7 +72,7 @@ struct LeftOutFits::Work {
 };
 
 bool LeftOutFits::CanFit(const Matrix& X, const Matrix& Y) {
-  return Y.SizeColumns() == 1 && X.SizeColumns() > 0 && X.GetNumMisVal() == 0 && Y.GetNumMisVal() == 0;
+  return Y.SizeColumns() == 1 && X.SizeColumns() > 0 && IsComplete(X) && IsComplete(Y);
 }
 
 LeftOutFits::LeftOutFits(const Matrix& X, const Matrix& Y, const Groups& rowGroups)

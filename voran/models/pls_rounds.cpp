@@ -10,6 +10,7 @@
 #include "voran/containers/kernels/reductions.h"
 #include "voran/containers/missing_value.h"
 #include "voran/containers/parallel.h"
+#include "voran/containers/row_gaps.h"
 #include "voran/containers/writable_elements.h"
 #include "voran/models/row_groups.h"
 
@@ -78,7 +79,7 @@ void PlsRounds::Square::Add(const Square& other) {
 bool PlsRounds::IsWorthwhile(const Matrix& X, const Matrix& Y, int iterationLimit) {
   constexpr int kScratchShare = 4;  // of the rows of X, in rows of doubles for each response and block
   const int responses = Y.SizeColumns();
-  const bool isComplete = X.GetNumMisVal() == 0 && Y.GetNumMisVal() == 0;
+  const bool isComplete = IsComplete(X) && IsComplete(Y);
   if (!isComplete || responses < 2 || responses > kMostResponses || iterationLimit <= responses) return false;
   return RowBlocks(X.SizeRows(), X.SizeColumns()).count * responses * kScratchShare <= X.SizeRows();
 }
