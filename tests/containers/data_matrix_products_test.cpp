@@ -162,6 +162,7 @@ TYPED_TEST(MatrixProducts, EqualTheTripleLoopOnAnyNumberOfThreads) {
       for (const int threads : {1, 2, 3, 7}) {
         SCOPED_TRACE(threads);
         ThreadingControl::SetNumberOfProcessors(threads);
+        ThreadingControl::SetThreadingIsOn(true);
         ExpectSame(left * right, expected);
       }
     }
@@ -169,6 +170,7 @@ TYPED_TEST(MatrixProducts, EqualTheTripleLoopOnAnyNumberOfThreads) {
   const Table<T> table(300, 40, 3, 0.0);
   const NCDataMatrix<T> m = table.ToMatrix();
   ThreadingControl::SetNumberOfProcessors(3);
+  ThreadingControl::SetThreadingIsOn(true);
   ExpectSame(m.MatrixMultiply(m, false, true, true), PlainProduct(table, table.Transposed(), true));
 }
 

@@ -363,15 +363,6 @@ TYPED_TEST(DataMatrix, ResultsHaveTheSameBitsAtAnyThreadCountAndOnAnyTarget) {
   }
 }
 
-TYPED_TEST(DataMatrix, AColumnWithoutUsableDenominatorStaysMissing) {
-  const NCDataMatrix<TypeParam> m = Matrix<TypeParam>({{1, -99}, {2, -99}});
-  EXPECT_THAT(Elements(m.RegressColumns({0, 0})), ElementsAre(-99, -99));
-  EXPECT_EQ(m.RegressColumns({0, 0}).GetNumMisVal(), 2);
-  EXPECT_THAT(Elements(m.RegressColumns({1, 0})), ElementsAre(1, -99));
-  EXPECT_THAT(Elements(m.SpecialNipalsRegressColumnsFix({1, -99})), ElementsAre(1, 0)) << "no pair, and gaps in v";
-  EXPECT_THAT(Elements(m.RegressColumns({1, -99})), ElementsAre(1, -99));
-}
-
 TYPED_TEST(DataMatrix, TheStartColumnHasTheLargestSumOfSquares) {
   using T = TypeParam;
   EXPECT_THAT(Elements(Matrix<T>({{1, 3, 3}, {2, 4, 4}}).GetNIPALSStartColumn()), ElementsAre(3, 4));

@@ -1,7 +1,6 @@
 #include "voran/containers/data_vector.h"
 
 #include <cmath>
-#include <cstdint>
 #include <functional>
 #include <limits>
 #include <string>
@@ -196,31 +195,11 @@ TYPED_TEST(DataVector, AFailedAllocationLeavesAUsableVectorAndLeaksNothing) {
   }
 }
 
-TYPED_TEST(DataVector, CopyingCopiesNoElement) {
-  const NCDataVector<TypeParam> source = this->Sample();
-  const NCDataVector<TypeParam> copy = source;
-  NCDataVector<TypeParam> assigned{1};
-  assigned = copy;
-  EXPECT_EQ(copy.GetVector(), source.GetVector());
-  EXPECT_EQ(assigned.GetVector(), source.GetVector());
-  EXPECT_TRUE(assigned == source);
-}
-
 TYPED_TEST(DataVector, TheFirstElementIsAligned) {
   for (int n = 1; n < 20; ++n) {
     const NCDataVector<TypeParam> v(n, TypeParam{1});
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(v.begin()) % 16, 0u);
   }
-}
-
-TYPED_TEST(DataVector, SizesAndCountsOfConstructors) {
-  using Vec = NCDataVector<TypeParam>;
-  EXPECT_EQ(Vec().Size(), 0);
-  EXPECT_EQ(Vec().begin(), Vec().end());
-  EXPECT_EQ(Vec(3).GetNumMisVal(), 3);
-  EXPECT_EQ(Vec(3, TypeParam{1}).GetNumMisVal(), 0);
-  EXPECT_EQ(Vec(3, this->kGap).GetNumMisVal(), 3);
-  EXPECT_EQ(this->Sample().GetNumMisVal(), 2);
 }
 
 TYPED_TEST(DataVector, ANaNIsPresent) {

@@ -499,19 +499,6 @@ TEST_P(Kernels, ANaNBesideAGapIsPresent) {
 INSTANTIATE_TEST_SUITE_P(Targets, Kernels, ::testing::ValuesIn(SimdTarget::GetAvailable()),
                          [](const auto& target) { return target.param; });
 
-TEST(SimdTarget, TheBestComesFirstAndPlainCodeLast) {
-  const auto available = SimdTarget::GetAvailable();
-  ASSERT_FALSE(available.empty());
-  EXPECT_THAT(available.back(), ::testing::AnyOf("SCALAR", "EMU128", "NEON"));
-  EXPECT_THAT(available, ::testing::Contains(SimdTarget::GetName()));
-}
-
-TEST(SimdTarget, AnUnknownNameIsRefusedAndChangesNothing) {
-  const std::string before = SimdTarget::GetName();
-  EXPECT_THROW(SimdTarget::Set("AVX9"), InvalidArgument);
-  EXPECT_EQ(SimdTarget::GetName(), before);
-}
-
 /// The variable is read once in a process, so each case has one of its own.
 TEST(SimdTargetDeathTest, TheEnvironmentChoosesTheSet) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");

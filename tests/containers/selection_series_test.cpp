@@ -64,36 +64,6 @@ TYPED_TEST_SUITE(SelectionAndSeries, ElementTypes);
 
 // Selection.
 
-TYPED_TEST(SelectionAndSeries, PositionsAreRemovedInTheBufferThatIsThere) {
-  NCDataVector<TypeParam> v{1, 2, -99, 4, 5};
-  const TypeParam* const buffer = v.GetVector();
-  v.Remove(At({7, 4, 0, 4, -99, 1}));
-  EXPECT_THAT(Elements(v), ElementsAre(2, -99, 5));
-  EXPECT_EQ(v.GetVector(), buffer);
-  v.Remove(At({}));
-  EXPECT_EQ(v.Size(), 3);
-  v.Remove(At({1, 2, 3}));
-  EXPECT_EQ(v.Size() + v.GetNumMisVal(), 0);
-  NCDataVector<TypeParam>().Remove(At({1}));
-}
-
-TYPED_TEST(SelectionAndSeries, ASelectionIsInTheOrderOfItsList) {
-  NCDataVector<TypeParam> v{1, -99, 3};
-  NCDataVector<TypeParam> kept(v);
-  v.Reduce(At({3, 3, 1, 2, 3}));
-  EXPECT_THAT(Elements(v), ElementsAre(3, 3, 1, -99, 3));
-  EXPECT_EQ(v.GetNumMisVal(), 1);
-  kept.SafeReduce(At({0, 3, 4, -99, 2}));
-  EXPECT_THAT(Elements(kept), ElementsAre(-99, 3, -99, -99, -99));
-  EXPECT_EQ(kept.GetNumMisVal(), 4);
-  kept.Reduce(At({}));
-  kept.push_back(1);
-  EXPECT_THAT(Elements(kept), ElementsAre(1));
-  NCDataVector<TypeParam> empty;
-  empty.SafeReduce(At({1}));
-  EXPECT_EQ(empty.GetNumMisVal(), 1);
-}
-
 TYPED_TEST(SelectionAndSeries, OnlyACountAboveZeroIsTakenAfresh) {
   NCDataVector<TypeParam> v{1, 2, 3};
   v.GetWritableVector()[2] = this->kGap;  // behind the count's back
@@ -166,18 +136,6 @@ TYPED_TEST(SelectionAndSeries, ASortIntoAnotherVectorNeedsAnotherSize) {
 }
 
 // Series.
-
-TYPED_TEST(SelectionAndSeries, LagMovesElementsUp) {
-  const std::vector<TypeParam> values = {1, -99, 3, -99};
-  const std::vector<std::vector<TypeParam>> lagged = {
-      values, {-99, 1, -99, 3}, {-99, -99, 1, -99}, {-99, -99, -99, 1}, {-99, -99, -99, -99}, {-99, -99, -99, -99}};
-  for (int k = 0; k < 6; ++k) {
-    NCDataVector<TypeParam> v = Vector(values);
-    v.Lag(k);
-    EXPECT_EQ(Elements(v), lagged[static_cast<std::size_t>(k)]) << k;
-    EXPECT_EQ(v.GetNumMisVal(), this->Recount(v)) << k;
-  }
-}
 
 TYPED_TEST(SelectionAndSeries, GapsAreFilledBetweenNeighbours) {
   using T = TypeParam;

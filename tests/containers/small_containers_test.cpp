@@ -23,15 +23,6 @@ using ::testing::ElementsAre;
 using IntVector = NCIntegralVector<int, -99>;
 using UnsignedVector = NCIntegralVector<unsigned long, 0>;
 
-TEST(BoolVector, SharesAndUnlinksAsItsBase) {
-  BoolVector flags(3, true);
-  const BoolVector copy = flags;
-  flags(2, false);
-  EXPECT_THAT(flags, ElementsAre(true, false, true));
-  EXPECT_THAT(copy, ElementsAre(true, true, true));
-  EXPECT_LT(flags, copy);
-}
-
 TEST(IndexLookup, TheFirstOfEqualEntriesIsTaken) {
   const unsigned long wanted[] = {30, 10, 99, 10, 0};
   const unsigned long list[] = {10, 20, 10, 30, 30};

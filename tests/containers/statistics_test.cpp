@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdint>
-#include <functional>
 #include <limits>
 #include <map>
 #include <string>
@@ -273,12 +271,6 @@ TYPED_TEST(Statistics, AMeanOnTheMarkerIsMovedAside) {
   EXPECT_EQ(Matrix<T>({{T{-49.5}, T{-49.5}}, {1, 2}}).GetMean(), -24.0) << "a row's sum may fall on the marker";
 }
 
-TEST(StatisticsOfFloats, ElementsAreWidenedBeforeTheyAreSummed) {
-  const std::vector<float> values{16777216.0f, 1.0f, 1.0f};
-  EXPECT_EQ(Vector(values).GetSum(), 16777218.0);
-  EXPECT_EQ(Matrix<float>({{values[0]}, {values[1]}, {values[2]}}).GetColumnMean(1), 16777218.0 / 3.0);
-}
-
 TYPED_TEST(Statistics, ConstantDataHaveNoShape) {
   const NCDataVector<TypeParam> v{2, 2, -99, 2, 2, 2};
   EXPECT_EQ(v.GetStdDev(), 0.0);
@@ -368,23 +360,6 @@ TYPED_TEST(Statistics, HaveTheSameBitsColumnByColumnAtAnyThreadCountAndOnAnyTarg
 }
 
 // Correlation.
-
-/// cor() of R on its stackloss data, and the cosines.
-TYPED_TEST(Statistics, PublishedCorrelations) {
-  const Rows<TypeParam> stackloss = {{80, 27, 89}, {80, 27, 88}, {75, 25, 90}, {62, 24, 87}, {62, 22, 87}, {62, 23, 87},
-                                     {62, 24, 93}, {62, 24, 93}, {58, 23, 87}, {58, 18, 80}, {58, 18, 89}, {58, 17, 88},
-                                     {58, 18, 82}, {58, 19, 93}, {50, 18, 89}, {50, 18, 86}, {50, 19, 72}, {50, 19, 79},
-                                     {50, 20, 80}, {56, 20, 82}, {70, 20, 91}};
-  const NCDataVector<TypeParam> loss{42, 37, 37, 28, 18, 18, 19, 20, 15, 14, 14, 13, 11, 12, 8, 7, 8, 8, 9, 15, 15};
-  const double correlations[] = {0.91966345290585527, 0.87550440441944699, 0.39982958709931060};
-  const double cosines[] = {0.92710735753042595, 0.92337821110369123, 0.88042827626351539};
-  const auto centred = Matrix(stackloss).GetColumnCorrelation(loss, true);
-  const auto raw = Matrix(stackloss).GetColumnCorrelation(loss, false);
-  for (int c = 1; c <= 3; ++c) {
-    EXPECT_NEAR(centred[c], correlations[c - 1], 1e-7);
-    EXPECT_NEAR(raw[c], cosines[c - 1], 1e-7);
-  }
-}
 
 TYPED_TEST(Statistics, CorrelationsRunOverPairsAboutTheMeansOfAllThatIsPresent) {
   using T = TypeParam;

@@ -3,14 +3,12 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <limits>
 #include <new>
 #include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/containers/failing_allocation.h"
@@ -25,7 +23,6 @@ namespace {
 
 using stored::Bytes;
 using stored::Directory;
-using stored::Element;
 using stored::Elements;
 using stored::Header;
 using stored::Headers;
@@ -261,19 +258,6 @@ TEST(Streams, FailureOfAnyWriteIsTold) {
   }
 }
 
-TEST(Streams, StreamThatCannotSeekGetsNothingAndGivesNothing) {
-  for (const Kind& kind : AllKinds()) {
-    Pipe pipe(kind.bytes);
-    std::iostream stream(&pipe);
-    EXPECT_FALSE(kind.write(stream)) << kind.name;
-    EXPECT_TRUE(stream.fail());
-    EXPECT_EQ(pipe.Written(), "") << kind.name;
-    stream.clear();
-    EXPECT_EQ(kind.readBack(stream), "was refused") << kind.name;
-    EXPECT_TRUE(stream.fail());
-  }
-}
-
 /// Bytes in which every checksum is right and something else is not.
 struct Lie {
   std::string name;
@@ -503,17 +487,6 @@ TEST(StreamWalk, ReadingIntoASharedObjectLeavesTheSharersAlone) {
   EXPECT_FALSE(Read(VectorBytes<float>({4}, 2).All(), failed));
   failed.SetSize(2);  // within the former capacity
   EXPECT_EQ(failed.GetNumMisVal(), 2);
-}
-
-TEST(StreamWalk, IdentityTellsTheVersions) {
-  const NCDataVector<float> v;
-  NCStringVector strings;
-  EXPECT_EQ(v.GetMyVStreamVersionNumber(), 4);
-  EXPECT_EQ(NCDataMatrix<double>().GetMyVStreamVersionNumber(), 4);
-  EXPECT_EQ(BoolVector().GetMyVStreamVersionNumber(), 3);
-  EXPECT_EQ(strings.GetMyVStreamVersionNumber(), 2);
-  EXPECT_FALSE(Read((Headers("NCSV", 1) + Directory({Int(0)})).All(), strings));
-  EXPECT_EQ(strings.GetVStreamVersionNumber(), 1);
 }
 
 // Files.

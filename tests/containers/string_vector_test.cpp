@@ -96,12 +96,6 @@ TEST(StringVector, AMovedFromOrClearedVectorIsAnEmptyOne) {
   EXPECT_THAT(NCStringVector(2), ElementsAre("", ""));
 }
 
-TEST(StringVector, EqualityIsOfBytes) {
-  EXPECT_EQ(NCStringVector(Sample()), NCStringVector(Sample()));
-  EXPECT_NE(NCStringVector(Strings{"a"}), NCStringVector(Strings{"A"}));
-  EXPECT_NE(NCStringVector(Strings{"a"}), NCStringVector(Strings{"a", ""}));
-}
-
 TEST(StringVector, FindsFromAStartAndTellsNotFoundByZero) {
   const NCStringVector v(Sample());
   EXPECT_EQ(v.FindString("b", true, 1), 1);

@@ -42,6 +42,7 @@ TEST_F(Threads, ACancelFromAnotherOneIsHeard) {
     for (const int threads : {2, 8}) {
       SCOPED_TRACE(::testing::Message() << operation.name << ", " << threads << " threads");
       ThreadingControl::SetNumberOfProcessors(threads);
+      ThreadingControl::SetThreadingIsOn(true);
       const Attempt attempt = operation.begin(kShape);
       NCProgress progress("", 0.0F, 1.0F, false, false, true, "");
       std::atomic<bool> isWorking{false};
@@ -63,6 +64,7 @@ TEST_F(Threads, ACancelFromAnotherOneIsHeard) {
 /// All operations at a time, on data that share their elements.
 TEST_F(Threads, OperationsSideBySideHaveTheirOwnResults) {
   ThreadingControl::SetNumberOfProcessors(2);
+  ThreadingControl::SetThreadingIsOn(true);
   std::vector<const Operation*> operations;
   for (const auto* const table : {&ModelOperations(), &OtherOperations()}) {
     for (const Operation& operation : *table) {

@@ -4,7 +4,6 @@
 #include <locale>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -62,13 +61,6 @@ TEST(Message, HugeNumbersInHugePrecisionAreWrittenOut) {
   EXPECT_THAT(message.GetText(), testing::StartsWith("-17976931348623157"));
 }
 
-TEST(Message, ListsAreTextsInOrder) {
-  ExceptionMessageList list;
-  list << ExceptionMessage::translate("first\n") << (ExceptionMessage::translate("row:{1} ") % 7)
-       << ExceptionMessage::translate("last");
-  EXPECT_EQ(list.GetText(), "first\nrow:7 last");
-}
-
 TEST(Translation, ContextsAreKeptApart) {
   const WithCatalogue catalogue({{"Sorting", "Sortierung"},
                                  {"Cluster analysis\4Sorting", "Abst\u00e4nde werden sortiert"},
@@ -103,48 +95,6 @@ TEST(Translation, LanguageMayChangeWhileOthersTranslate) {
   }
   switcher.join();
   ExceptionMessage::SetLocale(before);
-}
-
-TEST(Errors, AreCaughtAsTheirBasesWithTheirSentence) {
-  const ExceptionMessage message = ExceptionMessage::translate("Sum {1}") % 3;
-  struct Case {
-    std::function<void()> fail;
-    const char* expected;
-  };
-  const Case cases[] = {
-      {[] { throw Exception(); }, ""},
-      {[&] { throw Exception(message); }, "Sum 3"},
-      {[&] { throw VrStreamError(message); }, "Sum 3"},
-      {[] { throw InvalidArgument("groups {1}"); }, "groups {1}"},
-      {[] { throw CancelException(); }, "Cancelled by the user."},
-      {[&] { throw NCError(message, NCError::Level::kGeneral); }, "Sum 3"},
-      {[&] { throw NCError(ExceptionMessageList(message) << message, NCError::Level::kGeneral); }, "Sum 3Sum 3"},
-      {[] { throw NCInternalError("NCDataMatrix<FloatType>::ConcatRows"); }, "NCDataMatrix<FloatType>::ConcatRows"},
-      {[&] { throw NCInternalError("Here::There", message); }, "Here::There: Sum 3"},
-  };
-  for (const Case& c : cases) {
-    try {
-      c.fail();
-      FAIL() << "nothing was thrown for " << c.expected;
-    } catch (const Exception& error) {
-      const std::exception& standard = error;
-      EXPECT_STREQ(standard.what(), c.expected);
-    }
-  }
-}
-
-TEST(Errors, CopiesKeepLevelAndMessage) {
-  static_assert(sizeof(NCError::Level) == 4);
-  static_assert(std::is_nothrow_copy_constructible_v<NCError> && std::is_nothrow_copy_assignable_v<NCError>);
-  NCError target;
-  EXPECT_EQ(target.GetLevel(), NCError::Level{2});
-  {
-    const NCError source(ExceptionMessage::translate("gone"), NCError::Level{1});
-    target = source;
-  }
-  EXPECT_EQ(target.GetLevel(), NCError::Level::kZeroCorrelation);
-  EXPECT_STREQ(NCError(target).what(), "gone");
-  EXPECT_EQ(NCError(ExceptionMessageList(), NCError::Level::kCancel).GetLevel(), NCError::Level{0});
 }
 
 }  // namespace

@@ -239,17 +239,6 @@ TEST(Scale, FollowsTheColumnsThatAreRemoved) {
   EXPECT_EQ(other.GetScales().Size(), 2);
 }
 
-TEST(Scale, CopyIsIndependent) {
-  const NCScale scale = ScaleOf({NCScale::kCenter});
-  NCScale copy(scale);
-  NCDataMatrix<float> x = Matrix<float>({{1}, {3}});
-  copy.ScaleMatrix(&x, true);
-  EXPECT_THAT(copy.GetMeans(), ElementsAre(2));
-  copy.SetType(1, NCScale::kPareto);
-  EXPECT_THAT(scale.GetMeans(), ElementsAre(kGap));
-  EXPECT_EQ(scale.GetScaleType(1), NCScale::kCenter);
-}
-
 TEST(Scale, AssignmentSharesAndFreesNothing) {
   NCScale scale = ScaleOf({NCScale::kCenter});
   // Only one of the two may be destroyed, and what the other held is lost: both stay reachable for a leak checker.

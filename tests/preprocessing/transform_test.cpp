@@ -5,7 +5,6 @@
 #include <locale>
 #include <map>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -145,30 +144,6 @@ TEST(Transform, GapPassesEveryType) {
     EXPECT_EQ(transform.TransformValue(&value), kOk) << type;
     EXPECT_EQ(transform.BackTransformValue(&value), kOk) << type;
     EXPECT_EQ(value, kGap) << type;
-  }
-}
-
-TEST(Transform, BackUndoesForthInWholeColumns) {
-  std::mt19937 generator(5);
-  std::uniform_real_distribution<float> uniform(2.0F, 4.0F);
-  const std::vector<TransformStruct> transforms = {
-      TransformStruct(),        Make(kLinear, -3, 5),      Make(kLog, 3, -5),        Make(kNegLog, 3, -5),
-      Make(kLogit, 1.5F, 4.5F), Make(kExponential, -1, 2), Make(kPower, 2, -1, 1.5F)};
-  const int columns = static_cast<int>(transforms.size());
-  NCTransform all(columns);
-  for (int j = 1; j <= columns; ++j) all[j] = transforms[static_cast<std::size_t>(j - 1)];
-  NCDataMatrix<float> original(50, columns, kGap);
-  for (int i = 1; i <= 50; ++i) {
-    for (int j = 1; j <= columns; ++j) {
-      if ((i + j) % 7 != 0) original(i, j, uniform(generator));
-    }
-  }
-  NCDataMatrix<float> x = original;
-  EXPECT_EQ(all.TransformMatrixNoBreak(&x), nullptr);
-  ExpectRightCounts(x);
-  for (int j = 1; j <= columns; ++j) EXPECT_EQ(all[j].BackTransformColumn(&x, j), nullptr);
-  for (int i = 1; i <= 50; ++i) {
-    for (int j = 1; j <= columns; ++j) EXPECT_NEAR(x[i][j], original[i][j], 3e-6) << "row " << i << ", column " << j;
   }
 }
 
