@@ -90,7 +90,7 @@ void ReadValue(const std::string& value) {
   passes([&] { tool::MemorySizeText(tool::ReadMemorySize("--memory", value)); });
   passes([&] {
     std::vector<std::optional<tool::Limits>> limits(kColumns.size());
-    tool::LimitsArgument(value).Apply(kColumns, limits);
+    tool::LimitsArgument(value).Apply(kColumns, {kColumns.begin() + 1, kColumns.end()}, limits);
   });
   passes([&] {
     tool::CommandLine program("voran", "a program", "voran 1");
