@@ -116,8 +116,10 @@ void TableOptions::AddWhere(Command& command) {
 
 void TableOptions::AddSource(Command& command) {
   command.AddArgument("TABLE", path_, "CSV, TSV or .npy file; - is standard input");
-  AddList(command, "--id", roles_.id, "The column that names the rows");
-  command.AddFlag("--no-id", roles_.noId, "Do not take the first column for the names of the rows").Group(kTableGroup);
+  const Option id = AddList(command, "--id", roles_.id, "The column that names the rows");
+  command.AddFlag("--no-id", roles_.noId, "Do not take the first column for the names of the rows")
+      .Excludes(id)
+      .Group(kTableGroup);
 }
 
 void TableOptions::AddDialect(Command& command) {

@@ -49,6 +49,16 @@ void RefuseNumbers(const ControlChartSettings& settings) {
   if (settings.isPredictive && !isEwma) throw WrongUse("--predictive goes with --type ewma alone");
 }
 
+// The options name columns of both tables: a message of one that this table lacks says which table it is.
+Table ReadReference(const ControlChartOptions& options) {
+  try {
+    return options.run.table.Read(options.reference);
+  } catch (const Failure& failure) {
+    if (failure.Code() != ExitCode::kWrongUse) throw;
+    throw WrongUse(fmt::format("{}: {}", options.reference, failure.what()));
+  }
+}
+
 void RunControlChart(const ControlChartOptions& options) {
   ControlChartSettings settings = options.settings;
   settings.type = TypeNamed(options.type);
@@ -59,7 +69,7 @@ void RunControlChart(const ControlChartOptions& options) {
   const Table table = run.ReadTable();
   std::optional<Table> reference;
   if (!options.reference.empty()) {
-    reference = options.run.table.Read(options.reference);
+    reference = ReadReference(options);
     run.Tell(reference->source, reference->notes);
   }
   const Table* const limits = reference ? &*reference : nullptr;

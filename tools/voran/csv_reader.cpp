@@ -163,8 +163,11 @@ class CsvBody {
 };
 
 std::string DescribeDialect(const CsvDialect& dialect, const ColumnPlan& plan) {
-  return fmt::format("read as text with {}-separated cells, decimal {}, {}{}", SeparatorName(dialect.separator),
-                     dialect.decimalMark == ',' ? "comma" : "point", dialect.header ? "a header" : "no header",
+  const std::string cells = plan.names.size() == 1
+                                ? "of one column"
+                                : fmt::format("with {}-separated cells", SeparatorName(dialect.separator));
+  return fmt::format("read as text {}, decimal {}, {}{}", cells, dialect.decimalMark == ',' ? "comma" : "point",
+                     dialect.header ? "a header" : "no header",
                      plan.idAssumed ? fmt::format(", rows named by column {}", Quoted(plan.names[*plan.id])) : "");
 }
 

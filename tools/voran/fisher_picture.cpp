@@ -45,10 +45,15 @@ void DrawColumn(SvgWriter& svg, const CountTable& counts, std::size_t column, lo
   }
 }
 
-// Names that would not fit under a column are left out; a viewer shows them where it is pointed at.
+// Names are shortened to what fits under a column. Where nothing does, a viewer shows them where it is pointed at.
 void DrawName(SvgWriter& svg, const std::string& name, double left, double width) {
-  const std::string label = ShortName(name, kLongestName);
-  if (TextWidth(label, kSmallText) > width + 2.0 * kSpace) return;
+  constexpr std::size_t kShortestName = 5;
+  std::size_t most = kLongestName;
+  std::string label = ShortName(name, most);
+  while (TextWidth(label, kSmallText) > width + 2.0 * kSpace) {
+    if (most == kShortestName) return;
+    label = ShortName(name, --most);
+  }
   svg.Text(left + 0.5 * width, kTop + kHeight + 16.0, label, TextStyle(kSmallText, kGrey, "middle"));
 }
 

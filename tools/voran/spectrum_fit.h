@@ -21,7 +21,7 @@ struct SpectrumSettings {
 
 struct SpectrumResult {
   int segment = 0;
-  std::vector<double> frequencies;          ///< in cycles by unit of the step, from 0 up
+  std::vector<double> frequencies;          ///< in cycles per unit of the step, from 0 up
   std::vector<std::vector<double>> powers;  ///< one for each series; NaN for one without a value
 };
 

@@ -34,8 +34,9 @@ void DrawSeries(PlotPage& page, const SpectrumReport& report, std::size_t s) {
   plot.DrawYAxis(ShortName(report.series.names[s], kLongestTitle) +
                      (hasPower ? ", log10 of power" : " has no power at any frequency"),
                  kPageYTicks);
-  plot.DrawXAxis(report.settings.step == 1.0 ? "frequency: cycles by element" : "frequency: cycles by unit of the step",
-                 kPageXTicks);
+  plot.DrawXAxis(
+      report.settings.step == 1.0 ? "frequency: cycles per element" : "frequency: cycles per unit of the step",
+      kPageXTicks);
   plot.DrawCurve(frequencies, curve, kColours[0]);
   const std::vector<SpectrumPeak> peaks = PeaksOf(report.result.powers[s], kPeaksMarked);
   for (const SpectrumPeak& peak : peaks) {
@@ -44,8 +45,10 @@ void DrawSeries(PlotPage& page, const SpectrumReport& report, std::size_t s) {
     plot.DrawMark(frequency, curve[peak.place], PlotMark::kDiamond, kColours[1], "period " + period);
     if (&peak != &peaks.front()) continue;
     const bool isLeft = 2.0 * frequency < frequencies.back();
+    SvgAttributes style = TextStyle(kSmallText, kColours[1], isLeft ? "start" : "end");
+    style.insert(style.end(), {{"stroke", "#ffffff"}, {"stroke-width", "3"}, {"paint-order", "stroke"}});
     page.Svg().Text(plot.X().At(frequency) + (isLeft ? 9.0 : -9.0), plot.Y().At(curve[peak.place]) + 4.0, period,
-                    TextStyle(kSmallText, kColours[1], isLeft ? "start" : "end"));
+                    style);
   }
   if (!peaks.empty()) plot.DrawLegend("highest peaks, the first with its period", PlotMark::kDiamond, kColours[1]);
 }
