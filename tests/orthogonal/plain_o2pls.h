@@ -134,6 +134,21 @@ struct Side {
   Matrix t, w, p, u, q, wo, po, toTarget;
 };
 
+/// The columns of `block` regressed on scores, one after another.
+inline Matrix AllSlopes(const Matrix& block, const Matrix& scores) {
+  Matrix slopes;
+  for (const Vector& score : scores) slopes.push_back(ColumnSlopes(block, score));
+  return slopes;
+}
+
+/// What predicts Y, or X, by a model of both.
+inline Side ToY(const Model& m, const Matrix& y) {
+  return {m.t, m.w, m.p, m.u, m.q, m.wo, m.po, AllSlopes(y, m.to)};
+}
+inline Side ToX(const Model& m, const Matrix& x) {
+  return {m.u, m.c, m.q, m.t, m.p, m.co, m.qo, AllSlopes(x, m.uo)};
+}
+
 struct Prediction {
   Matrix target, scores, orthoScores, rest;
 };

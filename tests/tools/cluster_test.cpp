@@ -26,14 +26,6 @@ constexpr double kTolerance = 2e-6;
 
 class Cluster : public Program {
  protected:
-  json RunJson(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), "cluster");
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return json::parse(outcome.out);
-  }
-
   static double SumOfHeights(const json& summary) {
     double sum = 0.0;
     for (const json& merge : summary["merges"]) sum += merge["height"].get<double>();
@@ -70,7 +62,7 @@ TEST_F(Cluster, TreesAndGroupsAgreeWithR) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(fmt::format("{} {}", c.file, c.method));
-    std::vector<std::string> arguments = {DataFile(c.file), "--method", c.method, "--groups", "4"};
+    std::vector<std::string> arguments = {"cluster", DataFile(c.file), "--method", c.method, "--groups", "4"};
     if (*c.kept != '\0') arguments.insert(arguments.end(), {"--exclude", c.kept});
     const json summary = RunJson(arguments);
     EXPECT_EQ(Sizes(summary), c.sizes);
@@ -81,12 +73,12 @@ TEST_F(Cluster, TreesAndGroupsAgreeWithR) {
       EXPECT_NEAR(height * c.unit / c.highest[k], 1.0, kTolerance) << k;
     }
   }
-  const json usarrests = RunJson({DataFile("usarrests"), "--method", "single", "--groups", "4"});
+  const json usarrests = RunJson({"cluster", DataFile("usarrests"), "--method", "single", "--groups", "4"});
   EXPECT_EQ(usarrests["groups"][2]["rows"], json({"California", "Nevada"}));
   EXPECT_EQ(usarrests["ward_type"], json());
 
   // The heights of the other type are the squares.
-  const json squares = RunJson({DataFile("usarrests"), "--ward-type", "ss"});
+  const json squares = RunJson({"cluster", DataFile("usarrests"), "--ward-type", "ss"});
   EXPECT_NEAR(squares["merges"].back()["height"].get<double>(), 13.5162423 * 13.5162423 / 2.0, 1e-4);
   EXPECT_EQ(squares["groups"], json());
 }
@@ -106,12 +98,12 @@ std::set<std::set<std::size_t>> GroupsOfMerges(const json& merges, std::size_t r
 }
 
 TEST_F(Cluster, GroupsAreThoseOfTheMergesMade) {
-  const json all = RunJson({kWine, "--class", "class"});
+  const json all = RunJson({"cluster", kWine, "--class", "class"});
   const json& merges = all["merges"];
   const std::size_t rows = 178;
   ASSERT_EQ(merges.size(), rows - 1);
   const auto groupsOf = [&](const std::string& option, const std::string& value) {
-    const json summary = RunJson({kWine, "--class", "class", option, value, "--out", "made"});
+    const json summary = RunJson({"cluster", kWine, "--class", "class", option, value, "--out", "made"});
     const TextCells cells = CellsOf(Path("made/groups.csv"));
     std::map<std::string, std::set<std::size_t>> groups;
     for (std::size_t i = 1; i < cells.size(); ++i) groups[cells[i][1]].insert(i);
@@ -134,7 +126,7 @@ TEST_F(Cluster, GroupsAreThoseOfTheMergesMade) {
   EXPECT_EQ(groupsOf("--cut", "0"), GroupsOfMerges(merges, rows, 0));
 
   // Numbered as the tree is drawn.
-  const json summary = RunJson({kWine, "--class", "class", "--groups", "3"});
+  const json summary = RunJson({"cluster", kWine, "--class", "class", "--groups", "3"});
   std::vector<std::string> order;
   for (const json& group : summary["groups"]) {
     const std::set<std::string> members = group["rows"];
@@ -154,7 +146,7 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
                                      "  2                 100       0          50         50\n"));
   EXPECT_THAT(outcome.out, HasSubstr("\n  2       "));
   const json classes =
-      RunJson({DataFile("iris"), "--class", "class", "--method", "single", "--groups", "2"})["classes"];
+      RunJson({"cluster", DataFile("iris"), "--class", "class", "--method", "single", "--groups", "2"})["classes"];
   EXPECT_EQ(classes[0]["counts"], json({{50, 0, 0}, {0, 50, 50}}));
 
   Put("t.csv", "id,a,b\nx,1,2\ny,1,2\nz,1,2\n");
@@ -162,7 +154,7 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
               HasSubstr("  all rows are equal: every height is 0\n\n  groups  from  up to  range\n"
                         "  2          -      -      -\n  3          -      -      -\n\n"
                         "  group 1, 1 row: x\n  group 2, 2 rows: y, z\n"));
-  EXPECT_EQ(RunJson({"t.csv", "--scaling", "none", "--cut", "0"})["groups"].size(), 1u);
+  EXPECT_EQ(RunJson({"cluster", "t.csv", "--scaling", "none", "--cut", "0"})["groups"].size(), 1u);
   Put("one.csv", "id,a,b\nx,1,2\n");
   EXPECT_THAT(Run({"cluster", "one.csv", "--scaling", "none", "--quiet", "--out", "one"}).out,
               HasSubstr("  one row is a tree of one leaf: there is nothing to join\n"));
@@ -179,9 +171,11 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
   EXPECT_FALSE(fs::exists(Path("one/groups.csv")));
   // Heights keep their size where scaling by a power of two keeps squares in range: sqrt(((3e20)^2 + (4e20)^2) / 2).
   Put("large.csv", "id,a,b\nx,0,0\ny,3e20,4e20\n");
-  EXPECT_NEAR(RunJson({"large.csv", "--scaling", "none"})["merges"][0]["height"].get<double>() / 3.53553391e20, 1.0,
-              kTolerance);
-  EXPECT_NEAR(RunJson({"large.csv", "--scaling", "none", "--ward-type", "ss", "--cut", "1e38"})["merges"][0]["height"]
+  EXPECT_NEAR(
+      RunJson({"cluster", "large.csv", "--scaling", "none"})["merges"][0]["height"].get<double>() / 3.53553391e20, 1.0,
+      kTolerance);
+  EXPECT_NEAR(RunJson({"cluster", "large.csv", "--scaling", "none", "--ward-type", "ss", "--cut",
+                       "1e38"})["merges"][0]["height"]
                       .get<double>() /
                   1.25e41,
               1.0, kTolerance);
@@ -189,12 +183,9 @@ TEST_F(Cluster, TheSummaryTellsHeightsGroupsAndClasses) {
 
 TEST_F(Cluster, HeightsOfTheSummaryMakeItsGroups) {
   for (const std::vector<std::string>& options :
-       std::vector<std::vector<std::string>>{{kWine, "--class", "class"},
-                                             {kWine, "--class", "class", "--method", "single"},
-                                             {DataFile("usarrests"), "--ward-type", "ss", "--scaling", "none"}}) {
-    std::vector<std::string> arguments = {"cluster", "--quiet"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    std::istringstream lines(Run(arguments).out);
+       {Words("cluster @wine --class class"), Words("cluster @wine --class class --method single"),
+        Words("cluster @usarrests --ward-type ss --scaling none")}) {
+    std::istringstream lines(Run(options).out);
     std::string line;
     while (std::getline(lines, line) && line.find("groups  ") == std::string::npos) continue;
     std::size_t shown = 0;
@@ -213,12 +204,11 @@ TEST_F(Cluster, HeightsOfTheSummaryMakeItsGroups) {
 TEST_F(Cluster, DistancesOnDiskGiveTheSameTree) {
   for (const auto& [file, kept] :
        {std::pair{"usarrests", ""}, std::pair{"wine", "class"}, std::pair{"iris", "class"}}) {
-    std::vector<std::string> arguments = {DataFile(file), "--method", "single"};
+    std::vector<std::string> arguments = {"cluster", DataFile(file), "--method", "single"};
     if (*kept != '\0') arguments.insert(arguments.end(), {"--class", kept});
     const json inMemory = RunJson(arguments);
     arguments.insert(arguments.end(), {"--memory", "10K"});
     EXPECT_EQ(RunJson(arguments), inMemory) << file;
-    arguments.insert(arguments.begin(), "cluster");
     EXPECT_THAT(Run(arguments).err, HasSubstr("will be used to temporarily store the calculated distances"));
   }
   const std::pair<const char*, const char*> folders[] = {
@@ -287,7 +277,7 @@ TEST_F(Cluster, ATreeInTheCacheIsTakenAndADamagedOneReplaced) {
   EXPECT_THAT(file.filename().string(), ::testing::MatchesRegex("Dendro_178_13_[0-9a-f]{32}"));
   const std::string good = ContentOf(file);
   run("the tree was taken from kept/trees");
-  EXPECT_TRUE(RunJson({kWine, "--class", "class", "--cache", "kept/trees"})["from_cache"]);
+  EXPECT_TRUE(RunJson({"cluster", kWine, "--class", "class", "--cache", "kept/trees"})["from_cache"]);
 
   std::string flipped = good;
   flipped[good.size() / 2] = static_cast<char>(flipped[good.size() / 2] ^ 1);
@@ -320,49 +310,33 @@ TEST_F(Cluster, RefusalsSayWhatToDo) {
   Put("tall.csv", tall);
   Put("ward.csv", tall.substr(0, 2 + 2 * 46342));
   Put("equal.csv", "id,a,b\nx,1,2\ny,1,2\n");
-  struct Case {
-    std::vector<std::string> arguments;
-    int code;
-    const char* says;
+  const std::vector<Refusal> refusals = {
+      {"t.csv --cut 1 --groups 2", 2, "--cut excludes --groups"},
+      {"t.csv --cut -1", 2, "--cut: a height is 0 or above"},
+      {"t.csv --cut nan", 2, "--cut: a height is 0 or above"},
+      {"t.csv --groups 3", 2, "--groups: 2 rows of t.csv cannot make 3 groups"},
+      {"t.csv --groups 0", 2, "--groups: \"0\" is no whole number from 1 to 65535; see voran cluster --help"},
+      {"t.csv --groups 2.5", 2, "--groups: \"2.5\" is no whole number from 1 to 65535;"},
+      {"t.csv --cut 1,5", 2, "--cut: \"1,5\" is no number with a decimal point, such as 1.5;"},
+      {"equal.csv", 3, "a (no variance) and the others hold nothing either; --scaling none keeps what has no variance"},
+      {"t.csv --method single --ward-type ss", 2, "--ward-type goes with --method ward alone"},
+      {"t.csv --memory much", 2, "--memory: \"much\" is no amount of memory such as 256M or 1.5GiB"},
+      {"t.csv --memory 8", 1, "the distances of 2 rows take 12 bytes, and there may be 8 bytes; --memory allows"},
+      {"t.csv --svg absent/tree.svg", 2, "--svg: absent/tree.svg cannot be written"},
+      {"t.csv --svg t.csv", 2, "--svg: t.csv is the input itself"},
+      {"t.csv --cache t.csv", 2, "--cache: t.csv is a file; give the name of a folder"},
+      {"t.csv --svg -", 2, "--svg: a picture does not go to standard output"},
+      {"t.csv --cache /proc", 2, "--cache: /proc does not hold this tree, and nothing can be written to it"},
+      {"rows.csv", 3, "with more than 50% missing values (2 rows: r, t); leave out these rows"},
+      {"pairs.csv --scaling none", 3, "(\"r\" and \"s\" have 0 of 4 columns in common, and 2 are needed); leave"},
+      {"tall.csv --header yes", 1, "131072 rows are more than can be clustered, which are 65535"},
+      {"ward.csv --header yes", 1, "46342 rows are more than Ward's method can cluster, which are 46341;"},
+      {"t.csv --scaling uv --exclude a,b", 3, ""},
   };
-  const std::vector<Case> cases = {
-      {{"t.csv", "--cut", "1", "--groups", "2"}, 2, "--cut excludes --groups"},
-      {{"t.csv", "--cut", "-1"}, 2, "--cut: a height is 0 or above"},
-      {{"t.csv", "--cut", "nan"}, 2, "--cut: a height is 0 or above"},
-      {{"t.csv", "--groups", "3"}, 2, "--groups: 2 rows of t.csv cannot make 3 groups"},
-      {{"t.csv", "--groups", "0"}, 2, "--groups: \"0\" is no whole number from 1 to 65535; see voran cluster --help"},
-      {{"t.csv", "--groups", "2.5"}, 2, "--groups: \"2.5\" is no whole number from 1 to 65535;"},
-      {{"t.csv", "--cut", "1,5"}, 2, "--cut: \"1,5\" is no number with a decimal point, such as 1.5;"},
-      {{"equal.csv"},
-       3,
-       "a (no variance) and the others hold nothing either; --scaling none keeps what has no variance"},
-      {{"t.csv", "--method", "single", "--ward-type", "ss"}, 2, "--ward-type goes with --method ward alone"},
-      {{"t.csv", "--memory", "much"}, 2, "--memory: \"much\" is no amount of memory such as 256M or 1.5GiB"},
-      {{"t.csv", "--memory", "8"},
-       1,
-       "the distances of 2 rows take 12 bytes, and there may be 8 bytes; --memory allows"},
-      {{"t.csv", "--svg", "absent/tree.svg"}, 2, "--svg: absent/tree.svg cannot be written"},
-      {{"t.csv", "--svg", "t.csv"}, 2, "--svg: t.csv is the input itself"},
-      {{"t.csv", "--cache", "t.csv"}, 2, "--cache: t.csv is a file; give the name of a folder"},
-      {{"t.csv", "--svg", "-"}, 2, "--svg: a picture does not go to standard output"},
-      {{"t.csv", "--cache", "/proc"}, 2, "--cache: /proc does not hold this tree, and nothing can be written to it"},
-      {{"rows.csv"}, 3, "with more than 50% missing values (2 rows: r, t); leave out these rows"},
-      {{"pairs.csv", "--scaling", "none"},
-       3,
-       "(\"r\" and \"s\" have 0 of 4 columns in common, and 2 are needed); leave"},
-      {{"tall.csv", "--header", "yes"}, 1, "131072 rows are more than can be clustered, which are 65535"},
-      {{"ward.csv", "--header", "yes"}, 1, "46342 rows are more than Ward's method can cluster, which are 46341;"},
-      {{"t.csv", "--scaling", "uv", "--exclude", "a,b"}, 3, ""},
-  };
-  for (const Case& c : cases) {
-    std::vector<std::string> arguments = c.arguments;
-    arguments.insert(arguments.begin(), "cluster");
-    ExpectRefusal(arguments, c.code, c.says);
-  }
+  ExpectRefusals("cluster", refusals);
   for (const char* option : {"--groups", "--method", "--svg"}) {
     EXPECT_THAT(Run({"cluster", "t.csv", option}).err, ::testing::StartsWith(fmt::format("voran: {} needs a", option)));
   }
-  EXPECT_EQ(Files().size(), 6u) << "the tables alone";
 }
 
 }  // namespace

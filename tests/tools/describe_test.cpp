@@ -22,14 +22,6 @@ const std::vector<std::string> kStatistics = {
 
 class Describe : public Program {
  protected:
-  json RunJson(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), "describe");
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return json::parse(outcome.out);
-  }
-
   static json Variable(const json& summary, const std::string& name) {
     for (const json& variable : summary["variables"]) {
       if (variable["name"] == name) return variable;
@@ -63,14 +55,15 @@ TEST_F(Describe, StatisticsAgreeWithR) {
        {0.1114191489, 0.1149580276, -0.05, 0.0127, 0.0839, 0.2209, 0.341, 0.4993585795, 1.4408571423, -1.0558178527}},
   };
   for (const Case& c : cases) {
-    const json summary = RunJson({fmt::format("{}/{}.csv", VORAN_DATA, c.file), "--class", c.classes});
+    const json summary = RunJson({"describe", fmt::format("{}/{}.csv", VORAN_DATA, c.file), "--class", c.classes});
     const json variable = Variable(summary, c.variable);
     for (std::size_t i = 0; i < kStatistics.size(); ++i) {
       EXPECT_NEAR(variable[kStatistics[i]].get<double>(), c.expected[i], kTolerance * std::abs(c.expected[i]))
           << c.variable << ", " << kStatistics[i];
     }
   }
-  const json metabolites = RunJson({std::string(VORAN_DATA) + "/metabolites.csv", "--class", "class_hours"});
+  const json metabolites =
+      RunJson({"describe", std::string(VORAN_DATA) + "/metabolites.csv", "--class", "class_hours"});
   EXPECT_EQ(metabolites["missing"], json::parse(R"({"cells":419,"rows":52,"columns":77,"empty_rows":[]})"));
   EXPECT_EQ(metabolites["variables"][0]["present"], 47);
   EXPECT_EQ(metabolites["variables"][0]["missing"], 5);
@@ -83,7 +76,7 @@ TEST_F(Describe, WhatCannotBeHadIsMissingInEveryForm) {
       ",,4,3,2,2,\n"
       ",,,3,9,4,-100\n"
       ",,,3,,9,\n");
-  const json summary = RunJson({"t.csv", "--out", "results"});
+  const json summary = RunJson({"describe", "t.csv", "--out", "results"});
   // How many of the statistics, in this order, a column has.
   const std::vector<std::string> order = {
       "mean",           "minimum",  "median",        "maximum", "standard_deviation",
@@ -112,8 +105,8 @@ TEST_F(Describe, WhatCannotBeHadIsMissingInEveryForm) {
 }
 
 TEST_F(Describe, CapabilityFollowsTheLimitsOfEachColumn) {
-  const json all = RunJson({kWine, "--class", "class", "--limits", "-1,11", "--limits", "alcohol=11,15", "--limits",
-                            "hue=,2", "--limits", "ash..magnesium=1,"});
+  const json all = RunJson({"describe", kWine, "--class", "class", "--limits", "-1,11", "--limits", "alcohol=11,15",
+                            "--limits", "hue=,2", "--limits", "ash..magnesium=1,"});
   const json alcohol = Variable(all, "alcohol");
   EXPECT_NEAR(alcohol["cp"].get<double>(), 0.8211934883, kTolerance);
   EXPECT_NEAR(alcohol["cpk"].get<double>(), 0.8209397488, kTolerance);

@@ -15,16 +15,7 @@ using nlohmann::json;
 using ::testing::HasSubstr;
 using Arguments = std::vector<std::string>;
 
-class Fill : public Program {
- protected:
-  json Json(Arguments arguments) const {
-    arguments.insert(arguments.begin(), "fill");
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return json::parse(outcome.out, nullptr, false);
-  }
-};
+using Fill = Program;
 
 TEST_F(Fill, FillsTheGapsAndLeavesTheRest) {
   TextCells cells = CellsOf(DataFile("oliveoil"));
@@ -33,9 +24,9 @@ TEST_F(Fill, FillsTheGapsAndLeavesTheRest) {
   for (const auto& [row, column] : places) cells[row][column] = "";
   Put("gaps.csv", cells);
   for (const Arguments& how : {Arguments{}, {"--components", "1"}, {"--y", "yellow..syrup"}}) {
-    Arguments arguments = {"gaps.csv", "--class", "class", "--out", "r"};
+    Arguments arguments = {"fill", "gaps.csv", "--class", "class", "--out", "r"};
     arguments.insert(arguments.end(), how.begin(), how.end());
-    const json summary = Json(arguments);
+    const json summary = RunJson(arguments);
     EXPECT_EQ(summary["left_cells"], 0);
     EXPECT_EQ(summary["filled_cells"].get<int>() + (how.size() > 1 && how[0] == "--y" ? 2 : 0), 4);
     const TextCells filled = CellsOf(Path("r/filled.csv"));
@@ -73,9 +64,9 @@ TEST_F(Fill, FillsWithWhatTheModelSays) {
   }
   Put("t.csv", text);
   const auto filled = [&](const Arguments& more) {
-    Arguments arguments = {"t.csv", "--out", "r"};
+    Arguments arguments = {"fill", "t.csv", "--out", "r"};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    EXPECT_EQ(Json(arguments)["left_cells"], 0);
+    EXPECT_EQ(RunJson(arguments)["left_cells"], 0);
     const Cells numbers = Numbers(Path("r/filled.csv"));
     return std::pair(numbers[4][0], numbers[8][2]);
   };
@@ -99,7 +90,7 @@ TEST_F(Fill, GapsThatCannotBeFilledStayAndAreCounted) {
   EXPECT_FALSE(std::isnan(filled[1][1]));
   for (const double value : filled[2]) EXPECT_TRUE(std::isnan(value));
   EXPECT_TRUE(std::isnan(filled[1][2]));
-  const json summary = Json({"t.csv", "--components", "1"});
+  const json summary = RunJson({"fill", "t.csv", "--components", "1"});
   EXPECT_EQ(summary["left_cells"], 11);
   EXPECT_EQ(summary["missing"]["empty_rows"], json({"r"}));
   json b = summary["variables"][1];
@@ -118,7 +109,7 @@ TEST_F(Fill, ARowThatHoldsNothingOfABlockIsNotFilledThere) {
   for (std::size_t c = 4; c <= 6; ++c) cells[7][c] = "";  // all responses
   cells[9][2] = "";
   Put("t.csv", cells);
-  const json summary = Json({"t.csv", "--y", "y_weight..y_pulse", "--out", "r"});
+  const json summary = RunJson({"fill", "t.csv", "--y", "y_weight..y_pulse", "--out", "r"});
   EXPECT_EQ(summary["filled_cells"], 1);
   EXPECT_EQ(summary["y_filled_cells"], 0);
   EXPECT_EQ(summary["left_cells"], 6);
@@ -128,11 +119,11 @@ TEST_F(Fill, ARowThatHoldsNothingOfABlockIsNotFilledThere) {
 }
 
 TEST_F(Fill, ATableWithoutGapsStaysAsItIs) {
-  const json summary = Json({DataFile("iris"), "--class", "class", "--out", "r"});
+  const json summary = RunJson({"fill", DataFile("iris"), "--class", "class", "--out", "r"});
   EXPECT_EQ(summary["filled_cells"], 0);
   EXPECT_EQ(summary["variables"], json::array());
   const Cells before = Numbers(DataFile("usarrests"));
-  Json({DataFile("usarrests"), "--out", "s"});
+  RunJson({"fill", DataFile("usarrests"), "--out", "s"});
   EXPECT_EQ(Numbers(Path("s/filled.csv")), before);
 }
 
@@ -150,8 +141,8 @@ TEST_F(Fill, WhatIsFilledGoesBackThroughTheTransform) {
   }
   Put("t.csv", text);
   Put("logs.csv", logarithms);
-  Json({"t.csv", "--components", "1", "--transform", "log", "--out", "r"});
-  Json({"logs.csv", "--components", "1", "--out", "s"});
+  RunJson({"fill", "t.csv", "--components", "1", "--transform", "log", "--out", "r"});
+  RunJson({"fill", "logs.csv", "--components", "1", "--out", "s"});
   EXPECT_NEAR(std::log10(Numbers(Path("r/filled.csv"))[1][0]), Numbers(Path("s/filled.csv"))[1][0], 1e-4);
 }
 

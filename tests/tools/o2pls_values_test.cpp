@@ -2,11 +2,12 @@
 #include <cmath>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "tests/tools/plain_o2pls.h"
+#include "tests/orthogonal/plain_o2pls.h"
 #include "tests/tools/value_samples.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/o2pls_fit.h"
@@ -14,6 +15,10 @@
 
 namespace tool {
 namespace {
+
+using plain_o2pls::AddOuter;
+using plain_o2pls::Dot;
+using plain_o2pls::SumOfSquares;
 
 // Iterations end at a relative change of 1e-5, and numbers are floats.
 constexpr double kTolerance = 2e-4;
@@ -42,17 +47,44 @@ struct OilFit {
   explicit OilFit(const O2plsSettings& settings) { result = FitO2pls(table, settings, nullptr); }
 };
 
-void ExpectComponents(const std::vector<BlockComponent>& got, const std::vector<PlainComponent>& expected,
-                      const std::vector<double>& shares, double degreesOfFreedom) {
-  ASSERT_EQ(got.size(), expected.size());
+// A plain model of the rows, and its predictions.
+struct Plain {
+  Rows x, y;
+  plain_o2pls::Model m;
+
+  Plain(Rows rowsX, Rows rowsY, const O2plsCounts& counts)
+      : x(std::move(rowsX)),
+        y(std::move(rowsY)),
+        m(plain_o2pls::Fit(x, y, At(counts.joint), At(counts.xOrthogonal), At(counts.yOrthogonal))) {}
+  Rows PredictY(const Rows& newX) const { return Predict(ToY(m, y), newX, m.t.size(), m.t.size()).target; }
+  Rows PredictX(const Rows& newY) const { return Predict(ToX(m, x), newY, m.t.size(), m.t.size()).target; }
+
+ private:
+  static std::size_t At(int count) { return static_cast<std::size_t>(count); }
+};
+
+// The share of the sum of squares of `block` that `predicted` takes.
+double Explained(Rows block, const Rows& predicted) {
+  const double total = SumOfSquares(block);
+  for (std::size_t i = 0; i < block.size(); ++i) {
+    for (std::size_t k = 0; k < block[i].size(); ++k) block[i][k] -= predicted[i][k];
+  }
+  return 1.0 - SumOfSquares(block) / total;
+}
+
+// Takes the components from `rest`, of which `total` was the sum of squares.
+void ExpectComponents(const std::vector<BlockComponent>& got, const Rows& scores, const Rows& loadings,
+                      const Rows& weights, double total, Rows& rest) {
+  ASSERT_EQ(got.size(), scores.size());
   for (std::size_t a = 0; a < got.size(); ++a) {
-    EXPECT_LT(LargestGap(got[a].score, expected[a].score), kTolerance);
-    EXPECT_LT(LargestGap(got[a].loading, expected[a].loading), kTolerance);
-    EXPECT_LT(LargestGap(got[a].weight, expected[a].weight), kTolerance);
-    EXPECT_NEAR(got[a].r2, shares[a], kTolerance);
-    double squares = 0.0;
-    for (const double t : expected[a].score) squares += t * t;
-    EXPECT_NEAR(got[a].eigenvalue, squares / degreesOfFreedom, kTolerance * squares);
+    EXPECT_LT(LargestGap(got[a].score, scores[a]), kTolerance);
+    EXPECT_LT(LargestGap(got[a].loading, loadings[a]), kTolerance);
+    EXPECT_LT(LargestGap(got[a].weight, weights[a]), kTolerance);
+    const double before = SumOfSquares(rest);
+    AddOuter(rest, scores[a], loadings[a], -1.0);
+    EXPECT_NEAR(got[a].r2, (before - SumOfSquares(rest)) / total, kTolerance);
+    const double squares = Dot(scores[a], scores[a]);
+    EXPECT_NEAR(got[a].eigenvalue, squares / static_cast<double>(rest.size() - 1), kTolerance * squares);
   }
 }
 
@@ -62,21 +94,22 @@ TEST(O2plsValues, AgreeWithAPlainModel) {
     O2plsSettings settings = Fixed(counts);
     settings.isCrossValidated = false;
     const OilFit fit(settings);
-    const PlainO2pls plain(fit.x.rows, fit.y.rows, counts.joint, counts.xOrthogonal, counts.yOrthogonal);
-    const double n = static_cast<double>(fit.x.rows.size());
-    const auto expectBlock = [&](const O2plsBlock& got, const PlainBlock& expected, const Rows& block,
-                                 const Rows& predicted) {
-      const auto [orthogonal, joint] = expected.Shares(block);
-      ExpectComponents(got.orthogonal, expected.orthogonal, orthogonal, n - 1.0);
-      ExpectComponents(got.joint, expected.joint, joint, n - 1.0);
-      double left = 1.0;
-      for (const double share : orthogonal) left -= share;
-      for (const double share : joint) left -= share;
-      EXPECT_NEAR(got.R2Residual(), left, kTolerance);
-      EXPECT_NEAR(got.r2Predicted, 1.0 - SquaredDistance(block, predicted) / SquaredDistance(block, {}), kTolerance);
+    const Plain plain(fit.x.rows, fit.y.rows, counts);
+    const auto expectRest = [](const O2plsBlock& got, const Rows& block, const Rows& rest, const Rows& predicted) {
+      EXPECT_NEAR(got.R2Residual(), SumOfSquares(rest) / SumOfSquares(block), kTolerance);
+      EXPECT_NEAR(got.r2Predicted, Explained(block, predicted), kTolerance);
     };
-    expectBlock(fit.result.xBlock, plain.x, fit.x.rows, plain.PredictX(fit.y.rows));
-    expectBlock(fit.result.yBlock, plain.y, fit.y.rows, plain.PredictY(fit.x.rows));
+    const plain_o2pls::Model& m = plain.m;
+    Rows rest = plain.x;
+    double total = SumOfSquares(rest);
+    ExpectComponents(fit.result.xBlock.orthogonal, m.to, m.po, m.wo, total, rest);
+    ExpectComponents(fit.result.xBlock.joint, m.t, m.p, m.w, total, rest);
+    expectRest(fit.result.xBlock, plain.x, rest, plain.PredictX(plain.y));
+    rest = plain.y;
+    total = SumOfSquares(rest);
+    ExpectComponents(fit.result.yBlock.orthogonal, m.uo, m.qo, m.co, total, rest);
+    ExpectComponents(fit.result.yBlock.joint, m.u, m.q, m.c, total, rest);
+    expectRest(fit.result.yBlock, plain.y, rest, plain.PredictY(plain.x));
   }
 }
 
@@ -88,7 +121,7 @@ TEST(O2plsValues, ResponsesAreInTheirOwnUnits) {
   const OilFit fit(settings);
   const Rows rawX = ToRows(raw.x);
   const Rows rawY = ToRows(raw.y);
-  const Rows predicted = PlainO2pls(fit.x.rows, fit.y.rows, 1, 1, 1).PredictY(fit.x.rows);
+  const Rows predicted = Plain(fit.x.rows, fit.y.rows, counts).PredictY(fit.x.rows);
   for (std::size_t m = 0; m < rawY[0].size(); ++m) {
     const ResponseFit& response = fit.result.responses[m];
     std::vector<double> fitted;
@@ -126,7 +159,7 @@ TEST(O2plsValues, CrossValidationFitsModelsWithoutEachGroup) {
         x.push_back(fit.x.rows[i]);
         y.push_back(fit.y.rows[i]);
       }
-      const PlainO2pls model(x, y, counts.joint, counts.xOrthogonal, counts.yOrthogonal);
+      const Plain model(x, y, counts);
       for (std::size_t i = 0; i < fit.x.rows.size(); ++i) {
         if ((i + 1) % 4 != g) continue;
         predictedX[i] = model.PredictX({fit.y.rows[i]})[0];
@@ -134,11 +167,10 @@ TEST(O2plsValues, CrossValidationFitsModelsWithoutEachGroup) {
       }
     }
     ASSERT_TRUE(fit.result.cv);
-    const double q2Y = 1.0 - SquaredDistance(fit.y.rows, predictedY) / SquaredDistance(fit.y.rows, {});
+    const double q2Y = Explained(fit.y.rows, predictedY);
     EXPECT_NEAR(fit.result.cv->q2Y, q2Y, 10 * kTolerance);
     EXPECT_NEAR(fit.result.cv->joint.back().q2Cumulative, q2Y, 10 * kTolerance);
-    EXPECT_NEAR(fit.result.cv->q2X, 1.0 - SquaredDistance(fit.x.rows, predictedX) / SquaredDistance(fit.x.rows, {}),
-                10 * kTolerance);
+    EXPECT_NEAR(fit.result.cv->q2X, Explained(fit.x.rows, predictedX), 10 * kTolerance);
     for (std::size_t m = 0; m < fit.y.means.size(); ++m) {
       std::vector<double> expected;
       double squares = 0.0;
@@ -219,9 +251,9 @@ TEST(O2plsValues, GapsAreFilledAsTheLibraryDoesIt) {
   const O2plsResult result = FitO2pls(table, settings, nullptr);
   EXPECT_EQ(result.xBlock.filled.cells, 2);
   EXPECT_EQ(result.yBlock.filled.cells, 1);
-  const PlainO2pls plain(ToRows(data.x), ToRows(data.y), 1, 0, 0);
-  EXPECT_LT(LargestGap(result.xBlock.joint[0].score, plain.x.joint[0].score), kTolerance);
-  EXPECT_LT(LargestGap(result.yBlock.joint[0].score, plain.y.joint[0].score), kTolerance);
+  const Plain plain(ToRows(data.x), ToRows(data.y), {1, 0, 0});
+  EXPECT_LT(LargestGap(result.xBlock.joint[0].score, plain.m.t[0]), kTolerance);
+  EXPECT_LT(LargestGap(result.yBlock.joint[0].score, plain.m.u[0]), kTolerance);
 }
 
 }  // namespace

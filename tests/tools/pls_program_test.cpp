@@ -21,47 +21,32 @@ TEST_F(Program, PlsRefusesWhatCannotBeModelled) {
                            "p,u,1,1,5,,1,3,only\nq,u,-1,1,5,,1,5,only\nr,,1,-1,5,,1,-4,only\ns,v,-1,-1,5,,1,0,only\n"));
   Put("even.csv", std::string("a,y\n1,1\n-1,1\n1,-1\n-1,-1\n"));
   Put("row.csv", std::string("a,b,y\n1,2,3\n"));
-  struct Case {
-    std::vector<std::string> arguments;
-    int code;
-    const char* says;
-  };
-  const std::vector<Case> cases = {
-      {{"t.csv", "--y", "y", "--x", "a,b"}, 3, "t.csv: response \"y\" cannot be modelled (no variance); leave it out"},
-      {{"t.csv", "--y", "z,e", "--x", "a,b"}, 3, "t.csv: response \"e\" cannot be modelled (all missing)"},
-      {{"t.csv", "--y", "z", "--x", "k,e"}, 3, "no column is left to model: k (no variance)"},
-      {{"even.csv", "--y", "y", "--components", "1", "--no-cv"},
-       1,
+  const std::vector<Refusal> refusals = {
+      {"t.csv --y y --x a,b", 3, "t.csv: response \"y\" cannot be modelled (no variance); leave it out"},
+      {"t.csv --y z,e --x a,b", 3, "t.csv: response \"e\" cannot be modelled (all missing)"},
+      {"t.csv --y z --x k,e", 3, "no column is left to model: k (no variance)"},
+      {"even.csv --y y --components 1 --no-cv", 1,
        "even.csv: The correlation between X and Y is zero or almost zero; component 1 cannot be computed\n"},
-      {{DataFile("linnerud"), "--y", "y_pulse", "--x", "x_chins..x_jumps"},
-       1,
+      {"@linnerud --y y_pulse --x x_chins..x_jumps", 1,
        "linnerud.csv: component 1 is not significant (NS): its Q2 is -0.1013, and the limit 0.0500; --components 1 "
        "fits it"},
-      {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "one"}, 3, "column \"one\" holds one group alone"},
-      {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "g"}, 3, "row \"r\" has no group in column \"g\""},
-      {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "g,one"}, 2, "--cv-column: 2 columns are named; give one"},
-      {{"t.csv", "--y", "z", "--x", "a", "--cv-column", "a"}, 2, "column \"a\" is named by both"},
-      {{"row.csv", "--y", "y", "--scaling", "none", "--y-scaling", "none"}, 3, "is too small for cross-validation"},
-      {{"even.csv", "--y", "a,y"}, 3, "no column of numbers is left"},
-      {{"even.csv", "--y", "q"}, 2, "--y: the table has no column \"q\""},
-      {{"even.csv"}, 2, "--y is required"},
-      {{"even.csv", "--y", "y", "--components", "0"},
-       2,
-       "--components: \"0\" is neither a number of components nor auto"},
-      {{"even.csv", "--y", "y", "--no-cv"}, 2, "--no-cv leaves nothing to choose the number of components by"},
-      {{"even.csv", "--y", "y", "--cv-groups", "1"}, 2, "--cv-groups"},
-      {{"even.csv", "--y", "y", "--cv-groups", "3", "--cv-column", "a"}, 2, "--cv-groups excludes --cv-column"},
-      {{"even.csv", "--y", "y", "--no-cv", "--cv-column", "a"}, 2, "--no-cv"},
-      {{"even.csv", "--y", "y", "--transform", "q=log"}, 2, "--transform: the table has no column \"q\""},
-      {{"t.csv", "--y", "z", "--x", "a", "--transform", "g,#4=log"}, 2, "\"g,#4\" names no column of numbers that is"},
+      {"t.csv --y z --x a --cv-column one", 3, "column \"one\" holds one group alone"},
+      {"t.csv --y z --x a --cv-column g", 3, "row \"r\" has no group in column \"g\""},
+      {"t.csv --y z --x a --cv-column g,one", 2, "--cv-column: 2 columns are named; give one"},
+      {"t.csv --y z --x a --cv-column a", 2, "column \"a\" is named by both"},
+      {"row.csv --y y --scaling none --y-scaling none", 3, "is too small for cross-validation"},
+      {"even.csv --y a,y", 3, "no column of numbers is left"},
+      {"even.csv --y q", 2, "--y: the table has no column \"q\""},
+      {"even.csv", 2, "--y is required"},
+      {"even.csv --y y --components 0", 2, "--components: \"0\" is neither a number of components nor auto"},
+      {"even.csv --y y --no-cv", 2, "--no-cv leaves nothing to choose the number of components by"},
+      {"even.csv --y y --cv-groups 1", 2, "--cv-groups"},
+      {"even.csv --y y --cv-groups 3 --cv-column a", 2, "--cv-groups excludes --cv-column"},
+      {"even.csv --y y --no-cv --cv-column a", 2, "--no-cv"},
+      {"even.csv --y y --transform q=log", 2, "--transform: the table has no column \"q\""},
+      {"t.csv --y z --x a --transform g,#4=log", 2, "\"g,#4\" names no column of numbers that is"},
   };
-  const auto before = Files();
-  for (Case c : cases) {
-    c.arguments.insert(c.arguments.begin(), "pls");
-    c.arguments.insert(c.arguments.end(), {"--out", "made/here", "--save", "m"});
-    ExpectRefusal(c.arguments, c.code, c.says);
-    EXPECT_EQ(Files().size(), before.size()) << c.says;
-  }
+  ExpectRefusals("pls", refusals, "--out made/here --save m");
 }
 
 TEST_F(Program, PlsFilesAndKeys) {

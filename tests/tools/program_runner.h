@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -50,6 +51,25 @@ inline Cells Numbers(const fs::path& file) {
   }
   return numbers;
 }
+
+inline std::string DataFile(const std::string& name) {
+  return std::string(VORAN_DATA) + "/" + name + ".csv";
+}
+
+/// The words of a command line in which none holds a blank; @wine is one of the tables that come with the program.
+inline std::vector<std::string> Words(const std::string& line) {
+  std::istringstream in(line);
+  std::vector<std::string> words;
+  for (std::string word; in >> word;) words.push_back(word[0] == '@' ? DataFile(word.substr(1)) : word);
+  return words;
+}
+
+/// What a command line ends with: the exit code, and a part of the sentence on standard error.
+struct Refusal {
+  std::string line;
+  int code;
+  std::string says;
+};
 
 struct Outcome {
   int code = -1;
@@ -125,6 +145,24 @@ class Program : public ::testing::Test {
     EXPECT_EQ(outcome.out, "") << says;
   }
 
+  /// Of lines that begin with `begin` and end with `end`; none of them makes or removes a file.
+  void ExpectRefusals(const std::string& begin, const std::vector<Refusal>& refusals,
+                      const std::string& end = "") const {
+    const std::size_t files = Files().size();
+    for (const Refusal& refusal : refusals) {
+      ExpectRefusal(Words(begin + ' ' + refusal.line + ' ' + end), refusal.code, refusal.says);
+      EXPECT_EQ(Files().size(), files) << refusal.says;
+    }
+  }
+
+  /// The summary that the run prints; discarded, with a failure, if it prints none.
+  nlohmann::json RunJson(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.end(), {"--json", "--quiet"});
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    return nlohmann::json::parse(outcome.out, nullptr, false);
+  }
+
   std::vector<std::string> Files() const {
     std::vector<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(folder_)) {
@@ -136,10 +174,6 @@ class Program : public ::testing::Test {
  private:
   fs::path folder_;
 };
-
-inline std::string DataFile(const std::string& name) {
-  return std::string(VORAN_DATA) + "/" + name + ".csv";
-}
 
 inline const std::string kWine = DataFile("wine");
 

@@ -28,47 +28,35 @@ TEST_F(Program, BadInputGetsOneSentenceTheRightCodeAndNoFile) {
   Put("constant.csv", "a,b\n1,NA\n1,NA\n");
   Put("zero.csv", "a,b\n0,0\n0,0\n");
   Put("good.csv", "a,b\n1,2\n3,1\n4,7\n");
-  const auto before = Files();
-  struct Case {
-    std::vector<std::string> arguments;
-    int code;
-    const char* says;
+  std::vector<Refusal> refusals = {
+      {"pca none.csv", 3, "none.csv: cannot be opened"},
+      {"pca .", 3, "is a directory"},
+      {"pca empty.csv", 3, "is empty"},
+      {"pca -", 3, "standard input: is empty"},
+      {"pca header.csv", 3, "has a header and no rows"},
+      {"pca duplicate.csv", 3, "columns 2 and 3 are both named \"a\""},
+      {"pca row.csv", 3, "one row has no variance"},
+      {"pca constant.csv", 3, "no column is left to model: a (no variance)"},
+      {"pca zero.csv --scaling none", 3, "every value is zero"},
+      {"pca @wine --x alcohol,class", 3, "\"cultivar1\" is not a number, which --x wants; NA marks a gap"},
+      {"fisher @wine", 3, "\"cultivar1\" is not a number; add --exclude class"},
+      {"pca @wine", 3, "line 2, column 2 (\"class\"): \"cultivar1\" is not a number; add --class class"},
+      {"pca good.csv --exclude z", 2, "--exclude: the table has no column \"z\""},
+      {"pca good.csv --components 0", 2, "--components"},
+      {"pca good.csv --scaling x", 2, "--scaling"},
+      {"pca good.csv --out /proc/none", 2, "--out: the folder /proc/none cannot be made"},
+      {"pca good.csv --out /proc", 2, "--out: nothing can be written to /proc"},
+      {"pca good.csv --out good.csv", 2, "is a file"},
+      {"pca", 2, "TABLE is required"},
+      {"frobnicate", 2, "there is no command frobnicate"},
   };
-  const std::vector<Case> cases = {
-      {{"pca", "none.csv"}, 3, "none.csv: cannot be opened"},
-      {{"pca", "."}, 3, "is a directory"},
-      {{"pca", "empty.csv"}, 3, "is empty"},
-      {{"pca", "-"}, 3, "standard input: is empty"},
-      {{"pca", "header.csv"}, 3, "has a header and no rows"},
-      {{"pca", "duplicate.csv"}, 3, "columns 2 and 3 are both named \"a\""},
-      {{"pca", "row.csv"}, 3, "one row has no variance"},
-      {{"pca", "constant.csv"}, 3, "no column is left to model: a (no variance)"},
-      {{"pca", "zero.csv", "--scaling", "none"}, 3, "every value is zero"},
-      {{"pca", kWine, "--x", "alcohol,class"}, 3, "\"cultivar1\" is not a number, which --x wants; NA marks a gap"},
-      {{"fisher", kWine}, 3, "\"cultivar1\" is not a number; add --exclude class"},
-      {{"pca", kWine}, 3, "line 2, column 2 (\"class\"): \"cultivar1\" is not a number; add --class class"},
-      {{"pca", "good.csv", "--exclude", "z"}, 2, "--exclude: the table has no column \"z\""},
-      {{"pca", "good.csv", "--components", "0"}, 2, "--components"},
-      {{"pca", "good.csv", "--scaling", "x"}, 2, "--scaling"},
-      {{"pca", "good.csv", "--out", "/proc/none"}, 2, "--out: the folder /proc/none cannot be made"},
-      {{"pca", "good.csv", "--out", "/proc"}, 2, "--out: nothing can be written to /proc"},
-      {{"pca", "good.csv", "--out", "good.csv"}, 2, "is a file"},
-      {{"pca"}, 2, "TABLE is required"},
-      {{"frobnicate"}, 2, "there is no command frobnicate"},
-      {{}, 2, "subcommand is required"},
-  };
-  for (Case c : cases) {
-    if (c.code == 3) c.arguments.insert(c.arguments.end(), {"--out", "made/here"});
-    if (!c.arguments.empty()) c.arguments.emplace_back("--quiet");
-    const Outcome outcome = Run(c.arguments);
-    SCOPED_TRACE(c.says);
-    EXPECT_EQ(outcome.code, c.code);
-    EXPECT_THAT(outcome.err, StartsWith("voran: "));
-    EXPECT_THAT(outcome.err, HasSubstr(c.says));
-    EXPECT_EQ(outcome.err.find('\n') + 1, outcome.err.size());
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(Files().size(), before.size());
+  for (Refusal& refusal : refusals) {
+    if (refusal.code == 3) refusal.line += " --out made/here";
   }
+  ExpectRefusals("", refusals);
+  const Outcome nothing = Run({});
+  EXPECT_EQ(nothing.code, 2);
+  EXPECT_THAT(nothing.err, HasSubstr("subcommand is required"));
 }
 
 TEST_F(Program, ResultsGoToStdoutAndToTheFolder) {

@@ -30,13 +30,6 @@ constexpr double kTolerance = 2e-6;
 
 class SignalCommands : public Program {
  protected:
-  json RunJson(Arguments arguments) const {
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return outcome.code == 0 ? json::parse(outcome.out) : json();
-  }
-
   // Series as columns a, b, ... of t.csv, and as rows of turned.csv; a NaN is a gap.
   void PutSeries(const std::vector<Series>& columns) const {
     const auto text = [](double value) { return std::isnan(value) ? std::string() : fmt::format("{}", value); };
@@ -383,54 +376,44 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
   Put("t.csv", "id,a,b,none\nr1,1,2,\nr2,4,1,\nr3,2,5,\nr4,1,3,\nr5,3,4,\nr6,6,6,\n");
   Put("short.csv", "id,a\nr1,1\n");
   Put("big.csv", "id,a\nr1,3e38\nr2,-3e38\nr3,3e38\nr4,3e38\n");
-  struct Case {
-    Arguments arguments;
-    int code;
-    const char* says;
-  };
-  const std::vector<Case> cases = {
-      {{"smooth", "t.csv", "--window", "4"}, 2, "--window: a window has a centre"},
-      {{"smooth", "t.csv", "--window", "7"},
-       2,
+  const std::vector<Refusal> refusals = {
+      {"smooth t.csv --window 4", 2, "--window: a window has a centre"},
+      {"smooth t.csv --window 7", 2,
        "a window of 7 elements is longer than the series of t.csv, which have 6; give 5 at most"},
-      {{"smooth", "short.csv"}, 3, "short.csv: a polynomial of order 2 needs series of 3 elements or more"},
-      {{"smooth", "t.csv", "--window", "3", "--order", "3"}, 2, "needs a window of 5 elements or more"},
-      {{"smooth", "t.csv", "--window", "5", "--derivative", "3"}, 2, "add --order 3"},
-      {{"smooth", "t.csv", "--window", "5", "--derivative", "4"}, 2, "--derivative"},
-      {{"smooth", "t.csv", "--window", "5", "--step", "2"}, 2, "--step goes with --derivative alone"},
-      {{"smooth", "t.csv", "--window", "5", "--derivative", "1", "--step", "0"}, 2, "--step: 0 is no distance"},
-      {{"smooth", "t.csv", "--window", "5", "--x", "none"}, 3, "t.csv: no column holds a value"},
-      {{"spectrum", "t.csv", "--segment", "6"}, 2, "a power of two; 6 is none"},
-      {{"spectrum", "t.csv", "--segment", "1.5"}, 2, "no whole number from 2"},
-      {{"spectrum", "t.csv", "--segment", "8"}, 2, "8 elements are more than the series of t.csv have, 6"},
-      {{"spectrum", "t.csv", "--step", "-1"}, 2, "--step"},
-      {{"spectrum", "short.csv"}, 3, "a spectrum needs series of two elements or more"},
-      {{"spectrum", "t.csv", "--x", "none", "--along", "rows"}, 3, "t.csv: no row holds a value"},
-      {{"correlate", "t.csv", "--lags", "7"}, 2, "--lags: 7 is more than the 6 elements of the series of t.csv"},
-      {{"correlate", "t.csv", "--lags", "-1"}, 2, "--lags"},
-      {{"correlate", "t.csv", "--with", "c"}, 2, "no column \"c\""},
-      {{"correlate", "t.csv", "--exclude", "b", "--with", "b"}, 2, "\"b\" names no column of numbers that is used"},
-      {{"smooth", "big.csv", "--window", "3", "--derivative", "1", "--step", "0.01"},
-       1,
-       "big.csv, a: a result is larger"},
-      {{"spectrum", "big.csv"}, 1, "big.csv, a: Power spectrum could not be computed"},
-      {{"wavelet", "big.csv"}, 1, "big.csv, a: the transform overflowed"},
-      {{"correlate", "t.csv", "--along", "rows", "--with", "7"}, 2, "--with: no row is called \"7\""},
-      {{"correlate", "t.csv", "--with", "a,b"}, 2, "--with: \"a,b\" selects several series"},
-      {{"correlate", "t.csv", "--with", "none"}, 3, "--with: \"none\" holds no value"},
-      {{"correlate", "t.csv", "--x", "a", "--with", "a"}, 2, "there is no other series"},
-      {{"wavelet", "t.csv", "--family", "Symmlet", "--order", "5"},
-       2,
-       "Symmlet has no order \"5\"; there are 4, 6, 8, 10"},
-      {{"wavelet", "t.csv", "--family", "Haar"}, 2, "--family"},
-      {{"wavelet", "t.csv", "--svg", "s.svg"}, 2, "which are 6; add --pad"},
-      {{"wavelet", "t.csv", "--svg", "s.svg", "--best-basis"}, 2, "which --best-basis does not have"},
-      {{"wavelet", "t.csv", "--inverse"}, 3, "summary.json: cannot be read; --inverse needs this file"},
-      {{"wavelet", "-", "--inverse"}, 2, "name the file"},
-      {{"wavelet", "t.csv", "--inverse", "--pad"}, 2, "--pad"},
-      {{"wavelet", "t.csv", "--inverse", "--svg", "s.svg"}, 2, "--svg does not go with --inverse"},
+      {"smooth short.csv", 3, "short.csv: a polynomial of order 2 needs series of 3 elements or more"},
+      {"smooth t.csv --window 3 --order 3", 2, "needs a window of 5 elements or more"},
+      {"smooth t.csv --window 5 --derivative 3", 2, "add --order 3"},
+      {"smooth t.csv --window 5 --derivative 4", 2, "--derivative"},
+      {"smooth t.csv --window 5 --step 2", 2, "--step goes with --derivative alone"},
+      {"smooth t.csv --window 5 --derivative 1 --step 0", 2, "--step: 0 is no distance"},
+      {"smooth t.csv --window 5 --x none", 3, "t.csv: no column holds a value"},
+      {"spectrum t.csv --segment 6", 2, "a power of two; 6 is none"},
+      {"spectrum t.csv --segment 1.5", 2, "no whole number from 2"},
+      {"spectrum t.csv --segment 8", 2, "8 elements are more than the series of t.csv have, 6"},
+      {"spectrum t.csv --step -1", 2, "--step"},
+      {"spectrum short.csv", 3, "a spectrum needs series of two elements or more"},
+      {"spectrum t.csv --x none --along rows", 3, "t.csv: no row holds a value"},
+      {"correlate t.csv --lags 7", 2, "--lags: 7 is more than the 6 elements of the series of t.csv"},
+      {"correlate t.csv --lags -1", 2, "--lags"},
+      {"correlate t.csv --with c", 2, "no column \"c\""},
+      {"correlate t.csv --exclude b --with b", 2, "\"b\" names no column of numbers that is used"},
+      {"smooth big.csv --window 3 --derivative 1 --step 0.01", 1, "big.csv, a: a result is larger"},
+      {"spectrum big.csv", 1, "big.csv, a: Power spectrum could not be computed"},
+      {"wavelet big.csv", 1, "big.csv, a: the transform overflowed"},
+      {"correlate t.csv --along rows --with 7", 2, "--with: no row is called \"7\""},
+      {"correlate t.csv --with a,b", 2, "--with: \"a,b\" selects several series"},
+      {"correlate t.csv --with none", 3, "--with: \"none\" holds no value"},
+      {"correlate t.csv --x a --with a", 2, "there is no other series"},
+      {"wavelet t.csv --family Symmlet --order 5", 2, "Symmlet has no order \"5\"; there are 4, 6, 8, 10"},
+      {"wavelet t.csv --family Haar", 2, "--family"},
+      {"wavelet t.csv --svg s.svg", 2, "which are 6; add --pad"},
+      {"wavelet t.csv --svg s.svg --best-basis", 2, "which --best-basis does not have"},
+      {"wavelet t.csv --inverse", 3, "summary.json: cannot be read; --inverse needs this file"},
+      {"wavelet - --inverse", 2, "name the file"},
+      {"wavelet t.csv --inverse --pad", 2, "--pad"},
+      {"wavelet t.csv --inverse --svg s.svg", 2, "--svg does not go with --inverse"},
   };
-  for (const Case& c : cases) ExpectRefusal(c.arguments, c.code, c.says);
+  ExpectRefusals("", refusals);
 }
 
 TEST_F(SignalCommands, TheInverseChecksWhatItReads) {

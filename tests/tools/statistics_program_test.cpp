@@ -27,13 +27,6 @@ constexpr double kTolerance = 2e-6;
 
 class StatisticsCommands : public Program {
  protected:
-  json RunJson(Arguments arguments) const {
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return json::parse(outcome.out);
-  }
-
   json Chart(const std::string& series, Arguments arguments) const {
     arguments.insert(arguments.begin(), {"chart", kProcess, "--x", "value", "--where", "series=" + series});
     return RunJson(arguments);
@@ -163,6 +156,7 @@ TEST_F(StatisticsCommands, LimitsOfAReferenceJudgeOtherData) {
 }
 
 TEST_F(StatisticsCommands, ChartsSayWhatTheyCannotHave) {
+  Put("other.csv", "b\n1\n2\n");
   Put("t.csv", "a,none,same,tail\n1,,0.1,\n5,,0.1,\n2,,0.1,\n4,,0.1,\n3,,0.1,7\n");
   const auto remark = [&](Arguments arguments) {
     arguments.insert(arguments.begin(), {"chart", "t.csv"});
@@ -179,36 +173,29 @@ TEST_F(StatisticsCommands, ChartsSayWhatTheyCannotHave) {
       << "the float next to 0.1 is not beyond it";
   EXPECT_EQ(remark({"--x", "a", "--type", "individual"}), "[]");
 
-  struct Case {
-    Arguments options;
-    int code;
-    const char* says;
+  const std::vector<Refusal> refusals = {
+      {"--x none --type cusum", 3, "column \"none\" holds no value in any full subgroup"},
+      {"--x tail --type cusum --subgroup 2", 3, "holds no value in any full subgroup"},
+      {"--x a --type range --subgroup 6", 2, "--subgroup: 5 rows of t.csv make no subgroup of 6"},
+      {"--x a --type range --subgroup 0", 2, "--subgroup"},
+      {"--x a --type range --subgroup -2", 2, "--subgroup"},
+      {"--x a --type p", 2, "--type"},
+      {"--x a", 2, "--type is required"},
+      {"--type range", 2, "4 columns could be charted; name one of them by --x: a, none, same, tail"},
+      {"--x a --type range --target -99", 2, "--target: a target is a finite number"},
+      {"--x a --type range --sigma 0", 2, "--sigma: a standard deviation is a number above 0"},
+      {"--x a --type ewma --lambda 1.5", 2, "--lambda: the weight"},
+      {"--x a --type range --lambda 0.5", 2, "--lambda goes with --type ewma alone"},
+      {"--x a --type range --predictive", 2, "--predictive goes with --type ewma alone"},
+      {"--x a --type range --where a", 2, "--where: \"a\" is no COLUMN=VALUE"},
+      {"--x a --type range --where a=1", 2, "column \"a\" is named by both --x and --where"},
+      {"--x a --type range --where same=3", 2, "no row has \"3\" in column \"same\"; there are 0.1"},
+      {"--x a --type range --where b=3", 2, "--where: the table has no column \"b\""},
+      {"--x a --type range --reference other.csv", 2, "other.csv: --x: the table has no column \"a\""},
+      {"--x a --type range --id same --no-id", 2, "--id excludes --no-id"},
+      {"--x a --type range --svg t.csv", 2, "--svg: t.csv is the input itself"},
   };
-  const std::vector<Case> cases = {
-      {{"--x", "none", "--type", "cusum"}, 3, "column \"none\" holds no value in any full subgroup"},
-      {{"--x", "tail", "--type", "cusum", "--subgroup", "2"}, 3, "holds no value in any full subgroup"},
-      {{"--x", "a", "--type", "range", "--subgroup", "6"}, 2, "--subgroup: 5 rows of t.csv make no subgroup of 6"},
-      {{"--x", "a", "--type", "range", "--subgroup", "0"}, 2, "--subgroup"},
-      {{"--x", "a", "--type", "range", "--subgroup", "-2"}, 2, "--subgroup"},
-      {{"--x", "a", "--type", "p"}, 2, "--type"},
-      {{"--x", "a"}, 2, "--type is required"},
-      {{"--type", "range"}, 2, "4 columns could be charted; name one of them by --x: a, none, same, tail"},
-      {{"--x", "a", "--type", "range", "--target", "-99"}, 2, "--target: a target is a finite number"},
-      {{"--x", "a", "--type", "range", "--sigma", "0"}, 2, "--sigma: a standard deviation is a number above 0"},
-      {{"--x", "a", "--type", "ewma", "--lambda", "1.5"}, 2, "--lambda: the weight"},
-      {{"--x", "a", "--type", "range", "--lambda", "0.5"}, 2, "--lambda goes with --type ewma alone"},
-      {{"--x", "a", "--type", "range", "--predictive"}, 2, "--predictive goes with --type ewma alone"},
-      {{"--x", "a", "--type", "range", "--where", "a"}, 2, "--where: \"a\" is no COLUMN=VALUE"},
-      {{"--x", "a", "--type", "range", "--where", "a=1"}, 2, "column \"a\" is named by both --x and --where"},
-      {{"--x", "a", "--type", "range", "--where", "same=3"}, 2, "no row has \"3\" in column \"same\"; there are 0.1"},
-      {{"--x", "a", "--type", "range", "--where", "b=3"}, 2, "--where: the table has no column \"b\""},
-      {{"--x", "a", "--type", "range", "--svg", "t.csv"}, 2, "--svg: t.csv is the input itself"},
-  };
-  for (const Case& c : cases) {
-    Arguments arguments = {"chart", "t.csv"};
-    arguments.insert(arguments.end(), c.options.begin(), c.options.end());
-    ExpectRefusal(arguments, c.code, c.says);
-  }
+  ExpectRefusals("chart t.csv", refusals);
 }
 
 TEST_F(StatisticsCommands, ConditionsChooseRows) {
@@ -319,21 +306,18 @@ TEST_F(StatisticsCommands, CurvesOfTiesGapsAndOneClass) {
 
   Put("one.csv", "s,k\n1,a\n2,a\n");
   Put("apart.csv", "s,k,v\n1,a,\n,b,\n");
-  const auto refuse = [&](const Arguments& options, int code, const char* says) {
-    Arguments arguments = {"roc"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    ExpectRefusal(arguments, code, says);
+  const std::vector<Refusal> refusals = {
+      {"one.csv --score s --class k --positive a", 3, "All observations in the predictionset belongs to the class"},
+      {"apart.csv --score s --class k --positive b", 3,
+       "The predictionset does not contain any observations that belong to the class"},
+      {"apart.csv --score v --class k --positive b", 3, "column \"v\" holds no score"},
+      {"t.csv --score s --class k --positive c", 2, "has no class \"c\"; there are a, b"},
+      {"t.csv --score x --class k --positive a", 2, "--score: the table has no column \"x\""},
+      {"t.csv --score s,u --class k --positive a", 2, "--score: 2 columns are named; give one"},
+      {"t.csv --score s --class s --positive a", 2, "named by both"},
+      {"t.csv --score s --class k", 2, "--positive is required"},
   };
-  refuse({"one.csv", "--score", "s", "--class", "k", "--positive", "a"}, 3,
-         "All observations in the predictionset belongs to the class");
-  refuse({"apart.csv", "--score", "s", "--class", "k", "--positive", "b"}, 3,
-         "The predictionset does not contain any observations that belong to the class");
-  refuse({"apart.csv", "--score", "v", "--class", "k", "--positive", "b"}, 3, "column \"v\" holds no score");
-  refuse({"t.csv", "--score", "s", "--class", "k", "--positive", "c"}, 2, "has no class \"c\"; there are a, b");
-  refuse({"t.csv", "--score", "x", "--class", "k", "--positive", "a"}, 2, "--score: the table has no column \"x\"");
-  refuse({"t.csv", "--score", "s,u", "--class", "k", "--positive", "a"}, 2, "--score: 2 columns are named; give one");
-  refuse({"t.csv", "--score", "s", "--class", "s", "--positive", "a"}, 2, "named by both");
-  refuse({"t.csv", "--score", "s", "--class", "k"}, 2, "--positive is required");
+  ExpectRefusals("roc", refusals);
 }
 
 TEST_F(StatisticsCommands, ExactTestsAgreeWithPublishedValues) {
@@ -372,33 +356,22 @@ TEST_F(StatisticsCommands, CountsThatCannotBeTestedAreRefused) {
   Put("bad.csv", "id,a,b,half,large,gap,zero,null\nr,1,-2,0.5,2e7,,0,0\ns,3,4,1,1,1,0,0\n");
   Put("text.csv", "k,l,n\nx,y,1\n");
   Put("large_keys.csv", "id,a,b,c\nr,1290,0,0\ns,0,1290,0\nt,0,0,1290\n");
-  struct Case {
-    Arguments arguments;
-    int code;
-    const char* says;
-  };
-  const std::vector<Case> cases = {
-      {{"bad.csv", "--x", "a,b"}, 3, "row \"r\", column \"b\" holds -2, and a count is a whole number of 0 or above"},
-      {{"bad.csv", "--x", "a,half"}, 3, "column \"half\" holds 0.5, and a count"},
-      {{"bad.csv", "--x", "a,large"}, 3, "holds 20000000; counts go up to 16777215"},
-      {{"bad.csv", "--x", "a,gap"}, 3, "column \"gap\" holds no count; write 0"},
-      {{"bad.csv", "--x", "zero,null"}, 3, "all counts are 0"},
-      {{"bad.csv", "--x", "a"}, 3, "a table of counts with 1 column; the test compares two or more"},
-      {{"bad.csv", "--x", "a,zero,null", "--sided", "less"}, 2, "less and greater are for 2 x 2 tables"},
-      {{"text.csv", "--rows", "k"}, 2, "--rows and --columns go together"},
-      {{"text.csv", "--counts", "n"}, 2, "--counts goes with --rows and --columns"},
-      {{"text.csv", "--rows", "k", "--columns", "l", "--x", "n"}, 2, "excludes"},
-      {{kCounts, "--where", "table=job_satisfaction", "--rows", "row", "--columns", "column", "--counts", "count",
-        "--workspace", "300"},
-       1,
+  const std::vector<Refusal> refusals = {
+      {"bad.csv --x a,b", 3, "row \"r\", column \"b\" holds -2, and a count is a whole number of 0 or above"},
+      {"bad.csv --x a,half", 3, "column \"half\" holds 0.5, and a count"},
+      {"bad.csv --x a,large", 3, "holds 20000000; counts go up to 16777215"},
+      {"bad.csv --x a,gap", 3, "column \"gap\" holds no count; write 0"},
+      {"bad.csv --x zero,null", 3, "all counts are 0"},
+      {"bad.csv --x a", 3, "a table of counts with 1 column; the test compares two or more"},
+      {"bad.csv --x a,zero,null --sided less", 2, "less and greater are for 2 x 2 tables"},
+      {"text.csv --rows k", 2, "--rows and --columns go together"},
+      {"text.csv --counts n", 2, "--counts goes with --rows and --columns"},
+      {"text.csv --rows k --columns l --x n", 2, "excludes"},
+      {"@contingency --where table=job_satisfaction --rows row --columns column --counts count --workspace 300", 1,
        "LDKEY is too small for this problem; try increasing the size of the workspace (--workspace is 300), or try"},
-      {{"large_keys.csv"}, 1, "reduce the workspace size or use another algorithm\n"},
+      {"large_keys.csv", 1, "reduce the workspace size or use another algorithm\n"},
   };
-  for (const Case& c : cases) {
-    Arguments arguments = {"fisher"};
-    arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
-    ExpectRefusal(arguments, c.code, c.says);
-  }
+  ExpectRefusals("fisher", refusals);
 }
 
 TEST_F(StatisticsCommands, ALongTestCanBeBrokenOff) {

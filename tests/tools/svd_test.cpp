@@ -18,14 +18,6 @@ constexpr double kTolerance = 2e-6;
 
 class Svd : public Program {
  protected:
-  json RunJson(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), "svd");
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return json::parse(outcome.out);
-  }
-
   static double Dot(const Cells& vectors, std::size_t a, std::size_t b) {
     double sum = 0.0;
     for (const auto& row : vectors) sum += row[a] * row[b];
@@ -38,7 +30,7 @@ TEST_F(Svd, TheFactorsGiveTheTableBack) {
   for (const char* name : {"usarrests", "gasoline"}) {
     SCOPED_TRACE(name);
     const std::string file = fmt::format("{}/{}.csv", VORAN_DATA, name);
-    RunJson({file, "--out", name});
+    RunJson({"svd", file, "--out", name});
     const Cells x = Numbers(file);
     const Cells u = Numbers(Path(name) / "u.csv");
     const Cells v = Numbers(Path(name) / "v.csv");
@@ -70,7 +62,7 @@ TEST_F(Svd, TheFactorsGiveTheTableBack) {
 }
 
 TEST_F(Svd, ValuesAgreeWithR) {
-  const json summary = RunJson({std::string(VORAN_DATA) + "/usarrests.csv"});
+  const json summary = RunJson({"svd", std::string(VORAN_DATA) + "/usarrests.csv"});
   const double expected[] = {1419.06139510, 194.82584611, 45.66133763, 18.06955662};
   ASSERT_EQ(summary["components"].size(), 4u);
   for (std::size_t k = 0; k < 4; ++k) {
@@ -82,7 +74,7 @@ TEST_F(Svd, ValuesAgreeWithR) {
   EXPECT_EQ(summary["scaling"], "none");
 
   // After scaling, it is a principal component analysis.
-  const json scaled = RunJson({kWine, "--class", "class", "--scaling", "uv"});
+  const json scaled = RunJson({"svd", kWine, "--class", "class", "--scaling", "uv"});
   const json pca = json::parse(Run({"pca", kWine, "--class", "class", "--components", "3", "--json", "--quiet"}).out);
   for (const char* key : {"r2x", "r2x_cumulative"}) {
     EXPECT_NEAR(scaled["components"][2][key].get<double>(), pca["components"][2][key].get<double>(), kTolerance);
@@ -108,7 +100,7 @@ TEST_F(Svd, RankConditionAndDeterminant) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
     Put("t.csv", c.text);
-    const json summary = RunJson({"t.csv", "--header", "yes"});
+    const json summary = RunJson({"svd", "t.csv", "--header", "yes"});
     EXPECT_EQ(summary["rank"], c.rank);
     if (c.condition >= 0.0) {
       EXPECT_EQ(summary["condition_number"].is_null(), c.condition == 0.0);

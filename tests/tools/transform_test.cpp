@@ -24,14 +24,6 @@ using ::testing::StartsWith;
 
 class Transform : public Program {
  protected:
-  json RunJson(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), "transform");
-    arguments.insert(arguments.end(), {"--json", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 0) << outcome.err;
-    return json::parse(outcome.out);
-  }
-
   // The second column of a file of two; an empty cell is a NaN.
   std::vector<double> SecondColumn(const std::string& name) const {
     std::ifstream in(Path(name));
@@ -77,8 +69,8 @@ TEST_F(Transform, ValuesFollowTheFormulasAndComeBack) {
   Put("t.csv", "id,x\na,0.125\nb,0.75\nc,3\nd,10.5\ne,\n");
   for (const Case& c : cases) {
     SCOPED_TRACE(c.argument);
-    const json summary = RunJson({"t.csv", "--transform", c.argument, "--out", "there"});
-    RunJson({"there/transform.csv", "--transform", c.argument, "--back", "--out", "back"});
+    const json summary = RunJson({"transform", "t.csv", "--transform", c.argument, "--out", "there"});
+    RunJson({"transform", "there/transform.csv", "--transform", c.argument, "--back", "--out", "back"});
     const std::vector<double> there = SecondColumn("there/transform.csv");
     const std::vector<double> back = SecondColumn("back/transform.csv");
     ASSERT_EQ(there.size(), inputs.size());
@@ -113,7 +105,7 @@ TEST_F(Transform, WhatFailsBecomesAGapAndIsTold) {
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.argument) + " of " + c.value);
     Put("t.csv", fmt::format("id,x\na,1\nb,{}\n", c.value));
-    std::vector<std::string> arguments = {"t.csv", "--transform", c.argument, "--out", "r"};
+    std::vector<std::string> arguments = {"transform", "t.csv", "--transform", c.argument, "--out", "r"};
     if (c.back) arguments.push_back("--back");
     const json summary = RunJson(arguments);
     const std::vector<double> values = SecondColumn("r/transform.csv");
@@ -155,9 +147,9 @@ TEST_F(Transform, ModelsTellWhatFailedToo) {
 
 TEST_F(Transform, EachColumnGetsTheLastFunctionThatNamesIt) {
   Put("t.csv", "group,first,a=b,nm900,nm1000,nm1100,last\ng,1,10,100,100,100,7\nh, 1,,10,10,10,-99\n");
-  const json summary = RunJson({"t.csv", "--class", "group", "--transform", "log", "--transform", "a=b=linear,2",
-                                "--transform", "950..1200,last=neglog", "--transform", "#7=power,1,0,2", "--transform",
-                                "first=linear,1,-0.5", "--out", "r"});
+  const json summary = RunJson({"transform", "t.csv", "--class", "group", "--transform", "log", "--transform",
+                                "a=b=linear,2", "--transform", "950..1200,last=neglog", "--transform", "#7=power,1,0,2",
+                                "--transform", "first=linear,1,-0.5", "--out", "r"});
   EXPECT_EQ(ContentOf(Path("r/transform.csv")),
             "id,group,first,a=b,nm900,nm1000,nm1100,last\n"
             "1,g,0.5,20,2,-2,-2,49\n"
@@ -168,7 +160,7 @@ TEST_F(Transform, EachColumnGetsTheLastFunctionThatNamesIt) {
   EXPECT_THAT(keys,
               ::testing::UnorderedElementsAre("schema_version", "command", "input", "rows", "columns", "missing",
                                               "scaling", "back", "dropped_columns", "failed_values", "variables"));
-  const json some = RunJson({"t.csv", "--class", "group", "--transform", "last=log"});
+  const json some = RunJson({"transform", "t.csv", "--class", "group", "--transform", "last=log"});
   EXPECT_EQ(some["variables"][0], json::parse(R"({"name":"first","transform":null,"constants":null,"failed":0,
                                                   "minimum":1.0,"maximum":1.0})"));
   EXPECT_THAT(Run({"transform", "t.csv", "--class", "group", "--transform", "last=log"}).out,
@@ -177,7 +169,7 @@ TEST_F(Transform, EachColumnGetsTheLastFunctionThatNamesIt) {
 
 TEST_F(Transform, ScalingComesAfterTheFunctions) {
   Put("t.csv", "id,x,same,y\na,10,1,1\nb,1000,1,2\nc,,1,6\n");
-  const json summary = RunJson({"t.csv", "--transform", "x=log", "--scaling", "center", "--out", "r"});
+  const json summary = RunJson({"transform", "t.csv", "--transform", "x=log", "--scaling", "center", "--out", "r"});
   EXPECT_EQ(ContentOf(Path("r/transform.csv")), "id,x,y\na,-1,-2\nb,1,-1\nc,,3\n");
   EXPECT_EQ(summary["columns"], 2);
   EXPECT_EQ(summary["dropped_columns"], json::parse(R"([{"name":"same","reason":"no variance"}])"));
@@ -187,7 +179,7 @@ TEST_F(Transform, ScalingComesAfterTheFunctions) {
 
   // Scaled within a unit of its own, for the sake of the range of floats.
   Put("huge.csv", "id,x\na,1e20\nb,3e20\n");
-  const json huge = RunJson({"huge.csv", "--scaling", "center", "--out", "h"});
+  const json huge = RunJson({"transform", "huge.csv", "--scaling", "center", "--out", "h"});
   EXPECT_GT(huge["variables"][0]["maximum"], 0.99e20);
   EXPECT_THAT(SecondColumn("h/transform.csv"), ElementsAre(::testing::DoubleNear(-1e20, 1e14), testing::Gt(0.99e20)));
 }
