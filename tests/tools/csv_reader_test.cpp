@@ -239,6 +239,15 @@ TEST(CsvReader, TellsOfDataThatEqualTheMarkerOfGaps) {
   EXPECT_EQ(table.x.GetNumMisVal(), 4);
   EXPECT_THAT(table.notes, ::testing::Contains(HasSubstr("3 cells held exactly -99")));
   EXPECT_EQ(Read("a,b\n,1\n2,\n").notes.size(), 1u);
+  EXPECT_EQ(Read("gr\xC3\xB6\xC3\x9F"
+                 "e,b\n1,1\n2,5\n")
+                .notes.size(),
+            1u);
+  for (const char* latin1 : {"gr\xF6\xDF"
+                             "e,b\n1,1\n2,5\n",
+                             "id,b\nM\xFCller,1\nMeier,5\n"}) {
+    EXPECT_THAT(Read(latin1).notes, ::testing::Contains(HasSubstr("not in UTF-8")));
+  }
 }
 
 class SourceThatFails : public ByteSource {

@@ -17,6 +17,7 @@
 #include "tools/voran/csv_rows.h"
 #include "tools/voran/failure.h"
 #include "tools/voran/number_text.h"
+#include "tools/voran/utf8.h"
 
 namespace tool {
 namespace {
@@ -171,6 +172,16 @@ std::string DescribeDialect(const CsvDialect& dialect, const ColumnPlan& plan) {
                      plan.idAssumed ? fmt::format(", rows named by column {}", Quoted(plan.names[*plan.id])) : "");
 }
 
+// Text of another encoding is kept byte by byte; what shows it takes it for UTF-8.
+void NoteOtherEncodings(Table& table, const ColumnPlan& plan) {
+  if (std::all_of(plan.names.begin(), plan.names.end(), IsUtf8) &&
+      std::all_of(table.rowIds.begin(), table.rowIds.end(), IsUtf8)) {
+    return;
+  }
+  table.notes.emplace_back(
+      "names of columns or rows are not in UTF-8: some letters will be shown wrongly; save the table as CSV in UTF-8");
+}
+
 }  // namespace
 
 Table ReadCsv(ByteSource& source, std::string begun, const std::string& name, const CsvOptions& options) {
@@ -192,6 +203,7 @@ Table ReadCsv(ByteSource& source, std::string begun, const std::string& name, co
   const std::size_t markerCells = body.MarkerCells();
   body.MoveTo(table, head.LinesBefore());
   NoteMarkerCells(table, markerCells);
+  NoteOtherEncodings(table, plan);
   return table;
 }
 
