@@ -2,7 +2,6 @@
 #include <string>
 #include <vector>
 
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -35,48 +34,34 @@ constexpr double kTolerance = 1e-6;
 
 TEST_F(Describe, StatisticsAgreeWithR) {
   struct Case {
-    const char* file;
-    const char* classes;
+    const char* line;
     const char* variable;
     std::vector<double> expected;  // as in kStatistics; by R 4.2.2, from the definitions
   };
   const std::vector<Case> cases = {
-      {"wine",
-       "class",
+      {"@wine --class class",
        "proline",
        {746.8932584270, 314.9074742768, 278.0, 500.0, 673.5, 985.0, 1680.0, 0.7678217814, 4.2170650984, -0.2484031061}},
-      {"iris",
-       "class",
-       "sepal_length_cm",
-       {5.8433333333, 0.8280661280, 4.3, 5.1, 5.8, 6.4, 7.9, 0.3149109566, 1.5901512284, -0.5520640413}},
-      {"metabolites",
-       "class_hours",
+      {"@metabolites --class class_hours",
        "Xylose methoxyamine (4TMS)",
        {0.1114191489, 0.1149580276, -0.05, 0.0127, 0.0839, 0.2209, 0.341, 0.4993585795, 1.4408571423, -1.0558178527}},
   };
   for (const Case& c : cases) {
-    const json summary = RunJson({"describe", fmt::format("{}/{}.csv", VORAN_DATA, c.file), "--class", c.classes});
-    const json variable = Variable(summary, c.variable);
+    const json variable = Variable(Told(std::string("describe ") + c.line), c.variable);
     for (std::size_t i = 0; i < kStatistics.size(); ++i) {
       EXPECT_NEAR(variable[kStatistics[i]].get<double>(), c.expected[i], kTolerance * std::abs(c.expected[i]))
           << c.variable << ", " << kStatistics[i];
     }
   }
-  const json metabolites =
-      RunJson({"describe", std::string(VORAN_DATA) + "/metabolites.csv", "--class", "class_hours"});
+  const json metabolites = Told("describe @metabolites --class class_hours");
   EXPECT_EQ(metabolites["missing"], json::parse(R"({"cells":419,"rows":52,"columns":77,"empty_rows":[]})"));
   EXPECT_EQ(metabolites["variables"][0]["present"], 47);
   EXPECT_EQ(metabolites["variables"][0]["missing"], 5);
 }
 
 TEST_F(Describe, WhatCannotBeHadIsMissingInEveryForm) {
-  Put("t.csv",
-      "none,one,two,equal,three,four,marker\n"
-      ",7,1,3,1,1,-98\n"
-      ",,4,3,2,2,\n"
-      ",,,3,9,4,-100\n"
-      ",,,3,,9,\n");
-  const json summary = RunJson({"describe", "t.csv", "--out", "results"});
+  Put("t.csv", "none,one,two,equal,three,four,marker\n,7,1,3,1,1,-98\n,,4,3,2,2,\n,,,3,9,4,-100\n,,,3,,9,\n");
+  const json summary = Told("describe t.csv --out results");
   // How many of the statistics, in this order, a column has.
   const std::vector<std::string> order = {
       "mean",           "minimum",  "median",        "maximum", "standard_deviation",
@@ -93,20 +78,20 @@ TEST_F(Describe, WhatCannotBeHadIsMissingInEveryForm) {
   EXPECT_EQ(Variable(summary, "marker")["median"], -99.0) << "a statistic that is -99 is one";
   EXPECT_EQ(Variable(summary, "marker")["mean"], -99.00001);
 
-  const std::string csv = ContentOf(Path("results/columns.csv"));
-  EXPECT_THAT(csv, StartsWith("variable,present,missing,mean,standard_deviation,minimum,lower_quartile,median,"
-                              "upper_quartile,maximum,skewness,skewness_test,kurtosis,lower_limit,upper_limit,cp,cpk\n"
-                              "none,0,4,,,,,,,,,,,,,,\n"
-                              "one,1,3,7,,7,,7,,7,,,,,,,\n"
-                              "two,2,2,2.5,2.12132034,1,1,2.5,4,4,,,,,,,\n"));
+  EXPECT_THAT(ContentOf(Path("results/columns.csv")),
+              StartsWith("variable,present,missing,mean,standard_deviation,minimum,lower_quartile,median,"
+                         "upper_quartile,maximum,skewness,skewness_test,kurtosis,lower_limit,upper_limit,cp,cpk\n"
+                         "none,0,4,,,,,,,,,,,,,,\n"
+                         "one,1,3,7,,7,,7,,7,,,,,,,\n"
+                         "two,2,2,2.5,2.12132034,1,1,2.5,4,4,,,,,,,\n"));
   EXPECT_EQ(json::parse(ContentOf(Path("results/summary.json"))), summary);
-  EXPECT_THAT(Run({"describe", "t.csv", "--quiet"}).out,
+  EXPECT_THAT(Run(Words("describe t.csv")).out,
               ::testing::ContainsRegex("\n  none +0 +4( +-){10}\n  one +1 +3 +7.000 +- +7.000 +- +7.000 +- +7.000"));
 }
 
 TEST_F(Describe, CapabilityFollowsTheLimitsOfEachColumn) {
-  const json all = RunJson({"describe", kWine, "--class", "class", "--limits", "-1,11", "--limits", "alcohol=11,15",
-                            "--limits", "hue=,2", "--limits", "ash..magnesium=1,"});
+  const std::string line = "describe @wine --class class --limits ";
+  const json all = Told(line + "-1,11 --limits alcohol=11,15 --limits hue=,2 --limits ash..magnesium=1,");
   const json alcohol = Variable(all, "alcohol");
   EXPECT_NEAR(alcohol["cp"].get<double>(), 0.8211934883, kTolerance);
   EXPECT_NEAR(alcohol["cpk"].get<double>(), 0.8209397488, kTolerance);
@@ -116,18 +101,12 @@ TEST_F(Describe, CapabilityFollowsTheLimitsOfEachColumn) {
   EXPECT_NEAR(hue["cpk"].get<double>(),
               (2.0 - hue["mean"].get<double>()) / (3.0 * hue["standard_deviation"].get<double>()), kTolerance);
   EXPECT_TRUE(Variable(all, "alcalinity_of_ash")["upper_limit"].is_null());
-  EXPECT_THAT(Run({"describe", kWine, "--class", "class", "--quiet", "--limits", "alcohol=11,15"}).out,
-              HasSubstr("\n\n  column   lower limit  upper limit     Cp    Cpk\n"
-                        "  alcohol        11.00        15.00  0.821  0.821\n"));
-
   // Positions are those of the file, whose second column is no variable.
-  EXPECT_EQ(Run({"describe", kWine, "--class", "class", "--quiet", "--limits", "#3=11,15"}).out,
-            Run({"describe", kWine, "--class", "class", "--quiet", "--limits", "alcohol=11,15"}).out);
+  EXPECT_THAT(Run(Words(line + "#3=11,15")).out, HasSubstr("\n\n  column   lower limit  upper limit     Cp    Cpk\n"
+                                                           "  alcohol        11.00        15.00  0.821  0.821\n"));
 
   for (const char* wrong : {"5", ",", "5,4", "4,x", "4,5,6", "a=4", "4,inf", "none=1,2", "class=1,2"}) {
-    const Outcome outcome = Run({"describe", kWine, "--class", "class", "--quiet", "--limits", wrong});
-    EXPECT_EQ(outcome.code, 2) << wrong;
-    EXPECT_THAT(outcome.err, StartsWith("voran: --limits: ")) << wrong;
+    ExpectRefusal(Words(line + wrong), 2, "voran: --limits: ");
   }
 }
 

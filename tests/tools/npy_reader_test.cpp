@@ -1,7 +1,5 @@
 #include "tools/voran/npy_reader.h"
 
-#include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,15 +7,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/tools/value_samples.h"
 #include "tools/voran/failure.h"
-#include "tools/voran/table_reader.h"
 
 namespace tool {
 namespace {
 
 using ::testing::HasSubstr;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 template <typename Number>
 std::string Npy(int version, const std::string& dictionary, const std::vector<Number>& numbers) {
@@ -26,10 +22,7 @@ std::string Npy(int version, const std::string& dictionary, const std::vector<Nu
   file += '\0';
   const std::size_t length = dictionary.size();
   for (std::size_t i = 0; i < (version == 1 ? 2u : 4u); ++i) file += static_cast<char>(length >> (8 * i) & 0xff);
-  file += dictionary;
-  std::string bytes(numbers.size() * sizeof(Number), '\0');
-  std::memcpy(bytes.data(), numbers.data(), bytes.size());
-  return file + bytes;
+  return (file + dictionary).append(reinterpret_cast<const char*>(numbers.data()), numbers.size() * sizeof(Number));
 }
 
 std::string Dictionary(const char* type, bool columnMajor, const char* shape) {
@@ -49,67 +42,64 @@ class Pipe : public ByteSource {
   std::unique_ptr<ByteSource> inner_;
 };
 
-Table Read(const std::string& bytes, const RoleRequest& roles = {}) {
-  const auto source = SourceFromMemory(bytes);
-  CsvOptions options;
-  options.roles = roles;
-  return ReadTable(*source, "t.npy", options);
+Rows Read(const std::string& bytes, const RoleRequest& roles = {}) {
+  return ToRows(TableOf(bytes, roles).x);
 }
 
-std::vector<std::vector<float>> Cells(const Table& table) {
-  std::vector<std::vector<float>> cells;
-  for (const NCDataVector<float>& row : table.x) cells.emplace_back(row.begin(), row.end());
-  return cells;
+Rows ReadPipe(const std::string& bytes) {
+  Pipe pipe(bytes);
+  return ToRows(ReadTable(pipe, "-", {}).x);
 }
-
-const std::vector<std::vector<float>> kExpected = {{1, 2, 3}, {4, kGap, 6}};
 
 TEST(NpyReader, ReadsEveryLayout) {
-  const std::vector<float> byRow = {1, 2, 3, 4, kNaN, 6};
-  const std::vector<float> byColumn = {1, 4, 2, kNaN, 3, 6};
-  const std::vector<double> wideByRow(byRow.begin(), byRow.end());
-  const std::vector<double> wideByColumn(byColumn.begin(), byColumn.end());
-  for (int version = 1; version <= 3; ++version) {
-    EXPECT_EQ(Cells(Read(Npy(version, Dictionary("<f4", false, "(2, 3)"), byRow))), kExpected);
-    EXPECT_EQ(Cells(Read(Npy(version, Dictionary("<f4", true, "(2, 3)"), byColumn))), kExpected);
-    EXPECT_EQ(Cells(Read(Npy(version, Dictionary("<f8", false, "(2, 3)"), wideByRow))), kExpected);
-    EXPECT_EQ(Cells(Read(Npy(version, Dictionary("<f8", true, "(2, 3)"), wideByColumn))), kExpected);
+  const Rows expected = {{1, 2, 3}, {4, kGap, 6}};
+  const std::vector<double> byRow = {1, 2, 3, 4, std::nan(""), 6};
+  const std::vector<double> byColumn = {1, 4, 2, std::nan(""), 3, 6};
+  for (const bool columnMajor : {false, true}) {
+    const std::vector<double>& wide = columnMajor ? byColumn : byRow;
+    const std::vector<float> narrow(wide.begin(), wide.end());
+    for (int version = 1; version <= 3; ++version) {
+      EXPECT_EQ(Read(Npy(version, Dictionary("<f4", columnMajor, "(2, 3)"), narrow)), expected);
+      EXPECT_EQ(Read(Npy(version, Dictionary("<f8", columnMajor, "(2, 3)"), wide)), expected);
+    }
   }
-  Pipe pipe(Npy(1, Dictionary("<f4", false, "(2, 3)"), byRow));
-  EXPECT_EQ(Cells(ReadTable(pipe, "-", {})), kExpected);
-  EXPECT_EQ(Cells(Read(Npy<float>(1, Dictionary("<f4", false, "(2,)"), {1, 2}))),
-            (std::vector<std::vector<float>>{{1}, {2}}));
+  EXPECT_EQ(ReadPipe(Npy(1, Dictionary("<f8", false, "(2, 3)"), byRow)), expected);
+  EXPECT_EQ(Read(Npy<float>(1, Dictionary("<f4", false, "(2,)"), {1, 2})), (Rows{{1}, {2}}));
 }
 
 TEST(NpyReader, LeavesOutColumnsInBothOrders) {
   std::vector<float> byRow(40);  // 2 x 20, counted up row by row
   std::vector<float> byColumn(40);
-  for (std::size_t row = 0; row < 2; ++row) {
-    for (std::size_t column = 0; column < 20; ++column) {
-      byRow[row * 20 + column] = byColumn[column * 2 + row] = static_cast<float>(row * 20 + column);
-    }
-  }
+  for (std::size_t i = 0; i < 40; ++i) byRow[i] = byColumn[i % 20 * 2 + i / 20] = static_cast<float>(i);
   RoleRequest roles;
   roles.unused = {"#2..#17", "x19"};
-  const std::vector<std::vector<float>> expected = {{0, 17, 19}, {20, 37, 39}};
-  EXPECT_EQ(Cells(Read(Npy(1, Dictionary("<f4", false, "(2, 20)"), byRow), roles)), expected);
-  EXPECT_EQ(Cells(Read(Npy(1, Dictionary("<f4", true, "(2, 20)"), byColumn), roles)), expected);
+  const Rows expected = {{0, 17, 19}, {20, 37, 39}};
+  EXPECT_EQ(Read(Npy(1, Dictionary("<f4", false, "(2, 20)"), byRow), roles), expected);
+  EXPECT_EQ(Read(Npy(1, Dictionary("<f4", true, "(2, 20)"), byColumn), roles), expected);
 }
 
 TEST(NpyReader, EveryShorterFileIsRefused) {
   for (const bool columnMajor : {false, true}) {
     const std::string whole = Npy<float>(2, Dictionary("<f4", columnMajor, "(2, 3)"), {1, 2, 3, 4, 5, 6});
-    ASSERT_EQ(Read(whole).x.SizeRows(), 2);
+    ASSERT_EQ(Read(whole).size(), 2u);
     for (std::size_t length = 6; length < whole.size(); ++length) {
       EXPECT_THROW(Read(whole.substr(0, length)), Failure) << length;
-      Pipe pipe(whole.substr(0, length));
-      EXPECT_THROW(ReadTable(pipe, "-", {}), Failure) << length;
+      EXPECT_THROW(ReadPipe(whole.substr(0, length)), Failure) << length;
     }
   }
 }
 
 TEST(NpyReader, RefusesWhatIsNoTableOfNumbers) {
-  const std::vector<std::pair<std::string, const char*>> cases = {
+  const auto refuses = [](const std::string& file, const std::string& complaint) {
+    try {
+      Read(file);
+      ADD_FAILURE() << complaint;
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.Code(), ExitCode::kBadData);
+      EXPECT_THAT(failure.what(), HasSubstr(complaint));
+    }
+  };
+  const std::vector<std::pair<std::string, const char*>> dictionaries = {
       {Dictionary("<i4", false, "(1, 2)"), "items of type \"<i4\""},
       {Dictionary(">f4", false, "(1, 2)"), "items of type"},
       {"{'descr': [('a', '<f4')], 'fortran_order': False, 'shape': (1,), }", "items of type"},
@@ -122,30 +112,13 @@ TEST(NpyReader, RefusesWhatIsNoTableOfNumbers) {
       {Dictionary("<f4", false, "(2147483647, 1)"), "does not fit its"},
       {Dictionary("<f4", true, "(1, 2147483647)"), "does not fit its"},
       {Dictionary("<f4", false, "(-1, 2)"), "damaged"},
-      {Dictionary("<f4", false, "(1, 2"), "damaged"},
       {"{'descr': '<f4', 'shape': (1, 2), }", "damaged"},
       {"", "damaged"},
   };
-  for (const auto& [dictionary, complaint] : cases) {
-    try {
-      Read(Npy<float>(1, dictionary, {1, 2}));
-      ADD_FAILURE() << dictionary;
-    } catch (const Failure& failure) {
-      EXPECT_EQ(failure.Code(), ExitCode::kBadData);
-      EXPECT_THAT(failure.what(), HasSubstr(complaint));
-    }
-  }
-  Pipe bomb(Npy<float>(1, Dictionary("<f4", false, "(1, 2147483647)"), {1, 2}));
-  EXPECT_THROW(ReadTable(bomb, "-", {}), Failure);
-}
-
-TEST(NpyReader, NumbersBeyondFloatAreNamedByPlace) {
-  try {
-    Read(Npy<double>(1, Dictionary("<f8", false, "(2, 2)"), {1, 2, 3, 1e39}));
-    ADD_FAILURE();
-  } catch (const Failure& failure) {
-    EXPECT_THAT(failure.what(), HasSubstr("t.npy, row 2, column 2: 1e+39 is beyond the range"));
-  }
+  for (const auto& [dictionary, complaint] : dictionaries) refuses(Npy<float>(1, dictionary, {1, 2}), complaint);
+  refuses(Npy<double>(1, Dictionary("<f8", false, "(2, 2)"), {1, 2, 3, 1e39}),
+          "t.csv, row 2, column 2: 1e+39 is beyond the range");
+  EXPECT_THROW(ReadPipe(Npy<float>(1, Dictionary("<f4", false, "(1, 2147483647)"), {1, 2})), Failure);
 }
 
 }  // namespace

@@ -64,6 +64,18 @@ inline std::vector<std::string> Words(const std::string& line) {
   return words;
 }
 
+/// A table of random numbers with a header: x1, x2, ... and y.
+inline std::string RandomTable(int rows, int columns) {
+  std::string text;
+  for (int c = 1; c < columns; ++c) text += "x" + std::to_string(c) + ',';
+  text += "y\n";
+  unsigned state = 1;
+  for (int i = 0; i < rows * columns; ++i) {
+    text += std::to_string((state = state * 1664525u + 1013904223u) >> 8) + (i % columns == columns - 1 ? '\n' : ',');
+  }
+  return text;
+}
+
 /// What a command line ends with: the exit code, and a part of the sentence on standard error.
 struct Refusal {
   std::string line;
@@ -162,6 +174,9 @@ class Program : public ::testing::Test {
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     return nlohmann::json::parse(outcome.out, nullptr, false);
   }
+
+  void Do(const std::string& line) const { Done(Words(line)); }
+  nlohmann::json Told(const std::string& line) const { return RunJson(Words(line)); }
 
   std::vector<std::string> Files() const {
     std::vector<std::string> names;

@@ -20,22 +20,23 @@ ExitCode CodeOf(const RoleRequest& request, const std::vector<std::string>& name
   return ExitCode::kDone;
 }
 
+RoleRequest With(std::vector<std::string> RoleRequest::*member, const std::string& item, RoleRequest request = {}) {
+  request.*member = {item};
+  return request;
+}
+
 TEST(TableRoles, ItemsSelectColumns) {
-  const std::vector<std::pair<std::string, Columns>> cases = {
-      {"class", {1}},
-      {"class,nm902", {1, 3}},
-      {"a, b", {5}},
-      {"2", {1}},
-      {"4", {6}},
-      {"#4", {3}},
-      {"#3..#5", {2, 3, 4}},
-      {"nm900..nm904", {2, 3, 4}},
-      {"nm904..nm900", {2, 3, 4}},
-      {"901..910", {3, 4}},
-      {"2..3", {1, 2}},
-      {"4..903", {2, 3, 6}},
-      {" class , 1 ", {0, 1}},
-  };
+  const std::vector<std::pair<std::string, Columns>> cases = {{"class,nm902", {1, 3}},
+                                                              {"a, b", {5}},
+                                                              {"2", {1}},
+                                                              {"4", {6}},
+                                                              {"#4", {3}},
+                                                              {"#3..#5", {2, 3, 4}},
+                                                              {"nm904..nm900", {2, 3, 4}},
+                                                              {"901..910", {3, 4}},
+                                                              {"2..3", {1, 2}},
+                                                              {"4..903", {2, 3, 6}},
+                                                              {" class , 1 ", {0, 1}}};
   for (const auto& [argument, columns] : cases) EXPECT_EQ(SelectColumns(kNames, argument, "--x"), columns) << argument;
 }
 
@@ -57,42 +58,30 @@ TEST(TableRoles, NumbersAreFoundInNames) {
 TEST(TableRoles, TheFirstColumnNamesRowsUnlessToldOtherwise) {
   EXPECT_EQ(PlanColumns("t", kNames, true, {}).id, 0u);
   EXPECT_EQ(PlanColumns("t", kNames, false, {}).id, std::nullopt);
+  EXPECT_EQ(PlanColumns("t", kNames, true, With(&RoleRequest::unused, "id")).id, std::nullopt);
   RoleRequest none;
   none.noId = true;
   EXPECT_EQ(PlanColumns("t", kNames, true, none).CountOf(ColumnRole::kVariable), kNames.size());
-  RoleRequest other;
-  other.id = {"class"};
-  const ColumnPlan plan = PlanColumns("t", kNames, true, other);
+  const ColumnPlan plan = PlanColumns("t", kNames, true, With(&RoleRequest::id, "class"));
   EXPECT_EQ(plan.id, 1u);
   EXPECT_EQ(plan.roles[0], ColumnRole::kVariable);
-  RoleRequest excluded;
-  excluded.unused = {"id"};
-  EXPECT_EQ(PlanColumns("t", kNames, true, excluded).id, std::nullopt);
 }
 
 TEST(TableRoles, ExcludeTakesBackFromXAndNothingElseOverlaps) {
-  RoleRequest request;
-  request.variables = {"900..910"};
-  request.unused = {"nm902"};
-  EXPECT_THAT(PlanColumns("t", kNames, true, request).NamesOf(ColumnRole::kVariable),
-              ::testing::ElementsAre("nm900", "nm904"));
-  RoleRequest twice;
-  twice.classes = {"class"};
-  twice.unused = {"1..3"};
-  EXPECT_EQ(CodeOf(twice), ExitCode::kWrongUse);
-  RoleRequest counted;
+  const RoleRequest request = With(&RoleRequest::unused, "nm902");
+  EXPECT_THAT(
+      PlanColumns("t", kNames, true, With(&RoleRequest::variables, "900..910", request)).NamesOf(ColumnRole::kVariable),
+      ::testing::ElementsAre("nm900", "nm904"));
+  EXPECT_EQ(CodeOf(With(&RoleRequest::classes, "2..3", With(&RoleRequest::unused, "class"))), ExitCode::kWrongUse);
+  RoleRequest counted = request;
   counted.named = {{"--counts", "nm902", ColumnRole::kVariable}};
-  counted.unused = {"nm902"};
   EXPECT_EQ(CodeOf(counted), ExitCode::kWrongUse);
 }
 
 TEST(TableRoles, RepeatedNamesAndEmptyTablesAreBadData) {
   EXPECT_EQ(CodeOf({}, {"id", "a", "a"}), ExitCode::kBadData);
-  RoleRequest request;
-  request.unused = {"#3"};
-  EXPECT_EQ(CodeOf(request, {"id", "a", "a"}), ExitCode::kDone);
-  request.unused = {"#2..#7"};
-  EXPECT_EQ(CodeOf(request), ExitCode::kBadData);
+  EXPECT_EQ(CodeOf(With(&RoleRequest::unused, "#3"), {"id", "a", "a"}), ExitCode::kDone);
+  EXPECT_EQ(CodeOf(With(&RoleRequest::unused, "#2..#7")), ExitCode::kBadData);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -49,15 +50,11 @@ int AskAtTerminal(const std::string& typed, bool isQuiet, std::string& shown) {
 }
 
 TEST(TerminalUser, OnlyAYesAtATerminalGoesOn) {
-  struct Case {
-    const char* typed;
-    int outcome;
-  };
-  const std::vector<Case> cases = {{"y\n", kGoesOn}, {"Yes\n", kGoesOn}, {"n\n", kSaidNo},
-                                   {"\n", kSaidNo},  {"\x04", kSaidNo},  {"ok y\n", kSaidNo}};
-  for (const Case& c : cases) {
+  const std::pair<const char*, int> cases[] = {
+      {"y\n", kGoesOn}, {"Yes\n", kGoesOn}, {"\n", kSaidNo}, {"\x04", kSaidNo}, {"ok y\n", kSaidNo}};
+  for (const auto& [typed, outcome] : cases) {
     std::string shown;
-    EXPECT_EQ(AskAtTerminal(c.typed, false, shown), c.outcome) << c.typed;
+    EXPECT_EQ(AskAtTerminal(typed, false, shown), outcome) << typed;
     EXPECT_NE(shown.find("t.csv: Go on? [y/N] "), std::string::npos) << shown;
   }
   std::string shown;
@@ -109,20 +106,10 @@ TEST(TerminalUser, NoticesGoToStandardErrorUnlessQuiet) {
 }
 
 TEST(MemorySize, UnitsArePowersOf1024) {
-  struct Case {
-    const char* text;
-    std::uint64_t bytes;
-  };
-  const std::vector<Case> cases = {{"1", 1},
-                                   {"800000", 800000},
-                                   {"12B", 12},
-                                   {"64k", 65536},
-                                   {"256M", 268435456},
-                                   {"1.5GiB", 1610612736},
-                                   {"2 GB", 2147483648},
-                                   {"3T", 3298534883328},
-                                   {"0.5kib", 512}};
-  for (const Case& c : cases) EXPECT_EQ(tool::ReadMemorySize("--memory", c.text), c.bytes) << c.text;
+  const std::pair<const char*, std::uint64_t> cases[] = {
+      {"800000", 800000},     {"12B", 12},          {"64k", 65536},        {"256M", 268435456},
+      {"1.5GiB", 1610612736}, {"2 GB", 2147483648}, {"3T", 3298534883328}, {"0.5kib", 512}};
+  for (const auto& [text, bytes] : cases) EXPECT_EQ(tool::ReadMemorySize("--memory", text), bytes) << text;
   for (const char* wrong :
        {"", "M", "-1", "+1", "0", "0.1", "1e3", "1.2.3M", "1X", "1MX", "1 M B", "nan", "inf", "99999999T"}) {
     EXPECT_THROW(tool::ReadMemorySize("--memory", wrong), tool::Failure) << wrong;

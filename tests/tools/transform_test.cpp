@@ -1,7 +1,6 @@
 #include <cmath>
-#include <fstream>
-#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -20,20 +19,13 @@ namespace {
 using nlohmann::json;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 class Transform : public Program {
  protected:
-  // The second column of a file of two; an empty cell is a NaN.
-  std::vector<double> SecondColumn(const std::string& name) const {
-    std::ifstream in(Path(name));
+  // The only column of a file, behind the ids; an empty cell is a NaN.
+  std::vector<double> Column(const std::string& name) const {
     std::vector<double> values;
-    std::string line;
-    std::getline(in, line);
-    while (std::getline(in, line)) {
-      const std::string cell = line.substr(line.find(',') + 1);
-      values.push_back(cell.empty() ? std::nan("") : std::stod(cell));
-    }
+    for (const auto& row : Numbers(Path(name))) values.push_back(row.empty() ? std::nan("") : row[0]);
     return values;
   }
 };
@@ -41,40 +33,32 @@ class Transform : public Program {
 TEST_F(Transform, ValuesFollowTheFormulasAndComeBack) {
   struct Case {
     std::string argument;
-    std::string formula;
-    std::function<double(double)> function;
-    json summary;  // name and constants
+    const char* formula;
+    const char* constants;
+    double (*function)(double);
   };
   const std::vector<Case> cases = {
-      {"linear,-2.5", "-2.5 x", [](double x) { return -2.5 * x; }, {"linear", {-2.5, 0.0, nullptr}}},
-      {"linear,1,4", "x + 4", [](double x) { return x + 4.0; }, {"linear", {1.0, 4.0, nullptr}}},
-      {"log", "log10(x)", [](double x) { return std::log10(x); }, {"log", {1.0, 0.0, nullptr}}},
-      {"neglog,4,-0.25",
-       "-log10(4 x - 0.25)",
-       [](double x) { return -std::log10(4.0 * x - 0.25); },
-       {"neglog", {4.0, -0.25, nullptr}}},
-      {"logit,-1,12",
-       "log10((x + 1) / (12 - x))",
-       [](double x) { return std::log10((x + 1.0) / (12.0 - x)); },
-       {"logit", {-1.0, 12.0, nullptr}}},
-      {"exponential,-1,0.5",
-       "exp(-x + 0.5)",
-       [](double x) { return std::exp(-x + 0.5); },
-       {"exponential", {-1.0, 0.5, nullptr}}},
-      {"power,1,0,-0.5", "x^-0.5", [](double x) { return 1.0 / std::sqrt(x); }, {"power", {1.0, 0.0, -0.5}}},
-      {"power,2,1,3", "(2 x + 1)^3", [](double x) { return std::pow(2.0 * x + 1.0, 3.0); }, {"power", {2.0, 1.0, 3.0}}},
+      {"linear,-2.5", "-2.5 x", "[-2.5,0.0,null]", [](double x) { return -2.5 * x; }},
+      {"linear,1,4", "x + 4", "[1.0,4.0,null]", [](double x) { return x + 4.0; }},
+      {"log", "log10(x)", "[1.0,0.0,null]", [](double x) { return std::log10(x); }},
+      {"neglog,4,-0.25", "-log10(4 x - 0.25)", "[4.0,-0.25,null]",
+       [](double x) { return -std::log10(4.0 * x - 0.25); }},
+      {"logit,-1,12", "log10((x + 1) / (12 - x))", "[-1.0,12.0,null]",
+       [](double x) { return std::log10((x + 1.0) / (12.0 - x)); }},
+      {"exponential,-1,0.5", "exp(-x + 0.5)", "[-1.0,0.5,null]", [](double x) { return std::exp(-x + 0.5); }},
+      {"power,1,0,-0.5", "x^-0.5", "[1.0,0.0,-0.5]", [](double x) { return 1.0 / std::sqrt(x); }},
+      {"power,2,1,3", "(2 x + 1)^3", "[2.0,1.0,3.0]", [](double x) { return std::pow(2.0 * x + 1.0, 3.0); }},
   };
   constexpr double kTolerance = 4e-6;  // some roundings of a float, of numbers up to 11
-  const std::vector<double> inputs = {0.125, 0.75, 3.0, 10.5, std::nan("")};
+  const std::vector<double> inputs = {0.125, 0.75, 3.0, 10.5};
   Put("t.csv", "id,x\na,0.125\nb,0.75\nc,3\nd,10.5\ne,\n");
   for (const Case& c : cases) {
     SCOPED_TRACE(c.argument);
     const json summary = RunJson({"transform", "t.csv", "--transform", c.argument, "--out", "there"});
-    RunJson({"transform", "there/transform.csv", "--transform", c.argument, "--back", "--out", "back"});
-    const std::vector<double> there = SecondColumn("there/transform.csv");
-    const std::vector<double> back = SecondColumn("back/transform.csv");
-    ASSERT_EQ(there.size(), inputs.size());
-    ASSERT_EQ(back.size(), inputs.size());
+    Done({"transform", "there/transform.csv", "--transform", c.argument, "--back", "--out", "back"});
+    const std::vector<double> there = Column("there/transform.csv");
+    const std::vector<double> back = Column("back/transform.csv");
+    ASSERT_TRUE(there.size() == 5 && back.size() == 5);
     for (std::size_t i = 0; i < 4; ++i) {
       const double expected = c.function(inputs[i]);
       EXPECT_NEAR(there[i], expected, kTolerance * std::max(1.0, std::abs(expected)));
@@ -82,33 +66,25 @@ TEST_F(Transform, ValuesFollowTheFormulasAndComeBack) {
     }
     EXPECT_TRUE(std::isnan(there[4]) && std::isnan(back[4])) << "a gap stays one";
     const json variable = summary["variables"][0];
-    EXPECT_EQ(json({variable["transform"], variable["constants"]}), c.summary);
+    EXPECT_EQ(variable["transform"], c.argument.substr(0, c.argument.find(',')));
+    EXPECT_EQ(variable["constants"], json::parse(c.constants));
     EXPECT_EQ(variable["failed"], 0);
     EXPECT_NEAR(variable["minimum"], std::min(there[0], there[3]), kTolerance);
     EXPECT_NEAR(variable["maximum"], std::max(there[0], there[3]), kTolerance);
-    EXPECT_THAT(Run({"transform", "t.csv", "--transform", c.argument}).out, HasSubstr(c.formula + "       0  "));
+    EXPECT_THAT(Run({"transform", "t.csv", "--transform", c.argument}).out,
+                HasSubstr(std::string(c.formula) + "       0  "));
   }
 }
 
 TEST_F(Transform, WhatFailsBecomesAGapAndIsTold) {
-  struct Case {
-    const char* argument;
-    const char* value;
-    bool back;
-  };
-  const Case cases[] = {
-      {"log,1,-2", "2", false},      {"neglog", "-1", false},         {"logit,0,5", "5", false},
-      {"logit,0,5", "0", false},     {"logit,0,5", "6", false},       {"exponential", "89", false},
-      {"linear,1e30", "1e9", false}, {"power,1,0,0.5", "-4", false},  {"power,1,0,-1", "0", false},
-      {"exponential", "0", true},    {"power,1,0,0.5", "1e30", true}, {"log", "39", true},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.argument) + " of " + c.value);
-    Put("t.csv", fmt::format("id,x\na,1\nb,{}\n", c.value));
-    std::vector<std::string> arguments = {"transform", "t.csv", "--transform", c.argument, "--out", "r"};
-    if (c.back) arguments.push_back("--back");
-    const json summary = RunJson(arguments);
-    const std::vector<double> values = SecondColumn("r/transform.csv");
+  const std::pair<const char*, const char*> cases[] = {{"log,1,-2", "2"},           {"exponential", "89"},
+                                                       {"linear,1e30", "1e9"},      {"power,1,0,0.5", "-4"},
+                                                       {"exponential --back", "0"}, {"power,1,0,0.5 --back", "1e30"}};
+  for (const auto& [argument, value] : cases) {
+    SCOPED_TRACE(fmt::format("{} of {}", argument, value));
+    Put("t.csv", fmt::format("id,x\na,1\nb,{}\n", value));
+    const json summary = Told(fmt::format("transform t.csv --out r --transform {}", argument));
+    const std::vector<double> values = Column("r/transform.csv");
     ASSERT_EQ(values.size(), 2u);
     EXPECT_TRUE(std::isnan(values[1])) << values[1];
     EXPECT_EQ(summary["failed_values"], std::isnan(values[0]) ? 2 : 1);
@@ -116,7 +92,7 @@ TEST_F(Transform, WhatFailsBecomesAGapAndIsTold) {
   }
 
   Put("t.csv", "id,u,v,w\na,1,0,1\nb,1,,1\nc,-1,-2,1\n");
-  const Outcome outcome = Run({"transform", "t.csv", "--transform", "log", "--quiet"});
+  const Outcome outcome = Run(Words("transform t.csv --transform log"));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_THAT(outcome.out, HasSubstr("\n  3 values of 2 columns (u, v) could not be transformed and became gaps, "
                                      "in rows a, c\n\n"));
@@ -125,94 +101,62 @@ TEST_F(Transform, WhatFailsBecomesAGapAndIsTold) {
 
 TEST_F(Transform, ModelsTellWhatFailedToo) {
   Put("t.csv", "id,u,v,y\na,1,2,1\nb,0,3,2\nc,3,1,4\nd,4,,3\ne,2,5,6\nf,7,4,5\n");
-  const std::vector<std::vector<std::string>> commands = {{"pca", "t.csv", "--exclude", "y", "--components", "1"},
-                                                          {"pls", "t.csv", "--y", "y", "--components", "1"},
-                                                          {"cluster", "t.csv", "--exclude", "y"},
-                                                          {"fill", "t.csv", "--exclude", "y", "--components", "1"},
-                                                          {"fill", "t.csv", "--y", "y"}};
-  for (std::vector<std::string> command : commands) {
-    SCOPED_TRACE(command[0]);
-    command.insert(command.end(), {"--transform", "log", "--quiet"});
-    EXPECT_THAT(Run(command).out, HasSubstr("\n  transforms: u: log10(x), v: log10(x)\n"
-                                            "  1 value of 1 column (u) could not be transformed and became a gap, "
-                                            "in row b\n"));
-    command.emplace_back("--json");
-    const json summary = json::parse(Run(command).out);
+  for (const char* const command :
+       {"pca t.csv --exclude y --components 1", "pls t.csv --y y --components 1", "cluster t.csv --exclude y",
+        "fill t.csv --exclude y --components 1", "fill t.csv --y y"}) {
+    SCOPED_TRACE(command);
+    const auto arguments = Words(std::string(command) + " --transform log");
+    EXPECT_THAT(Run(arguments).out, HasSubstr("\n  transforms: u: log10(x), v: log10(x)\n"
+                                              "  1 value of 1 column (u) could not be transformed and became a gap, "
+                                              "in row b\n"));
+    const json summary = RunJson(arguments);
     EXPECT_EQ(summary["failed_values"], 1);
     EXPECT_EQ(summary["missing"]["cells"], 1) << "those that were there";
   }
-  ExpectRefusal({"o2pls", "t.csv", "--y", "y", "--transform", "log"}, 3,
+  ExpectRefusal(Words("o2pls t.csv --y y --transform log"), 3,
                 "2 cells are missing (2 in the variables, 0 in the responses; of 1 cell the transform has no result)");
 }
 
 TEST_F(Transform, EachColumnGetsTheLastFunctionThatNamesIt) {
   Put("t.csv", "group,first,a=b,nm900,nm1000,nm1100,last\ng,1,10,100,100,100,7\nh, 1,,10,10,10,-99\n");
-  const json summary = RunJson({"transform", "t.csv", "--class", "group", "--transform", "log", "--transform",
-                                "a=b=linear,2", "--transform", "950..1200,last=neglog", "--transform", "#7=power,1,0,2",
-                                "--transform", "first=linear,1,-0.5", "--out", "r"});
+  const json summary = Told(
+      "transform t.csv --class group --out r --transform log --transform a=b=linear,2 --transform "
+      "950..1200,last=neglog --transform #7=power,1,0,2 --transform first=linear,1,-0.5");
   EXPECT_EQ(ContentOf(Path("r/transform.csv")),
-            "id,group,first,a=b,nm900,nm1000,nm1100,last\n"
-            "1,g,0.5,20,2,-2,-2,49\n"
-            "2,h,0.5,,1,-1,-1,\n");
+            "id,group,first,a=b,nm900,nm1000,nm1100,last\n1,g,0.5,20,2,-2,-2,49\n2,h,0.5,,1,-1,-1,\n");
   EXPECT_EQ(json::parse(ContentOf(Path("r/summary.json"))), summary);
-  std::vector<std::string> keys;
-  for (const auto& item : summary.items()) keys.push_back(item.key());
-  EXPECT_THAT(keys,
-              ::testing::UnorderedElementsAre("schema_version", "command", "input", "rows", "columns", "missing",
-                                              "scaling", "back", "dropped_columns", "failed_values", "variables"));
-  const json some = RunJson({"transform", "t.csv", "--class", "group", "--transform", "last=log"});
-  EXPECT_EQ(some["variables"][0], json::parse(R"({"name":"first","transform":null,"constants":null,"failed":0,
-                                                  "minimum":1.0,"maximum":1.0})"));
-  EXPECT_THAT(Run({"transform", "t.csv", "--class", "group", "--transform", "last=log"}).out,
-              ::testing::Not(HasSubstr("nm900")));
+  const std::vector<std::string> one = Words("transform t.csv --class group --transform last=log");
+  EXPECT_EQ(RunJson(one)["variables"][0], json::parse(R"({"name":"first","transform":null,"constants":null,"failed":0,
+                                                          "minimum":1.0,"maximum":1.0})"));
+  EXPECT_THAT(Run(one).out, ::testing::Not(HasSubstr("nm900")));
 }
 
 TEST_F(Transform, ScalingComesAfterTheFunctions) {
   Put("t.csv", "id,x,same,y\na,10,1,1\nb,1000,1,2\nc,,1,6\n");
-  const json summary = RunJson({"transform", "t.csv", "--transform", "x=log", "--scaling", "center", "--out", "r"});
+  const json summary = Told("transform t.csv --transform x=log --scaling center --out r");
   EXPECT_EQ(ContentOf(Path("r/transform.csv")), "id,x,y\na,-1,-2\nb,1,-1\nc,,3\n");
   EXPECT_EQ(summary["columns"], 2);
   EXPECT_EQ(summary["dropped_columns"], json::parse(R"([{"name":"same","reason":"no variance"}])"));
   EXPECT_EQ(summary["variables"][1]["name"], "y");
-  const Outcome unscaled = Run({"transform", "t.csv", "--scaling", "uv", "--quiet"});
-  EXPECT_THAT(unscaled.out, ::testing::ContainsRegex("column +min +max +new min +new max\n  x +10.00 +1000 +-0.7071"));
+  EXPECT_THAT(Run(Words("transform t.csv --scaling uv")).out,
+              ::testing::ContainsRegex("column +min +max +new min +new max\n  x +10.00 +1000 +-0.7071"));
 
   // Scaled within a unit of its own, for the sake of the range of floats.
   Put("huge.csv", "id,x\na,1e20\nb,3e20\n");
-  const json huge = RunJson({"transform", "huge.csv", "--scaling", "center", "--out", "h"});
+  const json huge = Told("transform huge.csv --scaling center --out h");
   EXPECT_GT(huge["variables"][0]["maximum"], 0.99e20);
-  EXPECT_THAT(SecondColumn("h/transform.csv"), ElementsAre(::testing::DoubleNear(-1e20, 1e14), testing::Gt(0.99e20)));
+  EXPECT_THAT(Column("h/transform.csv"), ElementsAre(::testing::DoubleNear(-1e20, 1e14), testing::Gt(0.99e20)));
 }
 
 TEST_F(Transform, WrongUseIsOneSentence) {
-  const std::vector<std::vector<std::string>> cases = {
-      {},
-      {"--back"},
-      {"--back", "--scaling", "uv", "--transform", "log"},
-      {"--transform", "Log"},
-      {"--transform", "root"},
-      {"--transform", "log,1,2,3"},
-      {"--transform", "log,"},
-      {"--transform", "log,nan"},
-      {"--transform", "log,1e39"},
-      {"--transform", "linear"},
-      {"--transform", "linear,0"},
-      {"--transform", "logit,1"},
-      {"--transform", "logit,2,2"},
-      {"--transform", "power,1,0"},
-      {"--transform", "=log"},
-      {"--transform", "none=log"},
-      {"--transform", "class=log"},
-  };
-  for (std::vector<std::string> arguments : cases) {
-    arguments.insert(arguments.begin(), {"transform", kWine, "--class", "class", "--quiet"});
-    const Outcome outcome = Run(arguments);
-    EXPECT_EQ(outcome.code, 2) << arguments.back();
-    EXPECT_THAT(outcome.err, StartsWith("voran: ")) << arguments.back();
-    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+  for (const char* const options : {"", "--back", "--back --scaling uv --transform log"}) {
+    ExpectRefusal(Words(std::string("transform @wine --class class ") + options), 2, "");
   }
-  EXPECT_THAT(Run({"transform", kWine, "--transform", "Log"}).err,
-              HasSubstr("linear, log, neglog, logit, exponential, power"));
+  for (const char* const argument : {"root", "log,1,2,3", "log,", "log,nan", "log,1e39", "linear", "linear,0",
+                                     "logit,1", "logit,2,2", "power,1,0", "=log", "none=log", "class=log"}) {
+    ExpectRefusal({"transform", kWine, "--class", "class", "--transform", argument}, 2, "--transform");
+  }
+  ExpectRefusal({"transform", kWine, "--transform", "Log"}, 2, "linear, log, neglog, logit, exponential, power");
 }
 
 }  // namespace
