@@ -1,39 +1,25 @@
 #include "voran/models/pca_prediction.h"
 
 #include <algorithm>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tests/models/model_samples.h"
 #include "tests/models/plain_nipals.h"
 #include "voran/models/score_estimator.h"
-#include "voran/platform/threading_control.h"
 
+namespace samples {
 namespace {
-
-using NCMultiThreading::ThreadingControl;
-using samples::ExpectNear;
-using samples::Fit;
-using samples::FloatMatrix;
-using samples::FloatVector;
-using samples::kGap;
-using samples::PlainMatrix;
-using samples::ThreeComponents;
-using samples::ToMatrix;
-using samples::ToPlain;
-using Positions = NCIntegralVector<int, -99>;
 
 constexpr int kLimit = 100;
 constexpr double kTolerance = 1e-4;
 
-class PcaPrediction : public ::testing::Test {
+class PcaPrediction : public ModelTest {
  protected:
-  PcaPrediction() : data_(ToMatrix(ThreeComponents(40, 12, 7))), pca_(&data_, 500) { Fit(pca_, 3); }
-  void TearDown() override { ThreadingControl::Reset(); }
+  PcaPrediction() { Fit(pca_, 3); }
 
-  FloatMatrix data_;
-  NCPCA pca_;
+  FloatMatrix data_ = ToMatrix(ThreeComponents(40, 12, 7));
+  NCPCA pca_{&data_, 500};
 };
 
 TEST_F(PcaPrediction, ACompleteRowOfTheFitGetsItsScoresAndResiduals) {
@@ -55,13 +41,11 @@ TEST_F(PcaPrediction, ACompleteRowOfTheFitGetsItsScoresAndResiduals) {
 /// Loadings need not be orthogonal: each component is taken out before the next one is looked at.
 TEST_F(PcaPrediction, ACompleteRowIsDeflatedBetweenTheComponents) {
   const PlainMatrix loadings = {{0.6, 0.8, 0.0}, {0.8, 0.6, 0.0}, {0.0, 0.6, 0.8}};
-  std::vector<double> x = {1.0, -2.0, 3.0};
-  std::vector<double> expected;
-  for (const auto& p : loadings) {
-    double t = 0.0;
-    for (std::size_t j = 0; j < 3; ++j) t += p[j] * x[j];
-    for (std::size_t j = 0; j < 3; ++j) x[j] -= t * p[j];
-    expected.push_back(t);
+  PlainMatrix x = {{1.0, -2.0, 3.0}};
+  Plain expected;
+  for (const Plain& p : loadings) {
+    expected.push_back(plain_nipals::Dot(p, x[0]));
+    plain_nipals::Deflate(x, {expected.back()}, p);
   }
   FloatVector t(3);
   ScoreEstimator(ToMatrix(loadings), kLimit).GetT(t, {1.0f, -2.0f, 3.0f});
@@ -69,33 +53,18 @@ TEST_F(PcaPrediction, ACompleteRowIsDeflatedBetweenTheComponents) {
 }
 
 /// The rule for a row with gaps once more: a PLS of the row on the loadings, with its stops.
-std::vector<double> PlainScores(const FloatMatrix& loadings, const FloatVector& row) {
-  PlainMatrix p(static_cast<std::size_t>(loadings.SizeColumns()));
-  PlainMatrix y;
-  for (std::size_t j = 0; j < p.size(); ++j) {
-    for (const FloatVector& loading : loadings) p[j].push_back(loading[static_cast<int>(j) + 1]);
-    y.push_back({row[static_cast<int>(j) + 1]});
+Plain PlainScores(const FloatMatrix& loadings, const FloatVector& row) {
+  PlainMatrix p, y;
+  for (int j = 1; j <= row.Size(); ++j) {
+    p.push_back(ToPlain(loadings.GetColumn(j)));
+    y.push_back({row[j]});
   }
   const double ss = plain_nipals::SumOfSquares(y);
   const int most = std::min(loadings.SizeRows(), row.Size() - row.GetNumMisVal());
-  std::vector<double> b(p.front().size());
-  std::vector<std::vector<double>> stars;
-  std::vector<std::vector<double>> previous;
-  for (int a = 1;; ++a) {
-    const plain_nipals::PlsComponent component = plain_nipals::FitPls(p, y);
-    std::vector<double> star = component.w;
-    for (std::size_t k = 0; k < stars.size(); ++k) {
-      double d = 0.0;
-      for (std::size_t j = 0; j < star.size(); ++j) d += previous[k][j] * component.w[j];
-      for (std::size_t j = 0; j < star.size(); ++j) star[j] -= d * stars[k][j];
-    }
-    for (std::size_t j = 0; j < b.size(); ++j) b[j] += star[j] * component.c[0];
-    stars.push_back(star);
-    previous.push_back(component.p);
-    plain_nipals::Deflate(p, component.t, component.p);
-    plain_nipals::Deflate(y, component.t, component.c);
-    if (a >= most || !(component.c[0] < 2.0) || !(plain_nipals::SumOfSquares(p) > ss * 1e-5)) return b;
-  }
+  return plain_nipals::PlsCoefficients(
+      p, y, [&](int a, const plain_nipals::PlsComponent& component, const PlainMatrix& left) {
+        return a < most && component.c[0] < 2.0 && plain_nipals::SumOfSquares(left) > ss * 1e-5;
+      });
 }
 
 TEST_F(PcaPrediction, ARowWithGapsIsRegressedOnTheLoadings) {
@@ -143,7 +112,7 @@ TEST_F(PcaPrediction, TooManyGapsGiveNoScores) {
 }
 
 TEST_F(PcaPrediction, ForgottenObservationsLeaveScoresAndResiduals) {
-  Positions positions(3, 0);
+  Groups positions(3, 0);
   for (const int i : {1, 2, 3}) positions(i, 50 - 15 * i);  // 35, 20, 5
   NCPCAPred prediction(&data_, pca_.GetPprim(), kLimit, 0.5f);
   const FloatMatrix scores = *prediction.GetTPredPrim();
@@ -155,8 +124,9 @@ TEST_F(PcaPrediction, ForgottenObservationsLeaveScoresAndResiduals) {
     EXPECT_TRUE((*prediction.GetXResiduals())[i] == data_[from]);
     EXPECT_TRUE(prediction.GetTPredPrim()->GetColumn(i) == scores.GetColumn(from));
   }
-  NCPCAPred(prediction).RemoveObservations(Positions(0));
+  NCPCAPred(prediction).RemoveObservations(Groups(0));
   EXPECT_EQ(prediction.SizeObservations(), 37);
 }
 
 }  // namespace
+}  // namespace samples

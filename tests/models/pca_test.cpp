@@ -3,40 +3,24 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tests/models/model_samples.h"
 #include "voran/platform/nc_error.h"
-#include "voran/platform/progress.h"
-#include "voran/platform/threading_control.h"
 
+namespace samples {
 namespace {
-
-using NCMultiThreading::ThreadingControl;
-using Groups = NCIntegralVector<int, -99>;
-using samples::Dot;
-using samples::Fit;
-using samples::FloatMatrix;
-using samples::FloatVector;
-using samples::kGap;
-using samples::PlainMatrix;
-using samples::ThreeComponents;
-using samples::ToMatrix;
-using samples::WithGaps;
 
 /// An iterate stops within a relative squared change of 1e-10, so within some 1e-5 of the eigenvector, a little more
 /// where two eigenvalues are near each other.
 constexpr double kScoreTolerance = 1e-4;
 
-class Pca : public ::testing::Test {
- protected:
-  void TearDown() override { ThreadingControl::Reset(); }
-};
+class Pca : public ModelTest {};
 
 TEST_F(Pca, ComponentsAndResidualsAddUpToTheData) {
   const FloatMatrix x = ToMatrix(ThreeComponents(40, 15, 3));
@@ -45,11 +29,8 @@ TEST_F(Pca, ComponentsAndResidualsAddUpToTheData) {
   EXPECT_EQ(pca.GetComponents(), 4);
   for (int i = 1; i <= 40; ++i) {
     for (int j = 1; j <= 15; ++j) {
-      double sum = static_cast<double>((*pca.GetResiduals())[i][j]);
-      for (int a = 1; a <= 4; ++a) {
-        sum += static_cast<double>((*pca.GetTprim())[a][i]) * static_cast<double>((*pca.GetPprim())[a][j]);
-      }
-      EXPECT_NEAR(sum, x[i][j], 1e-4);
+      const double rest = static_cast<double>((*pca.GetResiduals())[i][j]);
+      EXPECT_NEAR(rest + Dot(pca.GetTprim()->GetColumn(i), pca.GetPprim()->GetColumn(j)), x[i][j], 1e-4);
     }
   }
   for (int a = 1; a <= 4; ++a) {
@@ -85,12 +66,11 @@ TEST_F(Pca, EqualsTheSingleStepsBitForBit) {
   Groups groups(90, 0);
   for (int j = 3; j <= 90; j += 7) groups(j, 1);
   FloatMatrix emptyRowAndColumn = WithGaps(ToMatrix(ThreeComponents(300, 90, 5)), 8);
-  for (int j = 1; j <= 90; ++j) emptyRowAndColumn(17, j, kGap);
-  for (int i = 1; i <= 300; ++i) emptyRowAndColumn(i, 4, kGap);
-  const FloatMatrix matrices[] = {ToMatrix(ThreeComponents(700, 90, 4)),
-                                  WithGaps(ToMatrix(ThreeComponents(700, 90, 4)), 9), emptyRowAndColumn,
-                                  ToMatrix(ThreeComponents(9, 90, 6))};
-  for (const FloatMatrix& x : matrices) {
+  emptyRowAndColumn.SetRow(17, kGap);
+  emptyRowAndColumn.SetColumn(4, kGap);
+  const FloatMatrix complete = ToMatrix(ThreeComponents(700, 90, 4));
+  for (const FloatMatrix& x :
+       {complete, WithGaps(complete, 9), emptyRowAndColumn, ToMatrix(ThreeComponents(9, 90, 6))}) {
     for (const Groups* given : {static_cast<const Groups*>(nullptr), static_cast<const Groups*>(&groups)}) {
       for (const int limit : {0, 1, 3, 200}) {
         SCOPED_TRACE(::testing::Message() << x.SizeRows() << " rows, " << x.GetNumMisVal() << " gaps, limit " << limit);
@@ -115,28 +95,20 @@ TEST_F(Pca, OneObservationNeedsNoIteration) {
   EXPECT_EQ((*pca.GetPprim())[1][3], 0.8f);
 }
 
-TEST_F(Pca, NoLoadingWithoutAScore) {
-  const FloatMatrix x = ToMatrix(ThreeComponents(30, 10, 6));
-  const FloatVector zeros(30, 0.0f);
-  NCPCA nowhere(&x, 7);
-  EXPECT_THROW(nowhere.NextComponent(nullptr, nullptr, 0, &zeros), NCError);
-}
-
 TEST_F(Pca, WhatCannotBeComputedIsTold) {
   const float infinity = std::numeric_limits<float>::infinity();
   const FloatMatrix matrices[] = {FloatMatrix(3, 2, kGap), FloatMatrix(3, 2, infinity), FloatMatrix(3, 2, 3e38f)};
   for (const FloatMatrix& x : matrices) {
     NCPCA pca(&x, 10);
-    try {
-      pca.NextComponent(nullptr, nullptr, 0, nullptr);
-      FAIL() << "no error";
-    } catch (const NCError& error) {
-      EXPECT_STREQ(error.what(), "PCA component could not be computed.");
-      EXPECT_EQ(error.GetLevel(), NCError::Level::kGeneral);
-    }
+    EXPECT_EQ(ErrorOf([&] { pca.NextComponent(nullptr, nullptr, 0, nullptr); }),
+              std::pair(NCError::Level::kGeneral, std::string("PCA component could not be computed.")));
     EXPECT_EQ(pca.GetComponents(), 1) << "the count is one ahead";
     EXPECT_EQ(pca.GetPprim()->SizeRows() + pca.GetTprim()->SizeRows(), 0);
   }
+  const FloatVector zeros(3, 0.0f);  // no score gives a loading
+  const FloatMatrix x(3, 2, 1.0f);
+  NCPCA nowhere(&x, 7);
+  EXPECT_THROW(nowhere.NextComponent(nullptr, nullptr, 0, &zeros), NCError);
 }
 
 /// The bar runs from the first round's distance to convergence down to none, in powers of ten of the relative change.
@@ -144,11 +116,8 @@ TEST_F(Pca, ProgressShowsHowFarTheIterationIsFromItsEnd) {
   const FloatMatrix x = ToMatrix(ThreeComponents(60, 12, 6));
   std::vector<double> changes;
   const StepwiseFit steps(x, 500, nullptr, 0, x.GetNIPALSStartColumn(), &changes);
-  const auto display = std::make_shared<samples::RecordingDisplay>();
-  NCProgress::SetDisplay(display);
   NCPCA pca(&x, 500);
-  pca.NextComponent(nullptr, nullptr, 0, nullptr);
-  NCProgress::SetDisplay(nullptr);
+  const auto display = Shown([&] { pca.NextComponent(nullptr, nullptr, 0, nullptr); });
   EXPECT_EQ(display->text, "PC Component 1");
   ASSERT_EQ(display->fractions.size(), changes.size() - 1) << "a position for every round but the first";
   const double first = std::log10(changes.front()) + 10.0;
@@ -158,7 +127,6 @@ TEST_F(Pca, ProgressShowsHowFarTheIterationIsFromItsEnd) {
   }
 }
 
-/// What a model knows of its residuals must not outlive them.
 /// Standard scores of a row without variance are all missing, which the matrix does not count.
 TEST_F(Pca, ARowThatHasNoStandardScoresHasNoScore) {
   FloatMatrix x = ToMatrix(ThreeComponents(12, 9, 7));
@@ -168,18 +136,17 @@ TEST_F(Pca, ARowThatHasNoStandardScoresHasNoScore) {
   x = x.SNV();
   others = others.SNV();
   ASSERT_EQ(x.GetNumMisVal(), 0);
-  NCPCA whole(&x, 500);
-  NCPCA part(&others, 500);
-  Fit(whole, 1);
-  Fit(part, 1);
+  NCPCA whole(&x, 500), part(&others, 500);
+  for (NCPCA* pca : {&whole, &part}) Fit(*pca, 1);
   const FloatVector& t = whole.GetTprim()->back();
-  EXPECT_EQ(t[5], samples::kGap);
+  EXPECT_EQ(t[5], kGap);
   EXPECT_EQ(t.GetNumMisVal(), 1);
   for (int j = 1; j <= 9; ++j) {
     EXPECT_NEAR(std::abs(whole.GetPprim()->back()[j]), std::abs(part.GetPprim()->back()[j]), kScoreTolerance);
   }
 }
 
+/// What a model knows of its residuals must not outlive them.
 TEST_F(Pca, AComponentStartsFromTheResidualsAsTheyAre) {
   const FloatMatrix x = ToMatrix(ThreeComponents(30, 8, 6));
   PlainMatrix reversed = ThreeComponents(30, 8, 7);
@@ -193,12 +160,10 @@ TEST_F(Pca, AComponentStartsFromTheResidualsAsTheyAre) {
     EXPECT_EQ((*pca.GetPprim())[pca.GetComponents()], (*fresh.GetPprim())[1]);
   };
   NCPCA pca(&x, 500);
-  pca.NextComponent(nullptr, nullptr, 0, nullptr);
-  pca.CalculateResiduals();
+  Fit(pca, 1);
   alignas(NCPCA) unsigned char room[sizeof(NCPCA)];
   NCPCA* const copy = new (room) NCPCA(pca);  // never destroyed: only one of the two may be
-  pca.NextComponent(nullptr, nullptr, 0, nullptr);
-  pca.CalculateResiduals();
+  Fit(pca, 1);
   expectNextAsFromResiduals(*copy);
 
   NCPCA written(&other, 500);
@@ -206,10 +171,10 @@ TEST_F(Pca, AComponentStartsFromTheResidualsAsTheyAre) {
   std::stringstream stream;
   ASSERT_TRUE(written.VStreamableStartWrite(stream));
   NCPCA read(&x, 500);
-  read.NextComponent(nullptr, nullptr, 0, nullptr);
-  read.CalculateResiduals();
+  Fit(read, 1);
   ASSERT_TRUE(read.VStreamableStartRead(stream));
   expectNextAsFromResiduals(read);
 }
 
 }  // namespace
+}  // namespace samples

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 /// PCA and PLS once more, as plain loops in double over plain arrays: what the tests of the models compare with.
@@ -25,10 +26,55 @@ inline double SumOfSquares(const Matrix& m) {
   return sum;
 }
 
+/// Over the pairs present.
+inline double Dot(const Vector& a, const Vector& b) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < a.size(); ++i) sum += a[i] == kGap || b[i] == kGap ? 0.0 : a[i] * b[i];
+  return sum;
+}
+
 inline Vector Column(const Matrix& m, std::size_t j) {
   Vector column;
   for (const Vector& row : m) column.push_back(row[j]);
   return column;
+}
+
+/// The column with the largest sum of squares, the first of equals. Its gaps are filled with a hundredth of its largest
+/// magnitude, in alternating sign, unless it is the only one.
+inline Vector StartColumn(const Matrix& m) {
+  Vector start = Column(m, 0);
+  if (m.front().size() == 1) return start;
+  for (std::size_t j = 1; j < m.front().size(); ++j) {
+    if (SumOfSquares(Column(m, j)) > SumOfSquares(start)) start = Column(m, j);
+  }
+  double filling = 0.0;
+  for (const double x : start) filling = x == kGap ? filling : std::max(filling, std::abs(x) / 100.0);
+  for (double& x : start) {
+    if (x == kGap) x = std::exchange(filling, -filling);
+  }
+  return start;
+}
+
+/// The rows that a round of cross-validation fits, and those that it leaves out.
+struct Parts {
+  Matrix kept, leftOut;
+};
+
+template <class IsOut>
+Parts Split(const Matrix& m, const IsOut& isOut) {
+  Parts parts;
+  for (std::size_t i = 0; i < m.size(); ++i) (isOut(i) ? parts.leftOut : parts.kept).push_back(m[i]);
+  return parts;
+}
+
+/// What Split takes apart, together again.
+template <class Element, class IsOut>
+std::vector<Element> Joined(const std::vector<Element>& kept, const std::vector<Element>& leftOut, const IsOut& isOut) {
+  std::vector<Element> all;
+  for (std::size_t i = 0, out = 0; i < kept.size() + leftOut.size(); ++i) {
+    all.push_back(isOut(i) ? leftOut[out++] : kept[i - out]);
+  }
+  return all;
 }
 
 /// Regression of y on v over pairs present, the denominator at least a third of the whole.
@@ -62,6 +108,10 @@ inline void Scale(Vector& v, double factor) {
   for (double& x : v) x *= x == kGap ? 1.0 : factor;
 }
 
+inline void Subtract(Vector& a, const Vector& b, double factor) {
+  for (std::size_t i = 0; i < a.size(); ++i) a[i] -= factor * b[i];
+}
+
 inline void Deflate(Matrix& x, const Vector& t, const Vector& p) {
   for (std::size_t i = 0; i < x.size(); ++i) {
     for (std::size_t j = 0; j < p.size(); ++j) {
@@ -83,8 +133,7 @@ inline double RelativeChange(const Vector& now, const Vector& before) {
 }
 
 struct PcaComponent {
-  Vector p;
-  Vector t;
+  Vector p, t;
 };
 
 inline PcaComponent FitPca(const Matrix& x, const Vector& start, int limit) {
@@ -101,75 +150,78 @@ inline PcaComponent FitPca(const Matrix& x, const Vector& start, int limit) {
 }
 
 struct PlsComponent {
-  Vector w;
-  Vector t;
-  Vector c;
-  Vector u;
-  Vector p;
+  Vector w, t, c, u, p;
+  int rounds = 1;  ///< until u changes by 1e-10 or less, or the limit
 };
 
-/// Iterates far beyond the library's limits, so that what differs is the library's.
-inline PlsComponent FitPls(const Matrix& x, const Matrix& y) {
+inline constexpr int kNoLimit = 1000000;
+
+/// Iterates far beyond the library's convergence, so that what differs is the library's, but not beyond the limit.
+inline PlsComponent FitPls(const Matrix& x, const Matrix& y, int limit = kNoLimit, const Vector& start = {}) {
+  const bool isSingle = y.front().size() == 1;
   PlsComponent a;
-  for (std::size_t m = 0; m < y.front().size(); ++m) {
-    const Vector column = Column(y, m);
-    if (a.u.empty() || SumOfSquares(column) > SumOfSquares(a.u)) a.u = column;
-  }
-  Vector before;
-  do {
-    before = a.u;
+  a.u = StartColumn(y);
+  if (!isSingle && !start.empty()) a.u = RowSlopes(y, ColumnSlopes(y, RowSlopes(x, start)));
+  double change = 1.0;
+  for (int round = 1; change > 1e-24 && (round <= limit || round == 1); ++round) {
+    if (change > 1e-10) a.rounds = round;
+    const Vector before = a.u;
     a.w = ColumnSlopes(x, a.u);
     Scale(a.w, 1.0 / std::sqrt(SumOfSquares(a.w)));
     a.t = RowSlopes(x, a.w);
     a.c = ColumnSlopes(y, a.t);
     a.u = RowSlopes(y, a.c);
-  } while (y.front().size() > 1 && RelativeChange(a.u, before) > 1e-24);
+    change = isSingle ? 0.0 : RelativeChange(a.u, before);
+  }
   a.p = ColumnSlopes(x, a.t);
   return a;
+}
+
+/// The coefficients of y by components of PLS, which are added as long as goesOn(a, component, what it leaves of x).
+template <class GoesOn>
+Vector PlsCoefficients(Matrix x, Matrix y, const GoesOn& goesOn) {
+  Vector b(x.front().size());
+  Matrix stars, loadings;
+  for (int a = 1;; ++a) {
+    const PlsComponent component = FitPls(x, y);
+    Vector star = component.w;
+    for (std::size_t k = 0; k < stars.size(); ++k) Subtract(star, stars[k], Dot(loadings[k], component.w));
+    Subtract(b, star, -component.c.front());
+    stars.push_back(star);
+    loadings.push_back(component.p);
+    Deflate(x, component.t, component.p);
+    Deflate(y, component.t, component.c);
+    if (!goesOn(a, component, x)) return b;
+  }
 }
 
 /// b = Q (Q'X'XQ)^-1 Q'X'y, with Q a basis of the Krylov space of X'X and X'y: what PLS of one response comes to.
 inline Vector KrylovCoefficients(const Matrix& x, const Vector& y, int components) {
   const auto times = [&x](const Vector& v) {
     Vector product;
-    for (const Vector& row : x) {
-      double sum = 0.0;
-      for (std::size_t j = 0; j < v.size(); ++j) sum += row[j] * v[j];
-      product.push_back(sum);
-    }
+    for (const Vector& row : x) product.push_back(Dot(row, v));
     return product;
   };
   const auto timesTransposed = [&x](const Vector& v) {
-    Vector product(x.front().size());
-    for (std::size_t i = 0; i < x.size(); ++i) {
-      for (std::size_t j = 0; j < product.size(); ++j) product[j] += x[i][j] * v[i];
-    }
+    Vector product;
+    for (std::size_t j = 0; j < x.front().size(); ++j) product.push_back(Dot(Column(x, j), v));
     return product;
   };
-  const auto dot = [](const Vector& a, const Vector& b) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i < a.size(); ++i) sum += a[i] * b[i];
-    return sum;
-  };
-  const auto subtract = [](Vector& a, const Vector& b, double factor) {
-    for (std::size_t i = 0; i < a.size(); ++i) a[i] -= factor * b[i];
-  };
   // The images XQ are made orthogonal along with Q, which leaves a diagonal system.
-  std::vector<Vector> basis;
-  std::vector<Vector> images;
+  Matrix basis, images;
   Vector b(x.front().size());
   Vector direction = timesTransposed(y);
   for (int a = 0; a < components; ++a) {
-    Scale(direction, 1.0 / std::sqrt(dot(direction, direction)));
+    Scale(direction, 1.0 / std::sqrt(Dot(direction, direction)));
     Vector image = times(direction);
     for (int pass = 0; pass < 2; ++pass) {
       for (std::size_t k = 0; k < basis.size(); ++k) {
-        const double share = dot(images[k], image) / dot(images[k], images[k]);
-        subtract(image, images[k], share);
-        subtract(direction, basis[k], share);
+        const double share = Dot(images[k], image) / Dot(images[k], images[k]);
+        Subtract(image, images[k], share);
+        Subtract(direction, basis[k], share);
       }
     }
-    subtract(b, direction, -dot(image, y) / dot(image, image));
+    Subtract(b, direction, -Dot(image, y) / Dot(image, image));
     basis.push_back(direction);
     images.push_back(image);
     direction = timesTransposed(image);

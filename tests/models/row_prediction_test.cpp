@@ -1,29 +1,23 @@
 #include "voran/models/row_prediction.h"
 
+#include <cmath>
 #include <cstddef>
-#include <memory>
 #include <random>
-#include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/models/model_samples.h"
-#include "voran/containers/simd_target.h"
 #include "voran/models/pls.h"
 #include "voran/models/pls_prediction.h"
-#include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
-#include "voran/platform/threading_control.h"
 
+namespace samples {
 namespace {
 
 using detail::PredictRows;
 using detail::RowPredictions;
-using NCMultiThreading::ThreadingControl;
-using samples::FloatMatrix;
-using samples::kGap;
-using samples::WithGaps;
 
 constexpr float kAnyRow = 0.9999f;
 
@@ -51,14 +45,11 @@ struct Model {
   FloatMatrix c;
 };
 
-template <class Matrix>
-void ExpectSame(const Matrix& m, const Matrix& expected) {
+void ExpectSame(const FloatMatrix& m, const FloatMatrix& expected) {
   ASSERT_EQ(m.SizeRows(), expected.SizeRows());
   ASSERT_EQ(m.SizeColumns(), expected.SizeColumns());
   EXPECT_TRUE(m == expected);
-  EXPECT_EQ(m.GetNumMisVal(), expected.GetNumMisVal());
-  for (int j = 1; j <= m.SizeColumns(); ++j) EXPECT_EQ(m.GetColumnMisVal(j), expected.GetColumnMisVal(j)) << j;
-  for (int i = 1; i <= m.SizeRows(); ++i) EXPECT_EQ(m[i].GetNumMisVal(), expected[i].GetNumMisVal()) << i;
+  ExpectRightCounts(m);
 }
 
 /// Component after component, of all rows.
@@ -84,17 +75,7 @@ void ExpectNumbersOfNCPLSPred(const FloatMatrix& x, const Model& model, float ma
   EXPECT_TRUE(x == before) << "X stays as it is";
 }
 
-class RowPrediction : public ::testing::Test {
- protected:
-  void TearDown() override {
-    NCProgress::SetDisplay(nullptr);
-    ThreadingControl::Reset();
-    SimdTarget::Set(best_);
-  }
-
- private:
-  std::string best_ = SimdTarget::GetName();
-};
+class RowPrediction : public ModelTest {};
 
 TEST_F(RowPrediction, GivesTheBitsOfComponentByComponent) {
   struct {
@@ -102,8 +83,7 @@ TEST_F(RowPrediction, GivesTheBitsOfComponentByComponent) {
   } const shapes[] = {{40, 9, 3, 2},  {3, 1, 1, 1}, {100, 17, 4, 0}, {7, 3000, 2, 3}, {600, 128, 5, 1},
                       {33, 64, 0, 2}, {0, 5, 2, 2}, {5, 4, 6, 1},    {4, 0, 0, 1},    {1, 50, 12, 20}};
   for (const auto& shape : shapes) {
-    SCOPED_TRACE(::testing::Message() << shape.rows << " x " << shape.columns << ", " << shape.components
-                                      << " components, " << shape.responses << " responses");
+    SCOPED_TRACE(::testing::Message() << shape.rows << " x " << shape.columns << ", " << shape.components);
     const FloatMatrix x = Random(shape.rows, shape.columns, 5);
     const Model model(shape.components, shape.columns, shape.responses);
     ExpectNumbersOfNCPLSPred(x, model, kAnyRow);
@@ -113,19 +93,14 @@ TEST_F(RowPrediction, GivesTheBitsOfComponentByComponent) {
 
 /// Rows of every number of gaps, among complete ones; also where a row loses its score after some components.
 TEST_F(RowPrediction, RefusesTheSameRows) {
-  constexpr int kColumns = 10;
-  FloatMatrix x = Random(60, kColumns, 5);
-  for (int i = 2; i <= x.SizeRows(); i += 2) {
-    for (int j = 1; j <= i % (kColumns + 1); ++j) x(i, j, kGap);
+  FloatMatrix x = Random(60, 10, 5);
+  for (int i = 2; i <= 60; i += 2) {
+    for (int j = 1; j <= i % 11; ++j) x(i, j, kGap);
   }
-  const Model model(4, kColumns, 2);
+  const Model model(4, 10, 2);
   for (const float maxMissing : {kAnyRow, 1.0f, 0.5f, 0.1f, 0.09f, 0.0f, -1.0f}) {
     SCOPED_TRACE(maxMissing);
     ExpectNumbersOfNCPLSPred(x, model, maxMissing);
-  }
-  const RowPredictions half = PredictRows(x, model, 0.5f, nullptr);
-  for (int i = 2; i <= x.SizeRows(); i += 2) {
-    EXPECT_EQ(half.Y[i].GetNumMisVal(), x[i].GetNumMisVal() > 5 ? 2 : 0) << "row " << i;
   }
 }
 
@@ -163,9 +138,8 @@ TEST_F(RowPrediction, TakesTheMarkerAndNaNsForWhatTheyAre) {
   const RowPredictions undefined = PredictRows(x, model, kAnyRow, nullptr);
   EXPECT_EQ(undefined.Y.GetNumMisVal(), 0);
   for (int i = 1; i <= x.SizeRows(); ++i) {
-    EXPECT_EQ(undefined.TPrim[1][i] == undefined.TPrim[1][i], true);
-    EXPECT_NE(undefined.TPrim[2][i], undefined.TPrim[2][i]);
-    EXPECT_NE(undefined.Y[i][1], undefined.Y[i][1]);
+    EXPECT_FALSE(std::isnan(undefined.TPrim[1][i]));
+    EXPECT_TRUE(std::isnan(undefined.TPrim[2][i]) && std::isnan(undefined.Y[i][1]));
   }
 }
 
@@ -173,12 +147,10 @@ TEST_F(RowPrediction, TakesTheMarkerAndNaNsForWhatTheyAre) {
 TEST_F(RowPrediction, ShowsProgress) {
   const FloatMatrix x = Random(2500, 400, 5);
   const Model model(60, 400, 1, 0.0f);
-  const auto recording = std::make_shared<samples::RecordingDisplay>();
-  NCProgress::SetDisplay(recording);
-  {
+  const auto recording = Shown([&] {
     NCProgress progress("", -1.0f, 0.0f, false, false, true, "");
     PredictRows(x, model, kAnyRow, &progress);
-  }
+  });
   EXPECT_GE(recording->fractions.size(), 3U);
   EXPECT_EQ(recording->fractions.front(), 0.0);
   EXPECT_EQ(recording->fractions.back(), 1.0);
@@ -189,10 +161,11 @@ TEST_F(RowPrediction, TakesNoMatrixOfTheSizeOfX) {
   if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "no allocation is watched in this build";
   const FloatMatrix x = Random(2000, 500, 5);
   const Model model(3, 500, 1);
-  ThreadingControl::SetNumberOfProcessors(2);
+  NCMultiThreading::ThreadingControl::SetNumberOfProcessors(2);
   const AllocationWatch watch;
   PredictRows(x, model, kAnyRow, nullptr);
   EXPECT_LT(AllocationWatch::Largest(), std::size_t{300000});
 }
 
 }  // namespace
+}  // namespace samples

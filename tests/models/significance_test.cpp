@@ -1,8 +1,5 @@
 #include "voran/models/significance.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "voran/models/pls_cross_validation.h"

@@ -10,18 +10,11 @@
 #include "tests/orthogonal/plain_o2pls.h"
 #include "voran/orthogonal/o2pls.h"
 
+namespace samples {
 namespace {
 
 using plain_o2pls::Predict;
 using plain_o2pls::Side;
-using samples::Blocks;
-using samples::ExpectNear;
-using samples::Fitted;
-using samples::FloatMatrix;
-using samples::kGap;
-using samples::MadeBlocks;
-using samples::PlainMatrix;
-using samples::ToPlain;
 
 /// Float elements, through the deflations of a small model.
 constexpr double kRounding = 2e-5;
@@ -29,20 +22,20 @@ constexpr double kRounding = 2e-5;
 /// The two directions under the same names; the residual is there for derived classes.
 class Forward : public NCO2PLSYPred {
  public:
-  Forward(const Blocks& data, const NCO2PLS& m, int excluded) : NCO2PLSYPred(&data.x, &m, excluded) {}
+  Forward(const XY& data, const NCO2PLS& m, int excluded) : NCO2PLSYPred(&data.x, &m, excluded) {}
   using NCO2PLSPred::Residual;
 };
 
 class Backward : public NCO2PLSXPred {
  public:
-  Backward(const Blocks& data, const NCO2PLS& m, int excluded) : NCO2PLSXPred(&data.y, &m, excluded) {}
+  Backward(const XY& data, const NCO2PLS& m, int excluded) : NCO2PLSXPred(&data.y, &m, excluded) {}
   using NCO2PLSPred::Residual;
 };
 
 /// Whatever the model's matrices are, those of the prediction are what the plain algorithm makes of them.
 class O2plsPrediction : public ::testing::Test {
  protected:
-  Blocks data = MadeBlocks({.xAlone = 2, .yAlone = 2}, 0.3, 5);
+  XY data = MadeBlocks({.xAlone = 2, .yAlone = 2}, 0.3, 5);
   NCO2PLS model = Fitted(data.x, data.y, 2, 2, 2);
 
   Side ToY() const {
@@ -60,13 +53,13 @@ TEST_F(O2plsPrediction, EqualsThePlainAlgorithmInBothDirections) {
     SCOPED_TRACE(::testing::Message() << excluded << " kept out");
     const auto out = static_cast<std::size_t>(excluded);
     const Forward y(data, model, excluded);
-    const auto plainY = plain_o2pls::Predict(ToY(), ToPlain(data.x), 2, 2, out);
+    const auto plainY = Predict(ToY(), ToPlain(data.x), 2, 2, out);
     ExpectNear(y.GetYPred(), plainY.target, kRounding);
     ExpectNear(y.GetT(), plainY.scores, kRounding);
     ExpectNear(y.GetTo(), plainY.orthoScores, kRounding);
     ExpectNear(y.Residual(), plainY.rest, kRounding * 10.0);
     const Backward x(data, model, excluded);
-    const auto plainX = plain_o2pls::Predict(ToX(), ToPlain(data.y), 2, 2, out);
+    const auto plainX = Predict(ToX(), ToPlain(data.y), 2, 2, out);
     ExpectNear(x.GetXPred(), plainX.target, kRounding);
     ExpectNear(x.GetU(), plainX.scores, kRounding);
     ExpectNear(x.GetUo(), plainX.orthoScores, kRounding);
@@ -140,3 +133,4 @@ TEST_F(O2plsPrediction, RemovedObservationsLeaveEveryMatrix) {
 }
 
 }  // namespace
+}  // namespace samples

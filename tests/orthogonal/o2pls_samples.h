@@ -10,31 +10,19 @@
 /// What the tests of O2PLS have in common.
 namespace samples {
 
-/// Two blocks of known parts: joint scores, of which Y has twice those of X, scores of each block alone, and noise. The
-/// columns of all scores are orthogonal to one another.
-struct Blocks {
-  PlainMatrix joint;
-  PlainMatrix xAlone;
-  PlainMatrix yAlone;
-  FloatMatrix x;
-  FloatMatrix y;
-};
-
 struct BlockSizes {
-  std::size_t rows = 40;
-  std::size_t xColumns = 11;
-  std::size_t yColumns = 8;
-  std::size_t joint = 2;
-  std::size_t xAlone = 1;
-  std::size_t yAlone = 1;
+  std::size_t rows = 40, xColumns = 11, yColumns = 8;
+  std::size_t joint = 2, xAlone = 1, yAlone = 1;
   double overlap = 0.0;  ///< how far the loadings of one block's own scores point into those of the joint ones
 };
 
-inline Blocks MadeBlocks(const BlockSizes& sizes, double noise, unsigned seed) {
+/// Two blocks of known parts: joint scores, of which Y has twice those of X, scores of each block alone, and noise. The
+/// columns of all scores are orthogonal to one another.
+inline XY MadeBlocks(const BlockSizes& sizes, double noise, unsigned seed) {
   std::mt19937 generator(seed);
   std::normal_distribution<double> normal;
   const auto random = [&](std::size_t rows, std::size_t columns) {
-    PlainMatrix m(rows, std::vector<double>(columns));
+    PlainMatrix m(rows, Plain(columns));
     for (auto& row : m) {
       for (double& value : row) value = normal(generator);
     }
@@ -46,19 +34,17 @@ inline Blocks MadeBlocks(const BlockSizes& sizes, double noise, unsigned seed) {
     for (int pass = 0; pass < 2; ++pass) {
       for (std::size_t b = 0; b < a; ++b) {
         const double share = plain_o2pls::Dot(all[a], all[b]) / plain_o2pls::Dot(all[b], all[b]);
-        for (std::size_t i = 0; i < sizes.rows; ++i) all[a][i] -= share * all[b][i];
+        plain_nipals::Subtract(all[a], all[b], share);
       }
     }
     plain_o2pls::Scale(all[a], size / std::sqrt(plain_o2pls::Dot(all[a], all[a])));
   }
-  Blocks blocks;
   PlainMatrix x = random(sizes.rows, sizes.xColumns);
   PlainMatrix y = random(sizes.rows, sizes.yColumns);
   for (PlainMatrix* m : {&x, &y}) {
     for (auto& row : *m) plain_o2pls::Scale(row, noise);
   }
-  std::vector<double> jointP;
-  std::vector<double> jointQ;
+  Plain jointP, jointQ;
   for (std::size_t a = 0; a < all.size(); ++a) {
     auto p = random(1, sizes.xColumns);
     auto q = random(1, sizes.yColumns);
@@ -71,13 +57,10 @@ inline Blocks MadeBlocks(const BlockSizes& sizes, double noise, unsigned seed) {
       plain_o2pls::AddOuter(p, {sizes.overlap}, jointP, 1.0);
       plain_o2pls::AddOuter(q, {sizes.overlap}, jointQ, 1.0);
     }
-    (isJoint ? blocks.joint : isOfX ? blocks.xAlone : blocks.yAlone).push_back(all[a]);
     if (isJoint || isOfX) plain_o2pls::AddOuter(x, all[a], p.front(), 1.0);
     if (isJoint || !isOfX) plain_o2pls::AddOuter(y, all[a], q.front(), isJoint ? 2.0 : 1.0);
   }
-  blocks.x = ToMatrix(x);
-  blocks.y = ToMatrix(y);
-  return blocks;
+  return {ToMatrix(x), ToMatrix(y)};
 }
 
 inline NCO2PLS Fitted(const FloatMatrix& x, const FloatMatrix& y, int joint, int xOrtho, int yOrtho) {
@@ -92,14 +75,14 @@ inline std::vector<FloatMatrix> AllOf(const NCO2PLS& m) {
           m.GetPo(), m.GetUo(), m.GetCo(), m.GetQo(), m.GetR(), m.GetS(), m.GetLambda(), m.GetXLambda()};
 }
 
+inline std::vector<int> List(const Groups& verdicts) {
+  return {verdicts.begin(), verdicts.end()};
+}
+
 /// The same sizes and bits.
 inline void ExpectSame(const std::vector<FloatMatrix>& a, const std::vector<FloatMatrix>& b) {
   ASSERT_EQ(a.size(), b.size());
-  for (std::size_t k = 0; k < a.size(); ++k) {
-    SCOPED_TRACE(::testing::Message() << "matrix " << k);
-    ASSERT_EQ(a[k].SizeRows(), b[k].SizeRows());
-    EXPECT_TRUE(a[k] == b[k]);
-  }
+  for (std::size_t k = 0; k < a.size(); ++k) EXPECT_TRUE(Equal(a[k], b[k])) << "matrix " << k;
 }
 
 }  // namespace samples

@@ -15,102 +15,61 @@
 #include "tests/orthogonal/plain_opls.h"
 #include "voran/models/cv_groups.h"
 #include "voran/orthogonal/opls.h"
-#include "voran/platform/nc_error.h"
 #include "voran/platform/progress.h"
 
+namespace samples {
 namespace {
-
-using samples::ExpectNear;
-using samples::FloatMatrix;
-using samples::kGap;
-using samples::PlainMatrix;
-using samples::Related;
-using samples::ToPlain;
-using samples::WithGaps;
-using samples::XY;
-using Groups = NCIntegralVector<int, -99>;
-using Plain = std::vector<double>;
 
 /// Of float elements after several deflations, against double.
 constexpr double kTolerance = 1e-3;
 constexpr double kPlainGap = plain_opls::kGap;
 
-class OplsCv : public ::testing::Test {
- protected:
-  void TearDown() override { NCProgress::SetDisplay(nullptr); }
-};
+class OplsCv : public ModelTest {};
 
 /// All rounds, refitted from the start for every number of orthogonal components.
 struct PlainOplsCv {
   PlainOplsCv(const XY& data, const Groups& rowGroups, int groups, int predictive, int orthogonal)
-      : yPred(ToPlain(data.y)) {
+      : t(static_cast<std::size_t>(predictive)), yPred(ToPlain(data.y)) {
     const PlainMatrix x = ToPlain(data.x);
     const PlainMatrix y = yPred;
-    for (Plain& row : yPred) std::fill(row.begin(), row.end(), kPlainGap);
     std::vector<plain_opls::Model> models;
-    t.resize(static_cast<std::size_t>(predictive));
     for (int g = 0; g < groups; ++g) {
-      PlainMatrix xTrain;
-      PlainMatrix yTrain;
-      PlainMatrix xTest;
-      for (std::size_t i = 0; i < x.size(); ++i) {
-        const bool isLeftOut = rowGroups[static_cast<int>(i) + 1] == g;
-        (isLeftOut ? xTest : xTrain).push_back(x[i]);
-        if (!isLeftOut) yTrain.push_back(y[i]);
-      }
-      models.emplace_back(xTrain, yTrain, predictive);
-      for (int k = 0; k < orthogonal; ++k) models.back().TakeOutOne();
-      const plain_opls::Prediction prediction(models.back(), xTest);
+      const auto isOut = [&](std::size_t i) { return rowGroups[static_cast<int>(i) + 1] == g; };
+      const PlainMatrix yTrain = plain_nipals::Split(y, isOut).kept;
+      plain_opls::Model& model = models.emplace_back(plain_nipals::Split(x, isOut).kept, yTrain, predictive);
+      for (int k = 0; k < orthogonal; ++k) model.TakeOutOne();
+      const plain_opls::Prediction prediction(model, plain_nipals::Split(x, isOut).leftOut);
       ssBefore.push_back(plain_opls::SumOfSquares(yTrain));
-      ssAfter.push_back(plain_opls::SumOfSquares(models.back().yResiduals));
+      ssAfter.push_back(plain_opls::SumOfSquares(model.yResiduals));
+      yPred = plain_nipals::Joined(plain_nipals::Split(yPred, isOut).kept, prediction.y, isOut);
 
-      const auto merged = [&](const Plain& fitted, const Plain& predicted, double sign) {
-        Plain all;
-        std::size_t fit = 0;
-        std::size_t left = 0;
-        for (std::size_t i = 0; i < x.size(); ++i) {
-          all.push_back(rowGroups[static_cast<int>(i) + 1] == g ? predicted[left++] : fitted[fit++]);
-        }
-        plain_opls::Scale(all, sign);
+      const auto joined = [&](const Plain& fitted, const Plain& predicted, const Plain& weight, const Plain& first) {
+        Plain all = plain_nipals::Joined(fitted, predicted, isOut);
+        plain_opls::Scale(all, plain_nipals::Dot(weight, first) < 0.0 ? -1.0 : 1.0);
         return all;
       };
       for (std::size_t a = 0; a < t.size(); ++a) {
-        const double sign = Sign(models.back().w.back()[a], models.front().w.back()[a]);
-        t[a].push_back(merged(models.back().t[a], prediction.t[a], sign));
+        t[a].push_back(joined(model.t[a], prediction.t[a], model.w.back()[a], models.front().w.back()[a]));
       }
       if (orthogonal > 0) {
-        const double sign = Sign(models.back().wo.back(), models.front().wo.back());
-        to.push_back(merged(models.back().to.back(), prediction.to.back(), sign));
-      }
-      for (std::size_t i = 0, left = 0; i < x.size(); ++i) {
-        if (rowGroups[static_cast<int>(i) + 1] == g) yPred[i] = prediction.y[left++];
+        to.push_back(joined(model.to.back(), prediction.to.back(), model.wo.back(), models.front().wo.back()));
       }
     }
     SumUp(y);
   }
 
-  static double Sign(const Plain& a, const Plain& b) {
-    double dot = 0.0;
-    for (std::size_t j = 0; j < a.size(); ++j) dot += a[j] == kPlainGap || b[j] == kPlainGap ? 0.0 : a[j] * b[j];
-    return dot < 0.0 ? -1.0 : 1.0;
-  }
-
   void SumUp(const PlainMatrix& y) {
-    double allSS = 0.0;
     double allPress = 0.0;
     for (std::size_t m = 0; m < y.front().size(); ++m) {
-      double ss = 0.0;
       double press = 0.0;
       for (std::size_t i = 0; i < y.size(); ++i) {
-        if (y[i][m] == kPlainGap) continue;
-        ss += y[i][m] * y[i][m];
-        if (yPred[i][m] != kPlainGap) press += (y[i][m] - yPred[i][m]) * (y[i][m] - yPred[i][m]);
+        if (y[i][m] == kPlainGap || yPred[i][m] == kPlainGap) continue;
+        press += (y[i][m] - yPred[i][m]) * (y[i][m] - yPred[i][m]);
       }
-      q2.push_back(1.0 - press / ss);
-      allSS += ss;
+      q2.push_back(1.0 - press / plain_opls::SumOfSquares(plain_opls::Column(y, m)));
       allPress += press;
     }
-    q2Total = 1.0 - allPress / allSS;
+    q2Total = 1.0 - allPress / plain_opls::SumOfSquares(y);
   }
 
   std::vector<PlainMatrix> t;
@@ -133,14 +92,13 @@ TEST_F(OplsCv, EqualsPlainRefits) {
     XY data = Related(30, 11, c.responses, 3);
     if (c.gaps) {
       data = {WithGaps(data.x, 5), WithGaps(data.y, 6)};
-      for (int j = 1; j <= 11; ++j) data.x(7, j, kGap);
+      data.x.SetRow(7, kGap);
     }
     const int groups = c.groups == nullptr ? 5 : 3;
     OPLSCrossValidation cv(&data.x, &data.y, c.predictive, groups, nullptr, c.groups);
     EXPECT_EQ(cv.GetToSet()->GetNumMisVal(), groups * 30);
     for (int n = 0; n <= 3 - c.predictive; ++n) {
-      SCOPED_TRACE(::testing::Message() << c.responses << " responses, " << c.predictive << " predictive, " << n
-                                        << " orthogonal components" << (c.gaps ? ", gaps" : ""));
+      SCOPED_TRACE(::testing::Message() << c.responses << ", " << c.predictive << " + " << n << ", gaps " << c.gaps);
       if (n > 0) cv.NextComponent(nullptr);
       const PlainOplsCv expected(data, c.groups == nullptr ? GetDeafultCVGroupsVector(30, 5) : uneven, groups,
                                  c.predictive, n);
@@ -177,8 +135,7 @@ TEST_F(OplsCv, GoesOnFromStoredDataAsIfNothingHadBeen) {
   rest.NextComponent(nullptr);
   whole.NextComponent(nullptr);
   EXPECT_EQ(rest.GetSSYcvOriginal()->Size(), 0);
-  EXPECT_TRUE(*rest.GetTSets() == *whole.GetTSets());
-  EXPECT_TRUE(*rest.GetToSet() == *whole.GetToSet());
+  EXPECT_TRUE(*rest.GetTSets() == *whole.GetTSets() && *rest.GetToSet() == *whole.GetToSet());
   EXPECT_TRUE(*rest.GetYPred() == *whole.GetYPred());
   EXPECT_TRUE(*rest.GetSSYcv() == *whole.GetSSYcv());
   EXPECT_TRUE(*rest.GetQ2YVarCum() == *whole.GetQ2YVarCum());
@@ -226,7 +183,7 @@ TEST_F(OplsCv, AnExactPredictionHasQ2One) {
   EXPECT_EQ((*first.GetQ2YVarCum())[1], 1.0f);
   EXPECT_FALSE((*first.GetQ2YVarCum())[3] == 1.0f) << "the errors of the second response count for it too";
 
-  const FloatMatrix same = samples::ToMatrix({{1}, {-1}, {2}, {-2}});
+  const FloatMatrix same = ToMatrix({{1}, {-1}, {2}, {-2}});
   const OPLSCrossValidation exact(&same, &same, 1, 4, nullptr, nullptr);
   EXPECT_EQ((*exact.GetQ2YVarCum())[1], 1.0f);
   EXPECT_EQ(exact.GetQ2TotCum(), 1.0f);
@@ -253,7 +210,7 @@ TEST_F(OplsCv, AsksMoreOfFewRows) {
 
 TEST_F(OplsCv, ProgressRunsFromEndToEnd) {
   const XY data = Related(20, 8, 1, 3);
-  const auto display = std::make_shared<samples::RecordingDisplay>();
+  const auto display = std::make_shared<RecordingDisplay>();
   NCProgress::SetDisplay(display);
   NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
   OPLSCrossValidation cv(&data.x, &data.y, 1, 3, &progress, nullptr);
@@ -267,3 +224,4 @@ TEST_F(OplsCv, ProgressRunsFromEndToEnd) {
 }
 
 }  // namespace
+}  // namespace samples

@@ -6,19 +6,10 @@
 #include <gtest/gtest.h>
 
 #include "tests/models/model_samples.h"
-#include "voran/models/pls.h"
 #include "voran/orthogonal/opls.h"
 
+namespace samples {
 namespace {
-
-using samples::ExpectNear;
-using samples::FloatMatrix;
-using samples::FloatVector;
-using samples::kGap;
-using samples::Related;
-using samples::ToPlain;
-using samples::WithGaps;
-using samples::XY;
 
 /// Over several deflations in float.
 constexpr double kTolerance = 1e-4;
@@ -106,9 +97,7 @@ TEST(OplsPrediction, GapsInTheModelActAsInTheStepsOfTheMatrix) {
   emptyRow.SetRow(1, kGap);
   const FloatMatrix none;
   for (const FloatMatrix& w : {someGaps, emptyRow}) {
-    const std::vector<FloatMatrix> ws = {w};
-    const std::vector<FloatMatrix> ps = {p};
-    const std::vector<FloatMatrix> cs = {FloatMatrix(3, 1, 1.0f)};
+    const std::vector<FloatMatrix> ws = {w}, ps = {p}, cs = {FloatMatrix(3, 1, 1.0f)};
     const NCOPLSPred prediction(&x, &ws, &ps, &cs, &none, &none, &none);
     FloatMatrix left = x;
     for (int a = 1; a <= 3; ++a) {
@@ -120,3 +109,4 @@ TEST(OplsPrediction, GapsInTheModelActAsInTheStepsOfTheMatrix) {
 }
 
 }  // namespace
+}  // namespace samples

@@ -5,24 +5,19 @@
 #include <cstddef>
 #include <vector>
 
+#include "tests/models/plain_nipals.h"
+
 /// O2PLS of complete data once more, as plain loops in double over plain arrays. Directions come from the cross product
 /// of the blocks as a whole (Trygg and Wold, 2003), in place of an iteration: what the tests compare with.
 namespace plain_o2pls {
 
-using Vector = std::vector<double>;
-using Matrix = std::vector<Vector>;
-
-inline double Dot(const Vector& a, const Vector& b) {
-  double sum = 0.0;
-  for (std::size_t i = 0; i < a.size(); ++i) sum += a[i] * b[i];
-  return sum;
-}
-
-inline double SumOfSquares(const Matrix& m) {
-  double sum = 0.0;
-  for (const Vector& row : m) sum += Dot(row, row);
-  return sum;
-}
+using plain_nipals::ColumnSlopes;
+using plain_nipals::Dot;
+using plain_nipals::Matrix;
+using plain_nipals::RowSlopes;
+using plain_nipals::Scale;
+using plain_nipals::SumOfSquares;
+using plain_nipals::Vector;
 
 inline Matrix Transposed(const Matrix& m) {
   Matrix t(m.empty() ? 0 : m.front().size(), Vector(m.size()));
@@ -46,25 +41,11 @@ inline Matrix Times(const Matrix& a, const Matrix& b) {
   return TimesTransposed(a, Transposed(b));
 }
 
-inline void Scale(Vector& v, double factor) {
-  for (double& x : v) x *= factor;
-}
-
 /// m + factor * a b'
 inline void AddOuter(Matrix& m, const Vector& a, const Vector& b, double factor) {
   for (std::size_t i = 0; i < a.size(); ++i) {
     for (std::size_t j = 0; j < b.size(); ++j) m[i][j] += factor * a[i] * b[j];
   }
-}
-
-inline Vector RowSlopes(const Matrix& m, const Vector& v) {
-  Vector slopes;
-  for (const Vector& row : m) slopes.push_back(Dot(row, v) / Dot(v, v));
-  return slopes;
-}
-
-inline Vector ColumnSlopes(const Matrix& m, const Vector& v) {
-  return RowSlopes(Transposed(m), v);
 }
 
 /// The first right singular vector of `cross`, with a positive largest element. Squaring cross' cross again and again

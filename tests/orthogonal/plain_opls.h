@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <utility>
@@ -23,33 +24,23 @@ using plain_nipals::Vector;
 /// A'B with 0 for gaps.
 inline Matrix Cross(const Matrix& a, const Matrix& b) {
   Matrix product(a.front().size(), Vector(b.front().size()));
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    for (std::size_t m = 0; m < a[i].size(); ++m) {
-      for (std::size_t j = 0; j < b[i].size(); ++j) {
-        if (a[i][m] != kGap && b[i][j] != kGap) product[m][j] += a[i][m] * b[i][j];
-      }
-    }
+  for (std::size_t m = 0; m < product.size(); ++m) {
+    for (std::size_t j = 0; j < product[m].size(); ++j) product[m][j] = plain_nipals::Dot(Column(a, m), Column(b, j));
   }
   return product;
-}
-
-inline Vector UnitLength(Vector v) {
-  Scale(v, 1.0 / std::sqrt(SumOfSquares(v)));
-  return v;
 }
 
 inline constexpr int kPcaLimit = 200;  ///< which slow ones reach, so that the library has to have the same
 
 /// The first loadings of a principal component analysis; of a single row, the row.
 inline Matrix Loadings(Matrix x, int count) {
-  if (x.size() == 1) return {UnitLength(x.front())};
+  if (x.size() == 1) {
+    Scale(x.front(), 1.0 / std::sqrt(SumOfSquares(x)));
+    return x;
+  }
   Matrix loadings;
   for (int a = 0; a < count; ++a) {
-    Vector start = Column(x, 0);
-    for (std::size_t j = 1; j < x.front().size(); ++j) {
-      if (SumOfSquares(Column(x, j)) > SumOfSquares(start)) start = Column(x, j);
-    }
-    const plain_nipals::PcaComponent component = plain_nipals::FitPca(x, start, kPcaLimit);
+    const plain_nipals::PcaComponent component = plain_nipals::FitPca(x, plain_nipals::StartColumn(x), kPcaLimit);
     loadings.push_back(component.p);
     Deflate(x, component.t, component.p);
   }
@@ -66,10 +57,8 @@ struct Model {
   void TakeOutOne() {
     Matrix e = x;
     for (std::size_t a = 0; a < tw.size(); ++a) Deflate(e, tw[a], w.back()[a]);
-    Matrix scores(x.size(), Vector(tw.size()));
-    for (std::size_t a = 0; a < tw.size(); ++a) {
-      for (std::size_t i = 0; i < x.size(); ++i) scores[i][a] = tw[a][i];
-    }
+    Matrix scores;
+    for (std::size_t i = 0; i < x.size(); ++i) scores.push_back(Column(tw, i));
     wo.push_back(Loadings(Cross(scores, e), 1).front());
     to.push_back(RowSlopes(e, wo.back()));
     co.push_back(ColumnSlopes(y, to.back()));
@@ -85,10 +74,8 @@ struct Model {
     const double first = std::sqrt(SumOfSquares(covariances));
     double previous = first;
     Matrix weights;
-    bool hasGaps = false;
-    for (const Vector& row : x) {
-      for (const double cell : row) hasGaps = hasGaps || cell == kGap;
-    }
+    const bool hasGaps = std::any_of(
+        x.begin(), x.end(), [](const Vector& row) { return std::find(row.begin(), row.end(), kGap) != row.end(); });
     for (passes = 1;; ++passes) {
       weights = Loadings(covariances, predictive);
       Matrix e = x;
@@ -110,8 +97,7 @@ struct Model {
     Matrix f = y;
     t.clear();
     u.clear();
-    Matrix loadings;
-    Matrix responses;
+    Matrix loadings, responses;
     for (const Vector& v : weights) {
       t.push_back(RowSlopes(e, v));
       loadings.push_back(ColumnSlopes(e, t.back()));

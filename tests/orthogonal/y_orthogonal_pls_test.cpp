@@ -1,13 +1,11 @@
 #include "voran/orthogonal/y_orthogonal_pls.h"
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <memory>
 #include <numbers>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,43 +16,25 @@
 #include "tests/models/plain_nipals.h"
 #include "voran/models/pls.h"
 #include "voran/orthogonal/osc_component_validator.h"
-#include "voran/platform/nc_error.h"
-#include "voran/platform/progress.h"
 
+namespace samples {
 namespace {
 
 using plain_nipals::Column;
 using plain_nipals::Deflate;
 using plain_nipals::Scale;
 using plain_nipals::SumOfSquares;
-using samples::ExpectNear;
-using samples::FloatMatrix;
-using samples::FloatVector;
-using samples::kGap;
-using samples::PlainMatrix;
-using samples::Related;
-using samples::ToMatrix;
-using samples::ToPlain;
-using samples::WithGaps;
-using samples::XY;
-using Plain = std::vector<double>;
+using samples::Equal;
 
 /// Float elements lose a digit by each deflation, of which there are some inside each trial.
 constexpr double kTolerance = 1e-3;
 
-class YOrthogonalPls : public ::testing::Test {
- protected:
-  void TearDown() override { NCProgress::SetDisplay(nullptr); }
-};
+class YOrthogonalPls : public ModelTest {};
 
 NCYOrthogonalPLS Fitted(const XY& data, int components, int iterations = 50, int maxInnerComponents = 0) {
   NCYOrthogonalPLS filter(&data.x, &data.y, iterations, maxInnerComponents);
   for (int a = 1; a <= components; ++a) filter.NextComponent(false);
   return filter;
-}
-
-bool Equal(const FloatMatrix& a, const FloatMatrix& b) {
-  return a.SizeRows() == b.SizeRows() && a.SizeColumns() == b.SizeColumns() && a == b;
 }
 
 /// The squared distance of two residuals of x, which have its rounding errors.
@@ -68,22 +48,11 @@ bool Equal(const NCYOrthogonalPLS& a, const NCYOrthogonalPLS& b) {
          Equal(*a.GetXResiduals(), *b.GetXResiduals());
 }
 
-double PlainDot(const Plain& a, const Plain& b) {
-  double sum = 0.0;
-  for (std::size_t i = 0; i < a.size(); ++i) sum += a[i] * b[i];
-  return sum;
-}
-
 /// Regression over the pairs present, without a floor.
 double PlainSlope(const Plain& v, const Plain& y) {
-  double product = 0.0;
   double squares = 0.0;
-  for (std::size_t i = 0; i < v.size(); ++i) {
-    if (v[i] == plain_nipals::kGap || y[i] == plain_nipals::kGap) continue;
-    product += v[i] * y[i];
-    squares += v[i] * v[i];
-  }
-  return product / squares;
+  for (std::size_t i = 0; i < v.size(); ++i) squares += y[i] == plain_nipals::kGap ? 0.0 : v[i] * v[i];
+  return plain_nipals::Dot(v, y) / squares;
 }
 
 /// The method once more, in double and by plain loops, for data in which no row or column is empty.
@@ -102,26 +71,12 @@ struct PlainFilter {
   }
 
   plain_nipals::PcaComponent FirstComponent(const PlainMatrix& m) const {
-    Plain start = Column(m, 0);
-    for (std::size_t j = 1; j < m.front().size(); ++j) {
-      if (SumOfSquares(Column(m, j)) > SumOfSquares(start)) start = Column(m, j);
-    }
-    double largest = 0.0;
-    for (const double value : start)
-      largest = value == plain_nipals::kGap ? largest : std::max(largest, std::abs(value));
-    double filling = largest / 100.0;
-    for (double& value : start) {
-      if (value == plain_nipals::kGap) value = std::exchange(filling, -filling);
-    }
-    return plain_nipals::FitPca(m, start, limit);
+    return plain_nipals::FitPca(m, plain_nipals::StartColumn(m), limit);
   }
 
   Plain Orthogonal(Plain v) const {
     const Plain given = v;
-    for (const Plain& t : yScores) {
-      const double share = PlainDot(t, given);
-      for (std::size_t i = 0; i < v.size(); ++i) v[i] -= share * t[i];
-    }
+    for (const Plain& t : yScores) plain_nipals::Subtract(v, t, plain_nipals::Dot(t, given));
     return v;
   }
 
@@ -132,26 +87,12 @@ struct PlainFilter {
   }
 
   Plain Regression(const Plain& t) const {
-    PlainMatrix e = x;
-    PlainMatrix f;
-    for (const double value : t) f.push_back({value});
-    Plain b(x.front().size());
-    PlainMatrix wStar;
-    PlainMatrix loadings;
-    for (int a = 0; a < inner && SumOfSquares(e) >= 1e-4 * SumOfSquares(x); ++a) {
-      const plain_nipals::PlsComponent c = plain_nipals::FitPls(e, f);
-      Plain w = c.w;
-      for (std::size_t k = 0; k < wStar.size(); ++k) {
-        const double share = PlainDot(loadings[k], c.w);
-        for (std::size_t j = 0; j < w.size(); ++j) w[j] -= share * wStar[k][j];
-      }
-      for (std::size_t j = 0; j < b.size(); ++j) b[j] += w[j] * c.c.front();
-      wStar.push_back(w);
-      loadings.push_back(c.p);
-      Deflate(e, c.t, c.p);
-      Deflate(f, c.t, c.c);
-    }
-    return b;
+    PlainMatrix y;
+    for (const double value : t) y.push_back({value});
+    return plain_nipals::PlsCoefficients(
+        x, y, [this](int a, const plain_nipals::PlsComponent& /*component*/, const PlainMatrix& left) {
+          return a < inner && SumOfSquares(left) >= 1e-4 * SumOfSquares(x);
+        });
   }
 
   void TakeOutOne() {
@@ -192,8 +133,7 @@ TEST_F(YOrthogonalPls, EqualsAPlainFitWithAndWithoutGaps) {
   } cases[] = {{1, 8, 2}, {2, 8, 3}, {2, 1, 3}, {1, 3, 1}};
   for (const auto& c : cases) {
     for (const bool gaps : {false, true}) {
-      SCOPED_TRACE(::testing::Message() << c.responses << " responses, limit " << c.iterations << ", inner components "
-                                        << c.inner << (gaps ? ", gaps" : ""));
+      SCOPED_TRACE(::testing::Message() << c.responses << ", " << c.iterations << ", " << c.inner << ", gaps " << gaps);
       XY data = Related(40, 12, c.responses, 5);
       if (gaps) data = {Gapped(data.x, 3), Gapped(data.y, 4)};
       const NCYOrthogonalPLS filter = Fitted(data, 2, c.iterations, c.inner);
@@ -206,22 +146,6 @@ TEST_F(YOrthogonalPls, EqualsAPlainFitWithAndWithoutGaps) {
       EXPECT_EQ(filter.GetComponents(), 2);
     }
   }
-}
-
-/// Three components without noise, of which Y is a mixture: the inner model can follow every score.
-XY Exact() {
-  std::mt19937 generator(6);
-  std::normal_distribution<double> normal;
-  PlainMatrix p(3, Plain(30));
-  for (Plain& row : p) std::generate(row.begin(), row.end(), [&] { return normal(generator); });
-  PlainMatrix x(20, Plain(30));
-  PlainMatrix y;
-  for (Plain& row : x) {
-    const double t[] = {4.0 * normal(generator), 3.0 * normal(generator), 2.0 * normal(generator)};
-    for (std::size_t j = 0; j < row.size(); ++j) row[j] = t[0] * p[0][j] + t[1] * p[1][j] + t[2] * p[2][j];
-    y.push_back({t[0] - t[1] + t[2], 0.5 * (t[0] - t[1] + t[2])});
-  }
-  return {ToMatrix(x), ToMatrix(y)};
 }
 
 TEST_F(YOrthogonalPls, ScoresAndResidualsFollowFromTheMatrices) {
@@ -241,7 +165,7 @@ TEST_F(YOrthogonalPls, ScoresAndResidualsFollowFromTheMatrices) {
     PlainMatrix scores;
     for (const FloatVector& w : filter.GetWStarPrim()) {
       scores.emplace_back();
-      for (const Plain& row : x) scores.back().push_back(PlainDot(row, ToPlain(w)));
+      for (const Plain& row : x) scores.back().push_back(plain_nipals::Dot(row, ToPlain(w)));
     }
     ExpectNear(*filter.GetTprim(), scores, 1e-4);
   }
@@ -284,10 +208,15 @@ TEST_F(YOrthogonalPls, StopsTheInnerModelWhereNothingIsLeftToExplain) {
   EXPECT_EQ(filter.GetXResiduals()->GetSS(), 0.0);
 }
 
-TEST_F(YOrthogonalPls, AnglesCountHalf) {
+/// One variable, and a response that the angles are to.
+NCYOrthogonalPLS WithResponse(const FloatMatrix& y) {
   const FloatMatrix x(4, 1, 1.0f);
+  return {&x, &y, 50, 0};
+}
+
+TEST_F(YOrthogonalPls, AnglesCountHalf) {
   const FloatMatrix y = ToMatrix({{1}, {1}, {-1}, {-1}});
-  const NCYOrthogonalPLS filter(&x, &y, 50, 0);
+  const NCYOrthogonalPLS filter = WithResponse(y);
   EXPECT_TRUE(Equal(*filter.GetY(), y));
   const FloatVector inside = {2.0f, 2.0f, -2.0f, -2.0f};
   EXPECT_EQ(filter.GetYAngle(&inside), 45.0);
@@ -295,20 +224,13 @@ TEST_F(YOrthogonalPls, AnglesCountHalf) {
   for (const FloatVector& orthogonal : {FloatVector{1.0f, -1.0f, 3.0f, -3.0f}, FloatVector{1.0f, -1.0f, kGap, kGap}}) {
     EXPECT_EQ(filter.GetYAngle(&orthogonal), 90.0);
   }
-  for (const float along : {-8.0f, -1.0f, 0.25f, 1.0f, 8.0f}) {
-    FloatVector v = inside * static_cast<double>(along);
+  for (const double along : {-8.0, 0.25, 1.0}) {
+    FloatVector v = inside * along;
     v += FloatVector{2.0f, -2.0f, 2.0f, -2.0f};
-    const double degreesToSpan = std::atan2(1.0, std::abs(static_cast<double>(along))) * 180.0 / std::numbers::pi;
+    const double degreesToSpan = std::atan2(1.0, std::abs(along)) * 180.0 / std::numbers::pi;
     EXPECT_NEAR(filter.GetYAngle(&v), 45.0 + degreesToSpan / 2.0, 1e-4) << along;
   }
-}
-
-/// Where rounding takes the cosine beyond 1.
-TEST_F(YOrthogonalPls, AnAngleIsANumberForWhatIsNextToOrthogonal) {
-  const FloatMatrix x(4, 1, 1.0f);
-  const FloatMatrix y = ToMatrix({{1}, {1}, {-1}, {-1}});
-  const NCYOrthogonalPLS filter(&x, &y, 50, 0);
-  for (int k = 1; k <= 500; ++k) {
+  for (int k = 1; k <= 500; ++k) {  // where rounding takes the cosine beyond 1
     const float along = static_cast<float>(k) * 1e-6f;
     const FloatVector v = {2.1f + along, -2.1f + along, 3.3f - along, -3.3f - along};
     EXPECT_NEAR(filter.GetYAngle(&v), 90.0, 0.02) << along;
@@ -316,11 +238,10 @@ TEST_F(YOrthogonalPls, AnAngleIsANumberForWhatIsNextToOrthogonal) {
 }
 
 TEST_F(YOrthogonalPls, TheLastThousandthOfYDoesNotCount) {
-  const FloatMatrix x(4, 1, 1.0f);
   const FloatVector second = {1.0f, -1.0f, 1.0f, -1.0f};
   for (const auto& [size, angle] : {std::pair(0.03, 90.0), std::pair(0.033, 45.0)}) {
     const FloatMatrix y = ToMatrix({{1, size}, {1, -size}, {-1, size}, {-1, -size}});
-    EXPECT_NEAR(NCYOrthogonalPLS(&x, &y, 50, 0).GetYAngle(&second), angle, 0.01) << size;
+    EXPECT_NEAR(WithResponse(y).GetYAngle(&second), angle, 0.01) << size;
   }
 }
 
@@ -343,9 +264,8 @@ int Allowed(int rows, int columns, int asked) {
 TEST_F(YOrthogonalPls, InnerComponentsAreLimited) {
   const struct {
     int rows, columns, asked, allowed;
-  } cases[] = {{9, 20, 0, 5},    {20, 9, 0, 5},    {10, 20, -1, 5}, {20, 10, 3, 3},  {20, 10, 8, 8},
-               {20, 10, 9, 8},   {20, 10, 500, 8}, {60, 49, 0, 25}, {60, 60, 0, 25}, {60, 60, 24, 24},
-               {60, 60, 40, 25}, {5, 1, 0, 1},     {5, 1, 7, 1}};
+  } cases[] = {{9, 20, 0, 5},   {20, 9, 0, 5},    {10, 20, -1, 5},  {20, 10, 3, 3}, {20, 10, 8, 8}, {20, 10, 9, 8},
+               {60, 49, 0, 25}, {60, 60, 24, 24}, {60, 60, 40, 25}, {5, 1, 0, 1},   {5, 1, 7, 1}};
   for (const auto& c : cases) {
     EXPECT_EQ(Allowed(c.rows, c.columns, c.asked), c.allowed)
         << c.rows << " x " << c.columns << ", asked for " << c.asked;
@@ -360,7 +280,7 @@ TEST_F(YOrthogonalPls, InnerComponentsEndWhereXIsExplained) {
     OSCPLSComponentValidator validator(&pls, 3);
     EXPECT_TRUE(validator.IsPreComponentValidator());
     EXPECT_TRUE(validator.IsValid());
-    samples::Fit(pls, 1);
+    Fit(pls, 1);
     EXPECT_EQ(validator.IsValid(), isValid) << size;
   }
   const FloatMatrix huge(200, 60, 1.8e19f);
@@ -371,40 +291,22 @@ TEST_F(YOrthogonalPls, InnerComponentsEndWhereXIsExplained) {
 
 // Failures.
 
-template <class Action>
-std::pair<NCError::Level, std::string> ErrorOf(const Action& action) {
-  try {
-    action();
-  } catch (const NCError& error) {
-    return {error.GetLevel(), error.what()};
-  }
-  return {NCError::Level::kCancel, "no error"};
-}
-
 TEST_F(YOrthogonalPls, RefusesDataThatDoNotFit) {
   const FloatMatrix full(3, 2, 1.0f);
   const FloatMatrix shorter(2, 2, 1.0f);
-  EXPECT_THROW(
-      try { NCYOrthogonalPLS(&full, &shorter, 10, 0); } catch (const NCInternalError& error) {
-        EXPECT_STREQ(error.what(), "NCYOrthogonalPLS::NCYOrthogonalPLS");
-        throw;
-      },
-      NCInternalError);
-  const auto withEmpty = [&full](int row) {
-    FloatMatrix m = full;
-    if (row > 0) m.SetRow(row, kGap);
-    return m;
-  };
+  EXPECT_EQ(TextOf<NCInternalError>([&] { NCYOrthogonalPLS(&full, &shorter, 10, 0); }),
+            "NCYOrthogonalPLS::NCYOrthogonalPLS");
   const struct {
     int emptyOfX, emptyOfY;
     char named;
   } cases[] = {{2, 0, 'X'}, {0, 3, 'Y'}, {2, 2, 'X'}, {3, 2, 'Y'}};
   for (const auto& c : cases) {
-    const FloatMatrix x = withEmpty(c.emptyOfX);
-    const FloatMatrix y = withEmpty(c.emptyOfY);
+    XY data = {full, full};
+    if (c.emptyOfX > 0) data.x.SetRow(c.emptyOfX, kGap);
+    if (c.emptyOfY > 0) data.y.SetRow(c.emptyOfY, kGap);
     const std::string text =
         std::string("The ") + c.named + " matrix contains at least one row with only missing values.";
-    EXPECT_EQ(ErrorOf([&] { NCYOrthogonalPLS(&x, &y, 10, 0); }), std::pair(NCError::Level::kGeneral, text));
+    EXPECT_EQ(ErrorOf([&] { NCYOrthogonalPLS(&data.x, &data.y, 10, 0); }), std::pair(NCError::Level::kGeneral, text));
   }
 }
 
@@ -426,14 +328,13 @@ TEST_F(YOrthogonalPls, AFailureLeavesTheModelAsItWas) {
 
   const FloatMatrix y = ToMatrix({{1}, {1}, {-1}, {-1}});
   NCYOrthogonalPLS inside(&x, &y, 10, 0);
-  const auto [level, text] = ErrorOf([&] { inside.NextComponent(false); });
-  EXPECT_EQ(level, NCError::Level::kZeroCorrelation) << "X has nothing beside Y";
-  EXPECT_EQ(text, "The correlation between X and Y is zero or almost zero.\nComponent 1 cannot be computed.");
+  const std::string text = "The correlation between X and Y is zero or almost zero.\nComponent 1 cannot be computed.";
+  EXPECT_EQ(ErrorOf([&] { inside.NextComponent(false); }), std::pair(NCError::Level::kZeroCorrelation, text));
   EXPECT_TRUE(Equal(inside, NCYOrthogonalPLS(&x, &y, 10, 0)));
 }
 
 /// Keeps what it is shown of the work with one text.
-class WatchingDisplay : public ProgressDisplay {
+class WatchingDisplay : public QuietDisplay {
  public:
   explicit WatchingDisplay(std::string text) : text_(std::move(text)) {}
 
@@ -446,7 +347,6 @@ class WatchingDisplay : public ProgressDisplay {
     if (view.text == text_) fraction = view.fraction;
   }
   void ShowSpin(const ProgressView& view) override { spins += view.text == text_ ? 1 : 0; }
-  void End(const ProgressView&) override {}
   std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
 
   int begun = 0;
@@ -458,36 +358,27 @@ class WatchingDisplay : public ProgressDisplay {
   std::string text_;
 };
 
-/// The inner model turns once for each of its components in each trial.
-TEST_F(YOrthogonalPls, TrialsEndWhereTheWeightStays) {
+/// The inner model turns once for each of its components in each trial; trials end where the weight stays.
+TEST_F(YOrthogonalPls, ShowsEveryComponentOfEveryTrial) {
   constexpr int kLimit = 100;
   constexpr int kInner = 2;
   for (const unsigned seed : {5U, 6U, 7U}) {
     const XY data = Related(40, 12, 2, seed);
     PlainFilter expected(ToPlain(data.x), ToPlain(data.y), kLimit, kInner);
-    expected.TakeOutOne();
-    ASSERT_LT(expected.trials, kLimit);
-    const auto display = std::make_shared<WatchingDisplay>("Y-Orthogonal PLS Component 1");
-    NCProgress::SetDisplay(display);
-    Fitted(data, 1, kLimit, kInner);
-    NCProgress::SetDisplay(nullptr);
-    EXPECT_EQ(display->spins, kInner * expected.trials) << seed;
-  }
-}
-
-TEST_F(YOrthogonalPls, ShowsItsProgress) {
-  const XY data = Exact();
-  NCYOrthogonalPLS filter = Fitted(data, 1, 200);
-  for (const bool show : {false, true}) {
-    const auto display = std::make_shared<WatchingDisplay>("Y-Orthogonal PLS Component 2");
-    NCProgress::SetDisplay(display);
-    NCYOrthogonalPLS(filter).NextComponent(show);
-    NCProgress::SetDisplay(nullptr);
-    EXPECT_EQ(display->begun, 1);
-    EXPECT_GT(display->spins, 1);
-    EXPECT_EQ(display->fraction, 1.0);
-    EXPECT_EQ(display->flags, (std::array<bool, 3>{show, false, true}));
+    NCYOrthogonalPLS filter(&data.x, &data.y, kLimit, kInner);
+    for (const int a : {1, 2}) {
+      const bool show = a == 2;
+      expected.TakeOutOne();
+      ASSERT_LT(expected.trials, kLimit);
+      const auto display = Shown([&] { filter.NextComponent(show); },
+                                 std::make_shared<WatchingDisplay>("Y-Orthogonal PLS Component " + std::to_string(a)));
+      EXPECT_EQ(display->spins, kInner * expected.trials) << seed;
+      EXPECT_EQ(display->begun, 1);
+      EXPECT_EQ(display->fraction, 1.0);
+      EXPECT_EQ(display->flags, (std::array<bool, 3>{show, false, true}));
+    }
   }
 }
 
 }  // namespace
+}  // namespace samples
