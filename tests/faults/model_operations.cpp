@@ -48,13 +48,6 @@ const XY& DataOf(const Shape& shape, double gapShare) {
   return kept.emplace(key, MadeXY(shape.rows, shape.columns, shape.responses, gapShare)).first->second;
 }
 
-/// Results that are made anew by every run.
-template <typename Work>
-Attempt Fresh(Work work) {
-  const auto result = std::make_shared<std::string>();
-  return {[work, result](NCProgress* progress) { *result = work(progress); }, [result] { return *result; }};
-}
-
 std::string BytesOfModel(const NCPLS& pls) {
   return BytesOf(*pls.GetTprim(), *pls.GetUprim(), *pls.GetWprim(), *pls.GetPprim(), *pls.GetCprim(),
                  *pls.GetXResiduals(), *pls.GetYResiduals());

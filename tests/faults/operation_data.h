@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "benchmarks/made_xy.h"
@@ -36,6 +37,13 @@ std::string BytesOf(const Parts&... parts) {
   std::string bytes;
   (Append(bytes, parts), ...);
   return bytes;
+}
+
+/// Results that are made anew by every run.
+template <typename Work>
+Attempt Fresh(Work work) {
+  const auto result = std::make_shared<std::string>();
+  return {[work, result](NCProgress* progress) { *result = work(progress); }, [result] { return *result; }};
 }
 
 }  // namespace faults

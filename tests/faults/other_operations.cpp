@@ -10,6 +10,7 @@
 
 #include "tests/faults/operation_data.h"
 #include "tests/faults/operations.h"
+#include "tests/signal/owned_filters.h"
 #include "tools/voran/byte_source.h"
 #include "tools/voran/csv_reader.h"
 #include "tools/voran/failure.h"
@@ -28,7 +29,6 @@
 #include "voran/statistics/contingency_table.h"
 #include "voran/statistics/control_chart.h"
 #include "voran/statistics/frequency_histogram.h"
-#include "voran/statistics/one_dim_minimum.h"
 #include "voran/statistics/roc.h"
 
 namespace faults {
@@ -61,91 +61,78 @@ Attempt BeginCorrelation(const Shape& shape) {
 /// There and back, of the rows of a matrix, and in a best basis.
 Attempt BeginWavelet(const Shape& shape) {
   const Matrix& x = GappedData(shape).x;
-  const auto result = std::make_shared<std::string>();
-  return {[&x, result](NCProgress*) {
-            const struct Filters : Wavelet::WaveletFilters {
-              Filters() : WaveletFilters(Wavelet::GetDecompositionFilter(Wavelet::WaveletFunctionType::kSymmlet, 2)) {}
-              ~Filters() { CleanUp(); }
-            } filters;
-            constexpr auto kDetrend = Wavelet::DetrendMode::kLinear;
-            NCDataVector<double> means;
-            NCDataVector<double> slopes;
-            const std::unique_ptr<Matrix> rows(
-                Wavelet::ForwardTransformObswise(&x, filters, kDetrend, means, slopes, nullptr, true));
-            const std::unique_ptr<BoolVector> basis(Wavelet::FindBestBasisObswise(&x, filters, kDetrend));
-            if (!rows || !basis) throw std::runtime_error("no transform");
-            const std::unique_ptr<Matrix> best(
-                Wavelet::ForwardTransformBestBasisObswise(&x, filters, basis.get(), kDetrend, means, slopes, nullptr));
-            if (!best) throw std::runtime_error("no transform in the best basis");
-            *result = BytesOf(*rows, *best);
-          },
-          [result] { return *result; }};
+  return Fresh([&x](NCProgress*) {
+    const Filters filters(Wavelet::GetDecompositionFilter(Wavelet::WaveletFunctionType::kSymmlet, 2));
+    constexpr auto kDetrend = Wavelet::DetrendMode::kLinear;
+    NCDataVector<double> means;
+    NCDataVector<double> slopes;
+    const std::unique_ptr<Matrix> rows(
+        Wavelet::ForwardTransformObswise(&x, filters, kDetrend, means, slopes, nullptr, true));
+    const std::unique_ptr<BoolVector> basis(Wavelet::FindBestBasisObswise(&x, filters, kDetrend));
+    if (!rows || !basis) throw std::runtime_error("no transform");
+    const std::unique_ptr<Matrix> best(
+        Wavelet::ForwardTransformBestBasisObswise(&x, filters, basis.get(), kDetrend, means, slopes, nullptr));
+    if (!best) throw std::runtime_error("no transform in the best basis");
+    return BytesOf(*rows, *best);
+  });
 }
 
 Attempt BeginSmoothing(const Shape& shape) {
   const Matrix& x = GappedData(shape).x;
-  const auto result = std::make_shared<Matrix>();
-  return {[&x, result](NCProgress*) {
-            const Derivate<float> derivate(Derivate<float>::PolynomialOrder::kCubic, 7);
-            Matrix made(x.SizeRows(), x.SizeColumns(), 0.0F);
-            derivate.Smooth(x, made, true);
-            derivate.DoDerivate(made, made, 1, 0.5F, true);
-            *result = made;
-          },
-          [result] { return BytesOf(*result); }};
+  return Fresh([&x](NCProgress*) {
+    const Derivate<float> derivate(Derivate<float>::PolynomialOrder::kCubic, 7);
+    Matrix made(x.SizeRows(), x.SizeColumns(), 0.0F);
+    derivate.Smooth(x, made, true);
+    derivate.DoDerivate(made, made, 1, 0.5F, true);
+    return BytesOf(made);
+  });
 }
 
 Attempt BeginCharts(const Shape& shape) {
-  const auto result = std::make_shared<std::string>();
-  return {[x = SeriesOf(shape), result](NCProgress*) {
-            std::string bytes;
-            for (const auto type : {ControlChart::kMeanRange, ControlChart::kMeanStdDev, ControlChart::kCuSum,
-                                    ControlChart::kEWMA, ControlChart::kIndividualEWMA}) {
-              const ControlChart chart(type, x, 4, ControlChart::kPredictive);
-              bytes += BytesOf(chart.GetMeanVector(), chart.GetTarget());
-              if (type == ControlChart::kCuSum) bytes += BytesOf(chart.GetHighCuSum());
-              if (type == ControlChart::kEWMA) bytes += BytesOf(chart.GetEWMA(), chart.GetEWMAUCL());
-            }
-            FrequencyHistogram::HistogramInfo bins;
-            FrequencyHistogram().CreateHistogram(x, bins);
-            BoolVector members;
-            for (int i = 1; i <= x.Size(); ++i) members.push_back(i % 3 == 0);
-            Vector truePositive;
-            Vector falsePositive;
-            Vector thresholds;
-            Sta::GetROC(x, members, true, truePositive, falsePositive, thresholds);
-            *result = bytes + BytesOf(bins.Frequencies, bins.BinCenters, truePositive, falsePositive);
-          },
-          [result] { return *result; }};
+  return Fresh([x = SeriesOf(shape)](NCProgress*) {
+    std::string bytes;
+    for (const auto type : {ControlChart::kMeanRange, ControlChart::kMeanStdDev, ControlChart::kCuSum,
+                            ControlChart::kEWMA, ControlChart::kIndividualEWMA}) {
+      const ControlChart chart(type, x, 4, ControlChart::kPredictive);
+      bytes += BytesOf(chart.GetMeanVector(), chart.GetTarget());
+      if (type == ControlChart::kCuSum) bytes += BytesOf(chart.GetHighCuSum());
+      if (type == ControlChart::kEWMA) bytes += BytesOf(chart.GetEWMA(), chart.GetEWMAUCL());
+    }
+    FrequencyHistogram::HistogramInfo bins;
+    FrequencyHistogram().CreateHistogram(x, bins);
+    BoolVector members;
+    for (int i = 1; i <= x.Size(); ++i) members.push_back(i % 3 == 0);
+    Vector truePositive;
+    Vector falsePositive;
+    Vector thresholds;
+    Sta::GetROC(x, members, true, truePositive, falsePositive, thresholds);
+    return bytes + BytesOf(bins.Frequencies, bins.BinCenters, truePositive, falsePositive);
+  });
 }
 
 /// A table whose counts grow with the rows.
 Attempt BeginFisher(const Shape& shape) {
   std::vector<int> table = {4, 1, 7, 2, 8, 3, 5, 3, 9, 2, 6, 4, 1, 7, 5, 6};
   for (int& count : table) count = count * shape.rows / 30;
-  const auto result = std::make_shared<double>(0.0);
-  return {[table, result](NCProgress*) {
-            *result = Sta::GetFisherExactProbability(table.data(), 4, 4, false, Sta::SidedNess::kTwoSided, 2000000);
-          },
-          [result] { return BytesOf(*result); }};
+  return Fresh([table](NCProgress*) {
+    return BytesOf(Sta::GetFisherExactProbability(table.data(), 4, 4, false, Sta::SidedNess::kTwoSided, 2000000));
+  });
 }
 
 Attempt BeginScaling(const Shape& shape) {
   const Matrix& x = GappedData(shape).x;
-  const auto result = std::make_shared<Matrix>();
-  return {[&x, result](NCProgress*) {
-            Matrix made(x);
-            NCTransform transform(x.SizeColumns());
-            transform[2].SetTransform(TransformE::kExponential);
-            transform[2].SetConstant(1, 0.01F);
-            transform[2].SetConstant(2, 0.0F);
-            const std::unique_ptr<NCTransformErrors> errors(transform.TransformMatrixNoBreak(&made));
-            NCScale scale(x.SizeColumns());
-            for (int j = 1; j <= x.SizeColumns(); ++j) scale.SetType(j, NCScale::kUnitVariance);
-            scale.ScaleMatrix(&made, true);
-            *result = made;
-          },
-          [result] { return BytesOf(*result); }};
+  return Fresh([&x](NCProgress*) {
+    Matrix made(x);
+    NCTransform transform(x.SizeColumns());
+    transform[2].SetTransform(TransformE::kExponential);
+    transform[2].SetConstant(1, 0.01F);
+    transform[2].SetConstant(2, 0.0F);
+    const std::unique_ptr<NCTransformErrors> errors(transform.TransformMatrixNoBreak(&made));
+    NCScale scale(x.SizeColumns());
+    for (int j = 1; j <= x.SizeColumns(); ++j) scale.SetType(j, NCScale::kUnitVariance);
+    scale.ScaleMatrix(&made, true);
+    return BytesOf(made);
+  });
 }
 
 const NCPLS& StreamedModel() {
@@ -156,13 +143,11 @@ const NCPLS& StreamedModel() {
 }
 
 Attempt BeginWriting(const Shape&) {
-  const auto result = std::make_shared<std::string>();
-  return {[result, &model = StreamedModel()](NCProgress*) {
-            std::ostringstream stream;
-            if (!WriteStreamable(stream, model)) throw VrStreamError();
-            *result = stream.str();
-          },
-          [result] { return *result; }};
+  return Fresh([&model = StreamedModel()](NCProgress*) {
+    std::ostringstream stream;
+    if (!WriteStreamable(stream, model)) throw VrStreamError();
+    return stream.str();
+  });
 }
 
 Attempt BeginReading(const Shape&) {
@@ -178,17 +163,15 @@ Attempt BeginReading(const Shape&) {
 
 /// Of a directory that nobody closes: its destructor has to tell what it could not do.
 Attempt BeginDirectory(const Shape&) {
-  const auto result = std::make_shared<std::string>();
-  return {[result](NCProgress*) {
-            std::ostringstream stream;
-            {
-              OutputStreamDirectory directory(stream, 2);
-              for (unsigned short entry = 0; entry < 2; ++entry) directory.GetOutput(entry) << "entry " << entry;
-            }
-            if (!stream) throw VrStreamError();
-            *result = stream.str();
-          },
-          [result] { return *result; }};
+  return Fresh([](NCProgress*) {
+    std::ostringstream stream;
+    {
+      OutputStreamDirectory directory(stream, 2);
+      for (unsigned short entry = 0; entry < 2; ++entry) directory.GetOutput(entry) << "entry " << entry;
+    }
+    if (!stream) throw VrStreamError();
+    return stream.str();
+  });
 }
 
 /// A folder of its own, which goes with it.
@@ -237,16 +220,14 @@ Attempt BeginTable(const Shape& shape) {
     text += "\nr" + std::to_string(i);
     for (int c = 1; c <= shape.columns; ++c) text += "," + std::to_string(i * 7919 % 1000) + ".5";
   }
-  const auto result = std::make_shared<Matrix>();
-  return {[text = text + '\n', result](NCProgress* progress) {
-            tool::CsvOptions options;
-            options.sampleBytes = 200;
-            options.chunkBytes = 1000;
-            options.control = {NCMultiThreading::ThreadingControl::GetNumberOfProcessors(), progress};
-            const auto source = tool::SourceFromMemory(text);
-            *result = tool::ReadCsv(*source, "", "t.csv", options).x;
-          },
-          [result] { return BytesOf(*result); }};
+  return Fresh([text = text + '\n'](NCProgress* progress) {
+    tool::CsvOptions options;
+    options.sampleBytes = 200;
+    options.chunkBytes = 1000;
+    options.control = {NCMultiThreading::ThreadingControl::GetNumberOfProcessors(), progress};
+    const auto source = tool::SourceFromMemory(text);
+    return BytesOf(tool::ReadCsv(*source, "", "t.csv", options).x);
+  });
 }
 
 }  // namespace

