@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cmath>
-#include <functional>
-#include <list>
 #include <map>
 #include <memory>
 #include <random>
 #include <set>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -30,19 +30,14 @@ using spelt::SpellOwned;
 using spelt::Tree;
 using testing::ElementsAre;
 
-/// Writes down what is drawn: "node: x1,y1 x2,y2" for a line, "label row x,y". A label is as wide as 10, as high as 4
-/// for each of its rows.
+/// A label is as wide as 10, as high as 4 for each of its rows.
 class Recorder : public DendroGramDrawOutput {
  public:
   void DrawLine(float x1, float y1, float x2, float y2, const DendroGramNode* node) override {
-    std::ostringstream text;
-    text << Spell(*node) << ": " << x1 << ',' << y1 << ' ' << x2 << ',' << y2;
-    drawn.push_back(text.str());
+    drawn.push_back({{x1, y1, x2, y2}, node});
   }
   void DrawLabel(const std::vector<int>* items, float x, float y) override {
-    std::ostringstream text;
-    text << "label " << items->front() << ' ' << x << ',' << y;
-    drawn.push_back(text.str());
+    drawn.push_back({{static_cast<float>(items->front()), x, y}, nullptr});
   }
   bool MeasureLabel(const std::vector<int>* items, float x, float y, float& left, float& top, float& width,
                     float& height) override {
@@ -53,14 +48,25 @@ class Recorder : public DendroGramDrawOutput {
     return measures;
   }
 
-  std::vector<std::string> drawn;
+  std::vector<std::pair<std::vector<float>, const DendroGramNode*>> drawn;
   bool measures = true;
 };
 
+/// "node: x1,y1 x2,y2" for a line, "label row x,y".
 std::vector<std::string> Drawing(const DendroGramDrawer& drawer) {
   Recorder out;
   drawer.Draw(out, 100, 180, 10, 50);  // 20 to a leaf, of four
-  return out.drawn;
+  std::vector<std::string> drawing;
+  for (const auto& [at, node] : out.drawn) {
+    std::ostringstream text;
+    if (node == nullptr) {
+      text << "label " << at[0] << ' ' << at[1] << ',' << at[2];
+    } else {
+      text << Spell(*node) << ": " << at[0] << ',' << at[1] << ' ' << at[2] << ',' << at[3];
+    }
+    drawing.push_back(text.str());
+  }
+  return drawing;
 }
 
 /// Leaves at 110, 130, 150, 170; heights 4 and 2 and 1 at y = 10, 30 and 40.
@@ -78,6 +84,7 @@ TEST(DendroGramDrawer, DrawsBarsStemsAndLabels) {
   drawer.DisplayLabels(false);
   EXPECT_EQ(Drawing(drawer).size(), drawing.size() - 4);
   EXPECT_THAT(Drawing(DendroGramDrawer(*Tree("8"))), ElementsAre("label 8 140,50"));
+  EXPECT_EQ(Drawing(DendroGramDrawer(*Tree("(4 (2 (1 1 2) 3) 4)"))).front(), "(4 (2 (1 1 2) 3) 4): 135,10 170,10");
   // Without height there is no place for bars and for what leads up to them.
   EXPECT_THAT(Drawing(DendroGramDrawer(*Tree("(0 1 2)"))),
               ElementsAre("(0 1 2): 120,-99 160,-99", "label 1 120,50", "1: 120,50 120,-99", "label 2 160,50",
@@ -105,78 +112,81 @@ TEST(DendroGramDrawer, MakesRoomForLabels) {
   const DendroGramPointer tree = Tree(kTree);
   DendroGramDrawer drawer(*tree);
   Recorder out;
-  const auto bottom = [&] {
-    float left = 100;
-    float right = 180;
-    float top = 10;
-    float at = 50;
-    drawer.AdjustForLabels(out, left, right, top, at);
-    EXPECT_THAT((std::vector<float>{left, right, top}), ElementsAre(100, 180, 10));
-    return at;
+  const auto expectRoom = [&](float bottom) {
+    std::vector<float> place = {100, 180, 10, 50};
+    drawer.AdjustForLabels(out, place[0], place[1], place[2], place[3]);
+    EXPECT_THAT(place, ElementsAre(100, 180, 10, bottom));
   };
-  EXPECT_EQ(bottom(), 42.0F);  // for the two rows of the last leaf
+  expectRoom(42);  // for the two rows of the last leaf
   drawer.GetExcluded().insert(tree->GetRight());
-  EXPECT_EQ(bottom(), 46.0F);
+  expectRoom(46);
   drawer.GetExcluded().insert(tree->GetLeft());
-  EXPECT_EQ(bottom(), 50.0F);
+  expectRoom(50);
   drawer.ClearExcluded();
   out.measures = false;
-  EXPECT_EQ(bottom(), 50.0F);
+  expectRoom(50);
   out.measures = true;
   drawer.DisplayLabels(false);
-  EXPECT_EQ(bottom(), 50.0F);
+  expectRoom(50);
 }
 
 TEST(DendroGramDrawer, HitsTheTopmostNodesNearAPoint) {
   const DendroGramPointer tree = Tree(kTree);
   const DendroGramDrawer drawer(*tree);
-  struct Case {
+  const struct {
     float x, y, dx, dy;
     bool nearestOnly;
     const char* nodes;
-  };
-  const Case cases[] = {
-      {110, 45, 1, 1, false, "1"},
-      {112, 45, 2, 1, false, "1"},  // the edge counts
-      {112, 45, 1.5F, 1, false, ""},
-      {110, 31, 2, 2, false, "(2 1 2)"},  // its bar, and the stem of 1 below
-      {110, 32, 3, 3, true, "1"},
-      {120, 20, 1, 1, false, "(2 1 2)"},
-      {140, 35, 25, 10, false, "(2 1 2) (1 3 4+5)"},
-      {158, 35, 50, 10, false, "(1 3 4+5) (2 1 2)"},
-      {140, 10, 5, 5, false, kTree},
-      {140, 45, 10, 1, true, "2 3"},  // both at 10
-      {141, 45, 20, 1, true, "3"},
-      {141, 45, 20, 1, false, "3 2"},
-      {300, 300, 5, 5, true, ""},
-  };
-  for (const Case& c : cases) {
+  } cases[] = {{112, 45, 2, 1, false, "1"},  // the edge counts
+               {112, 45, 1.5F, 1, false, ""},
+               {110, 31, 2, 2, false, "(2 1 2)"},  // its bar, and the stem of 1 below
+               {110, 32, 3, 3, true, "1"},
+               {120, 20, 1, 1, false, "(2 1 2)"},
+               {140, 35, 25, 10, false, "(2 1 2) (1 3 4+5)"},
+               {158, 35, 50, 10, false, "(1 3 4+5) (2 1 2)"},
+               {140, 10, 5, 5, false, kTree},
+               {140, 45, 10, 1, true, "2 3"},  // both at 10
+               {141, 45, 20, 1, true, "3"},
+               {141, 45, 20, 1, false, "3 2"},
+               {300, 300, 5, 5, true, ""}};
+  for (const auto& c : cases) {
     EXPECT_EQ(SpellOwned(drawer.HitTest(100, 180, 10, 50, c.x, c.y, c.dx, c.dy, c.nearestOnly)), c.nodes)
         << c.x << ',' << c.y;
   }
 }
 
+// Of heights 5, 4, 3 and 2, at y = 10, 18, 26 and 34; leaves at 110, 130, 150, 170, 190.
+const char* const kUneven = "(5 (4 1 (3 2 (2 3 4))) 5)";
+
 TEST(DendroGramDrawer, CutsTheTreeAtAHeight) {
-  const DendroGramPointer tree = Tree(kTree);
-  const DendroGramDrawer drawer(*tree);
-  const std::pair<float, const char*> cases[] = {
-      {5, kTree},        {15, "(2 1 2) (1 3 4+5)"}, {35, "1 2 (1 3 4+5)"}, {45, "1 2 3 4+5"}, {50, ""}, {60, ""},
-      {10, ""},  // on the bar of the root
-      {30, "(1 3 4+5)"},
-  };
-  for (const auto& [cut, nodes] : cases) EXPECT_EQ(SpellOwned(drawer.SplitByHeight(10, 50, cut)), nodes) << cut;
+  const std::tuple<const char*, float, const char*> cases[] = {{kTree, 5, kTree},
+                                                               {kTree, 15, "(2 1 2) (1 3 4+5)"},
+                                                               {kTree, 35, "1 2 (1 3 4+5)"},
+                                                               {kTree, 45, "1 2 3 4+5"},
+                                                               {kTree, 50, ""},
+                                                               {kTree, 60, ""},  // below the leaves
+                                                               {kTree, 10, ""},
+                                                               {kTree, 30, "(1 3 4+5)"},  // on a bar
+                                                               {kUneven, 20, "1 (3 2 (2 3 4)) 5"},
+                                                               {kUneven, 30, "1 2 (2 3 4) 5"}};
+  for (const auto& [spelt, cut, nodes] : cases) {
+    const DendroGramPointer tree = Tree(spelt);
+    EXPECT_EQ(SpellOwned(DendroGramDrawer(*tree).SplitByHeight(10, 50, cut)), nodes) << spelt << cut;
+  }
 }
 
 TEST(DendroGramDrawer, FindsTheNodesWithinAWidth) {
-  const DendroGramPointer tree = Tree(kTree);
-  const DendroGramDrawer drawer(*tree);
-  struct Case {
-    float from, to;
-    const char* nodes;
-  };
-  const Case cases[] = {{110, 170, kTree}, {111, 170, "2 (1 3 4+5)"}, {169, 100, "(2 1 2) 3"}, {130, 150, "2 3"},
-                        {131, 149, ""},    {0, 130, "(2 1 2)"},       {110, 150, "(2 1 2) 3"}, {170, 170, "4+5"}};
-  for (const Case& c : cases) EXPECT_EQ(SpellOwned(drawer.WidthHitTest(100, 180, c.from, c.to)), c.nodes) << c.from;
+  const std::tuple<const char*, float, float, const char*> cases[] = {
+      {kTree, 110, 170, kTree},       {kTree, 111, 170, "2 (1 3 4+5)"},
+      {kTree, 169, 100, "(2 1 2) 3"}, {kTree, 130, 150, "2 3"},
+      {kTree, 131, 149, ""},          {kTree, 0, 130, "(2 1 2)"},
+      {kTree, 170, 170, "4+5"},       {kUneven, 125, 175, "(3 2 (2 3 4))"},
+      {kUneven, 105, 155, "1 2 3"},   {kUneven, 145, 195, "(2 3 4) 5"}};
+  for (const auto& [spelt, from, to, nodes] : cases) {
+    const DendroGramPointer tree = Tree(spelt);
+    const float right = std::string(spelt) == kTree ? 180 : 200;
+    EXPECT_EQ(SpellOwned(DendroGramDrawer(*tree).WidthHitTest(100, right, from, to)), nodes) << spelt << from;
+  }
 }
 
 /// The cells one by one, as they are defined.
@@ -242,71 +252,16 @@ TEST(DendroGramNodeLister, HasTheCellsOfThePlainRules) {
   ExpectSameCells(*spelt::Chain(12, false));
 }
 
-/// Oracles that know the layout only by its definition: leaves stand at equal distances from left to right.
-TEST(DendroGramDrawer, AgreesWithPlainRulesOnTreesOfAnyShape) {
-  std::mt19937 random(3);
-  for (int leafs = 2; leafs <= 30; ++leafs) {
-    const DendroGramPointer tree = spelt::RandomTree(leafs, random);
-    const DendroGramDrawer drawer(*tree);
-    const float cut = tree->Height() - 0.5F;
-    std::list<int> rows;
-    tree->GetLeafs(rows);
-    std::map<int, double> middles;
-    for (const int row : rows) middles[row] = static_cast<double>(middles.size()) + 0.5;
-    Nodes below;
-    Nodes within;
-    const double from = leafs / 4.0 + 0.1;  // on no middle
-    const double to = leafs * 0.9 + 0.04;
-    const std::function<void(const DendroGramNode&, bool, bool)> collect = [&](const DendroGramNode& node, bool mayCut,
-                                                                               bool mayBeWithin) {
-      std::list<int> own;
-      node.GetLeafs(own);
-      const bool isWithin = from <= middles[own.front()] && middles[own.back()] <= to;
-      if (mayCut && node.Height() < cut) below.push_back(&node);
-      if (mayBeWithin && isWithin) within.push_back(&node);
-      if (node.IsLeaf()) return;
-      collect(*node.GetLeft(), mayCut && node.Height() > cut, mayBeWithin && !isWithin);
-      collect(*node.GetRight(), mayCut && node.Height() > cut, mayBeWithin && !isWithin);
-    };
-    collect(*tree, true, true);
-    EXPECT_EQ(SpellOwned(drawer.SplitByHeight(0, tree->Height(), tree->Height() - cut)), Spell(below)) << Spell(*tree);
-    EXPECT_EQ(
-        SpellOwned(drawer.WidthHitTest(0, static_cast<float>(leafs), static_cast<float>(from), static_cast<float>(to))),
-        Spell(within))
-        << Spell(*tree) << from << ' ' << to;
-  }
-}
-
-/// Counts without spelling, which recurses.
-class Counter : public DendroGramDrawOutput {
- public:
-  void DrawLine(float /*x1*/, float /*y1*/, float /*x2*/, float /*y2*/, const DendroGramNode* /*node*/) override {
-    ++lines;
-  }
-  void DrawLabel(const std::vector<int>* /*items*/, float /*x*/, float /*y*/) override { ++labels; }
-  bool MeasureLabel(const std::vector<int>* /*items*/, float /*x*/, float /*y*/, float& /*left*/, float& /*top*/,
-                    float& /*width*/, float& /*height*/) override {
-    return false;
-  }
-
-  int lines = 0;
-  int labels = 0;
-};
-
 TEST(DendroGramDrawer, DeepTreesTakeNoCallStack) {
   for (const bool hangsLeft : {true, false}) {
     spelt::OnSmallStack([hangsLeft] {
       const DendroGramPointer tree = spelt::Chain(spelt::kDeep, hangsLeft);
       const DendroGramDrawer drawer(*tree);
-      Counter out;
+      Recorder out;
       drawer.Draw(out, 0, 1, 0, 1);
-      EXPECT_EQ(out.lines, 3 * spelt::kDeep - 3);
-      EXPECT_EQ(out.labels, spelt::kDeep);
-      float left = 0;
-      float right = 1;
-      float top = 0;
-      float bottom = 1;
-      drawer.AdjustForLabels(out, left, right, top, bottom);
+      EXPECT_EQ(out.drawn.size(), 4U * spelt::kDeep - 3);  // three lines to a merge, a label to a leaf
+      std::vector<float> place = {0, 1, 0, 1};
+      drawer.AdjustForLabels(out, place[0], place[1], place[2], place[3]);
       const std::unique_ptr<Nodes> hit(drawer.HitTest(0, 1, 0, 1, 0.5F, 0.5F, 1, 1, false));
       EXPECT_THAT(*hit, ElementsAre(tree.get()));
       const std::unique_ptr<Nodes> within(drawer.WidthHitTest(0, 1, -1, 2));

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <random>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -24,6 +24,7 @@
 #include "voran/cluster/distance_memory.h"
 #include "voran/cluster/single_linkage_distance_calculator.h"
 #include "voran/platform/nc_error.h"
+#include "voran/platform/progress.h"
 #include "voran/platform/temporary_files.h"
 #include "voran/platform/user_comm.h"
 
@@ -31,10 +32,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using namespace voran::DendroGram;
-using plain::Merge;
 using plain::Pairs;
 
 const char* const kAborted = "Cluster analysis aborted.";
@@ -61,29 +60,6 @@ class Listener : public UserComm {
   int answer_;
 };
 
-/// Cancels at a poll, and keeps what it is shown.
-class Watcher : public ProgressDisplay {
- public:
-  void Begin(const ProgressView&) override {}
-  void ShowPosition(const ProgressView& view) override {
-    if (texts.empty() || texts.back() != view.text) texts.push_back(view.text);
-    positions.push_back(view.fraction);
-  }
-  void ShowSpin(const ProgressView&) override {}
-  void End(const ProgressView&) override {}
-  bool IsCancelRequested() const noexcept override {
-    sawFile = sawFile || !fs::is_empty(fs::temp_directory_path());
-    return ++polls == cancelAt;
-  }
-  std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
-
-  std::vector<std::string> texts;
-  std::vector<double> positions;
-  int cancelAt = 0;
-  mutable int polls = 0;
-  mutable bool sawFile = false;
-};
-
 // NOLINTBEGIN(concurrency-mt-unsafe): there is one thread
 /// Every test has a temporary directory of its own, in which no file may be left, nor one be open.
 class OnDisk : public ::testing::Test {
@@ -96,6 +72,7 @@ class OnDisk : public ::testing::Test {
     UserComm::SetUserComm(std::make_unique<Listener>(heard_, 1));
   }
   void TearDown() override {
+    progress_.reset();
     ExpectNothingLeft();
     DistanceMemory::SetBudget(DistanceMemory::kUnlimited);
     NCProgress::SetDisplay(nullptr);
@@ -115,15 +92,16 @@ class OnDisk : public ::testing::Test {
     EXPECT_EQ(OpenFiles(), openFiles_);
   }
 
-  std::shared_ptr<Watcher> Watch(int cancelAt = 0) {
-    auto watcher = std::make_shared<Watcher>();
-    watcher->cancelAt = cancelAt;
+  std::shared_ptr<plain::Watcher> Watch(int cancelAt = 0) {
+    auto watcher = std::make_shared<plain::Watcher>(cancelAt);
     NCProgress::SetDisplay(watcher);
+    progress_ = std::make_unique<NCProgress>("", 0.0F, 1.0F, false, false, true, "");
     return watcher;
   }
 
   std::string folder_;
   std::vector<std::string> heard_;
+  std::unique_ptr<NCProgress> progress_;
 
  private:
   std::size_t openFiles_ = 0;
@@ -131,11 +109,6 @@ class OnDisk : public ::testing::Test {
 };
 
 // NOLINTEND(concurrency-mt-unsafe)
-
-NCProgress* NewProgress(std::unique_ptr<NCProgress>& owner) {
-  owner = std::make_unique<NCProgress>("", 0.0F, 1.0F, false, false, true, "");
-  return owner.get();
-}
 
 /// Pairs of these distances, each with positions of its own.
 Pairs WithPositions(const std::vector<float>& distances) {
@@ -159,9 +132,8 @@ std::unique_ptr<MegaDistances> Split(const Pairs& pairs, std::size_t capacity, N
   return store;
 }
 
-std::vector<std::tuple<float, int, int>> Sorted(const Pairs& pairs) {
-  std::vector<std::tuple<float, int, int>> sorted;
-  for (const auto& pair : pairs) sorted.emplace_back(pair.distance, pair.first, pair.second);
+auto Sorted(const Pairs& pairs) {
+  auto sorted = plain::Told(pairs);
   std::sort(sorted.begin(), sorted.end());
   return sorted;
 }
@@ -207,7 +179,7 @@ using Store = OnDisk;
 
 TEST_F(Store, GivesEveryPairOnceTheSmallestFirst) {
   for (const char* const kind : {"half-normal", "far", "tied", "skew"}) {
-    for (const std::size_t capacity : std::vector<std::size_t>{60, 100, 999, 1000, 5000}) {
+    for (const std::size_t capacity : {60U, 100U, 999U, 1000U, 5000U}) {
       SCOPED_TRACE(std::string(kind) + " through " + std::to_string(capacity));
       const Pairs pairs = WithPositions(Distances(kind, 1000));
       const auto store = Split(pairs, capacity);
@@ -268,8 +240,7 @@ TEST_F(Store, HasNoFileForAnEmptyRange) {
 
 TEST_F(Store, EqualDistancesBeyondTheBufferEndByABreak) {
   const auto watcher = Watch(5000);
-  std::unique_ptr<NCProgress> progress;
-  const auto store = Split(WithPositions(std::vector<float>(20, 4.0F)), 19, NewProgress(progress));
+  const auto store = Split(WithPositions(std::vector<float>(20, 4.0F)), 19, progress_.get());
   EXPECT_EQ(ErrorOf([&] { store->Top(); }), kAborted);
   EXPECT_EQ(watcher->polls, 5000);
   EXPECT_EQ(watcher->texts.back(), "Re-partitioning");
@@ -277,19 +248,16 @@ TEST_F(Store, EqualDistancesBeyondTheBufferEndByABreak) {
 
 TEST_F(Store, TellsWhatItDoesAndHowFarItIs) {
   const auto watcher = Watch();
-  std::unique_ptr<NCProgress> progress;
   std::vector<float> distances(20000, 1.0F);
-  for (std::size_t i = 0; i < 10000; ++i) distances[i] = 3.0F;
+  std::fill_n(distances.begin(), 10000, 3.0F);
   distances[0] = 2.9F;
-  const auto store = Split(WithPositions(distances), 20000, NewProgress(progress));
-  const auto texts = std::exchange(watcher->texts, {});
-  EXPECT_THAT(texts, ElementsAre("", "Calculating and saving 20000 distances", "Splitting distances"));
+  const auto store = Split(WithPositions(distances), 20000, progress_.get());
+  EXPECT_THAT(std::exchange(watcher->texts, {}),
+              ElementsAre("", "Calculating and saving 20000 distances", "Splitting distances"));
   // Half of all written, all; the share of reading, and one file after the other (of three, whose limits are at 0.43
   // and 0.97 of the root mean square of 2.24).
-  std::vector<double>& seen = watcher->positions;
-  seen.erase(std::unique(seen.begin(), seen.end()), seen.end());
   const std::vector<double> expected = {0.0, 0.5, 1.0, 0.0, 0.3, 0.3 + 0.7 / 3, 0.3 + 1.4 / 3, 1.0};
-  EXPECT_THAT(seen, testing::Pointwise(testing::DoubleNear(1e-6), expected));
+  EXPECT_THAT(watcher->positions, testing::Pointwise(testing::DoubleNear(1e-6), expected));
   store->Top();
   EXPECT_THAT(watcher->texts, ElementsAre("Loading distances", "Sorting", "Merging clusters"));
 }
@@ -311,26 +279,21 @@ TEST_F(Store, TellsOfAFullDiskWhenItReads) {
 }
 
 /// The merges of single linkage, with this many bytes for the distances.
-std::vector<Merge> Merges(const plain::Rows& rows, std::uint64_t budget, NCProgress* progress = nullptr) {
+std::vector<plain::Merge> Merges(const plain::Rows& rows, std::uint64_t budget) {
   DistanceMemory::SetBudget(budget);
   SingleLinkageDistanceCalculator calculator;
-  calculator.Init(plain::ToMatrix(rows), progress);
-  std::vector<Merge> merges(rows.size() - 1);
-  for (Merge& merge : merges) merge.height = calculator.FindNearestAndMerge(merge.first, merge.second);
-  return merges;
+  return plain::MergesOf(calculator, rows);
 }
 
 using Fallback = OnDisk;
 
 TEST_F(Fallback, GivesTheTreeOfMemory) {
-  struct Case {
-    std::size_t rows;
-    std::size_t columns;
+  const struct {
+    std::size_t rows, columns;
     double gapShare;
     std::uint64_t budget;
-  };
-  for (const Case& c : {Case{2, 3, 0.0, 0}, Case{61, 4, 0.0, 600}, Case{61, 4, 0.1, 21959}, Case{200, 1, 0.0, 9600},
-                        Case{200, 20, 0.2, 40000}}) {
+  } cases[] = {{2, 3, 0.0, 0}, {61, 4, 0.0, 600}, {61, 4, 0.1, 21959}, {200, 1, 0.0, 9600}, {200, 20, 0.2, 40000}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.rows) + " rows in " + std::to_string(c.budget));
     const plain::Rows rows = plain::MadeRows(c.rows, c.columns, 0, c.gapShare, 5);
     EXPECT_EQ(Merges(rows, c.budget), plain::SingleLinkage(rows));
@@ -340,36 +303,33 @@ TEST_F(Fallback, GivesTheTreeOfMemory) {
   }
 }
 
-TEST_F(Fallback, TellsTheUser) {
-  Merges(plain::MadeRows(5, 2, 0, 0.0, 1), 100);
-  EXPECT_THAT(heard_, ElementsAre("Cluster Analysis/854226/When doing cluster analysis, a total of N*(N-1)/2 initial "
-                                  "distances are calculated. In this case, enough RAM to hold these distances could "
-                                  "not be allocated (N=5). The disk ('" +
-                                  folder_ +
-                                  "') will be used to temporarily store the calculated distances. The calculations may "
-                                  "be time-consuming but you can increase the speed by using a fast disk for the "
-                                  "temporary storage."));
-}
-
 TEST_F(Fallback, AsksWhetherTheDiskSuffices) {
-  const auto asked = [](int rows, std::uint64_t freeBytes) {
-    const auto question = DendroGram::detail::DiskSpaceQuestion(rows, "/tmp", freeBytes);
-    return question ? question->GetText() : std::string();
-  };
-  EXPECT_EQ(asked(1001, 24 * 500500), "");
-  EXPECT_EQ(asked(1001, 24 * 500500 - 1),
-            "When doing cluster analysis, a total of N*(N-1)/2 initial distances are calculated. In this case, enough "
-            "RAM to hold these distances could not be allocated (N=1001). VORAN can use your disk to store these "
-            "numbers but it needs 11.456 Megabytes of free space on the disk where VORAN stores temporary files "
-            "('/tmp'). The free space on the disk is currently 11.456 Megabytes. Please make sure that there is enough "
-            "free space on the disk.\nDo you want to continue?");
-  // The unit goes no further than the smaller of the two.
-  EXPECT_THAT(asked(1001, 0), HasSubstr("needs 12012000.000 bytes of"));
-  EXPECT_THAT(asked(1001, 1024), HasSubstr("needs 12012000.000 bytes of"));
-  EXPECT_THAT(asked(1001, 1536), HasSubstr("needs 11730.469 Kilobytes of"));
-  EXPECT_THAT(asked(1001, 1536), HasSubstr("currently 1.500 Kilobytes."));
-  EXPECT_THAT(asked(46341, 1ULL << 33), HasSubstr("needs 24.000 Gigabytes of"));
-  EXPECT_THAT(asked(46342, 1ULL << 52), HasSubstr("needs 402653184.000 Terabytes of"));  // 24 times 2^64, about
+  using DendroGram::detail::DiskSpaceQuestion;
+  EXPECT_FALSE(DiskSpaceQuestion(1001, "/tmp", 24 * 500500));
+  const struct {
+    int rows;
+    std::uint64_t freeBytes;
+    const char* needed;
+    const char* available;
+  } cases[] = {{1001, 24 * 500500 - 1, "11.456 Megabytes", "11.456 Megabytes"},
+               // The unit goes no further than the smaller of the two.
+               {1001, 0, "12012000.000 bytes", "0.000 bytes"},
+               {1001, 1024, "12012000.000 bytes", "1024.000 bytes"},
+               {1001, 1536, "11730.469 Kilobytes", "1.500 Kilobytes"},
+               {46341, 1ULL << 33, "24.000 Gigabytes", "8.000 Gigabytes"},
+               {46342, 1ULL << 52, "402653184.000 Terabytes", "4096.000 Terabytes"}};  // 24 times 2^64, about
+  for (const auto& c : cases) {
+    EXPECT_EQ(DiskSpaceQuestion(c.rows, "/tmp", c.freeBytes)->GetText(),
+              "When doing cluster analysis, a total of N*(N-1)/2 initial distances are calculated. In this case, "
+              "enough RAM to hold these distances could not be allocated (N=" +
+                  std::to_string(c.rows) + "). VORAN can use your disk to store these numbers but it needs " +
+                  c.needed +
+                  " of free space on the disk where VORAN stores temporary files ('/tmp'). The free space on the disk "
+                  "is currently " +
+                  c.available +
+                  ". Please make sure that there is enough free space on the disk.\nDo you want to "
+                  "continue?");
+  }
 }
 
 TEST_F(Fallback, GoesNoFurtherThanTheUserWants) {
@@ -380,20 +340,25 @@ TEST_F(Fallback, GoesNoFurtherThanTheUserWants) {
   EXPECT_THAT(heard_[0], StartsWith("Cluster Analysis?3?When doing cluster analysis"));
 }
 
-TEST_F(Fallback, AsksNothingIfTheDiskDoesNotSayWhatIsFree) {
+TEST_F(Fallback, TellsTheUserAndAsksNothingIfTheDiskDoesNotSayWhatIsFree) {
   SetTemporaryDirectory(folder_ + "/missing");
   const std::string error = ErrorOf([&] { Merges(plain::MadeRows(5, 2, 0, 0.0, 1), 100); });
   EXPECT_THAT(error, StartsWith("The temporary file " + folder_ + "/missing/vor-"));
   ASSERT_EQ(heard_.size(), 1u);
-  EXPECT_THAT(heard_[0], HasSubstr("The disk ('" + folder_ + "/missing') will be used"));
+  EXPECT_EQ(heard_[0],
+            "Cluster Analysis/854226/When doing cluster analysis, a total of N*(N-1)/2 initial distances are "
+            "calculated. In this case, enough RAM to hold these distances could not be allocated (N=5). The disk ('" +
+                folder_ +
+                "/missing') will be used to temporarily store the calculated distances. The calculations may be "
+                "time-consuming but you can increase the speed by using a fast disk for the temporary storage.");
   SetTemporaryDirectory(folder_);
 }
 
 TEST_F(Fallback, HalvesTheBufferUntilItFitsTheBudget) {
   constexpr std::uint64_t kWrapped = std::numeric_limits<std::uint64_t>::max() - 98302;  // of 65535 rows
-  const std::vector<std::array<std::uint64_t, 3>> cases = {
-      {45, 45 * 12, 45}, {45, 45 * 12 - 1, 22},     {45, 22 * 12 - 1, 11}, {45, 11, 1}, {45, 0, 1},
-      {1, 0, 1},         {kWrapped, 1 << 20, 65535}};
+  const std::vector<std::array<std::uint64_t, 3>> cases = {{45, 45 * 12, 45}, {45, 45 * 12 - 1, 22},
+                                                           {45, 11, 1},       {45, 22 * 12 - 1, 11},
+                                                           {1, 0, 1},         {kWrapped, 1 << 20, 65535}};
   for (const auto& [pairs, budget, size] : cases) {
     DistanceMemory::SetBudget(budget);
     EXPECT_EQ(DendroGram::detail::AllocateBuffer(pairs).size(), size) << pairs << " in " << budget;

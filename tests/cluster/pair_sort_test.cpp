@@ -1,5 +1,6 @@
 #include "voran/cluster/pair_sort.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -12,7 +13,7 @@
 
 #include "tests/cluster/plain_cluster.h"
 #include "voran/platform/nc_error.h"
-#include "voran/platform/progress_display.h"
+#include "voran/platform/progress.h"
 
 namespace {
 
@@ -62,30 +63,25 @@ std::vector<float> Adversarial(std::size_t n) {
   return Made(n, [&](std::size_t i) { return static_cast<float>(2 * n - state.rank[i]); });
 }
 
-std::vector<std::pair<std::string, std::vector<float>>> Cases() {
+std::vector<float> Random(std::size_t n, unsigned levels = 1U << 24) {
   std::mt19937 generator(7);
-  const auto random = [&](unsigned levels) {
-    return [&generator, levels](std::size_t) { return static_cast<float>(generator() % levels); };
-  };
+  return Made(n, [&](std::size_t) { return static_cast<float>(generator() % levels); });
+}
+
+std::vector<std::pair<std::string, std::vector<float>>> Cases() {
   std::vector<std::pair<std::string, std::vector<float>>> cases;
-  for (const std::size_t n : std::vector<std::size_t>{0, 1, 2, 31, 32, 33, 34, 40, 41, 42, 43, 100, 3000}) {
-    const std::string size = ", " + std::to_string(n);
-    cases.emplace_back("random" + size, Made(n, random(1U << 24)));
-    cases.emplace_back("a few ties" + size, Made(n, random(200)));
-    cases.emplace_back("three values" + size, Made(n, random(3)));
-    cases.emplace_back("all equal" + size, Made(n, [](std::size_t) { return 1.0f; }));
-    cases.emplace_back("ascending" + size, Made(n, [](std::size_t i) { return WholePart(i, 2); }));
-    cases.emplace_back("descending" + size, Made(n, [n](std::size_t i) { return WholePart(n - i, 3); }));
+  for (const std::size_t n : {0U, 1U, 2U, 31U, 32U, 33U, 34U, 40U, 41U, 42U, 43U, 100U, 3000U}) {
+    for (const unsigned levels : {1U << 24, 200U, 3U, 1U}) {
+      cases.emplace_back("random of " + std::to_string(levels), Random(n, levels));
+    }
+    cases.emplace_back("ascending", Made(n, [](std::size_t i) { return WholePart(i, 2); }));
+    cases.emplace_back("descending", Made(n, [n](std::size_t i) { return WholePart(n - i, 3); }));
   }
   cases.emplace_back("adversarial", Adversarial(3000));
   std::vector<float> tied = Adversarial(3000);
   for (float& d : tied) d = WholePart(static_cast<std::size_t>(d), 2);
   cases.emplace_back("adversarial with ties", tied);
   return cases;
-}
-
-bool Same(const DistanceAndIndex& a, const DistanceAndIndex& b) {
-  return a.distance == b.distance && a.first == b.first;
 }
 
 TEST(PairSort, WhatWasReachedStandsAsTheWholeSortLeavesIt) {
@@ -97,7 +93,8 @@ TEST(PairSort, WhatWasReachedStandsAsTheWholeSortLeavesIt) {
     PairSort sort(list.size());
     while (!list.empty()) {
       sort.ReachLast(list);
-      ASSERT_TRUE(Same(list.back(), expected[list.size() - 1])) << name << " at " << list.size() - 1;
+      const DistanceAndIndex& x = expected[list.size() - 1];
+      ASSERT_TRUE(list.back().distance == x.distance && list.back().first == x.first) << name << list.size();
       list.pop_back();
     }
   }
@@ -111,34 +108,17 @@ TEST(PairSort, AdversaryReachesTheHeapSort) {
 }
 
 TEST(PairSort, SortsOnlyWhatIsAskedFor) {
-  std::mt19937 generator(7);
-  const Pairs pairs = Numbered(Made(100000, [&](std::size_t) { return static_cast<float>(generator() % (1U << 24)); }));
+  const Pairs pairs = Numbered(Random(100000));
   PairList list(pairs.begin(), pairs.end());
   PairSort sort(list.size());
   sort.ReachLast(list);
   EXPECT_FALSE(std::is_sorted(list.begin(), list.begin() + 50000, plain::IsBefore));
 }
 
-/// Cancels at its k-th poll.
-class CancelAt : public ProgressDisplay {
- public:
-  explicit CancelAt(int poll) : poll_(poll) {}
-  void Begin(const ProgressView&) override {}
-  void ShowPosition(const ProgressView&) override {}
-  void ShowSpin(const ProgressView&) override {}
-  void End(const ProgressView&) override {}
-  bool IsCancelRequested() const noexcept override { return ++polls_ >= poll_; }
-
- private:
-  int poll_;
-  mutable int polls_ = 0;
-};
-
 TEST(PairSort, OneLongStepSeesABreak) {
-  std::mt19937 generator(8);
-  const Pairs pairs = Numbered(Made(200000, [&](std::size_t) { return static_cast<float>(generator() % (1U << 24)); }));
+  const Pairs pairs = Numbered(Random(200000));
   PairList list(pairs.begin(), pairs.end());
-  NCProgress::SetDisplay(std::make_shared<CancelAt>(3));  // the first is before the step
+  NCProgress::SetDisplay(std::make_shared<plain::Watcher>(3));  // the first is before the step
   {
     NCProgress progress("", 0.0f, 1.0f, false, false, true, "");
     EXPECT_THROW(voran::DendroGram::detail::SortOneStep(list, {0, list.size(), list.size()}, &progress), NCError);

