@@ -40,7 +40,9 @@ TEST_F(Program, BadInputGetsOneSentenceTheRightCodeAndNoFile) {
       {"pca good.csv --out /proc", 2, "--out: nothing can be written to /proc"},
       {"pca good.csv --out good.csv", 2, "is a file"},
       {"pca", 2, "TABLE is required"},
-      {"frobnicate", 2, "there is no command frobnicate"},
+      {"frobnicate", 2, "there is no command frobnicate; see"},
+      {"pac", 2, "there is no command pac (did you mean pca?); see"},
+      {"pca good.csv --componets 2", 2, "not expected: --componets 2 (did you mean --components?); see"},
   };
   for (Refusal& refusal : refusals) {
     if (refusal.code == 3) refusal.line += " --out made/here";

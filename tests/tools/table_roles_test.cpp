@@ -33,6 +33,7 @@ TEST(TableRoles, ItemsSelectColumns) {
                                                               {"#4", {3}},
                                                               {"#3..#5", {2, 3, 4}},
                                                               {"nm904..nm900", {2, 3, 4}},
+                                                              {"nm900..#5", {2, 3, 4}},
                                                               {"901..910", {3, 4}},
                                                               {"2..3", {1, 2}},
                                                               {"4..903", {2, 3, 6}},
@@ -45,6 +46,27 @@ TEST(TableRoles, ItemsThatFitNothingAreWrongUse) {
     EXPECT_THROW(SelectColumns(kNames, argument, "--x"), Failure) << argument;
   }
   EXPECT_THROW(SelectColumns({"a", "a"}, "a", "--x"), Failure);
+}
+
+TEST(TableRoles, ATypingErrorIsToldWhatItProbablyMeans) {
+  const std::vector<std::string> names = {"id", "Alcohol", "Hue", "Ash", "x1", "x2", "Color intensity"};
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"alcohol", " \"alcohol\" (did you mean \"Alcohol\"?);"},
+      {"Alcohlo", " \"Alcohlo\" (did you mean \"Alcohol\"?);"},
+      {"colour_intensity", " \"colour_intensity\" (did you mean \"Color intensity\"?);"},
+      {"Hue..ahs", " \"ahs\" (did you mean \"Ash\"?);"},
+      {"Alcohol..hue", " \"hue\" (did you mean \"Hue\"?);"},
+      {"x3", " \"x3\";"},  // x1 and x2 are as near
+      {"Proline", " \"Proline\";"},
+      {"..Hue", " \"..Hue\";"}};
+  for (const auto& [item, told] : cases) {
+    try {
+      SelectColumns(names, item, "--x");
+      ADD_FAILURE() << item;
+    } catch (const Failure& failure) {
+      EXPECT_THAT(failure.what(), ::testing::HasSubstr("--x: the table has no column" + told));
+    }
+  }
 }
 
 TEST(TableRoles, NumbersAreFoundInNames) {

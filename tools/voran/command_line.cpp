@@ -8,6 +8,7 @@
 #include <fmt/ranges.h>
 
 #include "tools/voran/failure.h"
+#include "tools/voran/nearest_name.h"
 #include "tools/voran/number_text.h"
 
 namespace tool {
@@ -37,9 +38,11 @@ std::string Explained(const CLI::ParseError& error) {
 }
 
 // CLI11 lists them backwards.
-std::string Unexpected(const std::vector<std::string>& arguments) {
-  return fmt::format("{} not expected: {}", arguments.size() == 1 ? "this argument was" : "these arguments were",
-                     fmt::join(arguments, " "));
+std::string Unexpected(const std::vector<std::string>& arguments, const CLI::App& command) {
+  std::vector<std::string> options;
+  for (const CLI::Option* option : command.get_options()) options.push_back(option->get_name());
+  return fmt::format("{} not expected: {}{}", arguments.size() == 1 ? "this argument was" : "these arguments were",
+                     fmt::join(arguments, " "), DidYouMean(arguments.front(), options, false));
 }
 
 }  // namespace
@@ -158,7 +161,10 @@ std::function<void()> CommandLine::Parse(const std::vector<std::string>& argumen
   const std::string& name = app_->get_name();
   const auto isNamed = [&](const CLI::App* command) { return command->check_name(arguments.front()); };
   if (!arguments.empty() && arguments.front().substr(0, 1) != "-" && app_->get_subcommands(isNamed).empty()) {
-    throw WrongUse(fmt::format("there is no command {}; see {} --help", arguments.front(), name));
+    std::vector<std::string> commands;
+    for (const CLI::App* command : app_->get_subcommands({})) commands.push_back(command->get_name());
+    throw WrongUse(fmt::format("there is no command {}{}; see {} --help", arguments.front(),
+                               DidYouMean(arguments.front(), commands, false), name));
   }
   try {
     app_->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
@@ -167,8 +173,10 @@ std::function<void()> CommandLine::Parse(const std::vector<std::string>& argumen
   } catch (const CLI::ParseError& error) {
     const auto commands = app_->get_subcommands();
     const bool isUnknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    throw WrongUse(fmt::format("{}; see {} {}--help", isUnknown ? Unexpected(app_->remaining(true)) : Explained(error),
-                               name, commands.empty() ? "" : commands.front()->get_name() + " "));
+    const CLI::App& command = commands.empty() ? *app_ : *commands.front();
+    throw WrongUse(fmt::format("{}; see {} {}--help",
+                               isUnknown ? Unexpected(app_->remaining(true), command) : Explained(error), name,
+                               commands.empty() ? "" : command.get_name() + " "));
   }
   return chosen_;
 }

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "tools/voran/failure.h"
+#include "tools/voran/nearest_name.h"
 #include "tools/voran/number_text.h"
 
 namespace tool {
@@ -65,10 +66,12 @@ class Selector {
     std::optional<std::size_t> to = ColumnNamed(last);
     if (!from || !to) {
       if (AddNumbersInNames(first, last)) return;
-      from = Position(first);
-      to = Position(last);
+      if (first.empty() || last.empty()) FailUnknown(item);
+      if (!from) from = Position(first);
+      if (!to) to = Position(last);
+      if (!from) FailUnknown(first);
+      if (!to) FailUnknown(last);
     }
-    if (!from || !to) FailUnknown(item);
     if (*from > *to) std::swap(from, to);
     for (std::size_t c = *from; c <= *to; ++c) columns_.insert(c);
   }
@@ -113,7 +116,8 @@ class Selector {
     constexpr std::size_t kNamesShown = 8;
     const std::span shown = std::span(names_).first(std::min(names_.size(), kNamesShown));
     const std::string known = fmt::format("{}{}", fmt::join(shown, ", "), names_.size() > shown.size() ? ", ..." : "");
-    throw WrongUse(fmt::format("{}: the table has no column {}; its columns are {}", option_, Quoted(item), known));
+    throw WrongUse(fmt::format("{}: the table has no column {}{}; its columns are {}", option_, Quoted(item),
+                               DidYouMean(item, names_, true), known));
   }
 
   const std::vector<std::string>& names_;
