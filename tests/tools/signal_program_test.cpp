@@ -291,6 +291,7 @@ TEST_F(SignalCommands, WhatDoesNotFitIsRefused) {
       {"smooth t.csv --window 5 --derivative 1 --step 0", 2, "--step: 0 is no distance"},
       {"smooth t.csv --window 5 --x none", 3, "t.csv: no column holds a value"},
       {"spectrum t.csv --segment 6", 2, "a power of two; 6 is none"},
+      {"spectrum t.csv --step 0", 2, "--step: 0 is no distance between elements; give a number above 0"},
       {"spectrum t.csv --segment 8", 2, "8 elements are more than the series of t.csv have, 6"},
       {"spectrum short.csv", 3, "a spectrum needs series of two elements or more"},
       {"spectrum t.csv --x none --along rows", 3, "t.csv: no row holds a value"},
