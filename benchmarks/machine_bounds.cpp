@@ -75,9 +75,12 @@ double FloatProductsInCache(const float* storage, int repeats) {
   return static_cast<double>(hn::GetLane(hn::SumOfLanes(d, total)));
 }
 
-/// Four rows of 1024 floats against one vector, `repeats` times: as row products, then as shares of column sums.
-double ProductsInCache(float* storage, double* sums, int repeats) {
+/// Four rows of 1024 floats against one vector, `repeats` times: as row products, then as shares of column sums. With
+/// `weighted`, another double is added for each product.
+template <bool Weighted>
+HWY_INLINE double FormProductsInCache(float* storage, double* sums, int repeats) {
   constexpr std::size_t kLength = 1024;
+  constexpr std::size_t kVectors = 4;
   const hn::CappedTag<double, 8> wide;
   const hn::Rebind<float, decltype(wide)> narrow;
   const std::size_t lanes = hn::Lanes(wide);
@@ -86,38 +89,53 @@ double ProductsInCache(float* storage, double* sums, int repeats) {
   double total = 0.0;
   for (int repeat = 0; repeat < repeats; ++repeat) {
     for (int pair = 0; pair < 4; pair += 2) {
-      auto a0 = hn::Zero(wide);
-      auto a1 = hn::Zero(wide);
-      auto a2 = hn::Zero(wide);
-      auto a3 = hn::Zero(wide);
-      auto b0 = hn::Zero(wide);
-      auto b1 = hn::Zero(wide);
-      auto b2 = hn::Zero(wide);
-      auto b3 = hn::Zero(wide);
-      for (std::size_t j = 0; j < kLength; j += 4 * lanes) {
-        const auto add = [&](auto& a, auto& b, std::size_t at) HWY_ATTR {
-          const auto vp = hn::LoadU(narrow, p + at);
-          a = hn::Add(a, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, rows[pair] + at), vp)));
-          b = hn::Add(b, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, rows[pair + 1] + at), vp)));
-        };
-        add(a0, b0, j);
-        add(a1, b1, j + lanes);
-        add(a2, b2, j + 2 * lanes);
-        add(a3, b3, j + 3 * lanes);
+      hn::Vec<decltype(wide)> products[2][kVectors];
+      hn::Vec<decltype(wide)> weights[2][kVectors];
+      for (std::size_t v = 0; v < kVectors; ++v) {
+        for (std::size_t r = 0; r < 2; ++r) {
+          products[r][v] = hn::Zero(wide);
+          weights[r][v] = hn::Set(wide, static_cast<double>(r));  // else both rows would have the same
+        }
       }
-      const auto sum = hn::Add(hn::Add(hn::Add(a0, a1), hn::Add(a2, a3)), hn::Add(hn::Add(b0, b1), hn::Add(b2, b3)));
+      for (std::size_t j = 0; j < kLength; j += kVectors * lanes) {
+        for (std::size_t v = 0; v < kVectors; ++v) {
+          const auto vp = hn::LoadU(narrow, p + j + v * lanes);
+          const auto square = hn::PromoteTo(wide, hn::Mul(vp, vp));
+          for (std::size_t r = 0; r < 2; ++r) {
+            const auto x = hn::LoadU(narrow, rows[static_cast<std::size_t>(pair) + r] + j + v * lanes);
+            products[r][v] = hn::Add(products[r][v], hn::PromoteTo(wide, hn::Mul(x, vp)));
+            if (Weighted) weights[r][v] = hn::Add(weights[r][v], square);
+          }
+        }
+      }
+      auto sum = hn::Zero(wide);
+      for (std::size_t v = 0; v < kVectors; ++v) {
+        for (std::size_t r = 0; r < 2; ++r) sum = hn::Add(sum, hn::Add(products[r][v], weights[r][v]));
+      }
       total += hn::GetLane(hn::SumOfLanes(wide, sum));
     }
-    const auto f0 = hn::Set(narrow, static_cast<float>(repeat));
+    const auto factor = hn::Set(narrow, static_cast<float>(repeat));
+    const auto weight = hn::PromoteTo(wide, factor);
     for (std::size_t j = 0; j < kLength; j += lanes) {
       auto sum = hn::LoadU(wide, sums + j);
+      auto weightSum = hn::LoadU(wide, sums + kLength + j);
       for (const float* const row : rows) {
-        sum = hn::Add(sum, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, row + j), f0)));
+        sum = hn::Add(sum, hn::PromoteTo(wide, hn::Mul(hn::LoadU(narrow, row + j), factor)));
+        if (Weighted) weightSum = hn::Add(weightSum, weight);
       }
       hn::StoreU(sum, wide, sums + j);
+      if (Weighted) hn::StoreU(weightSum, wide, sums + kLength + j);
     }
   }
-  return total + sums[0];
+  return total + sums[0] + sums[kLength];
+}
+
+double ProductsInCache(float* storage, double* sums, int repeats) {
+  return FormProductsInCache<false>(storage, sums, repeats);
+}
+
+double WeightedProductsInCache(float* storage, double* sums, int repeats) {
+  return FormProductsInCache<true>(storage, sums, repeats);
 }
 
 /// Four elements against 32 lanes of so many columns, at most 64, `repeats` times.
@@ -171,6 +189,7 @@ HWY_EXPORT(SumOfRow);
 HWY_EXPORT(UpdateRow);
 HWY_EXPORT(FloatProductsInCache);
 HWY_EXPORT(ProductsInCache);
+HWY_EXPORT(WeightedProductsInCache);
 HWY_EXPORT(DistancesInCache);
 
 double ReadOnce(const NCDataMatrix<float>& x, int threads) {
@@ -217,14 +236,15 @@ double FormFloatProducts(long products, int threads) {
   });
 }
 
-double FormProducts(long cells, int threads) {
+double FormProducts(long cells, bool weighted, int threads) {
   constexpr long kCellsPerRepeat = 2 * 4 * 1024;
   const int repeats = static_cast<int>(cells / kCellsPerRepeat / threads);
   return SumOverThreads(threads, [=] {
     alignas(64) static thread_local float storage[5 * 1024];
-    alignas(64) static thread_local double sums[1024];
+    alignas(64) static thread_local double sums[2 * 1024];
     for (std::size_t i = 0; i < 5 * 1024; ++i) storage[i] = 1.0f / static_cast<float>(i + 1);
-    return HWY_DYNAMIC_DISPATCH(ProductsInCache)(storage, sums, repeats);
+    return weighted ? HWY_DYNAMIC_DISPATCH(WeightedProductsInCache)(storage, sums, repeats)
+                    : HWY_DYNAMIC_DISPATCH(ProductsInCache)(storage, sums, repeats);
   });
 }
 

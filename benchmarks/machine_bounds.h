@@ -17,8 +17,9 @@ double FormFloatProducts(long products, int threads);
 
 /// Multiplies `cells` pairs of floats, widens the products and adds them to doubles, with operands and sums in the
 /// nearest cache: the least work that the two products of a NIPALS round can be. Half of them as the products of a row,
-/// half as shares of column sums.
-double FormProducts(long cells, int threads);
+/// half as shares of column sums. With `weighted`, another double is added for each product, as for the sums of squares
+/// beside products over pairs that are present.
+double FormProducts(long cells, bool weighted, int threads);
 
 /// For `pairs` pairs adds the squares of differences of floats in so many columns, at most 64, and takes the root, all
 /// in registers and the nearest cache: the least work that distances can be.

@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     const long products = 2L * rows * columns;
     const auto ms = MediansInTurn(
         kRepeats, {[&] { sink += bounds::ReadOnce(complete.X(), threads); },
-                   [&] { sink += bounds::FormProducts(products, threads); }, [&] { sink += complete.Run(); },
+                   [&] { sink += bounds::FormProducts(products, false, threads); }, [&] { sink += complete.Run(); },
                    [&] { sink += oneGap.Run(); }, [&] { sink += manyGaps.Run(); }});
     std::printf("%7d %9.3f %9.3f %9.3f %7.2f %9.3f %9.2f %9.3f %9.2f\n", threads, 1e3 * ms[0], 1e3 * ms[1], 1e3 * ms[2],
                 ms[2] / std::max(ms[0], ms[1]), 1e3 * ms[3], ms[3] / ms[2], 1e3 * ms[4], ms[4] / ms[2]);

@@ -53,7 +53,7 @@ int main(int argc, char** argv) {
   other.CopyContent(complete);
   otherGapped.CopyContent(gapped);
   NCDataMatrix<float> result(n, n, 0.0f);
-  std::vector<Case> cases = {{"bound", [n] { sink += bounds::FormProducts(static_cast<long>(n) * n * n, 1); }}};
+  std::vector<Case> cases = {{"bound", [n] { sink += bounds::FormProducts(static_cast<long>(n) * n * n, false, 1); }}};
   AddCases("", complete, other, result, cases);
   AddCases(", 5 % gaps", gapped, otherGapped, result, cases);
 

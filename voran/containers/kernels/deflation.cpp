@@ -33,7 +33,7 @@ struct DeflationTerms {
   NarrowVec<T> factors[Rows];
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* terms) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto vp = load(p);
     [[maybe_unused]] auto other = hn::Zero(Narrow<T>());
     if constexpr (!SumsSquares) other = load(next);
@@ -42,7 +42,7 @@ struct DeflationTerms {
       hn::StoreU(x, Narrow<T>(), out[r] + load.offset);
       if constexpr (SumsSquares) other = x;
       // An infinite factor makes NaNs of the zeros behind the end.
-      terms[r] = load.OnlyLoaded(Widen(hn::Mul(x, other)));
+      sums[r] = hn::Add(sums[r], load.OnlyLoaded(Widen(hn::Mul(x, other))));
     }
   }
 };

@@ -53,17 +53,41 @@ HWY_INLINE auto IsMissing(NarrowVec<T> v) {
   return hn::Eq(v, hn::Set(Narrow<T>(), kMissing<T>));
 }
 
-/// Widen(v), and 0 where `isMissing`. `wide` is Widen(v): with AVX-512, whose masks fit vectors of any element,
-/// widening once serves many masks.
-template <typename T>
-HWY_INLINE WideVec WidenUnless(hn::Mask<Narrow<T>> isMissing, [[maybe_unused]] NarrowVec<T> v,
-                               [[maybe_unused]] WideVec wide) {
+/// Which elements of a vector are present, for sums over those. `wide` is always Widen(term), and a sum that began as 0
+/// has the same bits whether 0 is added for a gap or nothing: it never is -0.
 #if HWY_TARGET == HWY_AVX3
-  return hn::IfThenZeroElse(hn::Mask<Wide>{isMissing.raw}, wide);
+/// Masks fit vectors of any element, and leave out lanes of an addition.
+template <typename T>
+class Presence {
+ public:
+  HWY_INLINE explicit Presence(NarrowVec<float> v)
+      : mask_(_mm256_cmp_ps_mask(v.raw, _mm256_set1_ps(kMissing<float>), _CMP_NEQ_UQ)) {}
+  HWY_INLINE explicit Presence(WideVec v)
+      : mask_(_mm512_cmp_pd_mask(v.raw, _mm512_set1_pd(kMissing<double>), _CMP_NEQ_UQ)) {}
+
+  HWY_INLINE void And(Presence other) { mask_ &= other.mask_; }
+  HWY_INLINE WideVec Add(WideVec sum, NarrowVec<T> /*term*/, WideVec wide) const {
+    return WideVec{_mm512_mask_add_pd(sum.raw, mask_, sum.raw, wide.raw)};
+  }
+
+ private:
+  __mmask8 mask_;
+};
 #else
-  return Widen(hn::IfThenZeroElse(isMissing, v));
+template <typename T>
+class Presence {
+ public:
+  HWY_INLINE explicit Presence(NarrowVec<T> v) : isMissing_(IsMissing<T>(v)) {}
+
+  HWY_INLINE void And(Presence other) { isMissing_ = hn::Or(isMissing_, other.isMissing_); }
+  HWY_INLINE WideVec Add(WideVec sum, NarrowVec<T> term, WideVec /*wide*/) const {
+    return hn::Add(sum, Widen(hn::IfThenZeroElse(isMissing_, term)));
+  }
+
+ private:
+  hn::Mask<Narrow<T>> isMissing_;
+};
 #endif
-}
 
 /// v - about, in double; 0 where the element v is missing.
 template <bool HasGaps, typename T>
@@ -146,34 +170,32 @@ HWY_INLINE void Fetch(const T* const* rows, int count, std::size_t offset) {
   }
 }
 
-/// Sums `Sums` quantities over n elements. `terms(load, out)` writes the vectors to add, one for each sum; elements
-/// behind the end are loaded as zeros and must add zero. `numAhead` rows are fetched meanwhile.
+/// Sums `Sums` quantities over n elements. `terms(load, sums)` adds a vector to each of the sums; elements behind the
+/// end are loaded as zeros and must add zero. `numAhead` rows are fetched meanwhile.
 template <typename T, typename A, int Sums, class Terms>
 HWY_INLINE void Reduce(const Terms& terms, int n, A* sums, const T* const* ahead = nullptr, int numAhead = 0) {
-  NarrowVec<A> accumulators[Sums][kVectors];
-  for (int s = 0; s < Sums; ++s) {
-    for (int k = 0; k < kVectors; ++k) accumulators[s][k] = hn::Zero(Narrow<A>());
+  NarrowVec<A> accumulators[kVectors][Sums];
+  for (int k = 0; k < kVectors; ++k) {
+    for (int s = 0; s < Sums; ++s) accumulators[k][s] = hn::Zero(Narrow<A>());
   }
   const auto size = static_cast<std::size_t>(n);
   std::size_t i = 0;
   for (; i + kAccumulators <= size; i += kAccumulators) {
     Fetch(ahead, numAhead, i);
-    for (std::size_t k = 0; k < kVectors; ++k) {
-      NarrowVec<A> out[Sums];
-      terms(FullLoad<T>{i + k * kLanes}, out);
-      for (int s = 0; s < Sums; ++s) accumulators[s][k] = hn::Add(accumulators[s][k], out[s]);
-    }
+    for (std::size_t k = 0; k < kVectors; ++k) terms(FullLoad<T>{i + k * kLanes}, accumulators[k]);
   }
   for (std::size_t k = 0; k < kVectors && i < size; ++k, i += kLanes) {
-    NarrowVec<A> out[Sums];
     if (i + kLanes <= size) {
-      terms(FullLoad<T>{i}, out);
+      terms(FullLoad<T>{i}, accumulators[k]);
     } else {
-      terms(TailLoad<T>{i, size - i}, out);
+      terms(TailLoad<T>{i, size - i}, accumulators[k]);
     }
-    for (int s = 0; s < Sums; ++s) accumulators[s][k] = hn::Add(accumulators[s][k], out[s]);
   }
-  for (int s = 0; s < Sums; ++s) sums[s] = SumTree<A>(accumulators[s]);
+  for (int s = 0; s < Sums; ++s) {
+    NarrowVec<A> ofOneSum[kVectors];
+    for (int k = 0; k < kVectors; ++k) ofOneSum[k] = accumulators[k][s];
+    sums[s] = SumTree<A>(ofOneSum);
+  }
 }
 
 }  // namespace HWY_NAMESPACE

@@ -47,9 +47,9 @@ struct RowProductTerms {
   const T* p;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto vp = load(p);
-    for (int r = 0; r < Rows; ++r) out[r] = Widen(hn::Mul(load(rows[r]), vp));
+    for (int r = 0; r < Rows; ++r) sums[r] = hn::Add(sums[r], Widen(hn::Mul(load(rows[r]), vp)));
   }
 };
 
@@ -77,16 +77,17 @@ struct GappedRowTerms {
   const T* p;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto vp = load(p);
     const auto square = hn::Mul(vp, vp);
     const auto wideSquare = Widen(square);
     for (int r = 0; r < Rows; ++r) {
       const auto x = load(rows[r]);
-      auto isGap = IsMissing<T>(x);
-      if constexpr (PHasGaps) isGap = hn::Or(isGap, IsMissing<T>(vp));
-      out[r] = Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, vp)));
-      out[Rows + r] = WidenUnless<T>(isGap, square, wideSquare);
+      Presence<T> presence(x);
+      if constexpr (PHasGaps) presence.And(Presence<T>(vp));
+      const auto product = hn::Mul(x, vp);
+      sums[r] = presence.Add(sums[r], product, Widen(product));
+      sums[Rows + r] = presence.Add(sums[Rows + r], square, wideSquare);
     }
   }
 };
@@ -193,9 +194,10 @@ HWY_INLINE void AddGappedRowsTogether(const T* const* rows, const T* t, const T*
     auto weightSum = hn::LoadU(Wide(), weightSums + j);
     for (int r = 0; r < Rows; ++r) {
       const auto x = hn::LoadU(Narrow<T>(), row[r] + j);
-      const auto isGap = IsMissing<T>(x);
-      sum = hn::Add(sum, Widen(hn::IfThenZeroElse(isGap, hn::Mul(x, factor[r]))));
-      weightSum = hn::Add(weightSum, WidenUnless<T>(isGap, weight[r], wideWeight[r]));
+      const Presence<T> presence(x);
+      const auto product = hn::Mul(x, factor[r]);
+      sum = presence.Add(sum, product, Widen(product));
+      weightSum = presence.Add(weightSum, weight[r], wideWeight[r]);
     }
     hn::StoreU(sum, Wide(), sums + j);
     hn::StoreU(weightSum, Wide(), weightSums + j);

@@ -52,10 +52,10 @@ struct DotTerms {
   const T* b;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, NarrowVec<T>* out) const {
+  HWY_INLINE void operator()(Load load, NarrowVec<T>* sums) const {
     const auto va = load(a);
     const auto vb = load(b);
-    out[0] = KeepPairs<Mode, T>(hn::Mul(va, vb), va, vb);
+    sums[0] = hn::Add(sums[0], KeepPairs<Mode, T>(hn::Mul(va, vb), va, vb));
   }
 };
 
@@ -77,16 +77,16 @@ struct PairTerms {
   const T* b;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto va = load(a);
     const auto vb = load(b);
     const auto square = hn::Mul(va, va);
-    out[0] = Widen(KeepPairs<Mode, T>(hn::Mul(va, vb), va, vb));
-    out[1] = Widen(KeepPairs<Mode, T>(square, va, vb));
+    sums[0] = hn::Add(sums[0], Widen(KeepPairs<Mode, T>(hn::Mul(va, vb), va, vb)));
+    sums[1] = hn::Add(sums[1], Widen(KeepPairs<Mode, T>(square, va, vb)));
     if constexpr (Mode == kSecondHasGaps) {
-      out[2] = Widen(square);
+      sums[2] = hn::Add(sums[2], Widen(square));
     } else if constexpr (Mode == kBothHaveGaps) {
-      out[2] = Widen(KeepPairs<kFirstHasGaps, T>(square, va, vb));
+      sums[2] = hn::Add(sums[2], Widen(KeepPairs<kFirstHasGaps, T>(square, va, vb)));
     }
   }
 };
@@ -109,8 +109,8 @@ struct ElementTerms {
   const T* a;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
-    out[0] = DifferenceFrom<HasGaps, T>(load(a), 0.0);
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
+    sums[0] = hn::Add(sums[0], DifferenceFrom<HasGaps, T>(load(a), 0.0));
   }
 };
 
@@ -130,9 +130,9 @@ struct SquareTerms {
   const T* a;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto v = load(a);
-    out[0] = Widen(KeepPairs<Mode, T>(hn::Mul(v, v), v, v));
+    sums[0] = hn::Add(sums[0], Widen(KeepPairs<Mode, T>(hn::Mul(v, v), v, v)));
   }
 };
 
@@ -153,9 +153,9 @@ struct SquareAboutTerms {
   double about;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto difference = DifferenceFrom<HasGaps, T>(load(a), about);
-    out[0] = load.OnlyLoaded(hn::Mul(difference, difference));
+    sums[0] = hn::Add(sums[0], load.OnlyLoaded(hn::Mul(difference, difference)));
   }
 };
 
@@ -177,11 +177,11 @@ struct ScorePowerTerms {
   double stdDev;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto z = hn::Div(DifferenceFrom<HasGaps, T>(load(a), mean), hn::Set(Wide(), stdDev));
     const auto square = hn::Mul(z, z);
-    out[0] = load.OnlyLoaded(hn::Mul(square, z));
-    out[1] = load.OnlyLoaded(hn::Mul(square, square));
+    sums[0] = hn::Add(sums[0], load.OnlyLoaded(hn::Mul(square, z)));
+    sums[1] = hn::Add(sums[1], load.OnlyLoaded(hn::Mul(square, square)));
   }
 };
 
@@ -202,12 +202,12 @@ struct DistanceTerms {
   const T* b;
 
   template <class Load>
-  HWY_INLINE void operator()(Load load, WideVec* out) const {
+  HWY_INLINE void operator()(Load load, WideVec* sums) const {
     const auto va = load(a);
     const auto vb = load(b);
     const auto difference = hn::Sub(va, vb);
-    out[0] = Widen(KeepPairs<Mode, T>(hn::Mul(difference, difference), va, vb));
-    out[1] = Widen(KeepPairs<Mode, T>(hn::Mul(va, va), va, vb));
+    sums[0] = hn::Add(sums[0], Widen(KeepPairs<Mode, T>(hn::Mul(difference, difference), va, vb)));
+    sums[1] = hn::Add(sums[1], Widen(KeepPairs<Mode, T>(hn::Mul(va, va), va, vb)));
   }
 };
 
