@@ -1,9 +1,14 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <new>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "tests/containers/failing_allocation.h"
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
@@ -39,6 +44,25 @@ Rows<T> Elements(const NCDataMatrix<T>& m) {
   return rows;
 }
 
+/// `columns` is for where there are no rows.
+template <typename T>
+Rows<T> Transposed(const Rows<T>& rows, std::size_t columns) {
+  Rows<T> result(columns);
+  for (const auto& row : rows) {
+    for (std::size_t j = 0; j < columns; ++j) result[j].push_back(row[j]);
+  }
+  return result;
+}
+
+/// f(a, b) of what is present.
+template <typename T, class F>
+std::vector<T> Combined(std::vector<T> a, const std::vector<T>& b, const F& f) {
+  std::transform(a.begin(), a.end(), b.begin(), a.begin(), [&](T p, T q) {
+    return p == plain::kGap<T> || q == plain::kGap<T> ? plain::kGap<T> : static_cast<T>(f(p, q));
+  });
+  return a;
+}
+
 /// Every kept count equals a recount.
 template <typename T>
 void ExpectRightCounts(const NCDataMatrix<T>& m) {
@@ -58,5 +82,31 @@ void ExpectRightCounts(const NCDataMatrix<T>& m) {
   EXPECT_EQ(m.GetNumMisVal(), total);
   for (int j = 1; j <= m.SizeColumns(); ++j) {
     EXPECT_EQ(m.GetColumnMisVal(j), columns[static_cast<std::size_t>(j)]) << "column " << j;
+  }
+}
+
+/// Lets each allocation of `edit` fail in turn: what was taken before does not change, nor does the matrix of an atomic
+/// edit, and every matrix goes on with right counts. Returns how many failed.
+template <typename T>
+int ExpectSafeWithoutMemory(const Rows<T>& before, const std::function<void(NCDataMatrix<T>&)>& edit, bool isAtomic,
+                            bool isShared) {
+  const NCDataMatrix<T> taken = Matrix(before);
+  for (int k = 1;; ++k) {
+    NCDataMatrix<T> target = isShared ? taken : Matrix(before);
+    bool failed = false;
+    try {
+      const FailingAllocation failing(k);
+      edit(target);
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    }
+    SCOPED_TRACE(::testing::Message() << "allocation " << k << " failed");
+    EXPECT_EQ(Elements(taken), before);
+    if (failed && isAtomic) {
+      EXPECT_EQ(Elements(target), before);
+    }
+    target.push_back(NCDataVector<T>(target.SizeColumns()));
+    ExpectRightCounts(target);
+    if (!failed) return k - 1;
   }
 }

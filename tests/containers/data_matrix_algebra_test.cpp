@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <string>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -23,24 +23,13 @@ class MatrixAlgebra : public ::testing::Test {
     return result;
   }
 
-  /// a + sign * b, missing where either is.
-  static Rows<T> PlainSum(Rows<T> a, const Rows<T>& b, T sign) {
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      for (std::size_t j = 0; j < a[i].size(); ++j) {
-        const bool present = plain::Present(a[i][j]) && plain::Present(b[i][j]);
-        a[i][j] = present ? a[i][j] + sign * b[i][j] : plain::kGap<T>;
-      }
-    }
-    return a;
-  }
-
   /// Largest element of |a b - 1|.
-  static double DistanceFromIdentity(const NCDataMatrix<T>& a, const NCDataMatrix<T>& b) {
+  static double DistanceFromIdentity(const Rows<T>& a, const Rows<T>& b) {
     double largest = 0.0;
-    for (int i = 1; i <= a.SizeRows(); ++i) {
-      for (int j = 1; j <= a.SizeRows(); ++j) {
+    for (std::size_t i = 0; i < a.size(); ++i) {
+      for (std::size_t j = 0; j < a.size(); ++j) {
         double sum = i == j ? -1.0 : 0.0;
-        for (int k = 1; k <= a.SizeRows(); ++k) sum += static_cast<double>(a[i][k]) * static_cast<double>(b[k][j]);
+        for (std::size_t k = 0; k < a.size(); ++k) sum += static_cast<double>(a[i][k]) * static_cast<double>(b[k][j]);
         largest = std::max(largest, std::abs(sum));
       }
     }
@@ -56,12 +45,18 @@ TYPED_TEST(MatrixAlgebra, SumsKeepTheCountsOfTheFirstAndDifferencesCountAfresh) 
   for (const auto& [gapsA, gapsB] : {std::pair(0.0, 0.0), {0.3, 0.0}, {0.0, 0.3}, {0.3, 0.3}}) {
     const auto a = this->GridRows(7, 19, 1, gapsA);
     const auto b = this->GridRows(7, 19, 2, gapsB);
+    Rows<T> sums = a;
+    Rows<T> differences = a;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+      sums[i] = Combined(a[i], b[i], std::plus<T>());
+      differences[i] = Combined(a[i], b[i], std::minus<T>());
+    }
     const NCDataMatrix<T> first = Matrix(a);
     const NCDataMatrix<T> second = Matrix(b);
     NCDataMatrix<T> added = first;
     added += second;
     for (const NCDataMatrix<T>& sum : {first + second, added}) {
-      EXPECT_EQ(Elements(sum), this->PlainSum(a, b, T{1}));
+      EXPECT_EQ(Elements(sum), sums);
       EXPECT_EQ(sum.GetNumMisVal(), first.GetNumMisVal());
       for (int j = 1; j <= 19; ++j) EXPECT_EQ(sum.GetColumnMisVal(j), first.GetColumnMisVal(j));
       for (const auto& row : sum) EXPECT_EQ(row.GetNumMisVal(), std::count(row.begin(), row.end(), plain::kGap<T>));
@@ -69,7 +64,7 @@ TYPED_TEST(MatrixAlgebra, SumsKeepTheCountsOfTheFirstAndDifferencesCountAfresh) 
     NCDataMatrix<T> subtracted = first;
     subtracted -= second;
     for (const NCDataMatrix<T>& difference : {first - second, subtracted}) {
-      EXPECT_EQ(Elements(difference), this->PlainSum(a, b, T{-1}));
+      EXPECT_EQ(Elements(difference), differences);
       ExpectRightCounts(difference);
     }
     EXPECT_EQ(Elements(first), a) << "shared by every result at first";
@@ -88,15 +83,12 @@ TYPED_TEST(MatrixAlgebra, AMatrixAddsAndSubtractsItself) {
 }
 
 TYPED_TEST(MatrixAlgebra, EqualityComparesRowsAndNotSizes) {
-  const NCDataMatrix<TypeParam> m = Matrix<TypeParam>({{1, 2}, {3, 4}});
-  const NCDataMatrix<TypeParam> same = Matrix<TypeParam>({{1, 2}, {3, 4}});
-  const NCDataMatrix<TypeParam> longer = Matrix<TypeParam>({{1, 2}, {3, 4}, {5, 6}});
-  const NCDataMatrix<TypeParam> other = Matrix<TypeParam>({{1, 2}, {3, 5}});
+  const auto m = Matrix<TypeParam>({{1, 2}, {3, 4}});
+  const auto longer = Matrix<TypeParam>({{1, 2}, {3, 4}, {5, 6}});
   const NCDataMatrix<TypeParam> empty;
-  EXPECT_TRUE(m == same);
   EXPECT_TRUE(m == longer);
   EXPECT_TRUE(longer != m);
-  EXPECT_TRUE(m != other);
+  EXPECT_TRUE(m != Matrix<TypeParam>({{1, 2}, {3, 5}}));
   EXPECT_TRUE(empty == m);
   EXPECT_TRUE(m != empty);
 }
@@ -106,14 +98,10 @@ TYPED_TEST(MatrixAlgebra, TransposingExchangesElementsAndCounts) {
   for (const auto& [rows, columns] : {std::pair(1u, 1u), {1u, 9u}, {9u, 1u}, {4u, 4u}, {40u, 17u}, {16u, 33u}}) {
     for (const double gaps : {0.0, 0.3, 1.0}) {
       const auto cells = this->GridRows(rows, columns, 1, gaps);
-      Rows<T> expected(columns, std::vector<T>(rows));
-      for (std::size_t i = 0; i < rows; ++i) {
-        for (std::size_t j = 0; j < columns; ++j) expected[j][i] = cells[i][j];
-      }
       NCDataMatrix<T> m = Matrix(cells);
       const NCDataMatrix<T> copy = m;
       EXPECT_EQ(&m.Transpose(), &m);
-      EXPECT_EQ(Elements(m), expected);
+      EXPECT_EQ(Elements(m), Transposed(cells, columns));
       ExpectRightCounts(m);
       m(1, 1, T{77});
       EXPECT_EQ(Elements(copy), cells);
@@ -139,22 +127,27 @@ TYPED_TEST(MatrixAlgebra, AnInverseUndoesTheMatrix) {
     NCDataMatrix<T> inverse = m;
     EXPECT_TRUE(inverse.TransformToInverse());
     const double tolerance = (sizeof(T) == 4 ? 1e-6 : 1e-15) * 10.0 * n;
-    EXPECT_LT(this->DistanceFromIdentity(m, inverse), tolerance) << n;
-    EXPECT_LT(this->DistanceFromIdentity(inverse, m), tolerance) << n;
+    EXPECT_LT(this->DistanceFromIdentity(rows, Elements(inverse)), tolerance) << n;
+    EXPECT_LT(this->DistanceFromIdentity(Elements(inverse), rows), tolerance) << n;
     ExpectRightCounts(inverse);
     EXPECT_EQ(Elements(m), rows) << "shared until then";
   }
 }
 
 TYPED_TEST(MatrixAlgebra, KnownInverses) {
-  const auto inverse = [](const Rows<TypeParam>& rows) {
-    NCDataMatrix<TypeParam> m = Matrix(rows);
+  using T = TypeParam;
+  const T huge = static_cast<T>(std::pow(2.0, sizeof(T) == 4 ? 40 : 80));  // beside which a 1 is lost
+  const std::pair<Rows<T>, Rows<T>> cases[] = {
+      {{{0, 2, 0}, {0, 0, 4}, {8, 0, 0}}, {{0, 0, 0.125}, {0.5, 0, 0}, {0, 0.25, 0}}},
+      {{{2, 1}, {1, 1}}, {{1, -1}, {-1, 2}}},
+      // pivots are chosen relative to their rows
+      {{{0, 2, huge}, {0, 1, 1}, {1, 0, 0}}, {{0, 0, 1}, {-1 / huge, 1, 0}, {1 / huge, -2 / huge, 0}}},
+      {{}, {}}};
+  for (const auto& [rows, expected] : cases) {
+    NCDataMatrix<T> m = Matrix(rows);
     EXPECT_TRUE(m.TransformToInverse());
-    return Elements(m);
-  };
-  EXPECT_EQ(inverse({{0, 2, 0}, {0, 0, 4}, {8, 0, 0}}), Rows<TypeParam>({{0, 0, 0.125}, {0.5, 0, 0}, {0, 0.25, 0}}));
-  EXPECT_EQ(inverse({{2, 1}, {1, 1}}), Rows<TypeParam>({{1, -1}, {-1, 2}}));
-  EXPECT_EQ(inverse({}), Rows<TypeParam>());
+    EXPECT_EQ(Elements(m), expected);
+  }
 }
 
 TYPED_TEST(MatrixAlgebra, AResultGoesToTheDestinationThatIsNamed) {
@@ -166,17 +159,8 @@ TYPED_TEST(MatrixAlgebra, AResultGoesToTheDestinationThatIsNamed) {
   NCDataVector<T> v;
   v.Result(&v) = a[1] + a[2];
   EXPECT_EQ(Elements(v), std::vector<T>({4, 6}));
-  const auto message = [](const auto& build) -> std::string {
-    try {
-      build();
-    } catch (const NCError& error) {
-      return error.what();
-    }
-    return "no error";
-  };
-  constexpr const char* kNoDestination = "Internal error in NCMatOpResultProxy:\npResult can not be NULL";
-  EXPECT_EQ(message([&] { m.Result(nullptr); }), kNoDestination);
-  EXPECT_EQ(message([&] { v.Result(nullptr); }), kNoDestination);
+  EXPECT_THROW(m.Result(nullptr), NCError);
+  EXPECT_THROW(v.Result(nullptr), NCError);
 }
 
 TYPED_TEST(MatrixAlgebra, ARowOfZerosHasNoInverseAndOtherSingularMatricesAHugeOne) {
@@ -188,17 +172,7 @@ TYPED_TEST(MatrixAlgebra, ARowOfZerosHasNoInverseAndOtherSingularMatricesAHugeOn
   NCDataMatrix<TypeParam> singular = Matrix<TypeParam>({{1, 2}, {2, 4}});
   EXPECT_TRUE(singular.TransformToInverse());
   const double expected[2][2] = {{-2e20, 1e20}, {1e20, -0.5e20}};  // the pivot is the last of two equal candidates
-  for (int i = 0; i < 2; ++i) {
-    for (int j = 0; j < 2; ++j) EXPECT_NEAR(singular[i + 1][j + 1] / expected[i][j], 1.0, 1e-5);
-  }
-}
-
-TYPED_TEST(MatrixAlgebra, PivotsAreChosenRelativeToTheirRows) {
-  using T = TypeParam;
-  const T huge = static_cast<T>(std::pow(2.0, sizeof(T) == 4 ? 40 : 80));  // beside which a 1 is lost
-  NCDataMatrix<T> m = Matrix<T>({{0, 2, huge}, {0, 1, 1}, {1, 0, 0}});
-  EXPECT_TRUE(m.TransformToInverse());
-  EXPECT_EQ(Elements(m), Rows<T>({{0, 0, 1}, {-1 / huge, 1, 0}, {1 / huge, -2 / huge, 0}}));
+  for (int k = 0; k < 4; ++k) EXPECT_NEAR(singular[k / 2 + 1][k % 2 + 1] / expected[k / 2][k % 2], 1.0, 1e-5);
 }
 
 TYPED_TEST(MatrixAlgebra, RegressionFindsTheLineAndThePlane) {
@@ -209,10 +183,8 @@ TYPED_TEST(MatrixAlgebra, RegressionFindsTheLineAndThePlane) {
   const double expected[3][2] = {{2, 1}, {3, 0}, {2, 0}};
   ASSERT_EQ(coefficients.SizeRows(), 3);
   ASSERT_EQ(coefficients.SizeColumns(), 2);
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 2; ++j) {
-      EXPECT_NEAR(coefficients[i + 1][j + 1], expected[i][j], sizeof(T) == 4 ? 2e-5 : 1e-13);
-    }
+  for (int k = 0; k < 6; ++k) {
+    EXPECT_NEAR(coefficients[k / 2 + 1][k % 2 + 1], expected[k / 2][k % 2], sizeof(T) == 4 ? 2e-5 : 1e-13);
   }
   EXPECT_EQ(a[2][5], T{4}) << "the operands stay";
 }
@@ -227,14 +199,8 @@ TYPED_TEST(MatrixAlgebra, RegressionDoesNotLookAtWhetherItsInverseExists) {
 TYPED_TEST(MatrixAlgebra, RegressionRefusesGaps) {
   const NCDataMatrix<TypeParam> complete = Matrix<TypeParam>({{1, 2}});
   const NCDataMatrix<TypeParam> gapped = Matrix<TypeParam>({{1, -99}});
-  for (const auto& [a, y] : {std::pair(complete, gapped), {gapped, complete}}) {
-    try {
-      a.GetRegressionCoefficients(y);
-      ADD_FAILURE() << "no error";
-    } catch (const NCInternalError& error) {
-      EXPECT_STREQ(error.what(), "NCDataMatrix<FloatType>::GetRegressionCoefficients");
-    }
-  }
+  EXPECT_THROW(complete.GetRegressionCoefficients(gapped), NCInternalError);
+  EXPECT_THROW(gapped.GetRegressionCoefficients(complete), NCInternalError);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <map>
@@ -13,7 +13,6 @@
 #include "tests/containers/plain_reference.h"
 #include "voran/containers/data_matrix.h"
 #include "voran/containers/data_vector.h"
-#include "voran/containers/simd_target.h"
 #include "voran/platform/exception.h"
 #include "voran/platform/threading_control.h"
 
@@ -28,47 +27,53 @@ constexpr double kTolerance = 1e-12;
 /// Factors in n that are formed in float.
 constexpr double kFloatFactor = 1e-6;
 
+/// What a vector tells of its elements, in the order in which these tests list it; three are with factors in float.
+enum Statistic { kSum, kMean, kVariance, kStdDev, kSkewness, kSkewnessTest, kKurtosis, kLower, kMedian, kUpper, kAll };
+using Values = std::array<double, kAll>;
+
 /// The statistics from their textbook definitions, in long double.
 struct Plain {
   template <typename T>
-  explicit Plain(const std::vector<T>& values, double df = -1.0) {
-    std::copy_if(values.begin(), values.end(), std::back_inserter(sorted), plain::Present<T>);
+  explicit Plain(const std::vector<T>& elements, double df = -1.0) {
+    std::copy_if(elements.begin(), elements.end(), std::back_inserter(sorted), plain::Present<T>);
     std::sort(sorted.begin(), sorted.end());
+    values.fill(kNone);
     const auto n = static_cast<long double>(sorted.size());
     if (n == 0) return;
     long double total = 0;
     for (const double x : sorted) total += x;
-    sum = static_cast<double>(total);
     const long double centre = total / n;
-    mean = static_cast<double>(centre);
     long double powers[5] = {};
     for (const double x : sorted) {
       for (int k = 2; k <= 4; ++k) powers[k] += std::pow(x - centre, static_cast<long double>(k));
     }
-    median = MedianOf(0, sorted.size());
-    variance = n < 2 ? 0.0 : static_cast<double>(powers[2] / (n - 1));
+    Set(kSum, total);
+    Set(kMean, centre);
+    Set(kMedian, MedianOf(0, sorted.size()));
+    Set(kVariance, n < 2 ? 0 : powers[2] / (n - 1));
     const long double s = std::sqrt(df > 0.0 ? powers[2] / static_cast<long double>(df) : powers[2] / (n - 1));
-    if (n >= 2 || df > 0.0) stdDev = static_cast<double>(s);
+    if (n >= 2 || df > 0.0) Set(kStdDev, s);
     if (n < 2) return;
-    lower = MedianOf(0, sorted.size() / 2);
-    upper = MedianOf(sorted.size() - sorted.size() / 2, sorted.size());
+    Set(kLower, MedianOf(0, sorted.size() / 2));
+    Set(kUpper, MedianOf(sorted.size() - sorted.size() / 2, sorted.size()));
     if (n < 3 || s == 0) return;
-    skewness = static_cast<double>(n / ((n - 1) * (n - 2)) * powers[3] / (s * s * s));
-    skewnessTest = skewness / static_cast<double>(std::sqrt(6 * n * (n - 1) / ((n - 2) * (n + 1) * (n + 3))));
+    const long double skewness = n / ((n - 1) * (n - 2)) * powers[3] / (s * s * s);
+    Set(kSkewness, skewness);
+    Set(kSkewnessTest, skewness / std::sqrt(6 * n * (n - 1) / ((n - 2) * (n + 1) * (n + 3))));
     if (n < 4) return;
     // By central moments, as statistical packages report it.
     const long double excess = powers[4] * n / (powers[2] * powers[2]) - 3;
-    kurtosis = static_cast<double>((n - 1) / ((n - 2) * (n - 3)) * ((n + 1) * excess + 6));
+    Set(kKurtosis, (n - 1) / ((n - 2) * (n - 3)) * ((n + 1) * excess + 6));
   }
 
+  void Set(Statistic which, long double value) { values[which] = static_cast<double>(value); }
   double MedianOf(std::size_t first, std::size_t end) const {
     const std::size_t n = end - first;
     return (sorted[first + (n - 1) / 2] + sorted[first + n / 2]) / 2.0;
   }
 
   std::vector<double> sorted;
-  double sum = kNone, mean = kNone, variance = kNone, stdDev = kNone, skewness = kNone, skewnessTest = kNone,
-         kurtosis = kNone, median = kNone, lower = kNone, upper = kNone;
+  Values values;
 };
 
 MATCHER_P2(IsNear, expected, relative, "") {
@@ -89,46 +94,45 @@ class Statistics : public ::testing::Test {
     return result;
   }
 
-  static void ExpectVectorStatistics(const std::vector<T>& values) {
-    const NCDataVector<T> v = Vector(values);
-    const Plain expected(values);
-    EXPECT_THAT(v.GetSum(), IsNear(expected.sum, kTolerance));
-    EXPECT_THAT(v.GetMean(), IsNear(expected.mean, kTolerance));
-    EXPECT_THAT(v.GetVariance(), IsNear(expected.variance, kTolerance));
-    EXPECT_THAT(v.GetStdDev(), IsNear(expected.stdDev, kTolerance));
-    EXPECT_THAT(v.GetSkewness(), IsNear(expected.skewness, kFloatFactor));
-    EXPECT_THAT(v.GetSkewnessTest(), IsNear(expected.skewnessTest, kFloatFactor));
-    EXPECT_THAT(v.GetKurtosis(), IsNear(expected.kurtosis, kFloatFactor));
-    EXPECT_EQ(v.GetMedian(), expected.median);
+  /// `rounding` is that of the elements themselves.
+  static void ExpectVectorStatistics(const std::vector<T>& elements, const Values& expected, double rounding = 0.0) {
+    const NCDataVector<T> v = Vector(elements);
     double lower = 0.0;
     double median = 0.0;
     double upper = 0.0;
-    const bool hasQuartiles = expected.sorted.size() >= 2;
+    const bool hasQuartiles = v.Size() - v.GetNumMisVal() >= 2;
     EXPECT_EQ(v.GetInterquartiles(lower, median, upper), hasQuartiles);
-    EXPECT_EQ(lower, expected.lower);
-    EXPECT_EQ(median, hasQuartiles ? expected.median : kNone);
-    EXPECT_EQ(upper, expected.upper);
+    EXPECT_EQ(median, hasQuartiles ? v.GetMedian() : kNone);
     EXPECT_EQ(v.GetInterquartileRange(), hasQuartiles ? upper - lower : kNone);
     EXPECT_EQ(v.GetRobustStdDev(), hasQuartiles ? (upper - lower) / 1.075 : kNone);
+    const Values found = {v.GetSum(),          v.GetMean(),     v.GetVariance(), v.GetStdDev(), v.GetSkewness(),
+                          v.GetSkewnessTest(), v.GetKurtosis(), lower,           v.GetMedian(), upper};
+    for (std::size_t i = 0; i < kAll; ++i) {
+      const bool isShape = i == kSkewness || i == kSkewnessTest || i == kKurtosis;
+      const double ofSums = isShape ? kFloatFactor : std::max(rounding, kTolerance);
+      EXPECT_THAT(found[i], IsNear(expected[i], i < kLower ? ofSums : rounding)) << "statistic " << i;
+    }
+  }
+  static void ExpectVectorStatistics(const std::vector<T>& elements) {
+    ExpectVectorStatistics(elements, Plain(elements).values);
   }
 
   static void ExpectColumnStatistics(const NCDataMatrix<T>& m, int c) {
-    const std::vector<T> values = Elements(m.GetColumn(c));
-    const Plain expected(values);
-    const Plain withFive(values, 5.0);
-    EXPECT_THAT(m.GetColumnMean(c), IsNear(expected.mean, kTolerance));
-    EXPECT_THAT(m.GetColumnStdDev(c, -1.0f), IsNear(expected.stdDev, kTolerance));
-    EXPECT_THAT(m.GetColumnStdDev(c, 5.0f), IsNear(withFive.stdDev, kTolerance));
-    EXPECT_THAT(m.GetColumnSkewness(c, -1), IsNear(expected.skewness, kFloatFactor));
-    EXPECT_THAT(m.GetColumnSkewness(c, 5), IsNear(withFive.skewness, kFloatFactor));
-    EXPECT_THAT(m.GetColumnSkewnessTest(c, 5), IsNear(withFive.skewnessTest, kFloatFactor));
-    EXPECT_THAT(m.GetColumnKurtosis(c), IsNear(expected.kurtosis, kFloatFactor));
-    EXPECT_EQ(m.GetColumnMedian(c), expected.median);
-    const double cp = 7.0 / (6.0 * expected.stdDev);
-    EXPECT_THAT(m.GetColumnCp(c, -2.0, 5.0), IsNear(cp, kTolerance));
-    if (!(expected.stdDev > 0.0)) return;
-    const double toNearer = std::min(5.0 - expected.mean, expected.mean + 2.0);
-    EXPECT_THAT(m.GetColumnCpk(c, -2.0, 5.0), IsNear(toNearer / 3.0 / expected.stdDev, kTolerance));
+    const std::vector<T> elements = Elements(m.GetColumn(c));
+    const Values expected = Plain(elements).values;
+    const Values withFive = Plain(elements, 5.0).values;
+    EXPECT_THAT(m.GetColumnMean(c), IsNear(expected[kMean], kTolerance));
+    EXPECT_THAT(m.GetColumnStdDev(c, -1.0f), IsNear(expected[kStdDev], kTolerance));
+    EXPECT_THAT(m.GetColumnStdDev(c, 5.0f), IsNear(withFive[kStdDev], kTolerance));
+    EXPECT_THAT(m.GetColumnSkewness(c, -1), IsNear(expected[kSkewness], kFloatFactor));
+    EXPECT_THAT(m.GetColumnSkewness(c, 5), IsNear(withFive[kSkewness], kFloatFactor));
+    EXPECT_THAT(m.GetColumnSkewnessTest(c, 5), IsNear(withFive[kSkewnessTest], kFloatFactor));
+    EXPECT_THAT(m.GetColumnKurtosis(c), IsNear(expected[kKurtosis], kFloatFactor));
+    EXPECT_EQ(m.GetColumnMedian(c), expected[kMedian]);
+    if (!(expected[kStdDev] > 0.0)) return;
+    const double toNearer = std::min(5.0 - expected[kMean], expected[kMean] + 2.0);
+    EXPECT_THAT(m.GetColumnCp(c, -2.0, 5.0), IsNear(7.0 / 6.0 / expected[kStdDev], kTolerance));
+    EXPECT_THAT(m.GetColumnCpk(c, -2.0, 5.0), IsNear(toNearer / 3.0 / expected[kStdDev], kTolerance));
   }
 };
 
@@ -139,59 +143,32 @@ TYPED_TEST_SUITE(Statistics, ElementTypes);
 /// skewness and kurtosis from the central moments, as type 2 of e1071 defines them.
 TYPED_TEST(Statistics, PublishedValues) {
   using T = TypeParam;
-  struct DataSet {
-    std::string name;
-    std::vector<double> values;
-    double sum, mean, variance, stdDev, skewness, skewnessTest, kurtosis, lower, median, upper;
-  };
-  const DataSet dataSets[] = {
-      {"mtcars$mpg",
-       {21.0, 21.0, 22.8, 21.4, 18.7, 18.1, 14.3, 24.4, 22.8, 19.2, 17.8, 16.4, 17.3, 15.2, 10.4, 10.4,
-        14.7, 32.4, 30.4, 33.9, 21.5, 15.5, 15.2, 13.3, 19.2, 27.3, 26.0, 30.4, 15.8, 19.7, 15.0, 21.4},
-       642.9,
-       20.090625,
-       36.324102822580642,
-       6.0269480520891037,
-       0.67237713762908269,
-       1.6223072021293947,
-       -0.022006291424083928,
-       15.35,
-       19.2,
-       22.8},
-      {"stack.loss",
-       {42, 37, 37, 28, 18, 18, 19, 20, 15, 14, 14, 13, 11, 12, 8, 7, 8, 8, 9, 15, 15},
-       368,
-       17.523809523809526,
-       103.46190476190476,
-       10.171622523565489,
-       1.3420334634195279,
-       2.6776686652313733,
-       0.93705947318864957,
-       10,
-       15,
-       19.5},
-  };
-  // The data themselves, rounded to the element type.
+  const double mpg[] = {21.0, 21.0, 22.8, 21.4, 18.7, 18.1, 14.3, 24.4, 22.8, 19.2, 17.8, 16.4, 17.3, 15.2, 10.4, 10.4,
+                        14.7, 32.4, 30.4, 33.9, 21.5, 15.5, 15.2, 13.3, 19.2, 27.3, 26.0, 30.4, 15.8, 19.7, 15.0, 21.4};
+  const Values ofMpg = {642.9,
+                        20.090625,
+                        36.324102822580642,
+                        6.0269480520891037,
+                        0.67237713762908269,
+                        1.6223072021293947,
+                        -0.022006291424083928,
+                        15.35,
+                        19.2,
+                        22.8};
+  const std::vector<T> stackLoss = {42, 37, 37, 28, 18, 18, 19, 20, 15, 14, 14, 13, 11, 12, 8, 7, 8, 8, 9, 15, 15};
+  const Values ofStackLoss = {368,
+                              17.523809523809526,
+                              103.46190476190476,
+                              10.171622523565489,
+                              1.3420334634195279,
+                              2.6776686652313733,
+                              0.93705947318864957,
+                              10,
+                              15,
+                              19.5};
   const double rounding = sizeof(T) == sizeof(float) ? 1e-6 : kTolerance;
-  for (const DataSet& d : dataSets) {
-    SCOPED_TRACE(d.name);
-    NCDataVector<T> v;
-    for (const double x : d.values) v.push_back(static_cast<T>(x));
-    double lower;
-    double median;
-    double upper;
-    ASSERT_TRUE(v.GetInterquartiles(lower, median, upper));
-    EXPECT_THAT(v.GetSum(), IsNear(d.sum, rounding));
-    EXPECT_THAT(v.GetMean(), IsNear(d.mean, rounding));
-    EXPECT_THAT(v.GetVariance(), IsNear(d.variance, rounding));
-    EXPECT_THAT(v.GetStdDev(), IsNear(d.stdDev, rounding));
-    EXPECT_THAT(v.GetSkewness(), IsNear(d.skewness, kFloatFactor));
-    EXPECT_THAT(v.GetSkewnessTest(), IsNear(d.skewnessTest, kFloatFactor));
-    EXPECT_THAT(v.GetKurtosis(), IsNear(d.kurtosis, kFloatFactor));
-    EXPECT_THAT(lower, IsNear(d.lower, rounding));
-    EXPECT_THAT(median, IsNear(d.median, rounding));
-    EXPECT_THAT(upper, IsNear(d.upper, rounding));
-  }
+  this->ExpectVectorStatistics({std::begin(mpg), std::end(mpg)}, ofMpg, rounding);
+  this->ExpectVectorStatistics(stackLoss, ofStackLoss, rounding);
 }
 
 /// From nothing missing to nothing present; an element is twice as large as the one before, so that each shows.
@@ -209,6 +186,8 @@ TYPED_TEST(Statistics, EqualTheDefinitionsForEveryPatternOfGaps) {
     this->ExpectColumnStatistics(m, 2);
   }
   this->ExpectVectorStatistics({});
+  this->ExpectVectorStatistics({2, 2, -99, 2, 2, 2});  // without a shape
+  this->ExpectColumnStatistics(NCDataMatrix<T>(5, 1, 2), 1);
 }
 
 TYPED_TEST(Statistics, EqualTheDefinitionsAcrossBlocks) {
@@ -271,18 +250,6 @@ TYPED_TEST(Statistics, AMeanOnTheMarkerIsMovedAside) {
   EXPECT_EQ(Matrix<T>({{T{-49.5}, T{-49.5}}, {1, 2}}).GetMean(), -24.0) << "a row's sum may fall on the marker";
 }
 
-TYPED_TEST(Statistics, ConstantDataHaveNoShape) {
-  const NCDataVector<TypeParam> v{2, 2, -99, 2, 2, 2};
-  EXPECT_EQ(v.GetStdDev(), 0.0);
-  EXPECT_EQ(v.GetSkewness(), kNone);
-  EXPECT_EQ(v.GetSkewnessTest(), kNone);
-  EXPECT_EQ(v.GetKurtosis(), kNone);
-  const NCDataMatrix<TypeParam> m(5, 1, 2);
-  EXPECT_EQ(m.GetColumnSkewness(1, -1), kNone);
-  EXPECT_EQ(m.GetColumnKurtosis(1), kNone);
-  EXPECT_EQ(m.GetColumnCp(1, 1.0, 3.0), std::numeric_limits<double>::infinity());
-}
-
 TYPED_TEST(Statistics, ANaNIsLargerThanAnyNumber) {
   const TypeParam nan = std::numeric_limits<TypeParam>::quiet_NaN();
   const NCDataVector<TypeParam> v{nan, 3, -99, 1, nan, 2, 0};
@@ -300,20 +267,18 @@ TYPED_TEST(Statistics, MatricesWithNothingToCompute) {
   using M = NCDataMatrix<TypeParam>;
   const M noRows(0, 2, 0);
   EXPECT_EQ(noRows.GetMean(), kNone);
-  EXPECT_EQ(noRows.GetSS(), 0.0);
   EXPECT_EQ(noRows.GetSSAroundColumnMeans(), -198.0);
-  EXPECT_EQ(noRows.GetColumnMean(2), 0.0);
   EXPECT_THAT(Elements(noRows.GetColumnMeans()), ElementsAre(0, 0));
   EXPECT_EQ(noRows.GetColumnStdDev(1, -1.0f), kNone);
   EXPECT_EQ(noRows.GetColumnStdDev(1, 2.0f), 0.0);
   const M missing(3, 1, -99);
   EXPECT_EQ(missing.GetMean(), kNone);
   EXPECT_EQ(missing.GetSS(), 0.0);
-  EXPECT_EQ(missing.GetColumnMean(1), kNone);
   EXPECT_EQ(missing.GetColumnStdDevs(2.0f).GetNumMisVal(), 1);
   EXPECT_EQ(missing.GetColumnCp(1, 0.0, 594.0), -1.0) << "an impossible deviation is used as it stands";
   EXPECT_EQ(missing.GetColumnCpk(1, 0.0, 198.0), -1.0);
   EXPECT_EQ(Matrix<TypeParam>({{1, -99}, {3, -99}}).GetSSAroundColumnMeans(), 2.0 - 99.0);
+  EXPECT_EQ(M(5, 1, 2).GetColumnCp(1, 1.0, 3.0), std::numeric_limits<double>::infinity());
   const M noColumns(3, 0, 0);
   EXPECT_EQ(noColumns.GetMean(), kNone);
   EXPECT_EQ(noColumns.GetSSAroundColumnMeans(), 0.0);
@@ -321,41 +286,36 @@ TYPED_TEST(Statistics, MatricesWithNothingToCompute) {
   EXPECT_EQ(noColumns.GetColumnCorrelation({1, 2, 3}, true).Size(), 0);
 }
 
-TYPED_TEST(Statistics, HaveTheSameBitsColumnByColumnAtAnyThreadCountAndOnAnyTarget) {
+/// Of more cells than other tests compare over threads.
+TYPED_TEST(Statistics, HaveTheSameBitsColumnByColumnAndOnSeveralThreads) {
   using T = TypeParam;
-  const auto results = [](const NCDataMatrix<T>& m) {
-    const auto v = Vector(plain::RandomElements<T>(static_cast<std::size_t>(m.SizeRows()), 1, 0.01));
-    std::vector<double> all = {m.GetSS(), m.GetMean(), m.GetSSAroundColumnMeans(), m.GetColumnKurtosis(1)};
-    for (const auto& bulk : {m.GetColumnMeans(), m.GetColumnStdDevs(-1.0f), m.GetColumnStdDevs(7.0f)}) {
-      all.insert(all.end(), bulk.begin(), bulk.end());
-    }
-    for (const bool centred : {false, true}) {
-      for (const T r : m.GetColumnCorrelation(v, centred)) all.push_back(static_cast<double>(r));
-    }
-    return all;
-  };
   constexpr std::size_t kColumns = 363;
-  const std::string best = SimdTarget::GetName();
-  for (const double gaps : {0.0, 0.0001, 0.05}) {
-    const NCDataMatrix<T> m = Matrix(this->RandomRows(11601, kColumns, gaps));  // enough for several threads
+  for (const double gaps : {0.0, 0.0001}) {
+    const NCDataMatrix<T> m = Matrix(this->RandomRows(11601, kColumns, gaps));
+    const auto v = Vector(plain::RandomElements<T>(11601, 1, gaps));
+    const auto results = [&] {
+      std::vector<double> all = {m.GetSS(), m.GetMean(), m.GetSSAroundColumnMeans()};
+      for (const auto& bulk : {m.GetColumnMeans(), m.GetColumnStdDevs(-1.0f), m.GetColumnStdDevs(7.0f)}) {
+        all.insert(all.end(), bulk.begin(), bulk.end());
+      }
+      for (const bool centred : {false, true}) {
+        for (const T r : m.GetColumnCorrelation(v, centred)) all.push_back(static_cast<double>(r));
+      }
+      return all;
+    };
     ThreadingControl::SetThreadingIsOn(false);
-    const auto expected = results(m);
+    const auto expected = results();
     for (std::size_t c = 0; c < kColumns; ++c) {
       const int column = static_cast<int>(c) + 1;
-      EXPECT_EQ(m.GetColumnMean(column), expected[4 + c]) << column;
-      EXPECT_EQ(m.GetColumnStdDev(column, -1.0f), expected[4 + kColumns + c]) << column;
-      EXPECT_EQ(m.GetColumnStdDev(column, 7.0f), expected[4 + 2 * kColumns + c]) << column;
+      EXPECT_EQ(m.GetColumnMean(column), expected[3 + c]) << column;
+      EXPECT_EQ(m.GetColumnStdDev(column, -1.0f), expected[3 + kColumns + c]) << column;
+      EXPECT_EQ(m.GetColumnStdDev(column, 7.0f), expected[3 + 2 * kColumns + c]) << column;
     }
-    for (const int threads : {2, 3, 7}) {
+    ThreadingControl::SetThreadingIsOn(true);
+    for (const int threads : {2, 7}) {
       ThreadingControl::SetNumberOfProcessors(threads);
-      ThreadingControl::SetThreadingIsOn(true);
-      EXPECT_EQ(results(m), expected) << threads << " threads, gaps " << gaps;
+      EXPECT_EQ(results(), expected) << threads << " threads, gaps " << gaps;
     }
-    for (const std::string& target : SimdTarget::GetAvailable()) {
-      SimdTarget::Set(target);
-      EXPECT_EQ(results(m), expected) << target << ", gaps " << gaps;
-    }
-    SimdTarget::Set(best);
   }
 }
 
@@ -368,15 +328,15 @@ TYPED_TEST(Statistics, CorrelationsRunOverPairsAboutTheMeansOfAllThatIsPresent) 
   for (unsigned pattern = 0; pattern < 256; ++pattern) {
     auto xGapped = x;
     auto yGapped = y;
+    NCDataMatrix<T> m;
     for (unsigned i = 0; i < 4; ++i) {
       if ((pattern >> i & 1) != 0) xGapped[i] = this->kGap;
       if ((pattern >> (i + 4) & 1) != 0) yGapped[i] = this->kGap;
+      m.push_back({xGapped[i]});
     }
-    NCDataMatrix<T> m(4, 1, 0);
-    for (int i = 1; i <= 4; ++i) m(i, 1, xGapped[static_cast<std::size_t>(i - 1)]);
     for (const bool centred : {false, true}) {
-      const double xMean = centred ? Plain(xGapped).mean : 0.0;
-      const double yMean = centred ? Plain(yGapped).mean : 0.0;
+      const double xMean = centred ? Plain(xGapped).values[kMean] : 0.0;
+      const double yMean = centred ? Plain(yGapped).values[kMean] : 0.0;
       double products = 0.0;
       double xSquares = 0.0;
       double ySquares = 0.0;

@@ -12,39 +12,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/containers/container_values.h"
 #include "tests/containers/failing_allocation.h"
 #include "tests/containers/plain_reference.h"
-#include "voran/containers/kernels/rotations.h"
-#include "voran/platform/threading_control.h"
 
 namespace {
 
-using NCMultiThreading::ThreadingControl;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsNull;
 using ::testing::NotNull;
-
-template <typename T>
-using Rows = std::vector<std::vector<T>>;
-
-template <typename T>
-std::unique_ptr<NCDataMatrix<T>> Matrix(const Rows<T>& rows) {
-  auto m = std::make_unique<NCDataMatrix<T>>();
-  for (const auto& row : rows) {
-    NCDataVector<T> v;
-    v.CopyZeroBasedVector(row.data(), static_cast<int>(row.size()));
-    m->push_back(v);
-  }
-  return m;
-}
-
-template <typename T>
-Rows<T> Elements(const NCDataMatrix<T>& m) {
-  Rows<T> rows;
-  for (const auto& row : m) rows.emplace_back(row.begin(), row.end());
-  return rows;
-}
 
 template <typename T>
 Rows<T> RandomRows(std::size_t m, std::size_t n, unsigned seed = 1) {
@@ -69,17 +46,10 @@ Rows<T> Hilbert(std::size_t n) {
   return rows;
 }
 
-/// Element (i, j) of a product of two matrices, and of the transpose of the first with the second.
 template <typename T>
-double Dot(const NCDataMatrix<T>& a, int i, const NCDataMatrix<T>& b, int j) {
+double Dot(const NCDataVector<T>& a, const NCDataVector<T>& b) {
   double sum = 0.0;
-  for (int k = 1; k <= a.SizeColumns(); ++k) sum += static_cast<double>(a[i][k]) * static_cast<double>(b[k][j]);
-  return sum;
-}
-template <typename T>
-double ColumnDot(const NCDataMatrix<T>& m, int a, int b) {
-  double sum = 0.0;
-  for (const auto& row : m) sum += static_cast<double>(row[a]) * static_cast<double>(row[b]);
+  for (int i = 1; i <= a.Size(); ++i) sum += static_cast<double>(a[i]) * static_cast<double>(b[i]);
   return sum;
 }
 
@@ -88,10 +58,7 @@ class Svd : public ::testing::Test {
  protected:
   using Decomposition = std::unique_ptr<NCSVD<T>>;
 
-  void TearDown() override { ThreadingControl::Reset(); }
-
-  static Decomposition Decompose(const Rows<T>& rows) { return Decomposition(Matrix(rows)->GetSVD()); }
-  static std::vector<T> Values(const NCSVD<T>& svd) { return {svd.GetW()->begin(), svd.GetW()->end()}; }
+  static Decomposition Decompose(const Rows<T>& rows) { return Decomposition(Matrix(rows).GetSVD()); }
 
   /// A column takes part in some two rotations for each singular value and in a reflection or two, and each rounds its
   /// elements by a few units in the last place; twice the worst that was seen in some thousand matrices.
@@ -100,7 +67,8 @@ class Svd : public ::testing::Test {
   static void ExpectOrthonormal(const NCDataMatrix<T>& m, int columns) {
     for (int a = 1; a <= columns; ++a) {
       for (int b = a; b <= columns; ++b) {
-        ASSERT_NEAR(ColumnDot(m, a, b), a == b ? 1.0 : 0.0, Tolerance(m.SizeColumns())) << a << ", " << b;
+        ASSERT_NEAR(Dot(m.GetColumn(a), m.GetColumn(b)), a == b ? 1.0 : 0.0, Tolerance(m.SizeColumns()))
+            << a << ", " << b;
       }
     }
   }
@@ -109,7 +77,7 @@ class Svd : public ::testing::Test {
     ASSERT_EQ(svd.GetStatus(), NCSVD<T>::Ok);
     const auto& u = *svd.GetU();
     const auto& v = *svd.GetV();
-    const auto w = Values(svd);
+    const auto w = Elements(*svd.GetW());
     const int m = static_cast<int>(a.size());
     const int n = static_cast<int>(a[0].size());
     ASSERT_THAT((std::vector<int>{u.SizeRows(), u.SizeColumns(), v.SizeRows(), v.SizeColumns()}),
@@ -133,8 +101,11 @@ class Svd : public ::testing::Test {
     }
   }
 
-  /// 1 to 9, row by row: of rank 2.
-  static Rows<T> OneToNine() { return {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}; }
+  static Rows<T> WithEqualColumns(std::size_t m, std::size_t n) {
+    auto rows = RandomRows<T>(m, n);
+    for (auto& row : rows) row[n / 2] = row[2];
+    return rows;
+  }
 };
 
 using ElementTypes = ::testing::Types<float, double>;
@@ -160,8 +131,6 @@ TYPED_TEST(Svd, KeepsInRangeWhatIsGradedHugeOrSingular) {
     }
     return rows;
   };
-  auto repeated = RandomRows<T>(20, 10);
-  for (auto& row : repeated) row[7] = row[2];
   auto withZeros = RandomRows<T>(6, 5);
   withZeros[2].assign(5, T{0});
   for (auto& row : withZeros) row[3] = T{0};
@@ -170,8 +139,8 @@ TYPED_TEST(Svd, KeepsInRangeWhatIsGradedHugeOrSingular) {
                                       scaled(-20, -20),
                                       {{most / 4, -most / 4}, {most / 8, most / 3}},
                                       Rows<T>(4, std::vector<T>(3)),
-                                      this->OneToNine(),
-                                      repeated,
+                                      {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}},
+                                      this->WithEqualColumns(20, 10),
                                       withZeros,
                                       Diagonal<T>({-2, 5, 0, 3}),
                                       // a zero inside a bidiagonal, with a whole row to rotate away
@@ -182,7 +151,7 @@ TYPED_TEST(Svd, KeepsInRangeWhatIsGradedHugeOrSingular) {
 TYPED_TEST(Svd, EqualValuesKeepTheirOrder) {
   using T = TypeParam;
   const auto svd = this->Decompose(Diagonal<T>({2, 3, 3, 2}));
-  EXPECT_THAT(this->Values(*svd), ElementsAre(3, 3, 2, 2));
+  EXPECT_THAT(Elements(*svd->GetW()), ElementsAre(3, 3, 2, 2));
   const int from[] = {2, 3, 1, 4};
   for (int k = 1; k <= 4; ++k) {
     EXPECT_EQ(std::abs((*svd->GetV())[from[k - 1]][k]), T{1}) << k;
@@ -194,7 +163,7 @@ TYPED_TEST(Svd, WhatIsNextToNothingBesideTheLargestIsZero) {
   using T = TypeParam;
   const auto least = [&](double largest, double small) {
     const auto rows = Diagonal<T>({static_cast<T>(small), static_cast<T>(largest)});
-    return static_cast<double>(this->Values(*this->Decompose(rows))[1]);
+    return static_cast<double>((*this->Decompose(rows)->GetW())[2]);
   };
   EXPECT_NEAR(least(1.0, 1e-15) / 1e-15, 1.0, 1e-6);
   EXPECT_EQ(least(1.0, 0.9e-16), 0.0);
@@ -209,14 +178,12 @@ TYPED_TEST(Svd, WhatIsNextToNothingBesideTheLargestIsZero) {
 
 TYPED_TEST(Svd, ASingularMatrixHasNoConditionNumberDeterminantOrInverse) {
   using T = TypeParam;
-  auto repeated = RandomRows<T>(60, 20);
-  for (auto& row : repeated) row[11] = row[4];
   const std::vector<Rows<T>> cases = {{{1, 2}, {2, 4}},
-                                      this->OneToNine(),
                                       {{1, 2}, {0, 0}},
+                                      {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}},
                                       {{5, 0, 0}, {0, 1, 2}, {0, 2, 4}},
                                       {{1, 0, 2}, {3, 0, 4}, {5, 0, 7}},
-                                      repeated,
+                                      this->WithEqualColumns(60, 20),
                                       RandomRows<T>(3, 4),
                                       {{0}}};
   for (const auto& rows : cases) {
@@ -238,8 +205,8 @@ TEST(SvdOfFloats, KeepsSmallValuesThatAreNoRounding) {
   for (const Rows<float>& rows : {Hilbert<float>(6), mixedUnits}) {
     Rows<double> wide;
     for (const auto& row : rows) wide.emplace_back(row.begin(), row.end());
-    const std::unique_ptr<NCSVD<float>> narrow(Matrix(rows)->GetSVD());
-    const std::unique_ptr<NCSVD<double>> reference(Matrix(wide)->GetSVD());
+    const std::unique_ptr<NCSVD<float>> narrow(Matrix(rows).GetSVD());
+    const std::unique_ptr<NCSVD<double>> reference(Matrix(wide).GetSVD());
     ASSERT_EQ(narrow->GetStatus(), NCSVD<float>::Ok);
     for (int k = 1; k <= narrow->GetW()->Size(); ++k) {
       EXPECT_NEAR((*narrow->GetW())[k] / (*reference->GetW())[k], 1.0, 1e-6) << k;
@@ -253,14 +220,13 @@ TYPED_TEST(Svd, ConditionNumberAndDeterminantOfARegularMatrix) {
   const double share = 524.0567775860644 * std::numeric_limits<T>::epsilon();  // relative error of the least value
   EXPECT_NEAR(svd->GetConditionNumber() / 524.0567775860644, 1.0, 4.0 * share);
   EXPECT_NEAR(svd->GetLogDeterminant(), -std::log10(2160.0), 4.0 * share);
-  EXPECT_TRUE(svd->IsSorted());
 }
 
 TYPED_TEST(Svd, InverseTimesMatrixIsTheIdentity) {
   using T = TypeParam;
   for (const auto& [m, n] : {std::pair{1, 1}, {3, 3}, {20, 20}, {40, 19}}) {
     const auto a = Matrix(RandomRows<T>(static_cast<std::size_t>(m), static_cast<std::size_t>(n)));
-    const std::unique_ptr<NCSVD<T>> svd(a->GetSVD());
+    const std::unique_ptr<NCSVD<T>> svd(a.GetSVD());
     const std::unique_ptr<NCDataMatrix<T>> inverse(svd->GetInverse(1e4f));
     ASSERT_THAT(inverse, NotNull());
     ASSERT_EQ(inverse->SizeRows(), n);
@@ -268,8 +234,7 @@ TYPED_TEST(Svd, InverseTimesMatrixIsTheIdentity) {
     EXPECT_EQ(inverse->GetNumMisVal(), 0);
     const double tolerance = this->Tolerance(n) * static_cast<double>(svd->GetConditionNumber());
     for (int i = 1; i <= n; ++i) {
-      for (int j = 1; j <= n; ++j)
-        EXPECT_NEAR(Dot(*inverse, i, *a, j), i == j ? 1.0 : 0.0, tolerance) << m << " x " << n;
+      for (int j = 1; j <= n; ++j) EXPECT_NEAR(Dot((*inverse)[i], a.GetColumn(j)), i == j ? 1 : 0, tolerance);
     }
   }
 }
@@ -295,7 +260,7 @@ TYPED_TEST(Svd, RemovingZerosKeepsTheFirstOfThem) {
     const auto svd = this->Decompose(Diagonal(diagonal));
     const auto u = Elements(*svd->GetU());
     svd->RemoveZeroSingularValues();
-    EXPECT_THAT(this->Values(*svd), ElementsAreArray(kept));
+    EXPECT_THAT(Elements(*svd->GetW()), ElementsAreArray(kept));
     for (const auto* m : {svd->GetU(), svd->GetV()}) {
       EXPECT_EQ(m->SizeRows(), std::ssize(diagonal));
       EXPECT_EQ(m->SizeColumns(), std::ssize(kept));
@@ -313,22 +278,21 @@ TYPED_TEST(Svd, RemovingZerosKeepsTheFirstOfThem) {
 TYPED_TEST(Svd, AFailureLeavesNothingButTheStatus) {
   using T = TypeParam;
   using Status = typename NCSVD<T>::Status;
-  const T most = std::numeric_limits<T>::max();
   const T infinity = std::numeric_limits<T>::infinity();
   const T nan = std::numeric_limits<T>::quiet_NaN();
   auto oneNan = RandomRows<T>(300, 100);
   oneNan[299][99] = nan;
+  const Rows<T> tooLarge(4, std::vector<T>(4, std::numeric_limits<T>::max()));
   const std::pair<Rows<T>, Status> cases[] = {{{{1, 2}, {3, -99}}, NCSVD<T>::MissingValues},
                                               {{{nan, -99}}, NCSVD<T>::MissingValues},
-                                              {{{1, 2}, {nan, 4}}, NCSVD<T>::NotConverged},
                                               {{{1, infinity}}, NCSVD<T>::NotConverged},
-                                              {{{-infinity}}, NCSVD<T>::NotConverged},
-                                              {Rows<T>(4, std::vector<T>(4, most)), NCSVD<T>::NotConverged},
+                                              {{{1, 2}, {nan, 4}}, NCSVD<T>::NotConverged},
+                                              {tooLarge, NCSVD<T>::NotConverged},
                                               {oneNan, NCSVD<T>::NotConverged}};
   for (const auto& [rows, status] : cases) {
-    const auto matrix = Matrix(rows);  // stays ours
+    auto matrix = Matrix(rows);  // stays ours
     for (const auto& svd :
-         {std::shared_ptr<NCSVD<T>>(matrix->GetSVD()), std::shared_ptr<NCSVD<T>>(matrix->TransformToSVD())}) {
+         {std::shared_ptr<NCSVD<T>>(matrix.GetSVD()), std::shared_ptr<NCSVD<T>>(matrix.TransformToSVD())}) {
       svd->RemoveZeroSingularValues();
       EXPECT_EQ(svd->GetStatus(), status);
       EXPECT_THAT(svd->GetU(), IsNull());
@@ -348,14 +312,14 @@ TYPED_TEST(Svd, EmptyMatrices) {
   EXPECT_EQ(nothing->GetConditionNumber(), T{-99});
   nothing->RemoveZeroSingularValues();
   const std::unique_ptr<NCSVD<T>> noRows(NCDataMatrix<T>(0, 3, T{0}).GetSVD());
-  EXPECT_THAT(this->Values(*noRows), ElementsAre(0, 0, 0));
+  EXPECT_THAT(Elements(*noRows->GetW()), ElementsAre(0, 0, 0));
   EXPECT_THAT(Elements(*noRows->GetV()), ElementsAreArray(Diagonal<T>({1, 1, 1})));
 }
 
 TYPED_TEST(Svd, TheResultOwnsTheMatrixThatBecameU) {
   using T = TypeParam;
   const auto rows = RandomRows<T>(6, 4);
-  auto matrix = Matrix(rows);
+  auto matrix = std::make_unique<NCDataMatrix<T>>(Matrix(rows));
   const NCDataMatrix<T> sharer(*matrix);
   const std::unique_ptr<NCSVD<T>> fromCopy(matrix->GetSVD());
   EXPECT_EQ(Elements(*matrix), rows);
@@ -364,12 +328,6 @@ TYPED_TEST(Svd, TheResultOwnsTheMatrixThatBecameU) {
   EXPECT_EQ(svd->GetU(), address);
   EXPECT_EQ(Elements(sharer), rows);
   EXPECT_EQ(Elements(*svd->GetU()), Elements(*fromCopy->GetU()));
-
-  const auto copy = new NCSVD<T>(*svd);
-  EXPECT_EQ(copy->GetU(), svd->GetU());
-  EXPECT_EQ(copy->GetV(), svd->GetV());
-  EXPECT_EQ(copy->GetW(), svd->GetW());
-  ::operator delete(copy);  // without its destructor: the original owns what both point to
 }
 
 TYPED_TEST(Svd, AFailedAllocationLeaksNothingAndTakesNothing) {
@@ -386,15 +344,11 @@ TYPED_TEST(Svd, AFailedAllocationLeaksNothingAndTakesNothing) {
       }
     }
   };
-  const auto rows = Diagonal<T>({5, 0, 0, 3, 0});
-  const auto source = Matrix(rows);
+  const auto source = Matrix(Diagonal<T>({5, 0, 0, 3, 0}));
   std::unique_ptr<NCSVD<T>> svd;
-  EXPECT_GT(failEach([&] { svd.reset(source->GetSVD()); }), 20);
-  EXPECT_EQ(Elements(*source), rows);
-
   std::unique_ptr<NCDataMatrix<T>> given;
   EXPECT_GT(failEach([&] {
-              given = std::make_unique<NCDataMatrix<T>>(*source);
+              given = std::make_unique<NCDataMatrix<T>>(source);
               svd.reset(given->TransformToSVD());
               static_cast<void>(given.release());
             }),
@@ -407,7 +361,7 @@ TYPED_TEST(Svd, AFailedAllocationLeaksNothingAndTakesNothing) {
               svd->RemoveZeroSingularValues();
             }),
             3);
-  EXPECT_THAT(this->Values(*svd), ElementsAre(5, 3, 0));
+  EXPECT_THAT(Elements(*svd->GetW()), ElementsAre(5, 3, 0));
 }
 
 }  // namespace
