@@ -1,13 +1,11 @@
 #include "voran/containers/integral_vector.h"
 
-#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <deque>
 #include <initializer_list>
 #include <iterator>
 #include <map>
-#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -20,7 +18,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using IntVector = NCIntegralVector<int, -99>;
 using UnsignedVector = NCIntegralVector<unsigned long, 0>;
 using FlagVector = NCIntegralVector<bool, 0>;
@@ -30,117 +27,74 @@ Vector Make(std::initializer_list<typename Vector::value_type> values) {
   return Vector(values.begin(), static_cast<int>(values.size()));
 }
 
-/// A mutator and what it does to a standard container. (A deque, since std::vector<bool> is no container.)
-template <typename Vector>
-struct Mutator {
-  using T = typename Vector::value_type;
-  std::string name;
-  void (*mutate)(Vector&);
-  void (*model)(std::deque<T>&);
-};
-
 template <typename Vector>
 class IntegralVector : public ::testing::Test {
  protected:
   using T = typename Vector::value_type;
-  using Model = std::deque<T>;
+  using Elements = std::deque<T>;  // std::vector<bool> is no container
 
-  static constexpr T kA = true;
-  static constexpr T kB = static_cast<T>(7);
-  static constexpr T kMissing = Vector::kMissing;
+  struct Mutator {
+    std::string name;
+    void (*mutate)(Vector&);
+    Elements expected;
+  };
 
-  /// Six elements, unsorted, with two missing; the capacity is exactly six.
-  static Vector Sample() { return Make<Vector>({kB, kMissing, kA, kB, kMissing, static_cast<T>(3)}); }
-  static Model Contents(const Vector& v) { return Model(v.begin(), v.end()); }
+  static Elements Contents(const Vector& v) { return Elements(v.begin(), v.end()); }
 
-  static void SortModel(Model& model, bool ascending, bool missingLast) {
-    auto last = model.end();
-    if (missingLast) last = std::stable_partition(model.begin(), last, [](T x) { return x != kMissing; });
-    std::sort(model.begin(), last);
-    if (!ascending) std::reverse(model.begin(), last);
+  static constexpr T a = true;
+  static constexpr T b = static_cast<T>(7);
+  static constexpr T c = static_cast<T>(3);
+  static constexpr T m = Vector::kMissing;
+
+  /// The capacity is exactly six.
+  static Vector Sample() { return Make<Vector>({b, m, a, b, m, c}); }
+
+  template <typename... Ints>
+  static IntVector At(Ints... positions) {
+    return Make<IntVector>({positions...});
   }
 
-  static std::vector<Mutator<Vector>> Mutators() {
+  /// Every mutator on Sample(), with what it makes of it.
+  static std::vector<Mutator> Mutators() {
     using V = Vector;
-    using M = Model;
-    static const V three = Make<V>({kA, kA, kB});
+    static const V three = Make<V>({a, a, b});
     static const V none;
+    static std::vector<int> index;
     return {
-        {"set", [](V& v) { v(2, kA); }, [](M& m) { m[1] = kA; }},
-        {"through the pointer", [](V& v) { v.UnlinkedPtr()[1] = kA; }, [](M& m) { m[0] = kA; }},
-        {"add nothing", [](V& v) { v += 5; }, [](M&) {}},
-        {"assign", [](V& v) { v = three; }, [](M& m) { m = Contents(three); }},
-        {"assign nothing", [](V& v) { v = none; }, [](M& m) { m.clear(); }},
-        {"set size within", [](V& v) { v.SetSize(4); }, [](M& m) { m.resize(4); }},
-        {"grow", [](V& v) { v.resize(9, kB); }, [](M& m) { m.resize(9, kB); }},
-        {"shrink", [](V& v) { v.resize(2, kB); }, [](M& m) { m.resize(2); }},
-        {"set values", [](V& v) { v.SetNumValues(3, kB); }, [](M& m) { m.assign(3, kB); }},
-        {"reserve", [](V& v) { v.Reserve(50); }, [](M&) {}},
-        {"clear", [](V& v) { v.Clear(); }, [](M& m) { m.clear(); }},
-        {"concat", [](V& v) { v.Concat(three); }, [](M& m) { m.insert(m.end(), three.begin(), three.end()); }},
-        {"concat itself", [](V& v) { v.Concat(v); },
-         [](M& m) {
-           const M copy = m;
-           m.insert(m.end(), copy.begin(), copy.end());
-         }},
-        {"copy shorter content", [](V& v) { v.CopyContent(three); }, [](M& m) { m = Contents(three); }},
-        {"copy longer content", [](V& v) { v.CopyContent(V(9, kA)); }, [](M& m) { m.assign(9, kA); }},
-        {"copy own content", [](V& v) { v.CopyContent(v); }, [](M&) {}},
-        {"insert in front", [](V& v) { v.InsertValues(1, 2, kA); }, [](M& m) { m.insert(m.begin(), 2, kA); }},
-        {"insert far behind", [](V& v) { v.InsertValues(99, 2, kA); }, [](M& m) { m.insert(m.end(), 2, kA); }},
-        {"insert a vector", [](V& v) { v.InsertValues(3, three); },
-         [](M& m) { m.insert(m.begin() + 2, three.begin(), three.end()); }},
-        {"insert no vector", [](V& v) { v.InsertValues(3, none); }, [](M&) {}},
-        {"insert itself", [](V& v) { v.InsertValues(3, v); },
-         [](M& m) {
-           const M copy = m;
-           m.insert(m.begin() + 2, copy.begin(), copy.end());
-         }},
-        {"remove values", [](V& v) { v.RemoveValues(2, 3); }, [](M& m) { m.erase(m.begin() + 1, m.begin() + 4); }},
-        {"remove the tail", [](V& v) { v.RemoveValues(5, 2); }, [](M& m) { m.resize(4); }},
-        {"remove positions",
-         [](V& v) {
-           v.Remove(Make<IntVector>({6, 1, 1, 99, 0, -99}));
-         },
-         [](M& m) {
-           m.pop_back();
-           m.pop_front();
-         }},
-        {"reduce",
-         [](V& v) {
-           v.Reduce(Make<IntVector>({6, 1, 1}));
-         },
-         [](M& m) {
-           m = {m[5], m[0], m[0]};
-         }},
-        {"push back", [](V& v) { v.push_back(kB); }, [](M& m) { m.push_back(kB); }},
-        {"insert one", [](V& v) { EXPECT_EQ(*v.insert(v.begin() + 1, kA), kA); },
-         [](M& m) { m.insert(m.begin() + 1, kA); }},
-        {"insert a range", [](V& v) { v.insert(v.end(), three.begin(), three.end()); },
-         [](M& m) { m.insert(m.end(), three.begin(), three.end()); }},
-        {"erase one",
-         [](V& v) {
-           const auto next = v.erase(v.begin() + 1);
-           EXPECT_EQ(next, v.begin() + 1);
-         },
-         [](M& m) { m.erase(m.begin() + 1); }},
-        {"erase a range", [](V& v) { v.erase(v.begin() + 1, v.end()); }, [](M& m) { m.resize(1); }},
-        {"set all", [](V& v) { v.SetAllValues(kB); }, [](M& m) { m.assign(m.size(), kB); }},
-        {"set range", [](V& v) { v.SetRange(5, 2, kB); }, [](M& m) { m[4] = m[5] = kB; }},
-        {"index", [](V& v) { v.GenerateIndex(0, kB); },
-         [](M& m) {
-           for (std::size_t i = 0; i < m.size(); ++i) m[i] = static_cast<T>(i * static_cast<std::size_t>(kB));
-         }},
-        {"sort up", [](V& v) { v.Sort(true, false); }, [](M& m) { SortModel(m, true, false); }},
-        {"sort down", [](V& v) { v.Sort(false, false); }, [](M& m) { SortModel(m, false, false); }},
-        {"sort up, missing last", [](V& v) { v.Sort(true, true); }, [](M& m) { SortModel(m, true, true); }},
-        {"sort down, missing last", [](V& v) { v.Sort(false, true); }, [](M& m) { SortModel(m, false, true); }},
-        {"sort with index",
-         [](V& v) {
-           std::vector<int> index;
-           v.SortWithOriginalIndex(true, index);
-         },
-         [](M& m) { SortModel(m, true, false); }},
+        {"set", [](V& v) { v(2, a); }, {b, a, a, b, m, c}},
+        {"through the pointer", [](V& v) { v.UnlinkedPtr()[1] = a; }, {a, m, a, b, m, c}},
+        {"add nothing", [](V& v) { v += 5; }, {b, m, a, b, m, c}},
+        {"assign", [](V& v) { v = three; }, {a, a, b}},
+        {"assign nothing", [](V& v) { v = none; }, {}},
+        {"set size within", [](V& v) { v.SetSize(4); }, {b, m, a, b}},
+        {"grow", [](V& v) { v.resize(9, b); }, {b, m, a, b, m, c, b, b, b}},
+        {"shrink", [](V& v) { v.resize(2, b); }, {b, m}},
+        {"set values", [](V& v) { v.SetNumValues(3, b); }, {b, b, b}},
+        {"reserve", [](V& v) { v.Reserve(60); }, {b, m, a, b, m, c}},
+        {"clear", [](V& v) { v.Clear(); }, {}},
+        {"concat itself", [](V& v) { v.Concat(v); }, {b, m, a, b, m, c, b, m, a, b, m, c}},
+        {"copy shorter content", [](V& v) { v.CopyContent(three); }, {a, a, b}},
+        {"copy longer content", [](V& v) { v.CopyContent(V(9, a)); }, {a, a, a, a, a, a, a, a, a}},
+        {"copy own content", [](V& v) { v.CopyContent(v); }, {b, m, a, b, m, c}},
+        {"insert in front", [](V& v) { v.InsertValues(1, 2, a); }, {a, a, b, m, a, b, m, c}},
+        {"insert far behind", [](V& v) { v.InsertValues(99, 2, a); }, {b, m, a, b, m, c, a, a}},
+        {"insert a vector", [](V& v) { v.InsertValues(3, three); }, {b, m, a, a, b, a, b, m, c}},
+        {"insert no vector", [](V& v) { v.InsertValues(3, none); }, {b, m, a, b, m, c}},
+        {"insert itself", [](V& v) { v.InsertValues(3, v); }, {b, m, b, m, a, b, m, c, a, b, m, c}},
+        {"remove values", [](V& v) { v.RemoveValues(2, 3); }, {b, m, c}},
+        {"remove positions", [](V& v) { v.Remove(At(6, 1, 1, 99, 0, -99)); }, {m, a, b, m}},
+        {"reduce", [](V& v) { v.Reduce(At(6, 1, 1)); }, {c, b, b}},
+        {"push back", [](V& v) { v.push_back(b); }, {b, m, a, b, m, c, b}},
+        {"insert one", [](V& v) { EXPECT_EQ(*v.insert(v.begin() + 1, a), a); }, {b, a, m, a, b, m, c}},
+        {"insert a range", [](V& v) { v.insert(v.end(), three.begin(), three.end()); }, {b, m, a, b, m, c, a, a, b}},
+        {"erase one", [](V& v) { EXPECT_EQ(*v.erase(v.begin() + 1), a); }, {b, a, b, m, c}},
+        {"erase a range", [](V& v) { v.erase(v.begin() + 1, v.end()); }, {b}},
+        {"set range", [](V& v) { v.SetRange(5, 2, b); }, {b, m, a, b, b, b}},
+        {"index", [](V& v) { v.GenerateIndex(0, b); }, {T(0), T(7), T(14), T(21), T(28), T(35)}},
+        {"sort up", [](V& v) { v.Sort(true, false); }, {m, m, a, c, b, b}},
+        {"sort down", [](V& v) { v.Sort(false, false); }, {b, b, c, a, m, m}},
+        {"sort up, missing last", [](V& v) { v.Sort(true, true); }, {a, c, b, b, m, m}},
+        {"sort with index", [](V& v) { v.SortWithOriginalIndex(true, index); }, {m, m, a, c, b, b}},
     };
   }
 };
@@ -149,40 +103,32 @@ using Instantiations = ::testing::Types<IntVector, UnsignedVector, FlagVector>;
 TYPED_TEST_SUITE(IntegralVector, Instantiations);
 
 TYPED_TEST(IntegralVector, MutatorsActOnTheirOwnVectorOnly) {
-  for (const auto& [name, mutate, model] : this->Mutators()) {
-    SCOPED_TRACE(name);
-    const auto before = this->Contents(this->Sample());
-    auto after = before;
-    model(after);
+  const auto before = this->Contents(this->Sample());
+  for (const auto& [name, mutate, expected] : this->Mutators()) {
+    for (const int room : {6, 50}) {
+      SCOPED_TRACE(::testing::Message() << name << " in a buffer of " << room);
+      TypeParam original = this->Sample();
+      original.Reserve(room);
+      TypeParam copy = original;
+      ASSERT_EQ(copy.GetPtr(), original.GetPtr());
+      mutate(copy);
+      EXPECT_EQ(this->Contents(copy), expected);
+      EXPECT_EQ(this->Contents(original), before);
 
-    TypeParam alone = this->Sample();
-    mutate(alone);
-    EXPECT_EQ(this->Contents(alone), after);
+      copy = original;
+      mutate(original);
+      EXPECT_EQ(this->Contents(original), expected);
+      EXPECT_EQ(this->Contents(copy), before);
 
-    TypeParam original = this->Sample();
-    TypeParam copy = original;
-    ASSERT_EQ(copy.GetPtr(), original.GetPtr());
-    mutate(copy);
-    EXPECT_EQ(this->Contents(copy), after);
-    EXPECT_EQ(this->Contents(original), before);
-
-    copy = original;
-    mutate(original);
-    EXPECT_EQ(this->Contents(original), after);
-    EXPECT_EQ(this->Contents(copy), before);
-
-    mutate(alone = this->Sample());
-    if (alone.Size() >= 6) {  // once more, now that there may be spare room
-      mutate(alone);
-      model(after);
-      EXPECT_EQ(this->Contents(alone), after);
+      mutate(copy);  // which is alone now
+      EXPECT_EQ(this->Contents(copy), expected);
     }
   }
 }
 
 TYPED_TEST(IntegralVector, AFailedAllocationLeavesTheVectorAsItWas) {
   if (!FailingAllocation::IsAvailable()) GTEST_SKIP() << "the thread sanitizer's allocator cannot be replaced";
-  for (const auto& [name, mutate, model] : this->Mutators()) {
+  for (const auto& [name, mutate, expected] : this->Mutators()) {
     SCOPED_TRACE(name);
     const TypeParam shared = this->Sample();
     bool done = false;
@@ -200,57 +146,46 @@ TYPED_TEST(IntegralVector, AFailedAllocationLeavesTheVectorAsItWas) {
 }
 
 TYPED_TEST(IntegralVector, AnEmptyVectorTakesEveryKindOfElements) {
-  using Value = typename TypeParam::value_type;
-  void (*const fillers[])(TypeParam&) = {
-      [](TypeParam& v) { v.push_back(Value(1)); },
-      [](TypeParam& v) { v.InsertValues(7, 1, Value(1)); },
-      [](TypeParam& v) { v.resize(1, Value(1)); },
-      [](TypeParam& v) { v.insert(v.end(), Value(1)); },
-      [](TypeParam& v) { v.Concat(TypeParam(1, Value(1))); },
-      [](TypeParam& v) {
-        v.SetSize(1);
-        v(1, Value(1));
-      },
+  using V = TypeParam;
+  static constexpr typename V::value_type kOne{1};
+  void (*const fillers[])(V&) = {
+      [](V& v) { v.push_back(kOne); },
+      [](V& v) { v.InsertValues(7, 1, kOne); },
+      [](V& v) { v.insert(v.end(), &kOne, &kOne + 1); },
+      [](V& v) { v.Concat(V(1, kOne)); },
+      [](V& v) { v.SetSize(1), v(1, kOne); },
   };
   for (const auto& fill : fillers) {
-    TypeParam never;
-    TypeParam cleared = this->Sample();
-    cleared.Clear();
-    TypeParam sized(0);
-    for (TypeParam* v : {&never, &cleared, &sized}) {
+    V never;
+    V sized(0);
+    for (V* v : {&never, &sized}) {
       EXPECT_EQ(v->begin(), v->end());
       v->Sort(true, true);
-      v->SetAllValues(Value(1));
+      v->SetAllValues(kOne);
       fill(*v);
-      EXPECT_THAT(*v, ElementsAre(Value(1)));
+      EXPECT_THAT(*v, ElementsAre(kOne));
     }
   }
 }
 
 TYPED_TEST(IntegralVector, GrowsAcrossEveryCapacityStep) {
-  using Value = typename TypeParam::value_type;
   TypeParam v;
-  typename TestFixture::Model model;
+  typename TestFixture::Elements expected;
   for (int i = 0; i < 9500; ++i) {
-    v.push_back(static_cast<Value>(i % 3));
-    model.push_back(static_cast<Value>(i % 3));
+    expected.push_back(static_cast<typename TypeParam::value_type>(i % 3));
+    v.push_back(expected.back());
   }
-  EXPECT_EQ(this->Contents(v), model);
+  EXPECT_EQ(this->Contents(v), expected);
 }
 
 TEST(IntegralVectorValues, UnsignedValuesAre32BitHoweverTheyAreStored) {
   static constexpr unsigned long kWide = (1UL << 32) + 7;
   void (*const stores[])(UnsignedVector&) = {
-      [](auto& v) { v = UnsignedVector(1, kWide); },
       [](auto& v) { v = Make<UnsignedVector>({kWide}); },
       [](auto& v) { v(1, kWide); },
-      [](auto& v) { v.resize(2, kWide); },
-      [](auto& v) { v.SetNumValues(1, kWide); },
       [](auto& v) { v.InsertValues(1, 1, kWide); },
       [](auto& v) { v.push_back(kWide); },
-      [](auto& v) { v.insert(v.begin(), kWide); },
       [](auto& v) { v.insert(v.begin(), &kWide, &kWide + 1); },
-      [](auto& v) { v.SetAllValues(kWide); },
       [](auto& v) { v.SetRange(1, 1, kWide); },
       [](auto& v) { v.GenerateIndex(kWide, 0); },
   };
@@ -261,9 +196,6 @@ TEST(IntegralVectorValues, UnsignedValuesAre32BitHoweverTheyAreStored) {
     EXPECT_EQ(v.Find(kWide, SortType::kUnsorted, 1, -1), 1);
     EXPECT_EQ(v.LowerBound(kWide, true), 1);
   }
-  UnsignedVector index(3, 0);
-  index.GenerateIndex(0xFFFFFFFFUL, 1);
-  EXPECT_THAT(index, ElementsAre(0xFFFFFFFFUL, 0, 1));
 }
 
 TEST(IntegralVectorValues, StatisticsOfInts) {
@@ -275,7 +207,6 @@ TEST(IntegralVectorValues, StatisticsOfInts) {
   const Case cases[] = {
       {IntVector(), 0, -99.0, -99.0, -99.0},
       {Make<IntVector>({5}), 5, 5.0, -99.0, -99.0},
-      {Make<IntVector>({4, 4}), 8, 4.0, 0.0, 0.0},
       {Make<IntVector>({-99, -95, -91}), -285, -95.0, 16.0, 4.0},
       {Make<IntVector>({INT_MAX, 1}), INT_MIN, 1073741824.0, 2305843004918726658.0, 1518500248.5738113},
       {Make<IntVector>({INT_MIN, INT_MIN}), 0, -2147483648.0, 0.0, 0.0},
@@ -347,31 +278,28 @@ TEST(IntegralVectorOrder, OriginalIndexKeepsEqualElementsInTheirOrder) {
 }
 
 TEST(IntegralVectorOrder, ScrambleFollowsTheSeedAndReachesEveryOrderAlike) {
-  constexpr int kDraws = 6000;
   constexpr double kExpected = 1000.0;
   constexpr double kChiSquareOf5At1e6 = 35.9;  // a uniform shuffle exceeds this once in a million seeds
   const auto source = Make<IntVector>({1, 2, 3});
+  const auto draw = [&] {
+    std::vector<std::vector<int>> orders;
+    std::srand(1);
+    for (int i = 0; i < 6000; ++i) {
+      IntVector v = source;
+      v.Scramble();
+      orders.emplace_back(v.begin(), v.end());
+    }
+    return orders;
+  };
+  const auto orders = draw();
+  EXPECT_EQ(draw(), orders);
   std::map<std::vector<int>, int> counts;
-  std::srand(1);
-  for (int i = 0; i < kDraws; ++i) {
-    IntVector v = source;
-    v.Scramble();
-    ++counts[std::vector<int>(v.begin(), v.end())];
-  }
+  for (const auto& order : orders) ++counts[order];
   ASSERT_EQ(counts.size(), 6U);
   double chiSquare = 0.0;
   for (const auto& [order, count] : counts) chiSquare += (count - kExpected) * (count - kExpected) / kExpected;
   EXPECT_LT(chiSquare, kChiSquareOf5At1e6);
   EXPECT_THAT(source, ElementsAre(1, 2, 3));
-
-  IntVector first(100, 0);
-  first.GenerateIndex(1, 1);
-  IntVector second = first;
-  std::srand(7);
-  first.Scramble();
-  std::srand(7);
-  second.Scramble();
-  EXPECT_THAT(second, ElementsAreArray(first));
 }
 
 }  // namespace

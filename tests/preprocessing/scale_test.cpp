@@ -86,30 +86,25 @@ TEST(Scale, LearnsEveryTypeByItsDefinitionAndAppliesItToRowsAgain) {
   }
 }
 
-struct Fault {
-  std::string name;
-  Rows<float> rows;
-  NCScale::Scaling type;  ///< of columns 2 and 3; column 1 has unit variance
-  int column;
-  NCScaleError::Error error;
-  std::string text;
-};
-
-std::vector<Fault> Faults() {
-  const std::string few = "Could not scale matrix. Too few non missing values.";
-  const std::string little = "Could not scale matrix. Too little variance.";
-  const std::string large = "Could not scale matrix. The values are too large.";
-  return {
+TEST(Scale, FaultyColumnIsToldAndLeavesTheMatrixCentredOnly) {
+  const std::string few = "Too few non missing values.";
+  const std::string little = "Too little variance.";
+  const std::string large = "The values are too large.";
+  const struct {
+    std::string name;
+    Rows<float> rows;
+    NCScale::Scaling type;  ///< of columns 2 and 3; column 1 has unit variance
+    int column;
+    NCScaleError::Error error;
+    std::string text;
+  } faults[] = {
       {"one value", {{1, 5, 1}, {3, kGap, 2}}, NCScale::kPareto, 2, NCScaleError::kTooFewValues, few},
       {"no value", {{1, 5, kGap}, {3, 4, kGap}}, NCScale::kUnitVariance, 3, NCScaleError::kTooFewValues, few},
       {"constant", {{1, 5, 1}, {3, 5, 2}}, NCScale::kPareto, 2, NCScaleError::kTooLittleVariance, little},
       {"nearly so", {{1, 0, 1}, {3, 1e-36F, 2}}, NCScale::kUnitVariance, 2, NCScaleError::kTooLittleVariance, little},
       {"huge", {{1, 3e38F, 1}, {3, -3e38F, 2}}, NCScale::kUnitVariance, 2, NCScaleError::kValuesTooLarge, large},
   };
-}
-
-TEST(Scale, FaultyColumnIsToldAndLeavesTheMatrixCentredOnly) {
-  for (const Fault& fault : Faults()) {
+  for (const auto& fault : faults) {
     NCDataMatrix<float> x = Matrix(fault.rows);
     NCScale scale = ScaleOf({NCScale::kUnitVariance, fault.type, fault.type});
     try {
@@ -117,7 +112,7 @@ TEST(Scale, FaultyColumnIsToldAndLeavesTheMatrixCentredOnly) {
       ADD_FAILURE() << fault.name;
     } catch (const NCScaleError& error) {
       const std::unique_ptr<NCScaleError> clone(error.Clone());
-      EXPECT_EQ(clone->what(), fault.text) << fault.name;
+      EXPECT_EQ(clone->what(), "Could not scale matrix. " + fault.text) << fault.name;
       EXPECT_EQ(clone->GetLevel(), NCError::Level::kGeneral);
       EXPECT_EQ(clone->GetColumn(), fault.column) << fault.name;
       EXPECT_EQ(clone->GetError(), fault.error) << fault.name;
@@ -184,14 +179,11 @@ TEST(Scale, NewTypeForgetsWhatWasLearnt) {
 
 TEST(Scale, TypesAreNamed) {
   const std::vector<std::string> names = {"None", "None", "Center", "Pareto", "Unit variance", "None"};
+  Texts texts;
+  for (const std::string& name : names) texts.insert(InContext("Scale type", name));
+  const WithCatalogue translated(texts);
   for (std::size_t i = 0; i < names.size(); ++i) {
-    EXPECT_EQ(NCScale::GetScaleString(static_cast<NCScale::Scaling>(i)), names[i]) << i;
-  }
-  const std::string context = "Scale type";
-  const WithCatalogue translated({InContext(context, "None"), InContext(context, "Center"),
-                                  InContext(context, "Pareto"), InContext(context, "Unit variance")});
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    EXPECT_EQ(NCScale::GetScaleString(static_cast<NCScale::Scaling>(i)), context + ": " + names[i]) << i;
+    EXPECT_EQ(NCScale::GetScaleString(static_cast<NCScale::Scaling>(i)), "Scale type: " + names[i]);
   }
 }
 
@@ -224,19 +216,17 @@ TEST(Scale, FollowsTheColumnsThatAreRemoved) {
   scale.ScaleMatrix(&x, true);
   NCScale other(scale);
   scale.RemoveValues(1, 2);
-  EXPECT_EQ(scale.Size(), 2);
-  EXPECT_EQ(scale.GetScaleType(1), NCScale::kPareto);
-  EXPECT_EQ(scale.GetScaleType(2), NCScale::kUnitVariance);
-  EXPECT_THAT(scale.GetMeans(), ElementsAre(4, 5));
-  EXPECT_EQ(scale.GetScales().Size(), 2);
-
   const int removed[] = {3, 1};
   other.Remove(Columns(removed, 2));
-  EXPECT_EQ(other.Size(), 2);
+  for (const NCScale& left : {scale, other}) {
+    EXPECT_EQ(left.Size(), 2);
+    EXPECT_EQ(left.GetScaleType(2), NCScale::kUnitVariance);
+    EXPECT_EQ(left.GetScales().Size(), 2);
+  }
+  EXPECT_EQ(scale.GetScaleType(1), NCScale::kPareto);
+  EXPECT_THAT(scale.GetMeans(), ElementsAre(4, 5));
   EXPECT_EQ(other.GetScaleType(1), NCScale::kCenter);
-  EXPECT_EQ(other.GetScaleType(2), NCScale::kUnitVariance);
   EXPECT_THAT(other.GetMeans(), ElementsAre(3, 5));
-  EXPECT_EQ(other.GetScales().Size(), 2);
 }
 
 TEST(Scale, AssignmentSharesAndFreesNothing) {

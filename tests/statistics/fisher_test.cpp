@@ -39,36 +39,21 @@ double LogFactorial(int n) {
   return sum;
 }
 
-/// Calls `visit` with the sum of ln x! of every table with these margins.
-class Enumeration {
- public:
-  using Visit = std::function<void(double)>;
-
-  Enumeration(std::vector<int> rows, std::vector<int> columns, Visit visit)
-      : rows_(std::move(rows)), columns_(std::move(columns)), visit_(std::move(visit)) {
-    for (int n = 0; n <= *std::max_element(rows_.begin(), rows_.end()); ++n) logFactorials_.push_back(LogFactorial(n));
-    Fill(0, 0, rows_[0], 0.0);
+/// Calls `visit` with the sum of ln x! of every table with these margins that fills the cells from `cell` on.
+void ForEachTable(std::vector<int>& rows, std::vector<int>& columns, std::size_t cell, double sum,
+                  const std::function<void(double)>& visit) {
+  if (cell == rows.size() * columns.size()) return visit(sum);
+  int& ofRow = rows[cell / columns.size()];
+  int& ofColumn = columns[cell % columns.size()];
+  const bool isLastOfRow = (cell + 1) % columns.size() == 0;
+  for (int x = isLastOfRow ? ofRow : 0; x <= std::min(ofRow, ofColumn); ++x) {
+    ofRow -= x;
+    ofColumn -= x;
+    ForEachTable(rows, columns, cell + 1, sum + LogFactorial(x), visit);
+    ofRow += x;
+    ofColumn += x;
   }
-
- private:
-  void Fill(std::size_t row, std::size_t column, int left, double sum) {
-    if (column == columns_.size()) {
-      if (left != 0) return;
-      if (row + 1 == rows_.size()) return visit_(sum);
-      return Fill(row + 1, 0, rows_[row + 1], sum);
-    }
-    for (int x = 0; x <= std::min(left, columns_[column]); ++x) {
-      columns_[column] -= x;
-      Fill(row, column + 1, left - x, sum + logFactorials_[static_cast<std::size_t>(x)]);
-      columns_[column] += x;
-    }
-  }
-
-  std::vector<int> rows_;
-  std::vector<int> columns_;
-  std::vector<double> logFactorials_;
-  Visit visit_;
-};
+}
 
 double LogFactorialsOf(const std::vector<int>& counts) {
   double sum = 0.0;
@@ -82,14 +67,14 @@ struct Probabilities {
 };
 
 Probabilities Enumerated(const Table& table) {
-  const std::vector<int> rows = Sums(table, true);
-  const std::vector<int> columns = Sums(table, false);
+  std::vector<int> rows = Sums(table, true);
+  std::vector<int> columns = Sums(table, false);
   const double scale =
       LogFactorialsOf(rows) + LogFactorialsOf(columns) - LogFactorial(std::accumulate(rows.begin(), rows.end(), 0));
   double own = 0.0;
   for (const auto& row : table) own += LogFactorialsOf(row);
   Probabilities result{std::exp(scale - own), 0.0};
-  Enumeration(rows, columns, [&](double sum) {
+  ForEachTable(rows, columns, 0, 0.0, [&](double sum) {
     if (sum >= own - 1e-7) result.p += std::exp(scale - sum);
   });
   return result;
@@ -193,6 +178,7 @@ std::string MessageOf(const std::function<void()>& work) {
 
 TEST(Fisher, RefusesWhatItCannotTest) {
   const std::string start = "Error in fexact.\n";
+  const std::string negative = start + "All elements of TABLE may not be negative.";
   const std::string nodes = start + "LDKEY is too small for this problem.\nTry increasing the size of the workspace.";
   const std::string paths = start + "LDSTP is too small for this problem.\nTry increasing the size of the workspace.";
   const std::string keys =
@@ -205,8 +191,8 @@ TEST(Fisher, RefusesWhatItCannotTest) {
     int workspace;
     std::string message;
   } cases[] = {{{{1}, {2}}, kWorkspace, start + "NCOL must be at least 2"},
-               {{{1, -1, 2}, {1, 1, 1}}, kWorkspace, start + "All elements of TABLE may not be negative."},
-               {{{1, -1}, {1, 1}}, kWorkspace, start + "All elements of TABLE may not be negative."},
+               {{{1, -1, 2}, {1, 1, 1}}, kWorkspace, negative},
+               {{{1, -1}, {1, 1}}, kWorkspace, negative},
                {{{0, 0, 0}, {0, 0, 0}},
                 kWorkspace,
                 start + "All elements of TABLE are zero.\nPRT and PRE are set to missing values."},
