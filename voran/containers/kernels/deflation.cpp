@@ -37,13 +37,15 @@ struct DeflationTerms {
     const auto vp = load(p);
     [[maybe_unused]] auto other = hn::Zero(Narrow<T>());
     if constexpr (!SumsSquares) other = load(next);
+    WideVec terms[Rows];
     for (int r = 0; r < Rows; ++r) {
       const auto x = hn::Add(load(rows[r]), hn::Mul(factors[r], vp));
       hn::StoreU(x, Narrow<T>(), out[r] + load.offset);
       if constexpr (SumsSquares) other = x;
       // An infinite factor makes NaNs of the zeros behind the end.
-      sums[r] = hn::Add(sums[r], load.OnlyLoaded(Widen(hn::Mul(x, other))));
+      terms[r] = load.OnlyLoaded(Widen(hn::Mul(x, other)));
     }
+    for (int r = 0; r < Rows; ++r) sums[r] = hn::Add(sums[r], terms[r]);
   }
 };
 
