@@ -175,8 +175,8 @@ HWY_INLINE void Fetch(const T* const* rows, int count, std::size_t offset) {
 template <typename T, typename A, int Sums, class Terms>
 HWY_INLINE void Reduce(const Terms& terms, int n, A* sums, const T* const* ahead = nullptr, int numAhead = 0) {
   NarrowVec<A> accumulators[kVectors][Sums];
-  for (int k = 0; k < kVectors; ++k) {
-    for (int s = 0; s < Sums; ++s) accumulators[k][s] = hn::Zero(Narrow<A>());
+  for (auto& vectors : accumulators) {
+    for (auto& vector : vectors) vector = hn::Zero(Narrow<A>());
   }
   const auto size = static_cast<std::size_t>(n);
   std::size_t i = 0;
