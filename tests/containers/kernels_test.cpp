@@ -109,10 +109,10 @@ class Kernels : public ::testing::Test {
   template <class Test>
   static void ForEachShape(std::span<const Shares> shares, const Test& test) {
     OnEachTarget([&] {
-      for (const auto& [gapsA, gapsB] : shares) {
+      for (const Shares& gaps : shares) {
         const auto run = [&](std::size_t n, std::size_t misalignment) {
-          SCOPED_TRACE(::testing::Message() << n << " elements, gaps " << gapsA << " and " << gapsB);
-          test(n, misalignment, gapsA, gapsB);
+          SCOPED_TRACE(::testing::Message() << n << " elements, gaps " << gaps.first << " and " << gaps.second);
+          test(n, misalignment, gaps.first, gaps.second);
         };
         for (std::size_t n = 0; n <= 67; ++n) run(n, n % 9);
         for (std::size_t misalignment = 0; misalignment < 16; ++misalignment) run(129, misalignment);
